@@ -1,0 +1,76 @@
+// Files as values: a stream that closes itself, lines of any length, and a result file that takes
+// the place of its older version only when every byte of it has been written.
+#pragma once
+
+#include <cstdio>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tervolanda {
+
+struct FileCloser {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using FileHandle = std::unique_ptr<std::FILE, FileCloser>;
+
+// Opens a file for reading; empty when it cannot be opened or is a directory.
+FileHandle openForReading(const std::string& path);
+
+// Reads a text file by lines of any length.  A line comes with its line end, when it has one.
+class LineReader {
+ public:
+    // The stream is lent, not closed.
+    explicit LineReader(std::FILE* file) : file_(file), buffer_(kBlock) {}
+    // The next line, valid until the next call; none at the end of the file or after a read error.
+    // A line longer than `limit` characters comes in pieces of that length.
+    std::optional<std::string_view> next(std::size_t limit = kNoLimit);
+    // True when reading ended with an error instead of the end of the file.
+    bool failed() const { return failed_; }
+
+    static constexpr std::size_t kNoLimit = static_cast<std::size_t>(-1);
+
+ private:
+    bool fill();  // appends a block; false when there is no more
+
+    static constexpr std::size_t kBlock = std::size_t{1} << 16;
+    std::FILE* file_;
+    std::vector<char> buffer_;
+    std::size_t begin_ = 0;
+    std::size_t end_ = 0;
+    bool finished_ = false;
+    bool failed_ = false;
+};
+
+// A file that is being written.  Where the path names nothing or a regular file the text goes to a
+// new file beside it, which takes its name on commit(); where it names something else (a device, a
+// pipe, a symbolic link) that is opened and written directly.  Without commit() nothing is left
+// behind and an older file stays as it was.
+class OutputFile {
+ public:
+    explicit OutputFile(std::string path);
+    OutputFile(const OutputFile&) = delete;
+    OutputFile& operator=(const OutputFile&) = delete;
+    ~OutputFile();
+
+    bool isOpen() const { return file_ != nullptr; }
+    // After a failed write all later ones are skipped, and commit() says so.
+    void write(std::string_view text);
+    [[gnu::format(printf, 2, 3)]] void print(const char* pattern, ...);
+    // Makes the file executable for everybody (mode 0755): 0, or the error number.
+    int makeExecutable();
+    // Closes the file and gives it its name; true when every byte arrived.
+    bool commit();
+
+ private:
+    void discard();
+
+    std::string path_;
+    std::string temporary_;  // empty when written directly
+    FileHandle file_;
+    bool failed_ = false;
+};
+
+}  // namespace tervolanda

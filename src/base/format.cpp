@@ -1,0 +1,41 @@
+// One measuring call to vsnprintf, one that writes; short texts, nearly all, need only the first.
+#include "base/format.h"
+
+#include <array>
+#include <cmath>
+#include <cstdio>
+
+namespace tervolanda {
+
+std::string formatList(const char* pattern, std::va_list arguments) {
+    std::array<char, 512> buffer;  // longer than nearly every line of the program
+    std::va_list again;
+    va_copy(again, arguments);
+    const int length = std::vsnprintf(buffer.data(), buffer.size(), pattern, arguments);
+    std::string text;
+    if (length > 0) {
+        const auto size = static_cast<std::size_t>(length);
+        if (size < buffer.size()) {
+            text.assign(buffer.data(), size);
+        } else {
+            text.resize(size);
+            std::vsnprintf(text.data(), size + 1, pattern, again);
+        }
+    }
+    va_end(again);
+    return text;
+}
+
+std::string format(const char* pattern, ...) {
+    std::va_list arguments;
+    va_start(arguments, pattern);
+    std::string text = formatList(pattern, arguments);
+    va_end(arguments);
+    return text;
+}
+
+double withoutNegativeZero(double value, int decimals) {
+    return value <= 0.0 && value >= -0.5 * std::pow(10.0, -decimals) ? 0.0 : value;
+}
+
+}  // namespace tervolanda

@@ -1,0 +1,17 @@
+// Formatting of text by printf patterns, checked by the compiler and of any length.
+#pragma once
+
+#include <cstdarg>
+#include <string>
+
+namespace tervolanda {
+
+// The text that printf would write for `pattern` and its arguments.  A pattern stands in the call;
+// text from outside (file names, records) is only ever an argument.
+[[gnu::format(printf, 1, 2)]] std::string format(const char* pattern, ...);
+[[gnu::format(printf, 1, 0)]] std::string formatList(const char* pattern, std::va_list arguments);
+
+// `value`, or 0 where it would print as a negative zero with so many decimals.
+double withoutNegativeZero(double value, int decimals);
+
+}  // namespace tervolanda

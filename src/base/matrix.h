@@ -1,0 +1,40 @@
+// A rectangular array of values, row by row in one piece of memory.
+#pragma once
+
+#include <cstddef>
+#include <span>
+#include <vector>
+
+namespace tervolanda {
+
+template <typename T>
+class Matrix {
+ public:
+    Matrix() = default;
+    Matrix(std::size_t rows, std::size_t columns, T value = T{}) { assign(rows, columns, value); }
+
+    void assign(std::size_t rows, std::size_t columns, T value) {
+        values_.assign(rows * columns, value);
+        rows_ = rows;
+        columns_ = columns;
+    }
+    std::size_t rows() const { return rows_; }
+    std::size_t columns() const { return columns_; }
+    T& at(std::size_t row, std::size_t column) { return values_[row * columns_ + column]; }
+    const T& at(std::size_t row, std::size_t column) const {
+        return values_[row * columns_ + column];
+    }
+    std::span<T> row(std::size_t i) { return {values_.data() + i * columns_, columns_}; }
+    std::span<const T> row(std::size_t i) const {
+        return {values_.data() + i * columns_, columns_};
+    }
+    std::span<T> values() { return values_; }
+    std::span<const T> values() const { return values_; }
+
+ private:
+    std::vector<T> values_;
+    std::size_t rows_ = 0;
+    std::size_t columns_ = 0;
+};
+
+}  // namespace tervolanda

@@ -1,0 +1,96 @@
+// std::from_chars does the conversions: it knows no locale and no hexadecimal prefix, and it says
+// where it stopped and whether the value fitted.
+#include "base/text.h"
+
+#include <charconv>
+#include <cmath>
+#include <limits>
+#include <system_error>
+
+namespace tervolanda {
+
+namespace {
+
+bool isBlank(char c) {
+    return static_cast<unsigned char>(c) <= ' ';
+}
+
+// from_chars takes no plus sign; strtod does.
+std::string_view withoutPlus(std::string_view text) {
+    if (text.starts_with('+') && !text.starts_with("+-") && !text.starts_with("++")) {
+        text.remove_prefix(1);
+    }
+    return text;
+}
+
+std::string_view withoutLeadingBlanks(std::string_view text) {
+    text.remove_prefix(std::min(text.find_first_not_of(" \t\r\n\v\f"), text.size()));
+    return text;
+}
+
+}  // namespace
+
+double leadingReal(std::string_view field) {
+    field = withoutPlus(withoutLeadingBlanks(field));
+    double value = 0.0;
+    const auto [end, error] = std::from_chars(field.data(), field.data() + field.size(), value);
+    return error == std::errc{} && std::isfinite(value) ? value : 0.0;
+}
+
+std::int64_t leadingInteger(std::string_view field) {
+    field = withoutPlus(withoutLeadingBlanks(field));
+    std::int64_t value = 0;
+    const auto [end, error] = std::from_chars(field.data(), field.data() + field.size(), value);
+    if (error == std::errc::result_out_of_range) {
+        return field.starts_with('-') ? std::numeric_limits<std::int64_t>::min()
+                                      : std::numeric_limits<std::int64_t>::max();
+    }
+    return error == std::errc{} ? value : 0;
+}
+
+std::optional<double> wholeReal(std::string_view field) {
+    field = withoutPlus(field);
+    const char* const last = field.data() + field.size();
+    double value = 0.0;
+    const auto [end, error] = std::from_chars(field.data(), last, value);
+    if (error != std::errc{} || end != last || !std::isfinite(value)) return std::nullopt;
+    return value;
+}
+
+std::optional<std::int64_t> wholeInteger(std::string_view field) {
+    field = withoutPlus(field);
+    const char* const last = field.data() + field.size();
+    std::int64_t value = 0;
+    const auto [end, error] = std::from_chars(field.data(), last, value);
+    if (error != std::errc{} || end != last) return std::nullopt;
+    return value;
+}
+
+std::optional<std::uint64_t> digitsOnly(std::string_view text) {
+    const char* const last = text.data() + text.size();
+    std::uint64_t value = 0;
+    const auto [end, error] = std::from_chars(text.data(), last, value);
+    if (error != std::errc{} || end != last) return std::nullopt;
+    return value;
+}
+
+std::string_view trimBlanks(std::string_view text) {
+    while (!text.empty() && isBlank(text.front()))
+        text.remove_prefix(1);
+    while (!text.empty() && isBlank(text.back()))
+        text.remove_suffix(1);
+    return text;
+}
+
+std::string_view takeField(std::string_view& text) {
+    while (!text.empty() && isBlank(text.front()))
+        text.remove_prefix(1);
+    std::size_t length = 0;
+    while (length < text.size() && !isBlank(text[length]))
+        ++length;
+    const std::string_view field = text.substr(0, length);
+    text.remove_prefix(length);
+    return field;
+}
+
+}  // namespace tervolanda

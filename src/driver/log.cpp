@@ -1,0 +1,154 @@
+// One routine writes every line; the entry points differ in severity only.  A progress line stays
+// unfinished on the output, and its width is remembered so that the next one can run back over it.
+#include "driver/log.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+
+#include "base/format.h"
+
+namespace tervolanda {
+
+namespace {
+
+constexpr std::array<std::string_view, 5> kPrefixes = {
+    "INFO  : ", "WARN  : ", "ERROR : ", "ABEND : ", ""};
+constexpr char kBackspace = '\b';
+
+}  // namespace
+
+const char* systemErrorText() {
+    return "Unknown error.";
+}
+
+bool Log::isWritten(LogLevel severity, int detail) const {
+    return severity == LogLevel::Error || severity == LogLevel::Abend || detail < logLevel_;
+}
+
+void Log::write(LogLevel severity, int detail, bool isProgress, const std::string& message) {
+    if (!isWritten(severity, detail)) return;
+    const bool overwrites = isProgress && progressWidth_ > 0 && !logFile_;
+    std::string line;
+    if (overwrites) {
+        line.assign(progressWidth_, kBackspace);
+    } else {
+        endProgress();
+    }
+    line += kPrefixes[static_cast<std::size_t>(severity)];
+    line += message;
+    if (isProgress) {
+        const std::size_t width = message.size() + kPrefixes[0].size();
+        if (width < progressWidth_) line.append(progressWidth_ - width, ' ');
+        progressWidth_ = std::max(progressWidth_, width);
+    } else {
+        line += '\n';
+    }
+    const bool toOutput = severity == LogLevel::Info || severity == LogLevel::Plain;
+    std::FILE* const stream = toOutput ? output_ : error_;
+    if (!toOutput) std::fflush(output_);
+    if (std::fwrite(line.data(), 1, line.size(), stream) != line.size() && toOutput) failed_ = true;
+    if (isProgress || !toOutput) std::fflush(stream);
+}
+
+void Log::writeList(LogLevel severity, int detail, bool isProgress, const char* pattern,
+                    std::va_list arguments) {
+    if (isWritten(severity, detail)) {
+        write(severity, detail, isProgress, formatList(pattern, arguments));
+    }
+}
+
+void Log::info(int detail, const char* pattern, ...) {
+    std::va_list arguments;
+    va_start(arguments, pattern);
+    writeList(LogLevel::Info, detail, false, pattern, arguments);
+    va_end(arguments);
+}
+
+void Log::progress(int detail, const char* pattern, ...) {
+    std::va_list arguments;
+    va_start(arguments, pattern);
+    writeList(LogLevel::Info, detail, true, pattern, arguments);
+    va_end(arguments);
+}
+
+void Log::warn(int detail, const char* pattern, ...) {
+    std::va_list arguments;
+    va_start(arguments, pattern);
+    writeList(LogLevel::Warn, detail, false, pattern, arguments);
+    va_end(arguments);
+}
+
+void Log::error(int detail, const char* pattern, ...) {
+    std::va_list arguments;
+    va_start(arguments, pattern);
+    writeList(LogLevel::Error, detail, false, pattern, arguments);
+    va_end(arguments);
+}
+
+void Log::plain(int detail, const char* pattern, ...) {
+    std::va_list arguments;
+    va_start(arguments, pattern);
+    writeList(LogLevel::Plain, detail, false, pattern, arguments);
+    va_end(arguments);
+}
+
+void Log::abend(const char* pattern, ...) {
+    std::va_list arguments;
+    va_start(arguments, pattern);
+    writeList(LogLevel::Abend, 0, false, pattern, arguments);
+    va_end(arguments);
+    // exit() flushes and closes standard output and standard error.
+    logFile_.reset();
+    std::exit(EXIT_FAILURE);
+}
+
+void Log::endProgress() {
+    if (progressWidth_ == 0) return;
+    if (std::fputc('\n', output_) == EOF) failed_ = true;
+    progressWidth_ = 0;
+}
+
+void Log::setProgramName(std::string_view argument) {
+    const std::size_t slash = argument.rfind('/');
+    programName_ = argument.substr(slash == std::string_view::npos ? 0 : slash + 1);
+}
+
+void Log::openLogFile(const std::string& path) {
+    FileHandle file(std::fopen(path.c_str(), "wb"));
+    if (!file) abend("Failed to open log file '%s' - %s", path.c_str(), systemErrorText());
+    endProgress();
+    logFile_ = std::move(file);
+    output_ = logFile_.get();
+    error_ = logFile_.get();
+    info(0, "Successfully started log file '%s'", path.c_str());
+}
+
+bool Log::flush() {
+    if (std::fflush(output_) != 0 || std::ferror(output_) != 0) failed_ = true;
+    return !failed_;
+}
+
+void Report::write(const char* pattern, std::va_list arguments) {
+    log_->endProgress();
+    const std::string text = formatList(pattern, arguments);
+    std::fwrite(text.data(), 1, text.size(), output_);
+}
+
+void Report::report(int level, const char* pattern, ...) {
+    if (level >= reportLevel_) return;
+    std::va_list arguments;
+    va_start(arguments, pattern);
+    write(pattern, arguments);
+    va_end(arguments);
+}
+
+void Report::reportFrom(int atLeast, const char* pattern, ...) {
+    if (!reportsFrom(atLeast)) return;
+    std::va_list arguments;
+    va_start(arguments, pattern);
+    write(pattern, arguments);
+    va_end(arguments);
+}
+
+}  // namespace tervolanda
