@@ -1,0 +1,95 @@
+// ATOM records in two layouts.  Every coordinate has exactly eight columns: one that needs more
+// loses its last characters, and nothing behind it shifts.
+#include "chain/pdb_writer.h"
+
+#include "base/file.h"
+#include "base/format.h"
+#include "driver/log.h"
+
+namespace tervolanda {
+
+namespace {
+
+constexpr std::size_t kCoordinateWidth = 8;
+
+std::string coordinate(double value) {
+    std::string text = format("%8.3f", withoutNegativeZero(value, 3));
+    text.resize(kCoordinateWidth);
+    return text;
+}
+
+std::string coordinates(const Atom& atom) {
+    return coordinate(atom.x) + coordinate(atom.y) + coordinate(atom.z);
+}
+
+std::string lastComponent(const std::string& path) {
+    return path.substr(path.rfind('/') + 1);  // npos + 1 is the beginning
+}
+
+void writeRemark(OutputFile& file, const char* key, const std::string& value) {
+    file.print("REMARK  99  %-9s: %s\n", key, value.c_str());
+}
+
+void writeSet(OutputFile& file, const ChainSet& set) {
+    if (set.number != 0) writeRemark(file, "PDB ID", std::to_string(set.number));
+    if (!set.fileName.empty()) writeRemark(file, "File", set.fileName);
+    if (!set.chains.empty()) writeRemark(file, "Chains", std::to_string(set.chains.size()));
+    for (const Chain& chain : set.chains)
+        writeChain(file, chain);
+}
+
+}  // namespace
+
+std::string formatAtomLine(const Atom& atom) {
+    return format("ATOM  %5d %4s %3s  %4d%c   %s\n", atom.serial, atom.name.text(),
+                  atom.residueName.text(), atom.residueNumber, atom.insertionCode,
+                  coordinates(atom).c_str());
+}
+
+std::string formatFullAtomLine(const Atom& atom, int serial) {
+    return format("ATOM  %5d %4s%c%3s %c%4d%c   %s%6.2f%6.2f      %-4s%2s%2s\n", serial,
+                  atom.name.text(), atom.alternateLocation, atom.residueName.text(), atom.chainId,
+                  atom.residueNumber, atom.insertionCode, coordinates(atom).c_str(),
+                  withoutNegativeZero(atom.occupancy, 2), withoutNegativeZero(atom.bFactor, 2),
+                  atom.segmentId.text(), atom.element.text(), atom.charge.text());
+}
+
+void writeChain(OutputFile& file, const Chain& chain) {
+    if (chain.number != 0) writeRemark(file, "Chain ID", std::to_string(chain.number));
+    writeRemark(file, "Residues", std::to_string(chain.residues.size()));
+    writeRemark(file, "Atoms", std::to_string(chain.atoms.size()));
+    if (!chain.fileName.empty()) writeRemark(file, "File", chain.fileName);
+    int serial = 0;
+    for (const Atom& atom : chain.atoms)
+        file.write(formatFullAtomLine(atom, ++serial));
+    if (!chain.atoms.empty()) file.write("TER\n");
+}
+
+bool writeChainFile(Chain& chain, const std::string& path, bool takeName) {
+    OutputFile file(path);
+    writeChain(file, chain);
+    if (!file.commit()) return false;
+    if (takeName) chain.fileName = lastComponent(path);
+    return true;
+}
+
+bool writeChainSetFile(ChainSet& set, const std::string& path, bool takeName) {
+    OutputFile file(path);
+    writeSet(file, set);
+    if (!file.commit()) return false;
+    if (takeName) set.fileName = lastComponent(path);
+    return true;
+}
+
+bool writeModels(ChainSet& set, const std::string& directory, bool takeName, Log& log) {
+    log.info(1, "Outputting models to dir %s", directory.c_str());
+    bool all = true;
+    for (Chain& chain : set.chains) {
+        const std::string path =
+            format("%s/model.%ld.pdb", directory.c_str(), static_cast<long>(chain.number));
+        all = writeChainFile(chain, path, takeName) && all;
+    }
+    return all;
+}
+
+}  // namespace tervolanda
