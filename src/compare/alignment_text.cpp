@@ -1,0 +1,136 @@
+// The two sequences one above the other.  Columns are collected in five lines of equal length and
+// written block by block.
+#include <algorithm>
+
+#include "compare/compare.h"
+#include "driver/log.h"
+
+namespace tervolanda {
+
+namespace {
+
+constexpr char kMapped = '\'';
+constexpr char kInSubset = '|';
+
+class AlignmentPrinter {
+ public:
+    AlignmentPrinter(const CoordinateSet& experiment, const CoordinateSet& prediction,
+                     const ComparisonResult& result, bool showStructure, int lineWrap,
+                     Report& report)
+        : experiment_(experiment),
+          prediction_(prediction),
+          showStructure_(showStructure),
+          lineWrap_(static_cast<std::size_t>(std::max(lineWrap, 1))),
+          report_(report) {
+        predictionMark_.assign(prediction.size(), ' ');
+        experimentMapped_.assign(experiment.size(), 0);
+        for (std::size_t i = 0; i < result.partners.size(); ++i) {
+            if (result.partners[i] < 0) continue;
+            predictionMark_[i] = kMapped;
+            experimentMapped_[static_cast<std::size_t>(result.partners[i])] = 1;
+        }
+        for (const MatchedPair& pair : result.matched) {
+            const bool isPartner =
+                result.partners[pair.prediction] >= 0 &&
+                static_cast<std::uint32_t>(result.partners[pair.prediction]) == pair.experiment;
+            if (isPartner) predictionMark_[pair.prediction] = kInSubset;
+        }
+    }
+
+    void print() {
+        std::size_t p = 0;
+        std::size_t e = 0;
+        while (p < prediction_.size() && e < experiment_.size()) {
+            while (p < prediction_.size() && !predictionIsMapped(p))
+                addPrediction(p++);
+            while (e < experiment_.size() && experimentMapped_[e] == 0)
+                addExperiment(e++);
+            while (p < prediction_.size() && e < experiment_.size() && predictionIsMapped(p) &&
+                   experimentMapped_[e] != 0) {
+                addColumn(prediction_.sequence[p], structureOf(prediction_, p), predictionMark_[p],
+                          structureOf(experiment_, e), experiment_.sequence[e]);
+                ++p;
+                ++e;
+            }
+        }
+        while (e < experiment_.size())
+            addExperiment(e++);
+        while (p < prediction_.size())
+            addPrediction(p++);
+        if (!predictionLine_.empty()) endBlock();
+    }
+
+ private:
+    bool predictionIsMapped(std::size_t i) const { return predictionMark_[i] != ' '; }
+
+    static char structureOf(const CoordinateSet& set, std::size_t i) {
+        return i < set.secondaryStructure.size() ? set.secondaryStructure[i] : ' ';
+    }
+
+    void addPrediction(std::size_t i) {
+        addColumn(prediction_.sequence[i], structureOf(prediction_, i), ' ', '-', '.');
+    }
+
+    void addExperiment(std::size_t i) {
+        addColumn('.', '-', ' ', structureOf(experiment_, i), experiment_.sequence[i]);
+    }
+
+    void addColumn(char prediction, char predictionStructure, char mark, char experimentStructure,
+                   char experiment) {
+        append(prediction, predictionStructure, mark, experimentStructure, experiment);
+        ++columns_;
+        if (columns_ % 10 == 0) append(' ', ' ', ' ', ' ', ' ');
+        if (columns_ % lineWrap_ == 0) endBlock();
+    }
+
+    void append(char prediction, char predictionStructure, char mark, char experimentStructure,
+                char experiment) {
+        predictionLine_ += prediction;
+        predictionStructureLine_ += predictionStructure;
+        matchLine_ += mark;
+        experimentStructureLine_ += experimentStructure;
+        experimentLine_ += experiment;
+    }
+
+    void endBlock() {
+        report_.reportFrom(4, "\n");
+        report_.reportFrom(4, "Prediction  %s\n", predictionLine_.c_str());
+        if (showStructure_) {
+            report_.reportFrom(4, "            %s\n", predictionStructureLine_.c_str());
+        }
+        report_.reportFrom(4, "            %s\n", matchLine_.c_str());
+        if (showStructure_) {
+            report_.reportFrom(4, "            %s\n", experimentStructureLine_.c_str());
+        }
+        report_.reportFrom(4, "Experiment  %s\n", experimentLine_.c_str());
+        for (std::string* line : {&predictionLine_, &predictionStructureLine_, &matchLine_,
+                                  &experimentStructureLine_, &experimentLine_}) {
+            line->clear();
+        }
+    }
+
+    const CoordinateSet& experiment_;
+    const CoordinateSet& prediction_;
+    bool showStructure_;
+    std::size_t lineWrap_;
+    Report& report_;
+    std::string predictionMark_;                  // per prediction record, blank when unmapped
+    std::vector<std::uint8_t> experimentMapped_;  // per experiment record
+    std::size_t columns_ = 0;
+    std::string predictionLine_, predictionStructureLine_, matchLine_, experimentStructureLine_,
+        experimentLine_;
+};
+
+}  // namespace
+
+void printAlignment(const CoordinateSet& experiment, const CoordinateSet& prediction,
+                    const ComparisonResult& result, const ComparisonParameters& parameters,
+                    int lineWrap, Report& report) {
+    if (!report.reportsFrom(4)) return;
+    report.reportFrom(4, "Alignment   %c = mapped, %c = maxsub\n", kMapped, kInSubset);
+    AlignmentPrinter(experiment, prediction, result, parameters.sequenceIndependent, lineWrap,
+                     report)
+        .print();
+}
+
+}  // namespace tervolanda

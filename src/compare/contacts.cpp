@@ -1,0 +1,129 @@
+// Native contacts.  The experiment's contacts are found through a grid of cells as wide as a
+// contact is long, so that only neighbouring cells are searched; whether the prediction has one of
+// them is then a single distance.
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <compare>
+#include <cstdlib>
+#include <unordered_map>
+
+#include "compare/compare.h"
+
+namespace tervolanda {
+
+namespace {
+
+struct Beta {
+    std::int64_t key;  // residue number and insertion code
+    int number;
+    double x, y, z;
+};
+
+double squaredDistance(const Beta& a, const Beta& b) {
+    const double dx = a.x - b.x;
+    const double dy = a.y - b.y;
+    const double dz = a.z - b.z;
+    return dx * dx + dy * dy + dz * dz;
+}
+
+// The beta atoms of a chain.  A residue that occurs twice counts by its first piece.
+struct BetaSet {
+    std::vector<Beta> atoms;
+    std::unordered_map<std::int64_t, std::size_t> byKey;
+};
+
+BetaSet betaAtoms(const Chain& chain) {
+    BetaSet set;
+    for (const Residue& residue : chain.residues) {
+        if (residue.beta == kNoAtom) continue;
+        const Atom& atom = chain.atoms[residue.beta];
+        const std::int64_t key =
+            atom.residueNumber * 256 + static_cast<unsigned char>(atom.insertionCode);
+        if (set.byKey.emplace(key, set.atoms.size()).second) {
+            set.atoms.push_back({key, atom.residueNumber, atom.x, atom.y, atom.z});
+        }
+    }
+    return set;
+}
+
+using Cell = std::array<std::int64_t, 3>;
+
+// Atoms sorted by cell.
+class Grid {
+ public:
+    Grid(const std::vector<Beta>& atoms, double cellSize) : cellSize_(std::max(cellSize, 1.0)) {
+        for (std::size_t i = 0; i < atoms.size(); ++i)
+            entries_.push_back({cellOf(atoms[i]), i});
+        std::sort(entries_.begin(), entries_.end());
+    }
+
+    // Calls visit(index) for every atom in the cell of `atom` and the 26 around it.
+    template <typename Visit>
+    void visitNear(const Beta& atom, Visit visit) const {
+        const Cell centre = cellOf(atom);
+        for (std::int64_t dx = -1; dx <= 1; ++dx) {
+            for (std::int64_t dy = -1; dy <= 1; ++dy) {
+                // The three cells along z follow each other in the sorted entries.
+                const Cell first = {centre[0] + dx, centre[1] + dy, centre[2] - 1};
+                const Cell last = {centre[0] + dx, centre[1] + dy, centre[2] + 1};
+                auto entry = std::lower_bound(entries_.begin(), entries_.end(), Entry{first, 0});
+                for (; entry != entries_.end() && entry->cell <= last; ++entry) {
+                    visit(entry->index);
+                }
+            }
+        }
+    }
+
+ private:
+    struct Entry {
+        Cell cell;
+        std::size_t index;
+        auto operator<=>(const Entry&) const = default;
+    };
+
+    // Coordinates from a file can be of any size; far cells are folded together, which costs time
+    // and no correctness.
+    std::int64_t along(double coordinate) const {
+        constexpr double kFar = 1e12;
+        return static_cast<std::int64_t>(
+            std::clamp(std::floor(coordinate / cellSize_), -kFar, kFar));
+    }
+    Cell cellOf(const Beta& atom) const { return {along(atom.x), along(atom.y), along(atom.z)}; }
+
+    double cellSize_;
+    std::vector<Entry> entries_;
+};
+
+}  // namespace
+
+NativeContacts nativeContacts(const Chain& prediction, const Chain& experiment, double distance,
+                              int gap) {
+    NativeContacts contacts;
+    if (!(distance >= 0.0)) return contacts;
+    const BetaSet native = betaAtoms(experiment);
+    const BetaSet predicted = betaAtoms(prediction);
+    const double limit = distance * distance;
+    const auto isContact = [&](const Beta& a, const Beta& b) {
+        return std::abs(a.number - b.number) >= gap && squaredDistance(a, b) <= limit;
+    };
+    const Grid grid(native.atoms, distance);
+    for (std::size_t i = 0; i < native.atoms.size(); ++i) {
+        const Beta& a = native.atoms[i];
+        const auto inPrediction = predicted.byKey.find(a.key);
+        grid.visitNear(a, [&](std::size_t j) {
+            const Beta& b = native.atoms[j];
+            if (j <= i || !isContact(a, b)) return;
+            ++contacts.native;
+            if (inPrediction == predicted.byKey.end()) return;
+            const auto partner = predicted.byKey.find(b.key);
+            if (partner == predicted.byKey.end()) return;
+            const bool kept =
+                isContact(predicted.atoms[inPrediction->second], predicted.atoms[partner->second]);
+            contacts.matched += kept ? 1U : 0U;
+        });
+    }
+    return contacts;
+}
+
+}  // namespace tervolanda

@@ -1,0 +1,50 @@
+// One body, two instruction sets: the same source in two namespaces, the second compiled for AVX2,
+// and a table of functions picked once.  A whole file compiled with AVX2 would let inline library
+// code with AVX leak to processors without it; this cannot, as the body calls no library code.
+#include "compare/kernels.h"
+
+#include <cstring>
+
+namespace tervolanda {
+
+// Vectors of 32 bytes are passed between the inline functions of one namespace only.  The warning
+// comes at the end of the file, so it stays off to there.
+#pragma GCC diagnostic ignored "-Wpsabi"
+
+namespace portable {
+namespace {
+#include "compare/kernels_body.inc"
+}  // namespace
+}  // namespace portable
+
+#if defined(__x86_64__)
+#if defined(__clang__)
+#pragma clang attribute push(__attribute__((target("avx2"))), apply_to = function)
+#else
+#pragma GCC push_options
+#pragma GCC target("avx2")
+#endif
+namespace avx2 {
+namespace {
+#include "compare/kernels_body.inc"
+}  // namespace
+}  // namespace avx2
+#if defined(__clang__)
+#pragma clang attribute pop
+#else
+#pragma GCC pop_options
+#endif
+#endif
+
+const Kernels& portableKernels() {
+    return portable::kKernels;
+}
+
+const Kernels& bestKernels() {
+#if defined(__x86_64__)
+    if (__builtin_cpu_supports("avx2")) return avx2::kKernels;
+#endif
+    return portable::kKernels;
+}
+
+}  // namespace tervolanda

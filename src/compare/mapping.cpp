@@ -1,0 +1,196 @@
+// Turns chains into coordinate sets and pairs their records.  Every set carries its records sorted
+// by key, so that pairing two sets is one walk along both, whatever their numbering looks like.
+#include "compare/mapping.h"
+
+#include <algorithm>
+#include <numeric>
+
+#include "compare/secondary_structure.h"
+#include "driver/log.h"
+
+namespace tervolanda {
+
+namespace {
+
+// 1 for the C-alpha, 2 to 4 for N, C and O, 0 for every other atom.
+std::uint8_t backboneKey(const Atom& atom) {
+    if (atom.matches(kMaskCA)) return kCalphaKey;
+    if (atom.matches(kMaskN)) return 2;
+    if (atom.matches(kMaskC)) return 3;
+    if (atom.matches(kMaskO)) return 4;
+    return 0;
+}
+
+std::int32_t keyOf(const Atom& atom) {
+    return atom.residueNumber * 256 + static_cast<unsigned char>(atom.insertionCode);
+}
+
+bool isSelected(std::uint8_t key, AtomSelection selection) {
+    return selection == AtomSelection::Calpha ? key == kCalphaKey : key != 0;
+}
+
+void appendRecord(const Atom& atom, std::uint8_t atomKey, std::uint32_t residue,
+                  CoordinateSet& set) {
+    set.points.append(atom.x, atom.y, atom.z);
+    set.residueNumber.push_back(atom.residueNumber);
+    set.insertionCode.push_back(atom.insertionCode);
+    set.residueIndex.push_back(residue);
+    set.residueKey.push_back(keyOf(atom));
+    set.atomKey.push_back(atomKey);
+    set.sequence.push_back(oneLetterCode(atom.residueName.view()));
+}
+
+void sortByKey(CoordinateSet& set) {
+    set.byKey.resize(set.size());
+    std::iota(set.byKey.begin(), set.byKey.end(), 0U);
+    std::stable_sort(set.byKey.begin(), set.byKey.end(), [&](std::uint32_t a, std::uint32_t b) {
+        if (set.residueKey[a] != set.residueKey[b]) return set.residueKey[a] < set.residueKey[b];
+        return set.atomKey[a] < set.atomKey[b];
+    });
+}
+
+// A blank behind every 10 letters and a line break behind every 60.
+std::string inFastaForm(std::string_view letters) {
+    std::string text;
+    for (std::size_t i = 0; i < letters.size(); ++i) {
+        text += letters[i];
+        if ((i + 1) % 10 == 0) text += ' ';
+        if ((i + 1) % 60 == 0) text += '\n';
+    }
+    return text;
+}
+
+// Negative, zero or positive as record a of one set sorts before, with or behind record b of
+// another.
+int compareKeys(const CoordinateSet& x, std::uint32_t a, const CoordinateSet& y, std::uint32_t b) {
+    if (x.residueKey[a] != y.residueKey[b]) return x.residueKey[a] < y.residueKey[b] ? -1 : 1;
+    return static_cast<int>(x.atomKey[a]) - static_cast<int>(y.atomKey[b]);
+}
+
+// End of the run of equal keys that begins at `first`.
+std::size_t endOfRun(const CoordinateSet& set, std::size_t first) {
+    std::size_t end = first + 1;
+    while (end < set.size() && compareKeys(set, set.byKey[end], set, set.byKey[first]) == 0)
+        ++end;
+    return end;
+}
+
+}  // namespace
+
+CoordinateSet prepareChain(const Chain& chain, AtomSelection selection,
+                           const ComparisonParameters& parameters, Report& report) {
+    CoordinateSet set;
+    const std::string letters = oneLetterSequence(chain);
+    const std::string structure =
+        parameters.sequenceIndependent ? secondaryStructure(chain) : std::string();
+    // Atoms behind a residue that fell apart belong to no residue; they count from its number on.
+    std::uint32_t residue = 0;
+    for (std::uint32_t i = 0; i < chain.atoms.size(); ++i) {
+        while (residue + 1 < chain.residues.size() && i >= chain.residues[residue].end)
+            ++residue;
+        const Atom& atom = chain.atoms[i];
+        const std::uint8_t key = backboneKey(atom);
+        if (!isSelected(key, selection)) continue;
+        appendRecord(atom, key, residue, set);
+        if (!structure.empty()) {
+            set.secondaryStructure.push_back(residue < structure.size() ? structure[residue] : 'C');
+        }
+    }
+    sortByKey(set);
+    set.gyrationRadius = radiusOfGyration(chain);
+    set.residues = chain.residues.size();
+    if (!chain.atoms.empty()) {
+        set.firstResidue = keyOf(chain.atoms.front());
+        set.lastResidue = keyOf(chain.atoms.back());
+    }
+    report.reportFrom(5, ">%s\n%s\n", chain.fileName.c_str(), inFastaForm(letters).c_str());
+    if (parameters.sequenceIndependent) {
+        report.reportFrom(5, ">%s : SS\n%s\n", chain.fileName.c_str(),
+                          inFastaForm(structure).c_str());
+    }
+    return set;
+}
+
+void ResidueMapping::reset(std::size_t experimentRecords, std::size_t predictionRecords) {
+    experimentPartner.assign(experimentRecords, -1);
+    predictionPartner.assign(predictionRecords, -1);
+    pairs.clear();
+}
+
+void ResidueMapping::collectPairs() {
+    pairs.clear();
+    for (std::uint32_t i = 0; i < predictionPartner.size(); ++i) {
+        if (predictionPartner[i] >= 0) {
+            pairs.push_back({static_cast<std::uint32_t>(predictionPartner[i]), i, 0});
+        }
+    }
+}
+
+void mapByResidue(const CoordinateSet& experiment, const CoordinateSet& prediction,
+                  ResidueMapping& mapping, Report& report) {
+    mapping.reset(experiment.size(), prediction.size());
+    std::size_t e = 0;
+    std::size_t p = 0;
+    while (e < experiment.size() && p < prediction.size()) {
+        const int order =
+            compareKeys(experiment, experiment.byKey[e], prediction, prediction.byKey[p]);
+        const std::size_t experimentEnd = order > 0 ? e : endOfRun(experiment, e);
+        const std::size_t predictionEnd = order < 0 ? p : endOfRun(prediction, p);
+        for (std::size_t later = experimentEnd; order == 0 && later > e && p < predictionEnd; ++p) {
+            const std::uint32_t j = experiment.byKey[--later];
+            const std::uint32_t i = prediction.byKey[p];
+            mapping.predictionPartner[i] = static_cast<std::int32_t>(j);
+            mapping.experimentPartner[j] = static_cast<std::int32_t>(i);
+        }
+        e = experimentEnd;
+        p = predictionEnd;
+    }
+    mapping.collectPairs();
+    if (!report.reportsFrom(6)) return;
+    for (std::size_t i = 0; i < prediction.size(); ++i) {
+        if (mapping.predictionPartner[i] >= 0) continue;
+        report.reportFrom(6, "Residue %d%c not found in reference\n", prediction.residueNumber[i],
+                          prediction.insertionCode[i]);
+    }
+}
+
+void mapByPosition(const CoordinateSet& experiment, const CoordinateSet& prediction,
+                   ResidueMapping& mapping) {
+    mapping.reset(experiment.size(), prediction.size());
+    std::iota(mapping.experimentPartner.begin(), mapping.experimentPartner.end(), 0);
+    std::iota(mapping.predictionPartner.begin(), mapping.predictionPartner.end(), 0);
+    mapping.collectPairs();
+}
+
+bool haveSameEnds(const CoordinateSet& experiment, const CoordinateSet& prediction) {
+    return experiment.size() == prediction.size() &&
+           experiment.firstResidue == prediction.firstResidue &&
+           experiment.lastResidue == prediction.lastResidue;
+}
+
+void selectRecords(const CoordinateSet& set, const std::vector<std::uint8_t>& left,
+                   CoordinateSet& selected, std::vector<std::uint32_t>& original) {
+    selected = CoordinateSet{};
+    selected.gyrationRadius = set.gyrationRadius;
+    selected.residues = set.residues;
+    selected.firstResidue = set.firstResidue;
+    selected.lastResidue = set.lastResidue;
+    original.clear();
+    for (std::uint32_t i = 0; i < set.size(); ++i) {
+        if (left[i] == 0) continue;
+        original.push_back(i);
+        selected.points.append(set.points.x[i], set.points.y[i], set.points.z[i]);
+        selected.residueNumber.push_back(set.residueNumber[i]);
+        selected.insertionCode.push_back(set.insertionCode[i]);
+        selected.residueIndex.push_back(set.residueIndex[i]);
+        selected.residueKey.push_back(set.residueKey[i]);
+        selected.atomKey.push_back(set.atomKey[i]);
+        selected.sequence.push_back(set.sequence[i]);
+        if (!set.secondaryStructure.empty()) {
+            selected.secondaryStructure.push_back(set.secondaryStructure[i]);
+        }
+    }
+    sortByKey(selected);
+}
+
+}  // namespace tervolanda

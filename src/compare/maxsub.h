@@ -1,0 +1,56 @@
+// The MaxSub search (Siew et al. 2000) with its TM-score (Zhang & Skolnick 2004): the largest
+// subset of residue pairs that superpose within a distance cut-off.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "compare/compare.h"
+#include "compare/workspace.h"
+
+namespace tervolanda {
+
+// Length-dependent distance scale of the TM-score, Å (Zhang & Skolnick 2004), times `scaleFactor`;
+// at least 0.5.  The exponent is the decimal 0.33333 and not a third: scores must not change in
+// the last printed digit.
+double distanceScale(double length, double scaleFactor);
+// The same, held within 3.5 to 8 Å.
+double clampedDistanceScale(double length, double scaleFactor);
+
+// The pairs with squared deviation of at most radius^2, ascending.
+void selectWithin(std::span<const double> squaredDeviation, double radius,
+                  std::vector<std::uint32_t>& selected);
+// The pairs taken by ascending deviation while their RMSD stays at most `radius`, ascending.
+// `order` is scratch.
+void selectByRmsd(std::span<const double> squaredDeviation, double radius,
+                  std::vector<std::uint32_t>& order, std::vector<std::uint32_t>& selected);
+
+// The lengths of seed fragments for n pairs: n, n / 2, n / 4 ... down to `levels` halvings or above
+// 3 pairs, and 4 at the end.
+std::vector<std::uint32_t> seedLengths(std::uint32_t pairs, int levels);
+
+// What one search is asked beyond the parameters.
+struct SearchTask {
+    std::uint32_t iteration = 1;       // domain iteration, for the report lines
+    std::size_t experimentLength = 0;  // full length of the experiment, by which scores are divided
+};
+
+// What one search found; its mapping and subset lie in the workspace (bestMapping and
+// bestPassSubset).
+struct SearchResult {
+    std::uint32_t pairs = 0;
+    std::uint32_t mapped = 0;
+    double rmsd = 0.0;
+    double grmsd = 0.0;
+    double maxsub = 0.0;
+    double tm = 0.0;
+    double distanceCutoff = 0.0;
+    Superposition superposition;  // the fit under which the final scoring counted
+};
+
+SearchResult searchMaxSub(const CoordinateSet& experiment, const CoordinateSet& prediction,
+                          const ComparisonParameters& parameters, const SearchTask& task,
+                          ComparisonWorkspace& workspace, Report& report);
+
+}  // namespace tervolanda

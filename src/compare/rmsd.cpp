@@ -1,0 +1,114 @@
+// The least-squares fit of all residue pairs of two chains, and the unit-vector RMSD (Kedem, Chew &
+// Elber 1999, Proteins 37:554): the same fit on the directions from each C-alpha atom to the next.
+// Directions know nothing of distance, so one misplaced end does not drown a good fold.
+#include <algorithm>
+#include <cmath>
+
+#include "compare/workspace.h"
+#include "driver/log.h"
+
+namespace tervolanda {
+
+namespace {
+
+constexpr std::size_t kFewestPairs = 3;
+constexpr std::size_t kFewestUnitVectorPairs = 4;
+constexpr double kShortestVector = 1e-6;  // Å; shorter ones keep their length
+
+// The unit vectors between consecutive points, Å^0; points of `pairs` are replaced.
+void makeUnitVectors(Points& points) {
+    const std::size_t n = points.size() - 1;
+    for (std::size_t i = 0; i < n; ++i) {
+        const double x = points.x[i + 1] - points.x[i];
+        const double y = points.y[i + 1] - points.y[i];
+        const double z = points.z[i + 1] - points.z[i];
+        const double length = std::hypot(x, y, z);
+        const double scale = length >= kShortestVector ? 1.0 / length : 1.0;
+        points.x[i] = x * scale;
+        points.y[i] = y * scale;
+        points.z[i] = z * scale;
+    }
+    points.resize(n);
+}
+
+void rotate(const Rotation& r, Points& points) {
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        const double x = points.x[i];
+        const double y = points.y[i];
+        const double z = points.z[i];
+        points.x[i] = r[0] * x + r[1] * y + r[2] * z;
+        points.y[i] = r[3] * x + r[4] * y + r[5] * z;
+        points.z[i] = r[6] * x + r[7] * y + r[8] * z;
+    }
+}
+
+// The pairs whose prediction record is a C-alpha atom.
+void collectCalphaPairs(const CoordinateSet& prediction, const std::vector<MatchedPair>& mapped,
+                        std::vector<MatchedPair>& calphas) {
+    calphas.clear();
+    for (const MatchedPair& pair : mapped) {
+        if (prediction.atomKey[pair.prediction] == kCalphaKey) calphas.push_back(pair);
+    }
+}
+
+// URMSD of the C-alpha pairs, with the prediction turned by `rotation`; `unitRotation` receives the
+// rotation of that fit.  0 when there are too few pairs or no rotation fits.
+double unitVectorRmsd(const CoordinateSet& experiment, const CoordinateSet& prediction,
+                      const std::vector<MatchedPair>& calphas, const Rotation& rotation,
+                      ComparisonWorkspace& workspace, Rotation& unitRotation) {
+    if (calphas.size() < kFewestUnitVectorPairs) return 0.0;
+    workspace.placePairs(experiment, prediction, calphas);
+    PairedPoints& pairs = workspace.pairs;
+    makeUnitVectors(pairs.experiment);
+    makeUnitVectors(pairs.prediction);
+    rotate(rotation, pairs.prediction);
+    workspace.squaredDeviation.resize(pairs.size());
+    const auto fit = fitPairs(pairs, workspace.kernels());
+    if (!fit) return 0.0;
+    squaredDeviations(pairs, *fit, workspace.kernels(), workspace.squaredDeviation);
+    unitRotation = fit->rotation;
+    return fitRmsd(*fit, workspace.squaredDeviation);
+}
+
+}  // namespace
+
+void compareRmsd(const CoordinateSet& experiment, const CoordinateSet& prediction,
+                 const RmsdOptions& options, ComparisonWorkspace& workspace, Report& report,
+                 RmsdResult& result) {
+    result.rmsd.reset();
+    result.urmsd = 0.0;
+    result.superposition = Superposition{};
+    ResidueMapping& mapping = workspace.mapping;
+    if (haveSameEnds(experiment, prediction)) {
+        mapByPosition(experiment, prediction, mapping);
+    } else {
+        mapByResidue(experiment, prediction, mapping, report);
+    }
+    collectCalphaPairs(prediction, mapping.pairs, result.matched);
+    result.pairs = static_cast<std::uint32_t>(result.matched.size());
+    if (mapping.size() < kFewestPairs) {
+        report.reportFrom(3, "RMSD failed, insufficient equivalent atoms in Chains (%d)\n",
+                          static_cast<int>(mapping.size()));
+        return;
+    }
+    workspace.placePairs(experiment, prediction, mapping.pairs);
+    const auto fit = fitPairs(workspace.pairs, workspace.kernels());
+    if (!fit) {
+        report.reportFrom(3, "RMSD failed, unable to converge\n");
+        return;
+    }
+    squaredDeviations(workspace.pairs, *fit, workspace.kernels(), workspace.squaredDeviation);
+    result.rmsd = fitRmsd(*fit, workspace.squaredDeviation);
+    result.superposition = asSuperposition(workspace.pairs, *fit);
+    if (options.urmsd) {
+        Rotation unitRotation{};
+        result.urmsd = unitVectorRmsd(experiment, prediction, result.matched, fit->rotation,
+                                      workspace, unitRotation);
+        if (options.urmsdRotation && result.urmsd > 0.0) {
+            result.superposition.rotation = compose(unitRotation, fit->rotation);
+        }
+    }
+    reportSuperposition(result.superposition, 5, report);
+}
+
+}  // namespace tervolanda

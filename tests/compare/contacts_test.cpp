@@ -1,0 +1,92 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <map>
+
+#include "compare/comparing.h"
+
+namespace tervolanda::test {
+namespace {
+
+// A chain of glycines: its C-alpha atoms count as beta atoms.
+Chain glycines(const Chain& chain) {
+    std::vector<Place> places;
+    for (const Atom& a : chain.atoms)
+        places.push_back({a.x, a.y, a.z});
+    return calphaChain(places, std::string(places.size(), 'G'));
+}
+
+// Every contact of a chain, by looking at all pairs of beta atoms.
+std::map<std::pair<int, int>, int> contactsOf(const Chain& chain, double distance, int gap) {
+    std::map<std::pair<int, int>, int> contacts;
+    for (const Residue& r : chain.residues) {
+        for (const Residue& s : chain.residues) {
+            if (r.beta == kNoAtom || s.beta == kNoAtom) continue;
+            const Atom &a = chain.atoms[r.beta], &b = chain.atoms[s.beta];
+            const auto key = std::pair(a.residueNumber * 256 + a.insertionCode,
+                                       b.residueNumber * 256 + b.insertionCode);
+            if (key.first < key.second && b.residueNumber - a.residueNumber >= gap &&
+                std::hypot(a.x - b.x, a.y - b.y, a.z - b.z) <= distance) {
+                contacts[key] = 1;
+            }
+        }
+    }
+    return contacts;
+}
+
+void expectBruteForceCounts(const Chain& prediction, const Chain& experiment, double distance,
+                            int gap) {
+    const NativeContacts found = nativeContacts(prediction, experiment, distance, gap);
+    const auto native = contactsOf(experiment, distance, gap);
+    const auto predicted = contactsOf(prediction, distance, gap);
+    std::size_t matched = 0;
+    for (const auto& [key, count] : native)
+        matched += predicted.count(key);
+    EXPECT_EQ(found.native, native.size());
+    EXPECT_EQ(found.matched, matched);
+}
+
+TEST(NativeContacts, CountAsAllPairsDo) {
+    for (std::uint32_t seed = 0; seed < 20; ++seed) {
+        const Chain experiment = glycines(coil(90, seed));
+        const Chain prediction =
+            glycines(withoutResidues(shaken(coil(90, seed), 2.0, seed), seed, seed + 5));
+        expectBruteForceCounts(prediction, experiment, 7.5, 5);
+        expectBruteForceCounts(prediction, experiment, 0.3 * seed, static_cast<int>(seed) / 4);
+    }
+    EXPECT_EQ(nativeContacts(glycines(coil(90, 1)), glycines(coil(90, 1)), 7.5, 5).percentage(),
+              100.0);
+}
+
+TEST(NativeContacts, IncludeBothLimits) {
+    const Chain chain = calphaChain({{0, 0, 0}, {50, 0, 0}, {7.5, 0, 0}}, "GGG");
+    EXPECT_EQ(nativeContacts(chain, chain, 7.5, 2).native, 1U);
+    EXPECT_EQ(nativeContacts(chain, chain, 7.4999, 2).native, 0U);
+    EXPECT_EQ(nativeContacts(chain, chain, 7.5, 3).native, 0U);
+    EXPECT_EQ(nativeContacts(chain, chain, -1.0, 0).native, 0U);
+    EXPECT_EQ(nativeContacts(chain, chain, 7.4, 2).percentage(), 0.0);
+    Chain far = chain;
+    far.atoms[0].x = -1e300;
+    EXPECT_EQ(nativeContacts(far, far, 7.5, 1).native, 0U);
+}
+
+TEST(NativeContacts, OfRealDecoysCountAsAllPairsDo) {
+    TERVOLANDA_NEED_REAL_STRUCTURES(data);
+    CapturedLog log;
+    ReadRequest request;
+    request.options = ReadAllAtoms | ReadCheckDuplicates | ReadCheckAll;
+    for (const char* set : {"decoys-easy", "decoys-hard/1ctf", "decoys-hard/T0865"}) {
+        const auto native = readChain((data / set / "native.pdb").string(), request, {}, log.log);
+        ASSERT_TRUE(native);
+        EXPECT_EQ(nativeContacts(*native, *native, 7.5, 5).percentage(), 100.0);
+        for (const auto& entry : std::filesystem::directory_iterator(data / set)) {
+            if (entry.path().extension() == ".tsv" || entry.path().extension() == ".txt") continue;
+            const auto model = readChain(entry.path().string(), request, {}, log.log);
+            ASSERT_TRUE(model) << entry.path();
+            expectBruteForceCounts(*model, *native, 7.5, 5);
+        }
+    }
+}
+
+}  // namespace
+}  // namespace tervolanda::test

@@ -1,0 +1,274 @@
+#include "compare/maxsub.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "compare/comparing.h"
+
+namespace tervolanda::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+
+TEST(SelectWithin, CountsAPairExactlyAtTheCutOff) {
+    std::vector<std::uint32_t> selected;
+    selectWithin(std::array{0.0, 4.0, 4.0000001, 1.0}, 2.0, selected);
+    EXPECT_THAT(selected, ElementsAre(0, 1, 3));
+}
+
+TEST(SelectByRmsd, StopsAtTheFirstPairThatRaisesTheMeanTooFar) {
+    std::vector<std::uint32_t> order, selected;
+    // Ascending 1, 4, 7, 9: means 1, 2.5, 4, 5.25; the limit of 4 is inside.
+    selectByRmsd(std::array{9.0, 1.0, 7.0, 4.0}, 2.0, order, selected);
+    EXPECT_THAT(selected, ElementsAre(1, 2, 3));
+    selectByRmsd(std::array{9.0, 1.0, 7.0, 4.0}, 1.99, order, selected);
+    EXPECT_THAT(selected, ElementsAre(1, 3));
+}
+
+TEST(SeedLengths, HalveDownToFour) {
+    EXPECT_THAT(seedLengths(127, 2), ElementsAre(127, 63, 31, 4));
+    EXPECT_THAT(seedLengths(5, 2), ElementsAre(5, 4));
+    EXPECT_THAT(seedLengths(127, -1), ElementsAre(4));
+    EXPECT_THAT(seedLengths(16, 1000000), ElementsAre(16, 8, 4, 4));
+}
+
+TEST(DistanceScale, FollowsThePublishedFormula) {
+    EXPECT_EQ(distanceScale(14, 1.0), 0.5);
+    EXPECT_EQ(distanceScale(14, 9.0), 0.5);
+    EXPECT_EQ(distanceScale(16, 1.0), 0.5);
+    EXPECT_NEAR(distanceScale(140, 1.0), 1.24 * 5.0 - 1.8, 1e-4);
+    EXPECT_NEAR(distanceScale(140, 2.0), 2.0 * distanceScale(140, 1.0), 1e-12);
+    EXPECT_EQ(clampedDistanceScale(20, 1.0), 3.5);
+    EXPECT_EQ(clampedDistanceScale(100000, 1.0), 8.0);
+}
+
+struct SearchCase {
+    const char* name;
+    void (*change)(ComparisonParameters&);
+};
+
+void PrintTo(const SearchCase& search, std::ostream* out) {
+    *out << search.name;
+}
+
+class MaxSubSearch : public testing::TestWithParam<SearchCase> {};
+
+// Chains that fit in parts: a walk, shaken more and more towards its end.
+Chain partlyLike(const Chain& chain, std::uint32_t seed) {
+    Chain prediction = chain;
+    const Chain rough = shaken(chain, 0.5 + 0.3 * (seed % 20), seed);
+    const Chain other = coil(chain.atoms.size(), seed + 77);
+    const std::size_t turn = chain.atoms.size() * (seed % 7) / 9;
+    for (std::size_t i = 0; i < chain.atoms.size(); ++i) {
+        prediction.atoms[i] = i < turn ? other.atoms[i] : rough.atoms[i];
+    }
+    return moved(prediction);
+}
+
+TEST_P(MaxSubSearch, AgreesWithTheLiteralOneOnBothKernels) {
+    for (std::uint32_t seed = 0; seed < 60; ++seed) {
+        const Chain experiment = coil(5 + 3 * seed % 97, seed);
+        Chain prediction = partlyLike(experiment, seed);
+        if (seed % 3 == 1) prediction = withoutResidues(prediction, 0, experiment.atoms.size() / 9);
+        ComparisonParameters parameters = defaultParameters();
+        GetParam().change(parameters);
+        const Compared compared = compare(experiment, prediction, parameters, 1);
+        const Compared plain = compare(experiment, prediction, parameters, 1, portableKernels());
+        CapturedLog log;
+        ResidueMapping mapping;
+        mapByResidue(compared.experiment, compared.prediction, mapping, log.report);
+        const LiteralPairs pairs =
+            pairsOf(compared.experiment, compared.prediction, mapping.predictionPartner);
+        const LiteralResult expected = literalSearch(pairs, parameters);
+        const ComparisonResult& found = compared.result;
+        EXPECT_NEAR(found.tm, expected.tm, 1e-9) << seed;
+        EXPECT_NEAR(found.rmsd, expected.rmsd, 1e-7) << seed;
+        EXPECT_NEAR(found.grmsd, expected.grmsd, 1e-7) << seed;
+        EXPECT_NEAR(found.maxsub, expected.maxsub, 1e-9) << seed;
+        EXPECT_EQ(found.pairs, expected.maxsub > 0.0 ? expected.pairs : 0U) << seed;
+        EXPECT_EQ(found.tm, plain.result.tm) << seed;
+        EXPECT_EQ(found.maxsub, plain.result.maxsub) << seed;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    , MaxSubSearch,
+    testing::Values(SearchCase{"Default", [](ComparisonParameters&) {}},
+                    SearchCase{"ForTm", [](ComparisonParameters& p) { p.maximiseTM = true; }},
+                    SearchCase{"ByRmsd", [](ComparisonParameters& p) { p.maxRMSD = true; }},
+                    SearchCase{"NoPoorScores",
+                               [](ComparisonParameters& p) { p.scorePoor = false; }},
+                    SearchCase{"CutoffSeedsAndLength",
+                               [](ComparisonParameters& p) {
+                                   p.distanceCutoff = 3.5;
+                                   p.seedLevels = 4;
+                                   p.normLength = 200;
+                               }},
+                    SearchCase{"ShortSeedsAndScale",
+                               [](ComparisonParameters& p) {
+                                   p.seedLevels = -1;
+                                   p.thresholdScale = 1.5;
+                               }}),
+    [](const auto& test) { return test.param.name; });
+
+// The scores that follow from a superposition and a cut-off alone.
+void expectScoresOfSuperposition(const Compared& compared) {
+    const ComparisonResult& result = compared.result;
+    ASSERT_EQ(result.iterations.size(), 1U);
+    const DomainIteration& iteration = result.iterations[0];
+    const double limit = iteration.distanceCutoff * iteration.distanceCutoff;
+    const auto length = static_cast<double>(compared.experiment.size());
+    const double scale = literalScale(length, 1.0);
+    double all = 0.0, inside = 0.0, maxsub = 0.0, tm = 0.0;
+    std::uint32_t mapped = 0, pairs = 0;
+    for (std::size_t i = 0; i < result.partners.size(); ++i) {
+        if (result.partners[i] < 0) continue;
+        const Place p = placeOf(compared.prediction, i);
+        const Place e = placeOf(compared.experiment, static_cast<std::size_t>(result.partners[i]));
+        const Place q = iteration.superposition.apply(p[0], p[1], p[2]);
+        const double squared = (q[0] - e[0]) * (q[0] - e[0]) + (q[1] - e[1]) * (q[1] - e[1]) +
+                               (q[2] - e[2]) * (q[2] - e[2]);
+        ++mapped;
+        all += squared;
+        tm += 1.0 / (1.0 + squared / (scale * scale)) / length;
+        if (squared >= limit) continue;
+        ++pairs;
+        inside += squared;
+        maxsub += 1.0 / (1.0 + squared / limit) / length;
+    }
+    EXPECT_EQ(result.mapped, mapped);
+    EXPECT_EQ(result.pairs, pairs);
+    EXPECT_NEAR(result.maxsub, maxsub, 1e-9);
+    EXPECT_NEAR(result.tm, tm, 1e-9);
+    EXPECT_NEAR(result.rmsd, std::sqrt(inside / pairs), 1e-7);
+    EXPECT_NEAR(result.grmsd, std::sqrt(all / mapped), 1e-7);
+}
+
+TEST(CompareMaxSub, OfIdenticalChainsIsCompleteAtOnce) {
+    for (const std::size_t n : {5U, 14U, 60U}) {
+        const Compared compared = compare(coil(n, 1), coil(n, 1));
+        EXPECT_EQ(compared.result.maxsub, 1.0);
+        EXPECT_EQ(compared.result.tm, 1.0);
+        EXPECT_EQ(compared.result.rmsd, 0.0);
+        EXPECT_EQ(compared.result.msi, 1.0);
+        EXPECT_THAT(compared.lines, HasSubstr("Complete maxsub found\n"));
+    }
+}
+
+TEST(CompareMaxSub, PrintsItsLinesAtTheirLevels) {
+    const Chain chain = calphaChain({{-6, 0, 0}, {-3, 2, 0}, {0, 0, 0}, {3, -2, 0}, {6, 0, 0}});
+    const std::string iteration =
+        "Iter 1: Pairs=   5, RMSD= 0.000, MAXSUB=1.000. Len=   5. gRMSD= 0.000, TM=1.000\n";
+    EXPECT_EQ(compare(chain, chain, defaultParameters(), 2).lines, "");
+    EXPECT_EQ(compare(chain, chain, defaultParameters(), 3).lines, iteration);
+    EXPECT_EQ(compare(chain, chain, defaultParameters(), 4).lines,
+              "Iter 1: Prediction size=   5\nIter 1: Experiment size=   5\n" + iteration +
+                  "Exiting iterations at 1 / 1 - No more subsets (5 / 5 matched)\n");
+    EXPECT_EQ(compare(chain, chain, defaultParameters(), 5).lines,
+              "Iter 1: Prediction size=   5\nIter 1: Experiment size=   5\n"
+              "Opt  1: Experiment and Prediction share 5 C-alpha atoms\n"
+              "Opt  1: Distance Cut-off 0.500\n"
+              "Complete maxsub found\n"
+              "Opt  1: Pairs=   5, RMSD= 0.000, MAXSUB=1.000. Len=   5. gRMSD= 0.000, TM=1.000\n" +
+                  iteration +
+                  "Center Pred.   0.000000   0.000000   0.000000\n"
+                  "Center Exp.    0.000000   0.000000   0.000000\n"
+                  "Translation    0.000000   0.000000   0.000000\n"
+                  "Rot. Mat.      1.000000   0.000000   0.000000\n"
+                  "               0.000000   1.000000   0.000000\n"
+                  "               0.000000   0.000000   1.000000\n"
+                  "Exiting iterations at 1 / 1 - No more subsets (5 / 5 matched)\n");
+}
+
+TEST(CompareMaxSub, WithFourMappedPairsDoesNothing) {
+    const Compared compared = compare(helix(4), helix(4), defaultParameters(), 4);
+    EXPECT_EQ(compared.result.tm, 0.0);
+    EXPECT_TRUE(compared.result.iterations.empty());
+    EXPECT_EQ(compared.lines,
+              "Iter 1: Prediction size=   4\nIter 1: Experiment size=   4\n"
+              "Iter 1: Less than 5 mapped residues - NOTHING DONE!\n"
+              "\nExiting iterations at 1 / 1 - Insignificant MAXSUB scores\n");
+}
+
+TEST(CompareMaxSub, WithoutARotationFindsNoSubset) {
+    const Compared compared = compare(helix(30), mirrored(helix(30)), defaultParameters(), 4);
+    EXPECT_LT(compared.result.pairs, 30U);
+    Chain huge = helix(30);
+    for (Atom& atom : huge.atoms)
+        atom.x *= 1e250;
+    const Compared none = compare(helix(30), huge, defaultParameters(), 4);
+    EXPECT_THAT(none.lines, HasSubstr("Failed to find a subset!\n"));
+    EXPECT_EQ(none.result.grmsd, 0.0);
+}
+
+TEST(CompareMaxSub, SuppressesPoorAlignmentsOnlyWhenAsked) {
+    const Chain experiment = coil(60, 1);
+    const Chain prediction = coil(60, 2);
+    ComparisonParameters parameters = defaultParameters();
+    const Compared scored = compare(experiment, prediction, parameters);
+    ASSERT_GT(scored.result.pairs, 3U);
+    ASSERT_LT(scored.result.pairs, 25U);
+    parameters.scorePoor = false;
+    const Compared suppressed = compare(experiment, prediction, parameters);
+    EXPECT_EQ(suppressed.result.maxsub, 0.0);
+    EXPECT_EQ(suppressed.result.pairs, 0U);
+    EXPECT_TRUE(suppressed.result.iterations.empty());
+    EXPECT_EQ(suppressed.result.tm, scored.result.tm);
+    EXPECT_EQ(suppressed.result.rmsd, scored.result.rmsd);
+}
+
+TEST(CompareMaxSub, ScoresBelongToTheReportedSuperposition) {
+    for (std::uint32_t seed = 0; seed < 40; ++seed) {
+        const Chain experiment = coil(40 + seed, seed);
+        expectScoresOfSuperposition(compare(experiment, partlyLike(experiment, seed)));
+    }
+}
+
+TEST(CompareMaxSub, DoesNotDependOnWhereTheChainsLie) {
+    for (std::uint32_t seed = 0; seed < 30; ++seed) {
+        const Chain experiment = coil(80, seed);
+        const Chain prediction = partlyLike(experiment, seed);
+        const ComparisonResult here = compare(experiment, prediction).result;
+        const ComparisonResult there = compare(experiment, moved(prediction)).result;
+        EXPECT_EQ(here.pairs, there.pairs);
+        EXPECT_NEAR(here.tm, there.tm, 1e-9);
+        const ComparisonResult mirror = compare(mirrored(experiment), mirrored(prediction)).result;
+        EXPECT_EQ(here.pairs, mirror.pairs);
+        EXPECT_NEAR(here.tm, mirror.tm, 1e-9);
+    }
+}
+
+TEST(CompareMaxSub, OfRealDecoysScoresTheReportedSuperposition) {
+    TERVOLANDA_NEED_REAL_STRUCTURES(data);
+    CapturedLog log;
+    const ReadRequest request;
+    std::size_t compared = 0;
+    for (const char* set : {"decoys-easy", "decoys-hard/1ctf", "decoys-hard/T0865"}) {
+        const auto native = readChain((data / set / "native.pdb").string(), request, {}, log.log);
+        ASSERT_TRUE(native);
+        for (const auto& entry : std::filesystem::directory_iterator(data / set)) {
+            if (entry.path().extension() == ".tsv" || entry.path().extension() == ".txt") continue;
+            const auto model = readChain(entry.path().string(), request, {}, log.log);
+            ASSERT_TRUE(model) << entry.path();
+            SCOPED_TRACE(entry.path().filename());
+            expectScoresOfSuperposition(compare(*native, *model));
+            const RmsdResult fit = compareByRmsd(*native, *model);
+            const CoordinateSet e = prepared(*native), p = prepared(*model);
+            std::vector<Place> ep, pp;
+            for (const MatchedPair& pair : fit.matched) {
+                ep.push_back(placeOf(e, pair.experiment));
+                pp.push_back(placeOf(p, pair.prediction));
+            }
+            EXPECT_NEAR(*fit.rmsd, literalFit(pp, ep).rmsd, 1e-6);
+            ++compared;
+        }
+    }
+    EXPECT_EQ(compared, 113U);
+}
+
+}  // namespace
+}  // namespace tervolanda::test
