@@ -26,7 +26,9 @@ namespace {
 #endif
 namespace avx2 {
 namespace {
+#define TERVOLANDA_AVX2
 #include "compare/kernels_body.inc"
+#undef TERVOLANDA_AVX2
 }  // namespace
 }  // namespace avx2
 #if defined(__clang__)

@@ -1,4 +1,4 @@
-// The two loops over coordinates that a search spends its time in, compiled once for every x86-64
+// The loops that a search spends its time in, compiled once for every x86-64
 // processor and once for those with AVX2.  Both give the same bits: the order of every sum stands
 // in the source (four partial sums, added in one order) and nothing is contracted.  No other file
 // knows of instruction sets.
@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 
 namespace tervolanda {
 
@@ -27,11 +28,49 @@ struct PairedArrays {
     const double* ez;
 };
 
+// A rigid motion p' = R p + t: R row by row, then t.
+using Motion = std::array<double, 12>;
+
+// The sums of a subset of pairs, in the order of CorrelationSums.
+inline constexpr std::size_t kTerms = 16;
+using SubsetSums = std::array<double, kTerms>;
+
+// Where the adjugate of the key matrix is smaller than this its columns are not trusted: the error
+// of the quaternion is the rounding over the square of the gap between the two largest eigenvalues,
+// and the adjugate is about that gap.
+inline constexpr double kSmallestAdjugate = 1e-3;
+// A reflection fits exactly when it leaves less than this share of the squares.
+inline constexpr double kMirrorTolerance = 1e-7;
+
+// One of up to four superpositions that are solved side by side.
+struct RotationProblem {
+    const SubsetSums* sums;
+    double count;   // pairs in the subset
+    Motion motion;  // the answer
+    bool solved;    // false where the closed form does not apply
+};
+
 struct Kernels {
     CorrelationSums (*correlate)(const PairedArrays& pairs, std::size_t n);
-    // squared[i] = |R p + t - e|^2; `motion` is R row by row, then t.
-    void (*squaredDeviations)(const PairedArrays& pairs, std::size_t n,
-                              const std::array<double, 12>& motion, double* squared);
+    // squared[i] = |R p + t - e|^2
+    void (*squaredDeviations)(const PairedArrays& pairs, std::size_t n, const Motion& motion,
+                              double* squared);
+    // Sets the bits of the pairs with a squared deviation of at most `limit`, of 64 pairs a word.
+    // The arrays are padded to a multiple of 4 entries.
+    void (*selectWithin)(const PairedArrays& pairs, std::size_t n, const Motion& motion,
+                         double limit, std::uint64_t* mask);
+    // Sum of 1 / (1 + squared / scaleSquared).
+    double (*tmSum)(const double* squared, std::size_t n, double scaleSquared);
+    // The terms that each pair adds to the sums, kTerms a pair.
+    void (*makeTerms)(const PairedArrays& pairs, std::size_t n, double* terms);
+    // The sums of a subset, ascending.
+    void (*sumTerms)(const double* terms, const std::uint64_t* subset, std::size_t words,
+                     SubsetSums& sums);
+    // Takes the sums of subset `before` to those of `after` by what differs between them.
+    void (*changeSums)(const double* terms, const std::uint64_t* before, const std::uint64_t* after,
+                       std::size_t words, SubsetSums& sums);
+    // Solves `count` problems, 1 to 4.  A problem's answer does not depend on its neighbours.
+    void (*solveRotations)(RotationProblem* const* problems, std::size_t count);
 };
 
 const Kernels& portableKernels();

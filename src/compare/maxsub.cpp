@@ -1,8 +1,6 @@
-// The search tries many short fragments as seeds.  Each is superposed, pairs that come to lie near
-// each other are taken in, the larger set is superposed again, with a radius that grows to the
-// cut-off, until the set no longer grows.  The largest set wins; of equal ones that with the lower
-// RMSD; of equals again the earlier.  With maximiseTM every superposition on the way is scored and
-// the set with the highest TM-score wins.
+// A search is a loop of passes: map the residues, find the best subset of the mapped pairs (the
+// seeds: seed_search.h), score it; with re-mapping allowed, map anew from the superposition found
+// and go on while that helps.  The best pass is scored once more, and that is the result.
 #include "compare/maxsub.h"
 
 #include <algorithm>
@@ -19,11 +17,7 @@ namespace {
 
 constexpr std::size_t kFewestMapped = 5;    // a search needs as many mapped pairs
 constexpr std::size_t kFewestSelected = 3;  // a smaller selection is none
-constexpr std::uint32_t kShortestSeed = 4;
-constexpr int kGrowthSteps = 4;          // radii of 1/4, 2/4, 3/4 and 4/4 of the cut-off
-constexpr double kSmallestRadius = 0.5;  // Å; growth skips smaller ones
-constexpr int kMostSelections = 21;      // of one refinement
-constexpr double kConvergedTm = 0.001;   // passes that change the TM-score less are the last
+constexpr double kConvergedTm = 0.001;      // passes that change the TM-score less are the last
 
 // The constants of one pass.
 struct PassScale {
@@ -39,139 +33,6 @@ struct SubsetScore {
     double grmsd = 0.0;
     double maxsub = 0.0;
     double tm = 0.0;
-};
-
-// One search over one mapping: the pairs lie in the workspace.
-class SubsetSearch {
- public:
-    SubsetSearch(const ComparisonParameters& parameters, const PassScale& scale,
-                 ComparisonWorkspace& workspace, Report& report)
-        : parameters_(parameters), scale_(scale), workspace_(workspace), report_(report) {}
-
-    // Leaves the best subset in the workspace; false when none was accepted.
-    bool run() {
-        workspace_.best.clear();
-        bestRmsd_ = 0.0;
-        bestTm_ = 0.0;
-        const auto n = static_cast<std::uint32_t>(workspace_.pairs.size());
-        for (const std::uint32_t length : seedLengths(n, parameters_.seedLevels)) {
-            for (std::uint32_t start = 0; start + length <= n; start += length / 2) {
-                startFrom(start, length);
-                if (parameters_.maximiseTM) {
-                    extendForTm();
-                    continue;
-                }
-                extend();
-                if (workspace_.best.size() == n) {
-                    report_.reportFrom(5, "Complete maxsub found\n");
-                    return true;
-                }
-            }
-        }
-        return !workspace_.best.empty();
-    }
-
- private:
-    void startFrom(std::uint32_t start, std::uint32_t length) {
-        workspace_.seed.resize(length);
-        std::iota(workspace_.seed.begin(), workspace_.seed.end(), start);
-        workspace_.current = workspace_.seed;
-    }
-
-    // Superposes on the current set; false when that failed.
-    bool fitCurrent() {
-        const auto fit = fitPairs(workspace_.pairs, workspace_.current, workspace_.kernels(),
-                                  workspace_.gathered);
-        if (!fit) return false;
-        squaredDeviations(workspace_.pairs, *fit, workspace_.kernels(),
-                          workspace_.squaredDeviation);
-        return true;
-    }
-
-    void select(double radius) {
-        if (parameters_.maxRMSD && !parameters_.maximiseTM) {
-            selectByRmsd(workspace_.squaredDeviation, radius, workspace_.order, workspace_.current);
-        } else {
-            selectWithin(workspace_.squaredDeviation, radius, workspace_.current);
-        }
-    }
-
-    // Selects; a selection that is too small gives way to the seed and is false.
-    bool selectOrReturnToSeed(double radius) {
-        select(radius);
-        if (workspace_.current.size() >= kFewestSelected) return true;
-        workspace_.current = workspace_.seed;
-        return false;
-    }
-
-    double growthRadius(int step) const { return step * scale_.cutoff * 0.25; }
-
-    void extend() {
-        for (int step = 1; step <= kGrowthSteps; ++step) {
-            if (fitCurrent() && growthRadius(step) >= kSmallestRadius) {
-                selectOrReturnToSeed(growthRadius(step));
-            }
-        }
-        for (int selections = 0; selections < kMostSelections; ++selections) {
-            const std::size_t size = workspace_.current.size();
-            if (!fitCurrent() || !selectOrReturnToSeed(scale_.cutoff)) break;
-            if (workspace_.current.size() <= size) break;
-        }
-        if (!fitCurrent()) return;
-        select(scale_.cutoff);
-        considerCurrent();
-    }
-
-    void considerCurrent() {
-        const std::vector<std::uint32_t>& current = workspace_.current;
-        if (current.size() <= kFewestSelected || current.size() < workspace_.best.size()) return;
-        const double rmsd = currentRmsd();
-        if (current.size() == workspace_.best.size() && !(rmsd < bestRmsd_)) return;
-        workspace_.best = current;
-        bestRmsd_ = rmsd;
-    }
-
-    double currentRmsd() const {
-        double sum = 0.0;
-        for (const std::uint32_t pair : workspace_.current) {
-            sum += workspace_.squaredDeviation[pair];
-        }
-        return std::sqrt(sum / static_cast<double>(workspace_.current.size()));
-    }
-
-    void extendForTm() {
-        for (int step = 1; step <= kGrowthSteps; ++step) {
-            if (fitAndJudge()) selectOrReturnToSeed(growthRadius(step));
-        }
-        for (int selections = 0; selections < kMostSelections; ++selections) {
-            const std::size_t size = workspace_.current.size();
-            if (!fitAndJudge() || !selectOrReturnToSeed(scale_.cutoff)) break;
-            if (workspace_.current.size() == size) break;
-        }
-    }
-
-    // Superposes on the current set and keeps it when its TM-score is the best; false when the fit
-    // failed.
-    bool fitAndJudge() {
-        if (!fitCurrent()) return false;
-        double sum = 0.0;
-        for (const double squared : workspace_.squaredDeviation) {
-            sum += 1.0 / (1.0 + squared / scale_.tmScaleSquared);
-        }
-        const double tm = sum / scale_.normLength;
-        if (tm > bestTm_) {
-            bestTm_ = tm;
-            workspace_.best = workspace_.current;
-        }
-        return true;
-    }
-
-    const ComparisonParameters& parameters_;
-    const PassScale& scale_;
-    ComparisonWorkspace& workspace_;
-    Report& report_;
-    double bestRmsd_ = 0.0;
-    double bestTm_ = 0.0;
 };
 
 // Which pairs a scoring counts.  The limit is inside during the search and outside in the final
@@ -279,7 +140,7 @@ class PassLoop {
                            static_cast<int>(workspace_.mapping.size()));
         report_.reportFrom(5, "Opt  %u: Distance Cut-off %.3f\n", pass, scale_.cutoff);
         score_ = SubsetScore{};
-        if (SubsetSearch(parameters_, scale_, workspace_, report_).run()) {
+        if (findSubset()) {
             const auto scored = scoreSubset(scale_, CutoffLimit::Inclusive, parameters_.scorePoor,
                                             parameters_.maximiseTM, workspace_, workspace_.best);
             if (scored) score_ = scored->score;
@@ -293,6 +154,18 @@ class PassLoop {
             pass, static_cast<int>(score_.pairs), score_.rmsd, score_.maxsub,
             static_cast<int>(workspace_.mapping.size()), score_.grmsd, score_.tm);
         return true;
+    }
+
+    // The best subset of the mapped pairs, into workspace_.best; false when there is none.
+    bool findSubset() {
+        const SeedSearchTask task{scale_.cutoff,          scale_.tmScaleSquared,
+                                  scale_.normLength,      parameters_.seedLevels,
+                                  parameters_.maximiseTM, parameters_.maxRMSD};
+        if (searchSeeds(workspace_.pairs, task, workspace_.kernels(), workspace_.seeds,
+                        workspace_.best)) {
+            report_.reportFrom(5, "Complete maxsub found\n");
+        }
+        return !workspace_.best.empty();
     }
 
     void rememberIfBest() {
@@ -318,8 +191,8 @@ class PassLoop {
 
     // A new mapping from the superposition of this pass; false when the loop ends.
     bool remap(std::uint32_t pass) {
-        const auto fit = fitPairs(workspace_.pairs, workspace_.best, workspace_.kernels(),
-                                  workspace_.gathered);
+        const auto fit =
+            fitPairs(workspace_.pairs, workspace_.best, workspace_.kernels(), workspace_.gathered);
         if (!fit) return false;
         ResidueMapping& next = workspace_.nextMapping;
         workspace_.mapper.mapByDistance(experiment_, prediction_,
@@ -393,53 +266,6 @@ double clampedDistanceScale(double length, double scaleFactor) {
     return std::clamp(distanceScale(length, scaleFactor), 3.5, 8.0);
 }
 
-void selectWithin(std::span<const double> squaredDeviation, double radius,
-                  std::vector<std::uint32_t>& selected) {
-    const double limit = radius * radius;
-    selected.resize(squaredDeviation.size());
-    std::size_t count = 0;
-    for (std::uint32_t i = 0; i < squaredDeviation.size(); ++i) {
-        selected[count] = i;
-        count += squaredDeviation[i] <= limit ? 1U : 0U;
-    }
-    selected.resize(count);
-}
-
-void selectByRmsd(std::span<const double> squaredDeviation, double radius,
-                  std::vector<std::uint32_t>& order, std::vector<std::uint32_t>& selected) {
-    order.resize(squaredDeviation.size());
-    std::iota(order.begin(), order.end(), 0U);
-    // Exact order with ties by position, where any order of near-equal values would do.
-    std::sort(order.begin(), order.end(), [&](std::uint32_t a, std::uint32_t b) {
-        if (squaredDeviation[a] != squaredDeviation[b]) {
-            return squaredDeviation[a] < squaredDeviation[b];
-        }
-        return a < b;
-    });
-    const double limit = radius * radius;
-    double sum = 0.0;
-    std::size_t count = 0;
-    while (count < order.size()) {
-        sum += squaredDeviation[order[count]];
-        if (!(sum / static_cast<double>(count + 1) <= limit)) break;
-        ++count;
-    }
-    selected.assign(order.begin(), order.begin() + static_cast<std::ptrdiff_t>(count));
-    std::sort(selected.begin(), selected.end());
-}
-
-std::vector<std::uint32_t> seedLengths(std::uint32_t pairs, int levels) {
-    std::vector<std::uint32_t> lengths;
-    float divisor = 1.0F;
-    for (int level = 0; level <= levels; ++level, divisor *= 2.0F) {
-        const auto length = static_cast<std::uint32_t>(static_cast<float>(pairs) / divisor);
-        if (length < kShortestSeed) break;
-        lengths.push_back(length);
-    }
-    lengths.push_back(kShortestSeed);
-    return lengths;
-}
-
 SearchResult searchMaxSub(const CoordinateSet& experiment, const CoordinateSet& prediction,
                           const ComparisonParameters& parameters, const SearchTask& task,
                           ComparisonWorkspace& workspace, Report& report) {
@@ -449,7 +275,7 @@ SearchResult searchMaxSub(const CoordinateSet& experiment, const CoordinateSet& 
                       static_cast<int>(experiment.size()));
     if (parameters.sequenceIndependent) {
         workspace.mapper.mapByShape(experiment, prediction, parameters, task.iteration,
-                                    workspace.mapping, report);
+                                    workspace.kernels(), workspace.mapping, report);
     } else {
         mapByResidue(experiment, prediction, workspace.mapping, report);
     }

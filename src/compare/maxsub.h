@@ -3,8 +3,6 @@
 #pragma once
 
 #include <cstdint>
-#include <span>
-#include <vector>
 
 #include "compare/compare.h"
 #include "compare/workspace.h"
@@ -17,18 +15,6 @@ namespace tervolanda {
 double distanceScale(double length, double scaleFactor);
 // The same, held within 3.5 to 8 Å.
 double clampedDistanceScale(double length, double scaleFactor);
-
-// The pairs with squared deviation of at most radius^2, ascending.
-void selectWithin(std::span<const double> squaredDeviation, double radius,
-                  std::vector<std::uint32_t>& selected);
-// The pairs taken by ascending deviation while their RMSD stays at most `radius`, ascending.
-// `order` is scratch.
-void selectByRmsd(std::span<const double> squaredDeviation, double radius,
-                  std::vector<std::uint32_t>& order, std::vector<std::uint32_t>& selected);
-
-// The lengths of seed fragments for n pairs: n, n / 2, n / 4 ... down to `levels` halvings or above
-// 3 pairs, and 4 at the end.
-std::vector<std::uint32_t> seedLengths(std::uint32_t pairs, int levels);
 
 // What one search is asked beyond the parameters.
 struct SearchTask {

@@ -7,6 +7,7 @@
 // Jacobi rotations, which do not, take over.
 #include "compare/superposition.h"
 
+#include <algorithm>
 #include <cmath>
 #include <tuple>
 #include <utility>
@@ -18,47 +19,10 @@ namespace tervolanda {
 
 namespace {
 
-// A symmetric 4x4 matrix, and the 2x2 minors of its upper and its lower two rows that determinant
-// and cofactors are made of.
-using Matrix4 = std::array<std::array<double, 4>, 4>;
+#include "compare/quaternion_body.inc"
+
 using Vector4 = std::array<double, 4>;  // w, x, y, z
 
-struct Minors {
-    double m01, m02, m03, m12, m13, m23;
-};
-
-Minors minorsOf(const Vector4& a, const Vector4& b) {
-    return {a[0] * b[1] - a[1] * b[0], a[0] * b[2] - a[2] * b[0], a[0] * b[3] - a[3] * b[0],
-            a[1] * b[2] - a[2] * b[1], a[1] * b[3] - a[3] * b[1], a[2] * b[3] - a[3] * b[2]};
-}
-
-double determinantOf(const Matrix4& k) {
-    const Minors u = minorsOf(k[0], k[1]);
-    const Minors l = minorsOf(k[2], k[3]);
-    return u.m01 * l.m23 - u.m02 * l.m13 + u.m03 * l.m12 + u.m12 * l.m03 - u.m13 * l.m02 +
-           u.m23 * l.m01;
-}
-
-// The adjugate, which is symmetric as the matrix is.
-Matrix4 adjugateOf(const Matrix4& k) {
-    const Minors u = minorsOf(k[0], k[1]);
-    const Minors l = minorsOf(k[2], k[3]);
-    Matrix4 c;
-    c[0][0] = k[1][1] * l.m23 - k[1][2] * l.m13 + k[1][3] * l.m12;
-    c[1][1] = k[0][0] * l.m23 - k[0][2] * l.m03 + k[0][3] * l.m02;
-    c[2][2] = k[3][0] * u.m13 - k[3][1] * u.m03 + k[3][3] * u.m01;
-    c[3][3] = k[2][0] * u.m12 - k[2][1] * u.m02 + k[2][2] * u.m01;
-    c[0][1] = c[1][0] = -(k[1][0] * l.m23 - k[1][2] * l.m03 + k[1][3] * l.m02);
-    c[0][2] = c[2][0] = k[1][0] * l.m13 - k[1][1] * l.m03 + k[1][3] * l.m01;
-    c[0][3] = c[3][0] = -(k[1][0] * l.m12 - k[1][1] * l.m02 + k[1][2] * l.m01);
-    c[1][2] = c[2][1] = -(k[0][0] * l.m13 - k[0][1] * l.m03 + k[0][3] * l.m01);
-    c[1][3] = c[3][1] = k[0][0] * l.m12 - k[0][1] * l.m02 + k[0][2] * l.m01;
-    c[2][3] = c[3][2] = -(k[3][0] * u.m12 - k[3][1] * u.m02 + k[3][2] * u.m01);
-    return c;
-}
-
-// A reflection fits exactly when it leaves less than this share of the squares.
-constexpr double kMirrorTolerance = 1e-7;
 // Below this share the closed form has too few digits and deviations are summed instead.
 constexpr double kCancelled = 1e-6;
 // A sum of deviations below this share of the squares is rounding.
@@ -66,39 +30,8 @@ constexpr double kRounding = 1e-24;
 // Determinants outside 1 -+ this are no rotations.
 constexpr double kDeterminantTolerance = 0.001;
 
-// Horn's matrix of the scaled correlation sums m (prediction by experiment).
-Matrix4 keyMatrix(const std::array<double, 9>& m) {
-    const double xx = m[0], xy = m[1], xz = m[2];
-    const double yx = m[3], yy = m[4], yz = m[5];
-    const double zx = m[6], zy = m[7], zz = m[8];
-    return {{{xx + yy + zz, yz - zy, zx - xz, xy - yx},
-             {yz - zy, xx - yy - zz, xy + yx, zx + xz},
-             {zx - xz, xy + yx, -xx + yy - zz, yz + zy},
-             {xy - yx, zx + xz, yz + zy, -xx - yy + zz}}};
-}
-
-double determinant3(double a, double b, double c, double d, double e, double f, double g, double h,
-                    double i) {
-    return a * (e * i - f * h) - b * (d * i - f * g) + c * (d * h - e * g);
-}
-
-// x^4 + c2 x^2 + c1 x + c0, the characteristic polynomial of the key matrix.
-struct Quartic {
-    double c2, c1, c0;
-
-    double at(double x) const { return (((x * x) + c2) * x + c1) * x + c0; }
-    double slopeAt(double x) const { return (4.0 * x * x + 2.0 * c2) * x + c1; }
-};
-
-Quartic characteristic(const std::array<double, 9>& m, double determinantOfM, const Matrix4& key) {
-    double squares = 0.0;
-    for (const double value : m)
-        squares += value * value;
-    return {-2.0 * squares, -8.0 * determinantOfM, determinantOf(key)};
-}
-
 // The largest root, from 1 downwards: the sums are scaled so that no root is above 1.
-double largestRoot(const Quartic& quartic) {
+double largestRoot(const Quartic<double>& quartic) {
     constexpr int kMostSteps = 60;  // quadratic convergence takes about 5; double roots are slow
     double x = 1.0;
     for (int step = 0; step < kMostSteps; ++step) {
@@ -113,7 +46,7 @@ double largestRoot(const Quartic& quartic) {
 }
 
 // One Jacobi rotation: annihilates a[p][q] and carries the eigenvectors v along.
-void annihilate(Matrix4& a, Matrix4& v, std::size_t p, std::size_t q) {
+void annihilate(double (&a)[4][4], double (&v)[4][4], std::size_t p, std::size_t q) {
     if (a[p][q] == 0.0) return;
     const double theta = (a[q][q] - a[p][p]) / (2.0 * a[p][q]);
     const double t = std::copysign(1.0, theta) / (std::abs(theta) + std::hypot(theta, 1.0));
@@ -134,10 +67,9 @@ void annihilate(Matrix4& a, Matrix4& v, std::size_t p, std::size_t q) {
 
 // Eigenvector of a symmetric matrix for its largest eigenvalue, and that eigenvalue, by cyclic
 // Jacobi rotations (Golub & Van Loan 1996, Matrix Computations, section 8.4).
-std::pair<Vector4, double> largestEigenvector(Matrix4 a) {
-    Matrix4 v{};
-    for (std::size_t i = 0; i < 4; ++i)
-        v[i][i] = 1.0;
+std::pair<Vector4, double> largestEigenvector(Matrix4<double> key) {
+    double(&a)[4][4] = key.row;
+    double v[4][4] = {{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}};
     constexpr int kMostSweeps = 30;  // six are usual
     for (int sweep = 0; sweep < kMostSweeps; ++sweep) {
         double offDiagonal = 0.0;
@@ -160,27 +92,23 @@ std::pair<Vector4, double> largestEigenvector(Matrix4 a) {
 
 // The eigenvector for `root` as a column of the adjugate, the one with the largest diagonal; none
 // where the adjugate is too small to be trusted.
-std::optional<Vector4> adjugateColumn(Matrix4 key, double root) {
+std::optional<Vector4> adjugateColumn(Matrix4<double> key, double root) {
     for (std::size_t i = 0; i < 4; ++i)
-        key[i][i] -= root;
-    const Matrix4 adjugate = adjugateOf(key);
+        key.row[i][i] -= root;
+    Matrix4<double> adjugate;
+    adjugateOf(key, adjugate);
     std::size_t best = 0;
     for (std::size_t i = 1; i < 4; ++i) {
-        if (std::abs(adjugate[i][i]) > std::abs(adjugate[best][best])) best = i;
+        if (std::abs(adjugate.row[i][i]) > std::abs(adjugate.row[best][best])) best = i;
     }
-    // The eigenvector's error is the rounding over the square of the gap between the two largest
-    // eigenvalues; the diagonal is about that gap.
-    if (!(std::abs(adjugate[best][best]) > 1e-3)) return std::nullopt;
-    return adjugate[best];
-}
-
-Rotation rotationOf(const Vector4& wxyz) {
-    return asRotation({wxyz[1], wxyz[2], wxyz[3], wxyz[0]});
+    if (!(std::abs(adjugate.row[best][best]) > kSmallestAdjugate)) return std::nullopt;
+    const double* const column = adjugate.row[best];
+    return Vector4{column[0], column[1], column[2], column[3]};
 }
 
 // True when a reflection superposes the sets exactly.  Its residual share is 1 + x for the smallest
 // root x; the quartic is negative between its two smallest roots.
-bool reflectionFits(const Quartic& quartic) {
+bool reflectionFits(const Quartic<double>& quartic) {
     return quartic.at(kMirrorTolerance - 1.0) < 0.0;
 }
 
@@ -191,7 +119,33 @@ bool allFinite(const std::array<double, 9>& values) {
     return true;
 }
 
-// The covariance about the centroids, the sums of squares, and from them the fit.
+}  // namespace
+
+std::optional<BestRotation> bestRotation(const std::array<double, 9>& covariance, double squares) {
+    if (!std::isfinite(squares) || !allFinite(covariance)) return std::nullopt;
+    if (!(squares > 0.0)) return BestRotation{Rotation{1, 0, 0, 0, 1, 0, 0, 0, 1}, 0.0};
+    std::array<double, 9> m = covariance;
+    for (double& value : m)
+        value /= 0.5 * squares;
+    if (!allFinite(m)) return std::nullopt;
+    const double determinantOfM = determinantOf3(m.data());
+    Matrix4<double> key;
+    keyMatrix(m.data(), key);
+    const Quartic<double> quartic = characteristic(m.data(), determinantOfM, key);
+    double root = largestRoot(quartic);
+    auto eigenvector = adjugateColumn(key, root);
+    if (!eigenvector) std::tie(eigenvector, root) = largestEigenvector(key);
+    if (determinantOfM < 0.0 && 1.0 - root >= kMirrorTolerance && reflectionFits(quartic)) {
+        return std::nullopt;
+    }
+    const auto& [w, x, y, z] = *eigenvector;
+    const BestRotation best{asRotation({x, y, z, w}), std::max(0.0, 1.0 - root)};
+    if (!(std::abs(determinant(best.rotation) - 1.0) <= kDeterminantTolerance)) {
+        return std::nullopt;
+    }
+    return best;
+}
+
 std::optional<Fit> fitFromSums(const CorrelationSums& sums, std::size_t n) {
     if (n == 0) return std::nullopt;
     const double perPoint = 1.0 / static_cast<double>(n);
@@ -216,32 +170,6 @@ std::optional<Fit> fitFromSums(const CorrelationSums& sums, std::size_t n) {
     fit.residual = best->residual;
     fit.squares = squares;
     return fit;
-}
-
-}  // namespace
-
-std::optional<BestRotation> bestRotation(const std::array<double, 9>& covariance, double squares) {
-    if (!std::isfinite(squares) || !allFinite(covariance)) return std::nullopt;
-    if (!(squares > 0.0)) return BestRotation{Rotation{1, 0, 0, 0, 1, 0, 0, 0, 1}, 0.0};
-    std::array<double, 9> m = covariance;
-    for (double& value : m)
-        value /= 0.5 * squares;
-    if (!allFinite(m)) return std::nullopt;
-    const double determinantOfM =
-        determinant3(m[0], m[1], m[2], m[3], m[4], m[5], m[6], m[7], m[8]);
-    const Matrix4 key = keyMatrix(m);
-    const Quartic quartic = characteristic(m, determinantOfM, key);
-    double root = largestRoot(quartic);
-    auto eigenvector = adjugateColumn(key, root);
-    if (!eigenvector) std::tie(eigenvector, root) = largestEigenvector(key);
-    if (determinantOfM < 0.0 && 1.0 - root >= kMirrorTolerance && reflectionFits(quartic)) {
-        return std::nullopt;
-    }
-    const BestRotation best{rotationOf(*eigenvector), std::max(0.0, 1.0 - root)};
-    if (!(std::abs(determinant(best.rotation) - 1.0) <= kDeterminantTolerance)) {
-        return std::nullopt;
-    }
-    return best;
 }
 
 void PairedPoints::centre() {
@@ -285,24 +213,21 @@ std::optional<Fit> fitPairs(const PairedPoints& pairs, std::span<const std::uint
     return fitFromSums(kernels.correlate(gathered.arrays(), n), n);
 }
 
-void squaredDeviations(const PairedPoints& pairs, const Fit& fit, const Kernels& kernels,
-                       std::span<double> squared) {
+Motion asMotion(const Fit& fit) {
     const Rotation& r = fit.rotation;
     const auto& p = fit.predictionCentre;
     const auto& e = fit.experimentCentre;
-    const std::array<double, 12> motion = {r[0],
-                                           r[1],
-                                           r[2],
-                                           r[3],
-                                           r[4],
-                                           r[5],
-                                           r[6],
-                                           r[7],
-                                           r[8],
-                                           e[0] - ((r[0] * p[0] + r[1] * p[1]) + r[2] * p[2]),
-                                           e[1] - ((r[3] * p[0] + r[4] * p[1]) + r[5] * p[2]),
-                                           e[2] - ((r[6] * p[0] + r[7] * p[1]) + r[8] * p[2])};
-    kernels.squaredDeviations(pairs.arrays(), pairs.size(), motion, squared.data());
+    Motion motion;
+    std::copy(r.begin(), r.end(), motion.begin());
+    for (std::size_t a = 0; a < 3; ++a) {
+        motion[9 + a] = e[a] - ((r[3 * a] * p[0] + r[3 * a + 1] * p[1]) + r[3 * a + 2] * p[2]);
+    }
+    return motion;
+}
+
+void squaredDeviations(const PairedPoints& pairs, const Fit& fit, const Kernels& kernels,
+                       std::span<double> squared) {
+    kernels.squaredDeviations(pairs.arrays(), pairs.size(), asMotion(fit), squared.data());
 }
 
 double fitRmsd(const Fit& fit, std::span<const double> squared) {
@@ -325,7 +250,7 @@ Superposition asSuperposition(const PairedPoints& pairs, const Fit& fit) {
 }
 
 double determinant(const Rotation& r) {
-    return determinant3(r[0], r[1], r[2], r[3], r[4], r[5], r[6], r[7], r[8]);
+    return determinantOf3(r.data());
 }
 
 Quaternion asQuaternion(const Rotation& r) {
@@ -351,11 +276,9 @@ Quaternion asQuaternion(const Rotation& r) {
 }
 
 Rotation asRotation(const Quaternion& q) {
-    const auto [x, y, z, w] = q;
-    const double s = 2.0 / (x * x + y * y + z * z + w * w);
-    return {1.0 - s * (y * y + z * z), s * (x * y - z * w),       s * (x * z + y * w),
-            s * (x * y + z * w),       1.0 - s * (x * x + z * z), s * (y * z - x * w),
-            s * (x * z - y * w),       s * (y * z + x * w),       1.0 - s * (x * x + y * y)};
+    Rotation rotation;
+    rotationOf(q[0], q[1], q[2], q[3], rotation.data());
+    return rotation;
 }
 
 Rotation compose(const Rotation& second, const Rotation& first) {

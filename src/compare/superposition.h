@@ -53,6 +53,11 @@ struct Fit {
     double squares = 0.0;   // sum of squares about the centroids, Å^2
 };
 
+// The fit of n pairs from their sums; none when no proper rotation fits.
+std::optional<Fit> fitFromSums(const CorrelationSums& sums, std::size_t n);
+
+Motion asMotion(const Fit& fit);
+
 // Fits the pairs of `subset` (positions), or all pairs.  None when no proper rotation fits.
 // `gathered` is scratch.
 std::optional<Fit> fitPairs(const PairedPoints& pairs, const Kernels& kernels);

@@ -7,6 +7,7 @@
 #include "compare/compare.h"
 #include "compare/kernels.h"
 #include "compare/mapping.h"
+#include "compare/seed_search.h"
 #include "compare/sequence_independent.h"
 #include "compare/superposition.h"
 
@@ -43,11 +44,10 @@ class ComparisonWorkspace {
     PairedPoints gathered;                 // the points of one subset
     std::vector<double> squaredDeviation;  // Å^2, one per pair, as the last fit left it
     std::vector<std::uint32_t> current;    // pairs that the next fit uses, ascending
-    std::vector<std::uint32_t> seed;       // the seed fragment being extended
     std::vector<std::uint32_t> best;       // the best subset so far
-    std::vector<std::uint32_t> order;      // pairs by deviation
     ResidueMapping bestMapping;            // mapping and subset of the best pass
     std::vector<std::uint32_t> bestPassSubset;
+    SeedSearchScratch seeds;
     WorkingSets working;
 
  private:

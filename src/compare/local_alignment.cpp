@@ -1,0 +1,128 @@
+// The classical three-state dynamic programme: the best score of an alignment that ends in a cell
+// with its two residues paired, with a skipped column, or with a skipped row.  Only two rows of
+// scores are kept; the way back needs one byte a cell.  A row is filled in three loops so that the
+// compiler can use vector instructions for the first and the last: only skipped columns depend on
+// the cell to their left.
+#include "compare/local_alignment.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace tervolanda {
+
+namespace {
+
+// The steps of a cell: its best state, and for either kind of gap whether it goes on in the cell
+// that it comes from.
+constexpr unsigned kStop = 0;  // no alignment with a positive score ends here
+constexpr unsigned kPair = 1;
+constexpr unsigned kSkipColumn = 2;
+constexpr unsigned kSkipRow = 3;
+constexpr unsigned kStepMask = 3;
+constexpr unsigned kColumnGapOn = 4;  // a gap of columns that ends here began further left
+constexpr unsigned kRowGapOn = 8;     // a gap of rows that ends here began further up
+
+constexpr float kNever = -std::numeric_limits<float>::infinity();
+
+// A penalty as the recurrences want it: not positive, and small enough that sums stay finite.
+float bounded(double penalty) {
+    constexpr double kLargest = 1e9;
+    return static_cast<float>(std::clamp(penalty, -kLargest, 0.0));
+}
+
+}  // namespace
+
+void LocalAligner::prepare(std::size_t rows, std::size_t columns) {
+    columns_ = columns;
+    scores_.assign(columns + 1, 0.0F);
+    unskipped_.assign(columns + 1, 0.0F);
+    paired_.resize(columns);
+    rowGap_.assign(columns, kNever);
+    columnGap_.resize(columns);
+    steps_.resize(rows * columns);
+}
+
+float LocalAligner::fillRow(const float* similarity, std::uint8_t* steps, float open,
+                            float affine) {
+    const std::size_t n = columns_;
+    float* const scores = scores_.data();
+    float* const unskipped = unskipped_.data();
+    float* const paired = paired_.data();
+    float* const rowGap = rowGap_.data();
+    float* const columnGap = columnGap_.data();
+    for (std::size_t j = 0; j < n; ++j) {
+        const float opened = scores[j + 1] + open;
+        const float extended = rowGap[j] + affine;
+        steps[j] = static_cast<std::uint8_t>(extended > opened ? kRowGapOn : kStop);
+        rowGap[j] = std::max(extended, opened);
+        paired[j] = scores[j] + similarity[j];
+        unskipped[j + 1] = std::max(std::max(paired[j], rowGap[j]), 0.0F);
+    }
+    // A gap need not open behind another one of its kind: going on is at least as good.
+    float gap = kNever;
+    for (std::size_t j = 0; j < n; ++j) {
+        gap = std::max(gap + affine, unskipped[j] + open);
+        columnGap[j] = gap;
+    }
+    float highest = 0.0F;
+    for (std::size_t j = 0; j < n; ++j) {
+        const unsigned gapOn = columnGap[j] > unskipped[j] + open ? kColumnGapOn : kStop;
+        const unsigned skip = columnGap[j] >= rowGap[j] ? kSkipColumn : kSkipRow;
+        const float skipped = std::max(columnGap[j], rowGap[j]);
+        const unsigned state = paired[j] >= skipped ? kPair : skip;
+        const float score = std::max(std::max(paired[j], skipped), 0.0F);
+        steps[j] = static_cast<std::uint8_t>(steps[j] | gapOn | (score > 0.0F ? state : kStop));
+        scores[j + 1] = score;
+        highest = std::max(highest, score);
+    }
+    return highest;
+}
+
+void LocalAligner::traceBack(const Matrix<float>& similarity, Cell end,
+                             std::vector<AlignedPair>& pairs) const {
+    // Counted from 1: the border of the matrix is 0.
+    std::size_t i = end.row + 1;
+    std::size_t j = end.column + 1;
+    unsigned gap = kStop;  // the gap that the way is in
+    while (i > 0 && j > 0) {
+        const unsigned steps = steps_[(i - 1) * columns_ + (j - 1)];
+        const unsigned step = gap != kStop ? gap : steps & kStepMask;
+        if (step == kStop) break;
+        if (step == kPair) {
+            --i;
+            --j;
+            if (similarity.at(i, j) != 0.0F) {
+                pairs.push_back({static_cast<std::uint32_t>(i), static_cast<std::uint32_t>(j)});
+            }
+        } else if (step == kSkipColumn) {
+            gap = (steps & kColumnGapOn) != 0 ? kSkipColumn : kStop;
+            --j;
+        } else {
+            gap = (steps & kRowGapOn) != 0 ? kSkipRow : kStop;
+            --i;
+        }
+    }
+    std::reverse(pairs.begin(), pairs.end());
+}
+
+float LocalAligner::align(const Matrix<float>& similarity, const GapPenalties& penalties,
+                          std::vector<AlignedPair>& pairs) {
+    pairs.clear();
+    prepare(similarity.rows(), similarity.columns());
+    const float open = bounded(penalties.open);
+    const float affine = std::max(bounded(penalties.affine), open);
+    float highest = 0.0F;
+    Cell end;
+    for (std::size_t i = 0; i < similarity.rows(); ++i) {
+        const float ofRow =
+            fillRow(similarity.row(i).data(), steps_.data() + i * columns_, open, affine);
+        if (!(ofRow > highest)) continue;
+        highest = ofRow;
+        const auto first = std::find(scores_.begin() + 1, scores_.end(), highest);
+        end = {i, static_cast<std::size_t>(first - scores_.begin()) - 1};
+    }
+    if (highest > 0.0F) traceBack(similarity, end, pairs);
+    return highest;
+}
+
+}  // namespace tervolanda

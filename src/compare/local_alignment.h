@@ -1,0 +1,61 @@
+// Local alignment of two chains by a matrix of similarities.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "base/matrix.h"
+
+namespace tervolanda {
+
+// What a gap adds to the score of an alignment: `open` for its first residue and `affine` for each
+// further one, both negative or zero.  Gaps are never rewarded: positive values count as zero.  Nor
+// does a residue cost more than a gap of its own: an `affine` below `open` counts as `open`.
+struct GapPenalties {
+    double open = 0.0;
+    double affine = 0.0;
+};
+
+// Two residues that an alignment puts together.
+struct AlignedPair {
+    std::uint32_t row = 0;
+    std::uint32_t column = 0;
+    bool operator==(const AlignedPair&) const = default;
+};
+
+// The local alignment of highest score (Smith & Waterman 1981) with affine gaps (Gotoh 1982).
+// Keeps its memory from call to call.
+class LocalAligner {
+ public:
+    // Aligns the rows of `similarity` (prediction) with its columns (experiment) and stores in
+    // `pairs` the pairs of non-zero similarity, rows and columns ascending; none when no similarity
+    // is positive.  Among equal steps the diagonal is preferred, then skipping a column; of equal
+    // ends the first, row by row, is taken.  Similarities are finite.  Returns the score.
+    float align(const Matrix<float>& similarity, const GapPenalties& penalties,
+                std::vector<AlignedPair>& pairs);
+
+ private:
+    struct Cell {
+        std::size_t row = 0;
+        std::size_t column = 0;
+    };
+
+    void prepare(std::size_t rows, std::size_t columns);
+    // Fills the scores of one row and its steps; returns the highest score.
+    float fillRow(const float* similarity, std::uint8_t* steps, float open, float affine);
+    void traceBack(const Matrix<float>& similarity, Cell end,
+                   std::vector<AlignedPair>& pairs) const;
+
+    std::size_t columns_ = 0;
+    // One entry a column.  Those of `scores_` (of the row above, then of the row itself) and
+    // `unskipped_` come behind an entry for the border of the matrix, 0.
+    std::vector<float> scores_;
+    std::vector<float> unskipped_;     // score without a gap of columns at the end
+    std::vector<float> paired_;        // score with the two residues paired
+    std::vector<float> rowGap_;        // score that ends in a gap of rows
+    std::vector<float> columnGap_;     // score that ends in a gap of columns
+    std::vector<std::uint8_t> steps_;  // rows x columns, bits in the .cpp
+};
+
+}  // namespace tervolanda

@@ -1,0 +1,457 @@
+// The search tries many short fragments as seeds.  Each is superposed, pairs that come to lie near
+// each other are taken in, the larger set is superposed again, with a radius that grows to the
+// cut-off, until the set no longer grows.  The largest set wins; of equal ones that with the lower
+// RMSD; of equals again the earlier seed's.  With maximiseTM every superposition on the way is
+// scored and the set with the highest TM-score wins.
+//
+// A step of a path is one superposition and one selection.  Seeds are independent of each other, so
+// paths advance side by side, and the rotations of four are solved at once; what they found is
+// judged in the order of the seeds.  Two kinds of steps are left out because their outcome is
+// known: a set that a selection left unchanged has the superposition it had, and a set that selects
+// itself at the full cut-off is where its path ends.
+#include "compare/seed_search.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <numeric>
+#include <optional>
+#include <utility>
+
+namespace tervolanda {
+
+namespace {
+
+constexpr std::size_t kFewestSelected = 3;  // a smaller selection is none
+constexpr std::uint32_t kShortestSeed = 4;
+constexpr int kGrowthSteps = 4;          // radii of 1/4, 2/4, 3/4 and 4/4 of the cut-off
+constexpr double kSmallestRadius = 0.5;  // Å; growth by distance skips smaller ones
+constexpr int kMostSelections = 21;      // of one refinement
+constexpr std::size_t kSideBySide = 16;  // paths: groups of four stay full while some end early
+constexpr std::size_t kSolvedAtOnce = 4;
+
+std::uint32_t countBits(const PairMask& mask) {
+    std::uint32_t count = 0;
+    for (const std::uint64_t word : mask)
+        count += static_cast<std::uint32_t>(std::popcount(word));
+    return count;
+}
+
+void setRange(std::size_t first, std::size_t end, std::size_t words, PairMask& mask) {
+    mask.assign(words, 0);
+    for (std::size_t i = first; i < end; ++i)
+        mask[i / 64] |= std::uint64_t{1} << (i % 64);
+}
+
+void setPairs(std::span<const std::uint32_t> pairs, std::size_t words, PairMask& mask) {
+    mask.assign(words, 0);
+    for (const std::uint32_t i : pairs)
+        mask[i / 64] |= std::uint64_t{1} << (i % 64);
+}
+
+void listPairs(const PairMask& mask, std::vector<std::uint32_t>& pairs) {
+    pairs.clear();
+    for (std::size_t w = 0; w < mask.size(); ++w) {
+        for (std::uint64_t left = mask[w]; left != 0; left &= left - 1) {
+            pairs.push_back(static_cast<std::uint32_t>(64 * w) +
+                            static_cast<std::uint32_t>(std::countr_zero(left)));
+        }
+    }
+}
+
+class SeedSearch {
+ public:
+    SeedSearch(const SeedSearchTask& task, const Kernels& kernels, SeedSearchScratch& scratch)
+        : task_(task), kernels_(kernels), scratch_(scratch), pairs_(scratch.pairs) {
+        scratch_.squared.resize(pairs_.size());
+        scratch_.next.resize(pairs_.words());
+        scratch_.best.clear();
+        if (scratch_.paths.size() < kSideBySide) scratch_.paths.resize(kSideBySide);
+    }
+
+    bool run(std::vector<std::uint32_t>& best) {
+        const bool complete = searchAll();
+        listPairs(scratch_.best, best);
+        return complete;
+    }
+
+ private:
+    // True when the search ended with a complete subset.
+    bool searchAll() {
+        const auto n = static_cast<std::uint32_t>(pairs_.size());
+        seedLengths(n, task_.seedLevels, scratch_.lengths);
+        std::size_t waiting = 0;
+        for (const std::uint32_t length : scratch_.lengths) {
+            for (std::uint32_t start = 0; start + length <= n; start += length / 2) {
+                place(start, start + length, scratch_.paths[waiting++]);
+                // The seed of full length goes alone: it ends identical and near-identical pairs.
+                if (waiting < kSideBySide && length < n) continue;
+                if (runPaths(std::exchange(waiting, 0))) return true;
+            }
+        }
+        return runPaths(waiting);
+    }
+
+    void place(std::uint32_t first, std::uint32_t end, SeedPath& path) const {
+        path.first = first;
+        path.end = end;
+        setRange(first, end, pairs_.words(), path.current);
+        path.size = end - first;
+        pairs_.sumRange(first, end, path.current, kernels_, path.sums);
+        path.stage = SeedPath::Stage::Growth;
+        path.step = 1;
+        path.bestSize = 0;
+        path.bestTm = 0.0;
+        skipSmallRadii(path);
+    }
+
+    // Growth by distance selects nothing below the smallest radius.
+    void skipSmallRadii(SeedPath& path) const {
+        while (!task_.maximiseTM && path.step <= kGrowthSteps &&
+               growthRadius(path.step) < kSmallestRadius) {
+            ++path.step;
+        }
+        if (path.step > kGrowthSteps) startRefinement(path);
+    }
+
+    static void startRefinement(SeedPath& path) {
+        path.stage = SeedPath::Stage::Refinement;
+        path.step = 0;
+    }
+
+    double growthRadius(int step) const { return step * task_.cutoff * 0.25; }
+
+    // Takes the first `count` paths to their ends and judges what they found.
+    bool runPaths(std::size_t count) {
+        std::array<SeedPath*, kSideBySide> active{};
+        std::size_t left = 0;
+        for (std::size_t i = 0; i < count; ++i)
+            active[left++] = &scratch_.paths[i];
+        while (left > 0) {
+            superpose({active.data(), left});
+            std::size_t still = 0;
+            for (std::size_t i = 0; i < left; ++i) {
+                advance(*active[i]);
+                if (active[i]->stage != SeedPath::Stage::Done) active[still++] = active[i];
+            }
+            left = still;
+        }
+        for (std::size_t i = 0; i < count; ++i) {
+            judge(scratch_.paths[i]);
+            if (!task_.maximiseTM && bestSize_ == pairs_.size()) return true;
+        }
+        return false;
+    }
+
+    // Solves the rotations of all paths, four at a time, and those alone for which the closed form
+    // does not apply.
+    void superpose(std::span<SeedPath*> paths) const {
+        for (std::size_t first = 0; first < paths.size(); first += kSolvedAtOnce) {
+            const std::size_t count = std::min(kSolvedAtOnce, paths.size() - first);
+            std::array<RotationProblem*, kSolvedAtOnce> problems{};
+            for (std::size_t i = 0; i < count; ++i) {
+                SeedPath& path = *paths[first + i];
+                path.problem.sums = &path.sums;
+                path.problem.count = static_cast<double>(path.size);
+                problems[i] = &path.problem;
+            }
+            kernels_.solveRotations(problems.data(), count);
+            for (std::size_t i = 0; i < count; ++i) {
+                if (!problems[i]->solved) solveAlone(*problems[i]);
+            }
+        }
+    }
+
+    static void solveAlone(RotationProblem& problem) {
+        CorrelationSums sums;
+        const SubsetSums& values = *problem.sums;
+        std::copy_n(values.begin(), 3, sums.prediction.begin());
+        std::copy_n(values.begin() + 3, 3, sums.experiment.begin());
+        std::copy_n(values.begin() + 6, 9, sums.product.begin());
+        sums.squares = values[15];
+        const auto fit = fitFromSums(sums, static_cast<std::size_t>(problem.count));
+        problem.solved = fit.has_value();
+        if (fit) problem.motion = asMotion(*fit);
+    }
+
+    // One or more steps: on to the next set that needs a superposition of its own, or to the end.
+    void advance(SeedPath& path) {
+        // A set that cannot be superposed never changes again.
+        if (!path.problem.solved) {
+            path.stage = SeedPath::Stage::Done;
+            return;
+        }
+        bool changed = false;
+        if (task_.maximiseTM) scoreByTm(path);
+        while (!changed && path.stage != SeedPath::Stage::Done) {
+            changed = task_.maximiseTM ? stepForTm(path) : step(path);
+        }
+    }
+
+    // Selects into scratch_.next; its size, 0 when it is too small.
+    std::uint32_t select(const SeedPath& path, double radius) {
+        if (task_.byRmsd && !task_.maximiseTM) {
+            kernels_.squaredDeviations(pairs_.arrays(), pairs_.size(), path.problem.motion,
+                                       scratch_.squared.data());
+            selectByRmsd(scratch_.squared, radius * SearchPairs::kPerAngstrom, scratch_.order,
+                         scratch_.selected);
+            setPairs(scratch_.selected, pairs_.words(), scratch_.next);
+        } else {
+            const double r = radius * SearchPairs::kPerAngstrom;
+            kernels_.selectWithin(pairs_.arrays(), pairs_.size(), path.problem.motion, r * r,
+                                  scratch_.next.data());
+        }
+        const std::uint32_t size = countBits(scratch_.next);
+        return size < kFewestSelected ? 0 : size;
+    }
+
+    // Makes the latest selection, or the seed where it was too small, the current set; true when
+    // that is another set than before.
+    bool adopt(SeedPath& path, std::uint32_t size) {
+        if (size == 0) {
+            size = path.end - path.first;
+            setRange(path.first, path.end, pairs_.words(), scratch_.next);
+        }
+        if (scratch_.next == path.current) return false;
+        if (pairs_.areExact()) {
+            kernels_.changeSums(pairs_.terms(), path.current.data(), scratch_.next.data(),
+                                pairs_.words(), path.sums);
+        } else {
+            kernels_.sumTerms(pairs_.terms(), scratch_.next.data(), pairs_.words(), path.sums);
+        }
+        std::swap(path.current, scratch_.next);
+        path.size = size;
+        return true;
+    }
+
+    // One selection of the search by size; true when the set has changed.
+    bool step(SeedPath& path) {
+        switch (path.stage) {
+            case SeedPath::Stage::Growth: {
+                const std::uint32_t size = select(path, growthRadius(path.step));
+                const bool changed = adopt(path, size);
+                const bool atCutoff = path.step == kGrowthSteps;
+                ++path.step;
+                skipSmallRadii(path);
+                if (atCutoff && !changed && size > 0) end(path);
+                return changed;
+            }
+            case SeedPath::Stage::Refinement: {
+                const std::uint32_t before = path.size;
+                const std::uint32_t size = select(path, task_.cutoff);
+                const bool changed = adopt(path, size);
+                if (!changed && size > 0) {
+                    end(path);
+                    return false;
+                }
+                const bool goesOn = size > before && ++path.step < kMostSelections;
+                if (!goesOn) path.stage = SeedPath::Stage::Final;
+                return changed;
+            }
+            case SeedPath::Stage::Final: {
+                const std::uint32_t size = select(path, task_.cutoff);
+                path.stage = SeedPath::Stage::Done;
+                if (size > 0) keep(path, scratch_.next, size);
+                return false;
+            }
+            case SeedPath::Stage::Done:
+                break;
+        }
+        return false;
+    }
+
+    // The set selects itself at the full cut-off: every further step repeats this one.
+    static void end(SeedPath& path) {
+        path.stage = SeedPath::Stage::Done;
+        keep(path, path.current, path.size);
+    }
+
+    static void keep(SeedPath& path, const PairMask& set, std::uint32_t size) {
+        path.best = set;
+        path.bestSize = size;
+        path.bestMotion = path.problem.motion;
+    }
+
+    // One selection of the search by TM-score; true when the set has changed.
+    bool stepForTm(SeedPath& path) {
+        if (path.stage == SeedPath::Stage::Growth) {
+            const bool changed = adopt(path, select(path, growthRadius(path.step)));
+            if (++path.step > kGrowthSteps) startRefinement(path);
+            return changed;
+        }
+        const std::uint32_t before = path.size;
+        const std::uint32_t size = select(path, task_.cutoff);
+        if (size == 0 || size == before || ++path.step >= kMostSelections) {
+            // The last selection is not superposed any more.
+            path.stage = SeedPath::Stage::Done;
+            return false;
+        }
+        return adopt(path, size);
+    }
+
+    void scoreByTm(SeedPath& path) {
+        kernels_.squaredDeviations(pairs_.arrays(), pairs_.size(), path.problem.motion,
+                                   scratch_.squared.data());
+        const double perSquare = SearchPairs::kPerAngstrom * SearchPairs::kPerAngstrom;
+        const double tm = kernels_.tmSum(scratch_.squared.data(), pairs_.size(),
+                                         task_.tmScaleSquared * perSquare) /
+                          task_.normLength;
+        if (!(tm > path.bestTm)) return;
+        keep(path, path.current, path.size);
+        path.bestTm = tm;
+    }
+
+    // Holds a path's candidate against the best so far.
+    void judge(const SeedPath& path) {
+        if (task_.maximiseTM) {
+            if (path.bestSize > 0 && path.bestTm > bestTm_) {
+                scratch_.best = path.best;
+                bestSize_ = path.bestSize;
+                bestTm_ = path.bestTm;
+            }
+            return;
+        }
+        if (path.bestSize <= kFewestSelected || path.bestSize < bestSize_) return;
+        const double rmsd = candidateRmsd(path);
+        if (path.bestSize == bestSize_ && !(rmsd < bestRmsd_)) return;
+        scratch_.best = path.best;
+        bestSize_ = path.bestSize;
+        bestRmsd_ = rmsd;
+    }
+
+    double candidateRmsd(const SeedPath& path) {
+        kernels_.squaredDeviations(pairs_.arrays(), pairs_.size(), path.bestMotion,
+                                   scratch_.squared.data());
+        listPairs(path.best, scratch_.selected);
+        double sum = 0.0;
+        for (const std::uint32_t pair : scratch_.selected)
+            sum += scratch_.squared[pair];
+        return std::sqrt(sum / static_cast<double>(path.bestSize));
+    }
+
+    const SeedSearchTask& task_;
+    const Kernels& kernels_;
+    SeedSearchScratch& scratch_;
+    const SearchPairs& pairs_;
+    std::uint32_t bestSize_ = 0;
+    double bestRmsd_ = 0.0;
+    double bestTm_ = 0.0;
+};
+
+}  // namespace
+
+// The coordinates of one axis about their rounded mean; returns the largest magnitude, or infinity
+// when one of them is not a whole number of thousandths.
+double SearchPairs::placeAxis(const std::vector<double>& values, double origin,
+                              std::vector<double>& placed) {
+    // Coordinates come centred about `origin`, which costs them their last bits.
+    constexpr double kNoise = 1e-5;  // of a thousandth of an ångström
+    const double shift = std::nearbyint(origin * kPerAngstrom);
+    const std::size_t n = values.size();
+    placed.resize(n + 3);
+    double largest = 0.0;
+    for (std::size_t i = 0; i < n; ++i) {
+        const double value = (values[i] + origin) * kPerAngstrom;
+        const double whole = std::nearbyint(value);
+        const bool isWhole = std::abs(value - whole) <= kNoise;
+        placed[i] = (isWhole ? whole : value) - shift;
+        largest = std::max(largest, isWhole ? std::abs(placed[i]) : HUGE_VAL);
+    }
+    std::fill(placed.begin() + static_cast<std::ptrdiff_t>(n), placed.end(), 0.0);
+    return largest;
+}
+
+void SearchPairs::place(const PairedPoints& pairs, const Kernels& kernels) {
+    size_ = pairs.size();
+    const Points* const sides[2] = {&pairs.prediction, &pairs.experiment};
+    const std::array<double, 3>* const origins[2] = {&pairs.predictionOrigin,
+                                                     &pairs.experimentOrigin};
+    double largest = 0.0;
+    for (std::size_t side = 0; side < 2; ++side) {
+        const std::vector<double>* const values[3] = {&sides[side]->x, &sides[side]->y,
+                                                      &sides[side]->z};
+        for (std::size_t a = 0; a < 3; ++a) {
+            largest =
+                std::max(largest, placeAxis(*values[a], (*origins[side])[a], axis_[3 * side + a]));
+        }
+    }
+    // Six squares a pair; whole numbers below 2^53 are exact.
+    exact_ = 6.0 * static_cast<double>(size_) * largest * largest < 9007199254740992.0;
+    terms_.resize(size_ * kTerms);
+    kernels.makeTerms(arrays(), size_, terms_.data());
+    prefix_.resize(exact_ ? size_ + 1 : 0);
+    for (std::size_t i = 0; exact_ && i < size_; ++i) {
+        for (std::size_t k = 0; k < kTerms; ++k) {
+            prefix_[i + 1][k] = prefix_[i][k] + terms_[i * kTerms + k];
+        }
+    }
+}
+
+PairedArrays SearchPairs::arrays() const {
+    return {axis_[0].data(), axis_[1].data(), axis_[2].data(),
+            axis_[3].data(), axis_[4].data(), axis_[5].data()};
+}
+
+void SearchPairs::sumRange(std::size_t first, std::size_t end, const PairMask& mask,
+                           const Kernels& kernels, SubsetSums& sums) const {
+    if (!exact_) {
+        kernels.sumTerms(terms(), mask.data(), words(), sums);
+        return;
+    }
+    for (std::size_t k = 0; k < kTerms; ++k)
+        sums[k] = prefix_[end][k] - prefix_[first][k];
+}
+
+bool searchSeeds(const PairedPoints& pairs, const SeedSearchTask& task, const Kernels& kernels,
+                 SeedSearchScratch& scratch, std::vector<std::uint32_t>& best) {
+    scratch.pairs.place(pairs, kernels);
+    return SeedSearch(task, kernels, scratch).run(best);
+}
+
+void selectWithin(std::span<const double> squaredDeviation, double radius,
+                  std::vector<std::uint32_t>& selected) {
+    const double limit = radius * radius;
+    selected.resize(squaredDeviation.size());
+    std::size_t count = 0;
+    for (std::uint32_t i = 0; i < squaredDeviation.size(); ++i) {
+        selected[count] = i;
+        count += squaredDeviation[i] <= limit ? 1U : 0U;
+    }
+    selected.resize(count);
+}
+
+void selectByRmsd(std::span<const double> squaredDeviation, double radius,
+                  std::vector<std::uint32_t>& order, std::vector<std::uint32_t>& selected) {
+    order.resize(squaredDeviation.size());
+    std::iota(order.begin(), order.end(), 0U);
+    // Exact order with ties by position, where any order of near-equal values would do.
+    std::sort(order.begin(), order.end(), [&](std::uint32_t a, std::uint32_t b) {
+        if (squaredDeviation[a] != squaredDeviation[b]) {
+            return squaredDeviation[a] < squaredDeviation[b];
+        }
+        return a < b;
+    });
+    const double limit = radius * radius;
+    double sum = 0.0;
+    std::size_t count = 0;
+    while (count < order.size()) {
+        sum += squaredDeviation[order[count]];
+        if (!(sum / static_cast<double>(count + 1) <= limit)) break;
+        ++count;
+    }
+    selected.assign(order.begin(), order.begin() + static_cast<std::ptrdiff_t>(count));
+    std::sort(selected.begin(), selected.end());
+}
+
+void seedLengths(std::uint32_t pairs, int levels, std::vector<std::uint32_t>& lengths) {
+    lengths.clear();
+    float divisor = 1.0F;
+    for (int level = 0; level <= levels; ++level, divisor *= 2.0F) {
+        const auto length = static_cast<std::uint32_t>(static_cast<float>(pairs) / divisor);
+        if (length < kShortestSeed) break;
+        lengths.push_back(length);
+    }
+    lengths.push_back(kShortestSeed);
+}
+
+}  // namespace tervolanda

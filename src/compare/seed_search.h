@@ -1,0 +1,98 @@
+// The inner search of MaxSub: from seed fragments to the best subset of pairs.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "compare/kernels.h"
+#include "compare/superposition.h"
+
+namespace tervolanda {
+
+// A subset of pairs, a bit each, of 64 pairs a word.
+using PairMask = std::vector<std::uint64_t>;
+
+// What a search is asked.
+struct SeedSearchTask {
+    double cutoff = 0.0;          // Å
+    double tmScaleSquared = 0.0;  // Å^2
+    double normLength = 0.0;      // divides the TM-score
+    int seedLevels = 0;
+    bool maximiseTM = false;  // keep the subset whose superposition has the highest TM-score
+    bool byRmsd = false;      // select by RMSD instead of by distance
+};
+
+// The pairs as the search holds them: in thousandths of an ångström about a rounded centre, so that
+// coordinates with three decimals are whole numbers.  Sums of whole numbers are exact, whatever
+// their order, as long as they stay below 2^53; then the sums of a subset follow from those of
+// another by the pairs in which they differ.  Where coordinates are not of that kind the sums are
+// made anew for each subset, in ascending order.
+class SearchPairs {
+ public:
+    void place(const PairedPoints& pairs, const Kernels& kernels);
+    std::size_t size() const { return size_; }
+    std::size_t words() const { return (size_ + 63) / 64; }
+    bool areExact() const { return exact_; }
+    PairedArrays arrays() const;
+    const double* terms() const { return terms_.data(); }
+    // Sums over the pairs [first, end), whose bits are set in `mask`.
+    void sumRange(std::size_t first, std::size_t end, const PairMask& mask, const Kernels& kernels,
+                  SubsetSums& sums) const;
+
+    static constexpr double kPerAngstrom = 1000.0;
+
+ private:
+    double placeAxis(const std::vector<double>& values, double origin, std::vector<double>& placed);
+
+    std::size_t size_ = 0;
+    bool exact_ = false;
+    std::vector<double> axis_[6];     // prediction x, y, z, experiment x, y, z; padded by 3 zeros
+    std::vector<double> terms_;       // kTerms a pair
+    std::vector<SubsetSums> prefix_;  // sums over the first i pairs, when exact
+};
+
+// One seed on its way: the set under work and how far it has come.
+struct SeedPath {
+    enum class Stage : std::uint8_t { Growth, Refinement, Final, Done };
+
+    std::uint32_t first = 0, end = 0;  // the seed's pairs
+    PairMask current;                  // the set that is superposed next
+    std::uint32_t size = 0;
+    SubsetSums sums{};
+    RotationProblem problem{};  // its superposition
+    Stage stage = Stage::Done;
+    int step = 0;                // growth step, or selections of the refinement
+    PairMask best;               // its candidate
+    std::uint32_t bestSize = 0;  // 0 for none
+    Motion bestMotion{};         // the superposition under which the candidate was selected
+    double bestTm = 0.0;
+};
+
+// Scratch of the search; reused from comparison to comparison.
+struct SeedSearchScratch {
+    SearchPairs pairs;
+    std::vector<SeedPath> paths;
+    std::vector<double> squared;
+    std::vector<std::uint32_t> lengths, order, selected;
+    PairMask next, best;
+};
+
+// Searches the seeds of all lengths and leaves the best subset, ascending, in `best`, empty when no
+// seed led to one.  True when the subset is complete, which ends the search at once.
+bool searchSeeds(const PairedPoints& pairs, const SeedSearchTask& task, const Kernels& kernels,
+                 SeedSearchScratch& scratch, std::vector<std::uint32_t>& best);
+
+// The pairs with squared deviation of at most radius^2, ascending.
+void selectWithin(std::span<const double> squaredDeviation, double radius,
+                  std::vector<std::uint32_t>& selected);
+// The pairs taken by ascending deviation while their RMSD stays at most `radius`, ascending.
+// `order` is scratch.
+void selectByRmsd(std::span<const double> squaredDeviation, double radius,
+                  std::vector<std::uint32_t>& order, std::vector<std::uint32_t>& selected);
+
+// The lengths of seed fragments for n pairs: n, n / 2, n / 4 ... down to `levels` halvings or above
+// 3 pairs, and 4 at the end.
+void seedLengths(std::uint32_t pairs, int levels, std::vector<std::uint32_t>& lengths);
+
+}  // namespace tervolanda

@@ -1,0 +1,143 @@
+// Without residue numbers to go by, a first pairing comes from the shapes of the two backbones:
+// fragments of seven unit vectors are compared, each pair after its own best rotation (Ortiz,
+// Strauss & Olmea 2002), and the matrix of their scores is aligned; where that leads nowhere other
+// starts are tried.  Once a search has superposed
+// that pairing, distances tell more than shapes: all residue pairs are scored by the TM-score's
+// term (Zhang & Skolnick 2004) and aligned again.
+#include "compare/sequence_independent.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "base/file.h"
+#include "base/format.h"
+#include "compare/maxsub.h"
+#include "compare/residue_similarity.h"
+#include "driver/log.h"
+
+namespace tervolanda {
+
+namespace {
+
+// The residue in the middle of a fragment, and the residues of a fragment: one more than vectors.
+constexpr std::uint32_t kMiddle = kFragmentLength / 2;
+constexpr std::uint32_t kFragmentResidues = kFragmentLength + 1;
+
+GapPenalties penaltiesOf(const ComparisonParameters& parameters) {
+    return {parameters.gapOpen, parameters.gapAffine};
+}
+
+// Fragments stand for their middle residues; the first and the last of the alignment for the
+// residues before and behind their middle as well, which no other fragment can stand for.
+void pairFragments(const Pairing& fragments, Pairing& residues) {
+    residues.clear();
+    if (fragments.empty()) return;
+    const auto add = [&](const AlignedPair& fragment, std::uint32_t position) {
+        residues.push_back({fragment.row + position, fragment.column + position});
+    };
+    for (std::uint32_t k = 0; k < kMiddle; ++k)
+        add(fragments.front(), k);
+    for (const AlignedPair& fragment : fragments)
+        add(fragment, kMiddle);
+    for (std::uint32_t k = kMiddle + 1; k < kFragmentResidues; ++k)
+        add(fragments.back(), k);
+}
+
+void setMapping(const Pairing& pairing, const CoordinateSet& experiment,
+                const CoordinateSet& prediction, ResidueMapping& mapping) {
+    mapping.reset(experiment.size(), prediction.size());
+    for (const auto [i, j] : pairing) {
+        mapping.predictionPartner[i] = static_cast<std::int32_t>(j);
+        mapping.experimentPartner[j] = static_cast<std::int32_t>(i);
+    }
+    mapping.collectPairs();
+}
+
+}  // namespace
+
+void StructureMapper::mapByShape(const CoordinateSet& experiment, const CoordinateSet& prediction,
+                                 const ComparisonParameters& parameters, std::uint32_t iteration,
+                                 const Kernels& kernels, ResidueMapping& mapping, Report& report) {
+    mapping.reset(experiment.size(), prediction.size());
+    const Points ofExperiment = unitVectors(experiment.points);
+    const Points ofPrediction = unitVectors(prediction.points);
+    if (std::min(ofExperiment.size(), ofPrediction.size()) < kFragmentLength) {
+        report.reportFrom(
+            5, "Not enough unit vectors for sequence independant alignment (%u vs %u)\n",
+            static_cast<unsigned>(ofPrediction.size()), static_cast<unsigned>(ofExperiment.size()));
+    } else {
+        scoreFragments(ofExperiment, ofPrediction, similarity_);
+        dump(parameters, {iteration, 0}, Cells::FragmentScores, report);
+        const GapPenalties penalties = penaltiesOf(parameters);
+        scratch_.aligner.align(similarity_, penalties, fragments_);
+        pairFragments(fragments_, pairing_);
+        StartingPairings(experiment, prediction, penalties, kernels, scratch_).improve(pairing_);
+        setMapping(pairing_, experiment, prediction, mapping);
+    }
+    report.reportFrom(4, "Iter %u: Initial mapping %u residues\n", iteration,
+                      static_cast<unsigned>(mapping.size()));
+}
+
+void StructureMapper::mapByDistance(const CoordinateSet& experiment,
+                                    const CoordinateSet& prediction,
+                                    const Superposition& superposition,
+                                    const ComparisonParameters& parameters,
+                                    const AlignmentStep& step, ResidueMapping& mapping,
+                                    Report& report) {
+    const auto length = static_cast<double>(std::min(experiment.size(), prediction.size()));
+    const double scale = distanceScale(length, parameters.thresholdScale);
+    const double reach = similarityReach(length);
+    report.reportFrom(6, "Opt  %u: Generating similarity matrix using d0 = %.2f : dmax = %.2f\n",
+                      step.pass, scale, reach);
+    scoreDistances(experiment, prediction, superposition, scale, reach, similarity_);
+    if (report.reportsFrom(6)) {
+        double sum = 0.0;
+        for (const float similarity : similarity_.values())
+            sum += static_cast<double>(similarity);
+        const auto cells =
+            static_cast<double>(std::max<std::size_t>(similarity_.values().size(), 1));
+        report.reportFrom(6, "Opt  %u: Average similarity score = %.3f\n", step.pass, sum / cells);
+    }
+    dump(parameters, step, Cells::Similarities, report);
+    scratch_.aligner.align(similarity_, penaltiesOf(parameters), pairing_);
+    setMapping(pairing_, experiment, prediction, mapping);
+    report.reportFrom(6, "Opt  %u: Mapped %u residues\n", step.pass,
+                      static_cast<unsigned>(mapping.size()));
+}
+
+void StructureMapper::dump(const ComparisonParameters& parameters, const AlignmentStep& step,
+                           Cells cells, Report& report) {
+    if (!parameters.similarityMatrix || dumpFailed_) return;
+    const std::string fileName = format("align.matrix.%u.%u", step.iteration, step.pass);
+    if (writeMatrix(fileName, cells)) return;
+    dumpFailed_ = true;
+    report.reportFrom(5, "Failed to open alignment similarity matrix '%s'\n", fileName.c_str());
+}
+
+bool StructureMapper::writeMatrix(const std::string& fileName, Cells cells) const {
+    OutputFile file(fileName);
+    if (!file.isOpen()) return false;
+    file.print("# View similarity matrix with following command\n");
+    file.print(
+        "# matrix2png -data %s -b -bkgcolor white -mincolor green -maxcolor red -missingcolor grey "
+        "-size 10:10 -range 0:%d > out.png\n",
+        fileName.c_str(), cells == Cells::FragmentScores ? 10 : 1);
+    file.write("*");
+    for (std::size_t j = 1; j <= similarity_.columns(); ++j)
+        file.print("\t%zu", j);
+    file.write("\n");
+    for (std::size_t i = 0; i < similarity_.rows(); ++i) {
+        file.print("%zu", i + 1);
+        for (const float value : similarity_.row(i)) {
+            if (cells == Cells::FragmentScores) {
+                file.print("\t%.1f", static_cast<double>(value));
+            } else {
+                file.print("\t%g", static_cast<double>(value));
+            }
+        }
+        file.write("\n");
+    }
+    return file.commit();
+}
+
+}  // namespace tervolanda

@@ -1,0 +1,206 @@
+// The pairing by shape compares residues by seven neighbours each, which is enough for chains of
+// one family.  Where it is not (helices are all alike, and two of them fit in many ways) other
+// starts are tried.  Shifting one chain along the other finds what matches without gaps; fragments
+// superposed in turn find what one rigid motion explains.  Whatever start is taken, the search that
+// follows does the rest: here it is enough to be near.
+#include "compare/starting_pairings.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "compare/maxsub.h"
+#include "compare/residue_similarity.h"
+
+namespace tervolanda {
+
+namespace {
+
+constexpr std::size_t kFewestPairs = 5;
+constexpr double kGoodStart = 0.75;       // TM-score from which no other start is looked at
+constexpr int kTrimmings = 3;             // fits to the pairs that lie near after the fit before
+constexpr int kRefinements = 2;           // rounds of aligning by distance
+constexpr std::ptrdiff_t kFragment = 20;  // residues of a superposed fragment
+constexpr std::ptrdiff_t kMostFragments = 50;  // about as many of each chain
+constexpr std::size_t kBestFragments = 5;      // superpositions that are followed up
+constexpr std::ptrdiff_t kMostProbes = 75;     // residues that tell how well chains agree
+constexpr std::ptrdiff_t kWindow = 30;         // residues either side that a probe may match
+
+std::ptrdiff_t signedSize(const CoordinateSet& set) {
+    return static_cast<std::ptrdiff_t>(set.size());
+}
+
+// `count` pairs from prediction residue i and experiment residue j on.
+void fillDiagonal(std::ptrdiff_t i, std::ptrdiff_t j, std::ptrdiff_t count, Pairing& pairing) {
+    pairing.clear();
+    for (std::ptrdiff_t k = 0; k < count; ++k) {
+        pairing.push_back({static_cast<std::uint32_t>(i + k), static_cast<std::uint32_t>(j + k)});
+    }
+}
+
+}  // namespace
+
+StartingPairings::StartingPairings(const CoordinateSet& experiment, const CoordinateSet& prediction,
+                                   const GapPenalties& penalties, const Kernels& kernels,
+                                   StartScratch& scratch)
+    : experiment_(experiment),
+      prediction_(prediction),
+      penalties_(penalties),
+      kernels_(kernels),
+      scratch_(scratch),
+      length_(static_cast<double>(std::min(experiment.size(), prediction.size()))),
+      scale_(distanceScale(length_, 1.0)) {}
+
+void StartingPairings::improve(Pairing& pairing) {
+    scratch_.candidate = pairing;
+    bestTm_ = refine(scratch_.candidate).tm;
+    if (bestTm_ >= kGoodStart) return;
+    considerShifts(pairing);
+    considerFragments(pairing);
+}
+
+void StartingPairings::place(const Pairing& pairing) {
+    PairedPoints& pairs = scratch_.pairs;
+    pairs.experiment.resize(pairing.size());
+    pairs.prediction.resize(pairing.size());
+    for (std::size_t k = 0; k < pairing.size(); ++k) {
+        const auto [i, j] = pairing[k];
+        pairs.experiment.x[k] = experiment_.points.x[j];
+        pairs.experiment.y[k] = experiment_.points.y[j];
+        pairs.experiment.z[k] = experiment_.points.z[j];
+        pairs.prediction.x[k] = prediction_.points.x[i];
+        pairs.prediction.y[k] = prediction_.points.y[i];
+        pairs.prediction.z[k] = prediction_.points.z[i];
+    }
+    pairs.centre();
+    scratch_.squared.resize(pairing.size());
+}
+
+// The best TM-score of a pairing among the fit to all its pairs and some fits to near ones.
+StartingPairings::Judged StartingPairings::judge(const Pairing& pairing) {
+    Judged best;
+    if (pairing.size() < kFewestPairs) return best;
+    place(pairing);
+    const double nearby = std::clamp(scale_, 3.5, 8.0);
+    auto fit = fitPairs(scratch_.pairs, kernels_);
+    for (int trimming = 0; fit; ++trimming) {
+        squaredDeviations(scratch_.pairs, *fit, kernels_, scratch_.squared);
+        double sum = 0.0;
+        for (const double squared : scratch_.squared)
+            sum += 1.0 / (1.0 + squared / (scale_ * scale_));
+        if (sum / length_ > best.tm) best = {sum / length_, asSuperposition(scratch_.pairs, *fit)};
+        if (trimming == kTrimmings) break;
+        scratch_.subset.clear();
+        for (std::uint32_t k = 0; k < scratch_.squared.size(); ++k) {
+            if (scratch_.squared[k] <= nearby * nearby) scratch_.subset.push_back(k);
+        }
+        if (scratch_.subset.size() < kFewestPairs) break;
+        fit = fitPairs(scratch_.pairs, scratch_.subset, kernels_, scratch_.gathered);
+    }
+    return best;
+}
+
+// Aligns anew by distance while that raises the TM-score.
+StartingPairings::Judged StartingPairings::refine(Pairing& pairing) {
+    Judged best = judge(pairing);
+    for (int round = 0; round < kRefinements && best.tm > 0.0; ++round) {
+        align(best.superposition, scratch_.next);
+        const Judged judged = judge(scratch_.next);
+        if (!(judged.tm > best.tm)) break;
+        best = judged;
+        std::swap(pairing, scratch_.next);
+    }
+    return best;
+}
+
+void StartingPairings::align(const Superposition& superposition, Pairing& pairing) {
+    scoreDistances(experiment_, prediction_, superposition, scale_, similarityReach(length_),
+                   scratch_.similarity);
+    scratch_.aligner.align(scratch_.similarity, penalties_, pairing);
+}
+
+void StartingPairings::considerCandidate(Pairing& best) {
+    const double tm = refine(scratch_.candidate).tm;
+    if (!(tm > bestTm_)) return;
+    bestTm_ = tm;
+    best = scratch_.candidate;
+}
+
+// All shifts that leave half of the shorter chain paired; the best one is a candidate.
+void StartingPairings::considerShifts(Pairing& best) {
+    const std::ptrdiff_t rows = signedSize(prediction_);
+    const std::ptrdiff_t columns = signedSize(experiment_);
+    const std::ptrdiff_t least =
+        std::max(static_cast<std::ptrdiff_t>(kFewestPairs), std::min(rows, columns) / 2);
+    double highest = 0.0;
+    Pairing& shifted = scratch_.next;
+    scratch_.candidate.clear();
+    for (std::ptrdiff_t shift = least - rows; shift <= columns - least; ++shift) {
+        const std::ptrdiff_t first = std::max<std::ptrdiff_t>(0, -shift);
+        fillDiagonal(first, first + shift, std::min(rows, columns - shift) - first, shifted);
+        const double tm = judge(shifted).tm;
+        if (!(tm > highest)) continue;
+        highest = tm;
+        scratch_.candidate = shifted;
+    }
+    considerCandidate(best);
+}
+
+// Of all superpositions of fragments the best few, by how well the chains agree around them, are
+// candidates.
+void StartingPairings::considerFragments(Pairing& best) {
+    std::vector<FragmentStart> starts = superposeFragments();
+    std::stable_sort(starts.begin(), starts.end(),
+                     [](const auto& a, const auto& b) { return a.agreement > b.agreement; });
+    if (starts.size() > kBestFragments) starts.resize(kBestFragments);
+    for (const FragmentStart& start : starts) {
+        align(start.superposition, scratch_.candidate);
+        considerCandidate(best);
+    }
+}
+
+std::vector<StartingPairings::FragmentStart> StartingPairings::superposeFragments() {
+    const std::ptrdiff_t rows = signedSize(prediction_);
+    const std::ptrdiff_t columns = signedSize(experiment_);
+    const std::ptrdiff_t length = std::min(kFragment, std::min(rows, columns));
+    const std::ptrdiff_t rowStep = std::max(kFragment / 3, rows / kMostFragments);
+    const std::ptrdiff_t columnStep = std::max(kFragment / 3, columns / kMostFragments);
+    std::vector<FragmentStart> starts;
+    for (std::ptrdiff_t i = 0; i + length <= rows; i += rowStep) {
+        for (std::ptrdiff_t j = 0; j + length <= columns; j += columnStep) {
+            fillDiagonal(i, j, length, scratch_.candidate);
+            place(scratch_.candidate);
+            const auto fit = fitPairs(scratch_.pairs, kernels_);
+            if (!fit) continue;
+            const Superposition superposition = asSuperposition(scratch_.pairs, *fit);
+            starts.push_back({agreement(superposition, j - i), superposition});
+        }
+    }
+    return starts;
+}
+
+// Sum of the TM-score's terms of some prediction residues, each with the nearest of the experiment
+// residues that are about `shift` further along.
+double StartingPairings::agreement(const Superposition& superposition, std::ptrdiff_t shift) const {
+    const Points& from = prediction_.points;
+    const Points& to = experiment_.points;
+    const std::ptrdiff_t rows = signedSize(prediction_);
+    const std::ptrdiff_t columns = signedSize(experiment_);
+    double sum = 0.0;
+    for (std::ptrdiff_t i = 0; i < rows; i += std::max<std::ptrdiff_t>(4, rows / kMostProbes)) {
+        const auto k = static_cast<std::size_t>(i);
+        const auto [x, y, z] = superposition.apply(from.x[k], from.y[k], from.z[k]);
+        const auto first = std::clamp<std::ptrdiff_t>(i + shift - kWindow, 0, columns);
+        const auto end = std::clamp<std::ptrdiff_t>(i + shift + kWindow, 0, columns);
+        double nearest = 1e9;
+        for (auto j = static_cast<std::size_t>(first); j < static_cast<std::size_t>(end); ++j) {
+            const double dx = x - to.x[j];
+            const double dy = y - to.y[j];
+            const double dz = z - to.z[j];
+            nearest = std::min(nearest, (dx * dx + dy * dy) + dz * dz);
+        }
+        sum += 1.0 / (1.0 + nearest / (scale_ * scale_));
+    }
+    return sum;
+}
+
+}  // namespace tervolanda

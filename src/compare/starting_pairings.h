@@ -1,0 +1,71 @@
+// The pairing of residues that a search without residue numbers begins with.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "base/matrix.h"
+#include "compare/compare.h"
+#include "compare/kernels.h"
+#include "compare/local_alignment.h"
+#include "compare/superposition.h"
+
+namespace tervolanda {
+
+using Pairing = std::vector<AlignedPair>;  // rows: prediction, columns: experiment; both ascending
+
+// Scratch of the choice, kept from call to call.
+struct StartScratch {
+    PairedPoints pairs, gathered;
+    std::vector<double> squared;
+    std::vector<std::uint32_t> subset;
+    Matrix<float> similarity;
+    LocalAligner aligner;
+    Pairing candidate, next;
+};
+
+// Chooses between the pairing by shape and others: the best of all shifts of one chain along the
+// other, and those that follow from superposing short fragments.  Each is judged by the TM-score
+// that a few rounds of fitting and aligning by distance lead to.
+class StartingPairings {
+ public:
+    StartingPairings(const CoordinateSet& experiment, const CoordinateSet& prediction,
+                     const GapPenalties& penalties, const Kernels& kernels, StartScratch& scratch);
+
+    // Replaces `pairing`, the one by shape, where another start leads to a higher TM-score.  A
+    // pairing that leads to a good one stays without a look at others.
+    void improve(Pairing& pairing);
+
+ private:
+    struct Judged {
+        double tm = 0.0;  // by the length of the shorter chain
+        Superposition superposition;
+    };
+    // A superposition of two fragments and how well the chains around them agree.
+    struct FragmentStart {
+        double agreement = 0.0;
+        Superposition superposition;
+    };
+
+    void place(const Pairing& pairing);
+    Judged judge(const Pairing& pairing);
+    Judged refine(Pairing& pairing);
+    void align(const Superposition& superposition, Pairing& pairing);
+    void considerCandidate(Pairing& best);
+    void considerShifts(Pairing& best);
+    void considerFragments(Pairing& best);
+    std::vector<FragmentStart> superposeFragments();
+    double agreement(const Superposition& superposition, std::ptrdiff_t shift) const;
+
+    const CoordinateSet& experiment_;
+    const CoordinateSet& prediction_;
+    const GapPenalties& penalties_;
+    const Kernels& kernels_;
+    StartScratch& scratch_;
+    double length_;  // of the shorter chain
+    double scale_;   // of the TM-score, Å
+    double bestTm_ = 0.0;
+};
+
+}  // namespace tervolanda
