@@ -19,10 +19,10 @@ namespace {
 
 #if defined(__x86_64__)
 #if defined(__clang__)
-#pragma clang attribute push(__attribute__((target("avx2"))), apply_to = function)
+#pragma clang attribute push(__attribute__((target("avx2,popcnt"))), apply_to = function)
 #else
 #pragma GCC push_options
-#pragma GCC target("avx2")
+#pragma GCC target("avx2,popcnt")
 #endif
 namespace avx2 {
 namespace {
@@ -44,7 +44,7 @@ const Kernels& portableKernels() {
 
 const Kernels& bestKernels() {
 #if defined(__x86_64__)
-    if (__builtin_cpu_supports("avx2")) return avx2::kKernels;
+    if (__builtin_cpu_supports("avx2") && __builtin_cpu_supports("popcnt")) return avx2::kKernels;
 #endif
     return portable::kKernels;
 }

@@ -55,10 +55,11 @@ struct Kernels {
     // squared[i] = |R p + t - e|^2
     void (*squaredDeviations)(const PairedArrays& pairs, std::size_t n, const Motion& motion,
                               double* squared);
-    // Sets the bits of the pairs with a squared deviation of at most `limit`, of 64 pairs a word.
+    // Sets the bits of the pairs with a squared deviation of at most `limit`, of 64 pairs a word,
+    // and returns their number.
     // The arrays are padded to a multiple of 4 entries.
-    void (*selectWithin)(const PairedArrays& pairs, std::size_t n, const Motion& motion,
-                         double limit, std::uint64_t* mask);
+    std::uint32_t (*selectWithin)(const PairedArrays& pairs, std::size_t n, const Motion& motion,
+                                  double limit, std::uint64_t* mask);
     // Sum of 1 / (1 + squared / scaleSquared).
     double (*tmSum)(const double* squared, std::size_t n, double scaleSquared);
     // The terms that each pair adds to the sums, kTerms a pair.

@@ -195,9 +195,9 @@ class PassLoop {
             fitPairs(workspace_.pairs, workspace_.best, workspace_.kernels(), workspace_.gathered);
         if (!fit) return false;
         ResidueMapping& next = workspace_.nextMapping;
-        workspace_.mapper.mapByDistance(experiment_, prediction_,
-                                        asSuperposition(workspace_.pairs, *fit), parameters_,
-                                        {task_.iteration, pass}, next, report_);
+        workspace_.mapper.mapByDistance({experiment_, prediction_, parameters_, task_.iteration},
+                                        asSuperposition(workspace_.pairs, *fit), pass, next,
+                                        report_);
         if (next.size() < kFewestMapped) {
             report_.reportFrom(5, "Opt  %u: Less than %d mapped residues\n", pass,
                                static_cast<int>(kFewestMapped));
@@ -274,7 +274,7 @@ SearchResult searchMaxSub(const CoordinateSet& experiment, const CoordinateSet& 
     report.reportFrom(4, "Iter %u: Experiment size=%4d\n", task.iteration,
                       static_cast<int>(experiment.size()));
     if (parameters.sequenceIndependent) {
-        workspace.mapper.mapByShape(experiment, prediction, parameters, task.iteration,
+        workspace.mapper.mapByShape({experiment, prediction, parameters, task.iteration},
                                     workspace.kernels(), workspace.mapping, report);
     } else {
         mapByResidue(experiment, prediction, workspace.mapping, report);

@@ -30,13 +30,6 @@ constexpr int kMostSelections = 21;      // of one refinement
 constexpr std::size_t kSideBySide = 16;  // paths: groups of four stay full while some end early
 constexpr std::size_t kSolvedAtOnce = 4;
 
-std::uint32_t countBits(const PairMask& mask) {
-    std::uint32_t count = 0;
-    for (const std::uint64_t word : mask)
-        count += static_cast<std::uint32_t>(std::popcount(word));
-    return count;
-}
-
 void setRange(std::size_t first, std::size_t end, std::size_t words, PairMask& mask) {
     mask.assign(words, 0);
     for (std::size_t i = first; i < end; ++i)
@@ -66,6 +59,7 @@ class SeedSearch {
         scratch_.squared.resize(pairs_.size());
         scratch_.next.resize(pairs_.words());
         scratch_.best.clear();
+        scratch_.visited.clear(pairs_.words());
         if (scratch_.paths.size() < kSideBySide) scratch_.paths.resize(kSideBySide);
     }
 
@@ -81,8 +75,10 @@ class SeedSearch {
         const auto n = static_cast<std::uint32_t>(pairs_.size());
         seedLengths(n, task_.seedLevels, scratch_.lengths);
         std::size_t waiting = 0;
+        std::uint32_t number = 0;
         for (const std::uint32_t length : scratch_.lengths) {
             for (std::uint32_t start = 0; start + length <= n; start += length / 2) {
+                scratch_.paths[waiting].number = ++number;
                 place(start, start + length, scratch_.paths[waiting++]);
                 // The seed of full length goes alone: it ends identical and near-identical pairs.
                 if (waiting < kSideBySide && length < n) continue;
@@ -102,6 +98,7 @@ class SeedSearch {
         path.step = 1;
         path.bestSize = 0;
         path.bestTm = 0.0;
+        forgetVisited(path);
         skipSmallRadii(path);
     }
 
@@ -186,22 +183,60 @@ class SeedSearch {
         while (!changed && path.stage != SeedPath::Stage::Done) {
             changed = task_.maximiseTM ? stepForTm(path) : step(path);
         }
+        if (path.stage == SeedPath::Stage::Done) {
+            publish(path);
+        } else {
+            visit(path);
+        }
+    }
+
+    static void forgetVisited(SeedPath& path) {
+        path.visited.clear();
+        path.visitedMasks.clear();
+    }
+
+    // Notes where the path is; ends it when an earlier one was there.
+    void visit(SeedPath& path) {
+        VisitedState state;
+        state.stage = path.stage;
+        state.step = path.step;
+        state.owner = path.number;
+        state.hash = VisitedStates::hashOf(path.current, path.stage, path.step);
+        if (const auto left = scratch_.visited.selectionsFrom(state, path.current)) {
+            path.stage = SeedPath::Stage::Done;
+            path.step = (state.stage == SeedStage::Growth ? 0 : path.step) + *left;
+            publish(path);
+            return;
+        }
+        state.maskOffset = path.visitedMasks.size();
+        path.visited.push_back(state);
+        path.visitedMasks.insert(path.visitedMasks.end(), path.current.begin(), path.current.end());
+    }
+
+    // Makes the states of a path that has ended known, unless the limit of selections ended it.
+    void publish(SeedPath& path) {
+        if (path.step >= kMostSelections) return;
+        for (VisitedState& state : path.visited) {
+            const bool inGrowth = state.stage == SeedStage::Growth;
+            state.selectionsLeft = path.step - (inGrowth ? 0 : state.step);
+            scratch_.visited.add(state, path.visitedMasks.data() + state.maskOffset);
+        }
     }
 
     // Selects into scratch_.next; its size, 0 when it is too small.
     std::uint32_t select(const SeedPath& path, double radius) {
+        const double r = radius * SearchPairs::kPerAngstrom;
+        std::uint32_t size = 0;
         if (task_.byRmsd && !task_.maximiseTM) {
             kernels_.squaredDeviations(pairs_.arrays(), pairs_.size(), path.problem.motion,
                                        scratch_.squared.data());
-            selectByRmsd(scratch_.squared, radius * SearchPairs::kPerAngstrom, scratch_.order,
-                         scratch_.selected);
+            selectByRmsd(scratch_.squared, r, scratch_.order, scratch_.selected);
             setPairs(scratch_.selected, pairs_.words(), scratch_.next);
+            size = static_cast<std::uint32_t>(scratch_.selected.size());
         } else {
-            const double r = radius * SearchPairs::kPerAngstrom;
-            kernels_.selectWithin(pairs_.arrays(), pairs_.size(), path.problem.motion, r * r,
-                                  scratch_.next.data());
+            size = kernels_.selectWithin(pairs_.arrays(), pairs_.size(), path.problem.motion, r * r,
+                                         scratch_.next.data());
         }
-        const std::uint32_t size = countBits(scratch_.next);
         return size < kFewestSelected ? 0 : size;
     }
 
@@ -211,6 +246,7 @@ class SeedSearch {
         if (size == 0) {
             size = path.end - path.first;
             setRange(path.first, path.end, pairs_.words(), scratch_.next);
+            forgetVisited(path);
         }
         if (scratch_.next == path.current) return false;
         if (pairs_.areExact()) {
@@ -339,6 +375,54 @@ class SeedSearch {
 };
 
 }  // namespace
+
+void VisitedStates::clear(std::size_t words) {
+    // Some three states a pair are usual; of 64 pairs a word that fills half of the slots at most.
+    words_ = words;
+    slots_.assign(std::bit_ceil(512 * words), 0);
+    states_.clear();
+    masks_.clear();
+}
+
+std::uint64_t VisitedStates::hashOf(const PairMask& mask, SeedStage stage, int step) {
+    // Refinement goes on alike from a set, whichever its step.
+    std::uint64_t hash = static_cast<std::uint64_t>(stage) * 64 +
+                         (stage == SeedStage::Growth ? static_cast<std::uint64_t>(step) : 0);
+    for (const std::uint64_t word : mask) {
+        hash = (hash ^ word) * 0x9E3779B97F4A7C15U;
+        hash ^= hash >> 32;
+    }
+    return hash;
+}
+
+void VisitedStates::add(const VisitedState& state, const std::uint64_t* mask) {
+    if (2 * states_.size() >= slots_.size()) return;  // full enough; forgetting costs only time
+    std::size_t slot = firstSlot(state.hash);
+    while (slots_[slot] != 0)
+        slot = (slot + 1) & (slots_.size() - 1);
+    states_.push_back(state);
+    states_.back().maskOffset = masks_.size();
+    masks_.insert(masks_.end(), mask, mask + words_);
+    slots_[slot] = static_cast<std::uint32_t>(states_.size());
+}
+
+std::optional<int> VisitedStates::selectionsFrom(const VisitedState& state,
+                                                 const PairMask& mask) const {
+    for (std::size_t slot = firstSlot(state.hash); slots_[slot] != 0;
+         slot = (slot + 1) & (slots_.size() - 1)) {
+        const VisitedState& known = states_[slots_[slot] - 1];
+        if (known.hash != state.hash || known.stage != state.stage || known.owner > state.owner) {
+            continue;
+        }
+        const bool isSameStep = state.stage == SeedStage::Growth
+                                    ? known.step == state.step
+                                    : state.step + known.selectionsLeft < kMostSelections;
+        if (isSameStep && std::equal(mask.begin(), mask.end(), masks_.data() + known.maskOffset)) {
+            return known.selectionsLeft;
+        }
+    }
+    return std::nullopt;
+}
 
 // The coordinates of one axis about their rounded mean; returns the largest magnitude, or infinity
 // when one of them is not a whole number of thousandths.

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -52,9 +53,45 @@ class SearchPairs {
     std::vector<SubsetSums> prefix_;  // sums over the first i pairs, when exact
 };
 
+enum class SeedStage : std::uint8_t { Growth, Refinement, Final, Done };
+
+// A set about to be superposed, and at which point of its path: what follows is determined, as long
+// as the path does not fall back to its own seed or reach the limit of selections.
+struct VisitedState {
+    std::uint64_t hash = 0;  // of the set, the stage and the growth step
+    SeedStage stage = SeedStage::Done;
+    int step = 0;
+    std::uint32_t owner = 0;     // number of the seed
+    int selectionsLeft = 0;      // that the refinement took from here on
+    std::size_t maskOffset = 0;  // where the set's words lie
+};
+
+// The states that finished paths went through.  A path that comes to a state of an earlier seed
+// would find what that one found, which cannot be better: it ends there.
+class VisitedStates {
+ public:
+    void clear(std::size_t words);
+    void add(const VisitedState& state, const std::uint64_t* mask);
+    // When an earlier seed's path was in the same state, and went on from there for no more
+    // selections than are left: how many its refinement took.
+    std::optional<int> selectionsFrom(const VisitedState& state, const PairMask& mask) const;
+
+    static std::uint64_t hashOf(const PairMask& mask, SeedStage stage, int step);
+
+ private:
+    std::size_t firstSlot(std::uint64_t hash) const { return hash & (slots_.size() - 1); }
+
+    std::size_t words_ = 0;
+    std::vector<std::uint32_t> slots_;  // 1 + index into states_, 0 for free; open addressing
+    std::vector<VisitedState> states_;
+    std::vector<std::uint64_t> masks_;
+};
+
 // One seed on its way: the set under work and how far it has come.
 struct SeedPath {
-    enum class Stage : std::uint8_t { Growth, Refinement, Final, Done };
+    using Stage = SeedStage;
+
+    std::uint32_t number = 0;  // seeds are numbered in their order
 
     std::uint32_t first = 0, end = 0;  // the seed's pairs
     PairMask current;                  // the set that is superposed next
@@ -67,6 +104,8 @@ struct SeedPath {
     std::uint32_t bestSize = 0;  // 0 for none
     Motion bestMotion{};         // the superposition under which the candidate was selected
     double bestTm = 0.0;
+    std::vector<VisitedState> visited;        // since it last fell back to its seed
+    std::vector<std::uint64_t> visitedMasks;  // their sets
 };
 
 // Scratch of the search; reused from comparison to comparison.
@@ -76,6 +115,7 @@ struct SeedSearchScratch {
     std::vector<double> squared;
     std::vector<std::uint32_t> lengths, order, selected;
     PairMask next, best;
+    VisitedStates visited;
 };
 
 // Searches the seeds of all lengths and leaves the best subset, ascending, in `best`, empty when no

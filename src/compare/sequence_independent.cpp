@@ -1,13 +1,12 @@
 // Without residue numbers to go by, a first pairing comes from the shapes of the two backbones:
 // fragments of seven unit vectors are compared, each pair after its own best rotation (Ortiz,
 // Strauss & Olmea 2002), and the matrix of their scores is aligned; where that leads nowhere other
-// starts are tried.  Once a search has superposed
-// that pairing, distances tell more than shapes: all residue pairs are scored by the TM-score's
-// term (Zhang & Skolnick 2004) and aligned again.
+// starts are tried.  Once a search has superposed that pairing, distances tell more than shapes:
+// all residue pairs are scored by the TM-score's term (Zhang & Skolnick 2004) and aligned again.
 #include "compare/sequence_independent.h"
 
 #include <algorithm>
-#include <cmath>
+#include <span>
 
 #include "base/file.h"
 #include "base/format.h"
@@ -43,9 +42,8 @@ void pairFragments(const Pairing& fragments, Pairing& residues) {
         add(fragments.back(), k);
 }
 
-void setMapping(const Pairing& pairing, const CoordinateSet& experiment,
-                const CoordinateSet& prediction, ResidueMapping& mapping) {
-    mapping.reset(experiment.size(), prediction.size());
+void setMapping(const Pairing& pairing, const MappingTask& task, ResidueMapping& mapping) {
+    mapping.reset(task.experiment.size(), task.prediction.size());
     for (const auto [i, j] : pairing) {
         mapping.predictionPartner[i] = static_cast<std::int32_t>(j);
         mapping.experimentPartner[j] = static_cast<std::int32_t>(i);
@@ -53,62 +51,62 @@ void setMapping(const Pairing& pairing, const CoordinateSet& experiment,
     mapping.collectPairs();
 }
 
+double mean(std::span<const float> values) {
+    double sum = 0.0;
+    for (const float value : values)
+        sum += static_cast<double>(value);
+    return values.empty() ? 0.0 : sum / static_cast<double>(values.size());
+}
+
 }  // namespace
 
-void StructureMapper::mapByShape(const CoordinateSet& experiment, const CoordinateSet& prediction,
-                                 const ComparisonParameters& parameters, std::uint32_t iteration,
-                                 const Kernels& kernels, ResidueMapping& mapping, Report& report) {
-    mapping.reset(experiment.size(), prediction.size());
-    const Points ofExperiment = unitVectors(experiment.points);
-    const Points ofPrediction = unitVectors(prediction.points);
+void StructureMapper::mapByShape(const MappingTask& task, const Kernels& kernels,
+                                 ResidueMapping& mapping, Report& report) {
+    const Points ofExperiment = unitVectors(task.experiment.points);
+    const Points ofPrediction = unitVectors(task.prediction.points);
+    pairing_.clear();
     if (std::min(ofExperiment.size(), ofPrediction.size()) < kFragmentLength) {
         report.reportFrom(
             5, "Not enough unit vectors for sequence independant alignment (%u vs %u)\n",
             static_cast<unsigned>(ofPrediction.size()), static_cast<unsigned>(ofExperiment.size()));
     } else {
         scoreFragments(ofExperiment, ofPrediction, similarity_);
-        dump(parameters, {iteration, 0}, Cells::FragmentScores, report);
-        const GapPenalties penalties = penaltiesOf(parameters);
+        dump(task, 0, Cells::FragmentScores, report);
+        const GapPenalties penalties = penaltiesOf(task.parameters);
         scratch_.aligner.align(similarity_, penalties, fragments_);
         pairFragments(fragments_, pairing_);
-        StartingPairings(experiment, prediction, penalties, kernels, scratch_).improve(pairing_);
-        setMapping(pairing_, experiment, prediction, mapping);
+        StartingPairings(task.experiment, task.prediction, penalties, kernels, scratch_)
+            .improve(pairing_);
     }
-    report.reportFrom(4, "Iter %u: Initial mapping %u residues\n", iteration,
+    setMapping(pairing_, task, mapping);
+    report.reportFrom(4, "Iter %u: Initial mapping %u residues\n", task.iteration,
                       static_cast<unsigned>(mapping.size()));
 }
 
-void StructureMapper::mapByDistance(const CoordinateSet& experiment,
-                                    const CoordinateSet& prediction,
-                                    const Superposition& superposition,
-                                    const ComparisonParameters& parameters,
-                                    const AlignmentStep& step, ResidueMapping& mapping,
-                                    Report& report) {
-    const auto length = static_cast<double>(std::min(experiment.size(), prediction.size()));
-    const double scale = distanceScale(length, parameters.thresholdScale);
+void StructureMapper::mapByDistance(const MappingTask& task, const Superposition& superposition,
+                                    std::uint32_t pass, ResidueMapping& mapping, Report& report) {
+    const auto length =
+        static_cast<double>(std::min(task.experiment.size(), task.prediction.size()));
+    const double scale = distanceScale(length, task.parameters.thresholdScale);
     const double reach = similarityReach(length);
     report.reportFrom(6, "Opt  %u: Generating similarity matrix using d0 = %.2f : dmax = %.2f\n",
-                      step.pass, scale, reach);
-    scoreDistances(experiment, prediction, superposition, scale, reach, similarity_);
+                      pass, scale, reach);
+    scoreDistances(task.experiment, task.prediction, superposition, scale, reach, similarity_);
     if (report.reportsFrom(6)) {
-        double sum = 0.0;
-        for (const float similarity : similarity_.values())
-            sum += static_cast<double>(similarity);
-        const auto cells =
-            static_cast<double>(std::max<std::size_t>(similarity_.values().size(), 1));
-        report.reportFrom(6, "Opt  %u: Average similarity score = %.3f\n", step.pass, sum / cells);
+        report.reportFrom(6, "Opt  %u: Average similarity score = %.3f\n", pass,
+                          mean(similarity_.values()));
     }
-    dump(parameters, step, Cells::Similarities, report);
-    scratch_.aligner.align(similarity_, penaltiesOf(parameters), pairing_);
-    setMapping(pairing_, experiment, prediction, mapping);
-    report.reportFrom(6, "Opt  %u: Mapped %u residues\n", step.pass,
+    dump(task, pass, Cells::Similarities, report);
+    scratch_.aligner.align(similarity_, penaltiesOf(task.parameters), pairing_);
+    setMapping(pairing_, task, mapping);
+    report.reportFrom(6, "Opt  %u: Mapped %u residues\n", pass,
                       static_cast<unsigned>(mapping.size()));
 }
 
-void StructureMapper::dump(const ComparisonParameters& parameters, const AlignmentStep& step,
-                           Cells cells, Report& report) {
-    if (!parameters.similarityMatrix || dumpFailed_) return;
-    const std::string fileName = format("align.matrix.%u.%u", step.iteration, step.pass);
+void StructureMapper::dump(const MappingTask& task, std::uint32_t pass, Cells cells,
+                           Report& report) {
+    if (!task.parameters.similarityMatrix || dumpFailed_) return;
+    const std::string fileName = format("align.matrix.%u.%u", task.iteration, pass);
     if (writeMatrix(fileName, cells)) return;
     dumpFailed_ = true;
     report.reportFrom(5, "Failed to open alignment similarity matrix '%s'\n", fileName.c_str());

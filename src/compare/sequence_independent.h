@@ -13,11 +13,12 @@
 
 namespace tervolanda {
 
-// Which alignment of a comparison is made: the domain iteration, from 1, and the pass that the
-// superposition comes from, 0 for the alignment before the first.
-struct AlignmentStep {
-    std::uint32_t iteration = 1;
-    std::uint32_t pass = 0;
+// What is to be mapped.
+struct MappingTask {
+    const CoordinateSet& experiment;
+    const CoordinateSet& prediction;
+    const ComparisonParameters& parameters;
+    std::uint32_t iteration = 1;  // domain iteration, for report lines and file names
 };
 
 // Makes residue mappings from structure, with the scratch that takes.
@@ -26,23 +27,21 @@ class StructureMapper {
     // Pairs residues by the shapes of the backbones around them, without a superposition: the
     // scores of 7-vector fragments, aligned locally, or the start that replaces it (see
     // StartingPairings).  No pairs when either chain has fewer than 7 unit vectors.
-    void mapByShape(const CoordinateSet& experiment, const CoordinateSet& prediction,
-                    const ComparisonParameters& parameters, std::uint32_t iteration,
-                    const Kernels& kernels, ResidueMapping& mapping, Report& report);
+    void mapByShape(const MappingTask& task, const Kernels& kernels, ResidueMapping& mapping,
+                    Report& report);
 
-    // Pairs residues that lie near each other under a superposition: the similarity of a pair at
-    // distance d is 1 / (1 + (d / d0)^2) within a reach, else 0, d0 and reach by the length of the
-    // shorter chain; aligned locally.
-    void mapByDistance(const CoordinateSet& experiment, const CoordinateSet& prediction,
-                       const Superposition& superposition, const ComparisonParameters& parameters,
-                       const AlignmentStep& step, ResidueMapping& mapping, Report& report);
+    // Pairs residues that lie near each other under the superposition that pass `pass` found: the
+    // similarity of a pair at distance d is 1 / (1 + (d / d0)^2) within a reach, else 0, d0 and
+    // reach by the length of the shorter chain; aligned locally.
+    void mapByDistance(const MappingTask& task, const Superposition& superposition,
+                       std::uint32_t pass, ResidueMapping& mapping, Report& report);
 
  private:
     enum class Cells : std::uint8_t { FragmentScores, Similarities };
 
     // Writes the matrix to "align.matrix.<iteration>.<pass>" in the working folder, if asked for.
-    void dump(const ComparisonParameters& parameters, const AlignmentStep& step, Cells cells,
-              Report& report);
+    // The alignment before the first pass is that of pass 0.
+    void dump(const MappingTask& task, std::uint32_t pass, Cells cells, Report& report);
     bool writeMatrix(const std::string& fileName, Cells cells) const;
 
     Matrix<float> similarity_;  // prediction x experiment, residues or fragments

@@ -1,0 +1,245 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "compare/comparing.h"
+
+namespace tervolanda::test {
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+
+ComparisonParameters byStructure() {
+    ComparisonParameters parameters = defaultParameters();
+    parameters.sequenceIndependent = true;
+    parameters.optimisations = 20;
+    return parameters;
+}
+
+// Residue numbers that say nothing.
+Chain renumbered(Chain chain, int first, int step) {
+    for (std::size_t i = 0; i < chain.atoms.size(); ++i) {
+        chain.atoms[i].residueNumber =
+            static_cast<std::int16_t>(first + step * static_cast<int>(i));
+    }
+    Log log;
+    buildResidues(chain, log);
+    return chain;
+}
+
+// Mapped prediction records whose partner is `expected(record)`.
+template <typename Expected>
+std::size_t countMapped(const ComparisonResult& result, const Expected& expected) {
+    std::size_t count = 0;
+    for (std::size_t i = 0; i < result.partners.size(); ++i) {
+        if (result.partners[i] == static_cast<std::int32_t>(expected(i))) ++count;
+    }
+    return count;
+}
+
+// Runs inside a folder of its own and returns to the old one.
+class InTemporaryFolder {
+ public:
+    InTemporaryFolder() : before_(std::filesystem::current_path()) {
+        std::filesystem::current_path(folder.path());
+    }
+    InTemporaryFolder(const InTemporaryFolder&) = delete;
+    InTemporaryFolder& operator=(const InTemporaryFolder&) = delete;
+    ~InTemporaryFolder() { std::filesystem::current_path(before_); }
+    TemporaryFolder folder;
+
+ private:
+    std::filesystem::path before_;
+};
+
+std::vector<std::string> linesOf(const std::string& text) {
+    std::vector<std::string> lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);)
+        lines.push_back(line);
+    return lines;
+}
+
+TEST(SequenceIndependent, PairsEveryResidueOfAnIdenticalChainWithItselfAtOnce) {
+    for (const Chain& chain : {coil(80, 2), helix(40), coil(8, 1)}) {
+        const Compared same = compare(chain, renumbered(moved(chain), 900, -1), byStructure());
+        const std::size_t n = chain.residues.size();
+        EXPECT_EQ(countMapped(same.result, [](std::size_t i) { return i; }), n);
+        EXPECT_NEAR(same.result.tm, 1.0, 1e-9);
+        EXPECT_THAT(same.lines,
+                    AllOf(HasSubstr("Iter 1: Initial mapping " + std::to_string(n) + " residues\n"),
+                          HasSubstr("Opt  1: Mapped " + std::to_string(n) + " residues\n"),
+                          HasSubstr("Opt  1: Mapping has converged\n"), Not(HasSubstr("Opt  2"))));
+    }
+}
+
+TEST(SequenceIndependent, FindsInsertionsAndDeletions) {
+    const Chain chain = coil(120, 4);
+    // Without residues 50 to 59 in the prediction, and 90 to 94 in the experiment.
+    const Chain prediction = renumbered(moved(withoutResidues(chain, 50, 60)), 1, 1);
+    const Chain experiment = renumbered(withoutResidues(chain, 90, 95), 500, 2);
+    const Compared compared = compare(experiment, prediction, byStructure());
+    const auto truth = [](std::size_t i) {
+        const int original = static_cast<int>(i) + (i < 50 ? 0 : 10);
+        if (original >= 90 && original < 95) return -1;
+        return original - (original < 95 ? 0 : 5);
+    };
+    EXPECT_EQ(countMapped(compared.result, truth), 110U);
+    EXPECT_EQ(compared.result.mapped, 105U);
+    EXPECT_NEAR(compared.result.rmsd, 0.0, 1e-9);
+    // By number nothing matches.
+    ComparisonParameters byNumber = defaultParameters();
+    EXPECT_EQ(compare(experiment, prediction, byNumber).result.pairs, 0U);
+    // Gaps that cost more than they gain leave one piece.
+    ComparisonParameters dear = byStructure();
+    dear.gapOpen = -1000.0;
+    EXPECT_LT(compare(experiment, prediction, dear).result.mapped, 75U);
+}
+
+TEST(SequenceIndependent, FindsAPieceOfAChain) {
+    const Chain chain = coil(150, 7);
+    const Chain piece =
+        shaken(moved(withoutResidues(withoutResidues(chain, 100, 150), 0, 60)), 0.5, 3);
+    const Compared compared = compare(chain, renumbered(piece, 1, 1), byStructure());
+    EXPECT_GE(countMapped(compared.result, [](std::size_t i) { return i + 60; }), 38U);
+    // The other way round: the prediction is the longer chain.
+    const Compared reversed = compare(renumbered(piece, 1, 1), chain, byStructure());
+    EXPECT_GE(reversed.result.tm, 0.75);
+}
+
+TEST(SequenceIndependent, NeedsSevenUnitVectors) {
+    const Compared seven = compare(coil(7, 1), coil(30, 1), byStructure(), 5);
+    EXPECT_EQ(seven.result.pairs, 0U);
+    EXPECT_THAT(seven.lines,
+                HasSubstr("Not enough unit vectors for sequence independant alignment (29 vs 6)\n"
+                          "Iter 1: Initial mapping 0 residues\n"
+                          "Iter 1: Less than 5 mapped residues - NOTHING DONE!\n"));
+    const Compared empty = compare(Chain{}, coil(30, 1), byStructure(), 5);
+    EXPECT_THAT(empty.lines, HasSubstr("(29 vs 0)\n"));
+}
+
+TEST(SequenceIndependent, PassesAreCounted) {
+    const Chain chain = shaken(coil(120, 4), 1.5, 1);
+    const Chain other = renumbered(moved(withoutResidues(coil(120, 4), 50, 60)), 1, 1);
+    for (const int optimisations : {0, 1, 2}) {
+        ComparisonParameters parameters = byStructure();
+        parameters.optimisations = optimisations;
+        const std::string lines = compare(chain, other, parameters).lines;
+        EXPECT_THAT(lines, HasSubstr("Opt  1: Pairs="));
+        if (optimisations < 2) EXPECT_THAT(lines, Not(HasSubstr("similarity matrix")));
+        if (optimisations == 2)
+            EXPECT_THAT(lines, HasSubstr("Opt  1: Generating similarity matrix"));
+        EXPECT_THAT(lines, Not(HasSubstr("Opt  2: Generating")));
+    }
+}
+
+TEST(Remapping, CorrectsNumbersThatAreShifted) {
+    const Chain chain = coil(100, 9);
+    const Chain shifted = renumbered(moved(chain), 2, 1);
+    ComparisonParameters parameters = defaultParameters();
+    EXPECT_LT(compare(chain, shifted, parameters).result.tm, 0.9);
+    parameters.optimisations = 20;
+    const Compared remapped = compare(chain, shifted, parameters);
+    EXPECT_EQ(countMapped(remapped.result, [](std::size_t i) { return i; }), 100U);
+    EXPECT_NEAR(remapped.result.tm, 1.0, 1e-9);
+    EXPECT_THAT(remapped.lines, Not(HasSubstr("Initial mapping")));
+    // d0(100) and the reach at 100 residues, by hand.
+    EXPECT_THAT(remapped.lines,
+                HasSubstr("Opt  1: Generating similarity matrix using d0 = 3.65 : dmax = 9.47\n"));
+}
+
+TEST(SequenceIndependent, DomainsAreFoundOneAfterTheOther) {
+    const Chain chain = coil(160, 11);
+    Chain opened = chain;
+    const Chain elsewhere = moved(chain);
+    for (std::size_t i = 90; i < 160; ++i)
+        opened.atoms[i] = elsewhere.atoms[i];
+    ComparisonParameters parameters = byStructure();
+    parameters.iterations = 2;
+    const Compared compared = compare(renumbered(opened, 400, 1), chain, parameters);
+    ASSERT_EQ(compared.result.iterations.size(), 2U);
+    EXPECT_GE(compared.result.iterations[0].pairs, 88U);
+    EXPECT_GE(compared.result.iterations[1].pairs, 65U);
+    EXPECT_THAT(compared.lines, HasSubstr("Iter 2: Initial mapping "));
+}
+
+TEST(MatrixDump, HoldsTheFragmentScoresAndThenTheSimilaritiesOfEveryPass) {
+    const InTemporaryFolder inside;
+    ComparisonParameters parameters = byStructure();
+    parameters.similarityMatrix = true;
+    compare(coil(12, 1), moved(withoutResidues(coil(12, 1), 10, 12)), parameters);
+    const auto first = linesOf(readFile("align.matrix.1.0"));
+    ASSERT_EQ(first.size(), 6U);  // three lines and the fragments of 10 residues
+    EXPECT_EQ(first[0], "# View similarity matrix with following command");
+    EXPECT_EQ(
+        first[1],
+        "# matrix2png -data align.matrix.1.0 -b -bkgcolor white -mincolor green -maxcolor red "
+        "-missingcolor grey -size 10:10 -range 0:10 > out.png");
+    EXPECT_EQ(first[2], "*\t1\t2\t3\t4\t5");
+    EXPECT_THAT(first[4], testing::StartsWith("2\t"));
+    EXPECT_THAT(first[4], HasSubstr("\t10.0\t"));
+    const auto second = linesOf(readFile("align.matrix.1.1"));
+    ASSERT_EQ(second.size(), 13U);
+    EXPECT_THAT(second[1], HasSubstr("align.matrix.1.1 -b"));
+    EXPECT_THAT(second[1], HasSubstr("-range 0:1 > out.png"));
+    EXPECT_EQ(std::count(second[2].begin(), second[2].end(), '\t'), 12);
+    EXPECT_THAT(second[12], testing::StartsWith("10\t"));
+}
+
+TEST(MatrixDump, StopsAtTheFirstFileThatCannotBeOpened) {
+    const InTemporaryFolder inside;
+    std::filesystem::create_directory("align.matrix.1.0");
+    ComparisonParameters parameters = byStructure();
+    parameters.similarityMatrix = true;
+    const Compared compared = compare(coil(30, 1), moved(coil(30, 1)), parameters, 5);
+    EXPECT_THAT(compared.lines,
+                HasSubstr("Failed to open alignment similarity matrix 'align.matrix.1.0'\n"));
+    EXPECT_FALSE(std::filesystem::exists("align.matrix.1.1"));
+    EXPECT_EQ(compared.result.pairs, 30U);
+}
+
+Chain realChain(const std::filesystem::path& file, int first = -999, int last = 9999) {
+    Log log;
+    auto chain = readChain(file, {}, {}, log);
+    EXPECT_TRUE(chain.has_value());
+    std::erase_if(chain->atoms, [&](const Atom& atom) {
+        return atom.residueNumber < first || atom.residueNumber > last;
+    });
+    buildResidues(*chain, log);
+    return *chain;
+}
+
+TEST(SequenceIndependent, ReachesTheScoresOfTMalignOnRealChains) {
+    TERVOLANDA_NEED_REAL_STRUCTURES(data);
+    // TMalign 20190822, normalised by the length of the first chain.
+    struct Known {
+        const char* first;
+        const char* second;
+        double tm;
+    };
+    for (const Known& known :
+         {Known{"ldh_1a5z_A", "ldh_1b8p_A", 0.87631}, Known{"ldh_1a5z_A", "ldh_1civ_A", 0.86303},
+          Known{"ldh_1a5z_A", "ldh_1hyh_C", 0.87774}, Known{"ldh_1a5z_A", "ldh_1i10_A", 0.90485}}) {
+        const auto fileOf = [&](const char* name) {
+            return data / "families" / (std::string(name) + ".pdb.gz");
+        };
+        const Compared compared =
+            compare(realChain(fileOf(known.first)), realChain(fileOf(known.second)), byStructure());
+        EXPECT_GT(compared.result.tm, known.tm - 0.02) << known.first << " " << known.second;
+    }
+    // Overlapping pieces of a protein that is nearly all helix, where shapes alone mislead.
+    const auto rotatin = data / "large" / "AF-Q86VV8-F1-model_v3.pdb.gz";
+    const Compared pieces =
+        compare(realChain(rotatin, 2101, 2226), realChain(rotatin, 1951, 2170), byStructure());
+    EXPECT_GT(pieces.result.tm, 0.6);  // TMalign: 0.694
+}
+
+}  // namespace
+}  // namespace tervolanda::test
