@@ -1,0 +1,97 @@
+// Clustering of N models from their matrix.  The models are points in families, in six dimensions:
+// their distances have the near pairs and the far tail that those of real models have.
+#include <benchmark/benchmark.h>
+
+#include <cmath>
+#include <cstdio>
+#include <random>
+#include <vector>
+
+#include "base/file.h"
+#include "cluster/cluster.h"
+#include "driver/log.h"
+
+namespace {
+
+using tervolanda::ClusterSettings;
+using tervolanda::DistanceMatrix;
+
+constexpr std::size_t kDimensions = 6;
+constexpr std::size_t kFamilies = 20;
+
+std::vector<float> makePoints(std::size_t models) {
+    std::mt19937 generator(1);
+    std::normal_distribution<float> normal;
+    std::vector<float> centres(kFamilies * kDimensions);
+    for (float& x : centres)
+        x = 3.0F * normal(generator);
+    std::vector<float> points(models * kDimensions);
+    for (std::size_t i = 0; i < models; ++i) {
+        const std::size_t family = generator() % kFamilies;
+        for (std::size_t k = 0; k < kDimensions; ++k) {
+            points[i * kDimensions + k] = centres[family * kDimensions + k] + normal(generator);
+        }
+    }
+    return points;
+}
+
+DistanceMatrix makeMatrix(std::size_t models) {
+    const std::vector<float> points = makePoints(models);
+    DistanceMatrix matrix(models, models);
+    for (std::size_t i = 0; i < models; ++i) {
+        for (std::size_t j = 0; j < models; ++j) {
+            float sum = 0.0F;
+            for (std::size_t k = 0; k < kDimensions; ++k) {
+                const float d = points[i * kDimensions + k] - points[j * kDimensions + k];
+                sum += d * d;
+            }
+            matrix.at(i, j) = std::sqrt(sum);
+        }
+    }
+    return matrix;
+}
+
+// The matrix of the last size asked for.
+DistanceMatrix& matrixOf(std::size_t models) {
+    static DistanceMatrix matrix;
+    if (matrix.rows() != models) matrix = makeMatrix(models);
+    return matrix;
+}
+
+// Arguments: models, method.
+void clusterModels(benchmark::State& state) {
+    DistanceMatrix& matrix = matrixOf(static_cast<std::size_t>(state.range(0)));
+    ClusterSettings settings;
+    settings.threshold = 1.0;
+    settings.maxThreshold = 8.0;
+    settings.thresholdStep = 0.2;
+    settings.method = static_cast<int>(state.range(1));
+    std::vector<std::uint32_t> ids(matrix.rows());
+    for (std::size_t i = 0; i < ids.size(); ++i)
+        ids[i] = static_cast<std::uint32_t>(i + 1);
+    const tervolanda::FileHandle nowhere(std::fopen("/dev/null", "w"));
+    tervolanda::Log log(nowhere.get(), nowhere.get());
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(
+            tervolanda::clusterModels(matrix, ids, settings, nullptr, log).count);
+    }
+}
+
+// Arguments: models.
+void rankByJury(benchmark::State& state) {
+    const DistanceMatrix& matrix = matrixOf(static_cast<std::size_t>(state.range(0)));
+    const tervolanda::PairMatrix pairs(matrix.rows(), matrix.rows(), 100U);
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(tervolanda::rankByJury(matrix, pairs, 4.0, 20).front().score);
+    }
+}
+
+const std::vector<std::int64_t> kSizes = {1000, 3000, 10000};
+
+}  // namespace
+
+BENCHMARK(clusterModels)
+    ->ArgsProduct({kSizes, {1, 2, 3, 4, 5}})
+    ->ArgNames({"models", "method"})
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(rankByJury)->ArgsProduct({kSizes})->ArgNames({"models"})->Unit(benchmark::kMillisecond);

@@ -1,0 +1,77 @@
+// One superposition and one whole search, by chain length.  The chains are walks of which the
+// prediction follows the first part loosely and the rest not at all: hard decoys, for which the
+// search cannot end early.
+#include <benchmark/benchmark.h>
+
+#include "compare/compare.h"
+#include "compare/workspace.h"
+#include "support/support.h"
+
+namespace tervolanda {
+namespace {
+
+constexpr std::uint32_t kSeed = 20;
+
+Chain hardDecoy(const Chain& chain) {
+    Chain decoy = test::shaken(chain, 3.0, kSeed);
+    const Chain other = test::coil(chain.atoms.size(), kSeed + 1);
+    for (std::size_t i = chain.atoms.size() / 2; i < chain.atoms.size(); ++i) {
+        decoy.atoms[i] = other.atoms[i];
+    }
+    return test::moved(decoy);
+}
+
+struct Pair {
+    explicit Pair(std::int64_t residues) {
+        test::CapturedLog log;
+        const Chain chain = test::coil(static_cast<std::size_t>(residues), kSeed);
+        experiment = prepareChain(chain, AtomSelection::Calpha, parameters, log.report);
+        prediction = prepareChain(hardDecoy(chain), AtomSelection::Calpha, parameters, log.report);
+        parameters.seedLevels = 2;
+    }
+    ComparisonParameters parameters;
+    CoordinateSet experiment, prediction;
+};
+
+void fitOfAllPairs(benchmark::State& state) {
+    const Pair pair(state.range(0));
+    test::CapturedLog log;
+    ComparisonWorkspace workspace;
+    mapByResidue(pair.experiment, pair.prediction, workspace.mapping, log.report);
+    workspace.placePairs(pair.experiment, pair.prediction, workspace.mapping.pairs);
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(fitPairs(workspace.pairs, workspace.kernels()));
+    }
+}
+
+void mapping(benchmark::State& state) {
+    const Pair pair(state.range(0));
+    test::CapturedLog log;
+    ComparisonWorkspace workspace;
+    for (auto _ : state) {
+        mapByResidue(pair.experiment, pair.prediction, workspace.mapping, log.report);
+        benchmark::DoNotOptimize(workspace.mapping.pairs.data());
+    }
+}
+
+void search(benchmark::State& state, bool maximiseTM, const Kernels& kernels) {
+    Pair pair(state.range(0));
+    pair.parameters.maximiseTM = maximiseTM;
+    test::CapturedLog log;
+    ComparisonWorkspace workspace(kernels);
+    ComparisonResult result;
+    for (auto _ : state) {
+        compareMaxSub(pair.experiment, pair.prediction, pair.parameters, workspace, log.report,
+                      result);
+        benchmark::DoNotOptimize(result.tm);
+    }
+}
+
+BENCHMARK(fitOfAllPairs)->Arg(50)->Arg(127)->Arg(300)->Arg(1000);
+BENCHMARK(mapping)->Arg(50)->Arg(127)->Arg(300)->Arg(1000);
+BENCHMARK_CAPTURE(search, maxsub, false, bestKernels())->Arg(50)->Arg(127)->Arg(300)->Arg(1000);
+BENCHMARK_CAPTURE(search, portable, false, portableKernels())->Arg(127)->Arg(300);
+BENCHMARK_CAPTURE(search, forTm, true, bestKernels())->Arg(127)->Arg(300);
+
+}  // namespace
+}  // namespace tervolanda

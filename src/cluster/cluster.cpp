@@ -1,0 +1,72 @@
+// The way into clustering: similarities become distances, then the chosen method takes over.
+#include "cluster/cluster.h"
+
+#include <algorithm>
+#include <numeric>
+
+#include "cluster/hierarchical.h"
+#include "cluster/neighbours.h"
+
+namespace tervolanda {
+
+namespace {
+
+void convertToDistances(DistanceMatrix& matrix, double conversion) {
+    for (float& entry : matrix.values()) {
+        entry = static_cast<float>(conversion - static_cast<double>(entry));
+    }
+}
+
+// Positions by ascending or descending sum; sums that are not numbers last.
+template <typename Sum>
+std::vector<std::uint32_t> orderBySum(const std::vector<Sum>& sums, bool descending) {
+    std::vector<std::uint32_t> order(sums.size());
+    std::iota(order.begin(), order.end(), 0U);
+    const auto numbersEnd = std::stable_partition(
+        order.begin(), order.end(), [&sums](std::uint32_t i) { return sums[i] == sums[i]; });
+    std::stable_sort(order.begin(), numbersEnd,
+                     [&sums, descending](std::uint32_t a, std::uint32_t b) {
+                         return descending ? sums[a] > sums[b] : sums[a] < sums[b];
+                     });
+    return order;
+}
+
+template <typename Sum, typename Value>
+std::vector<Sum> rowSums(const Matrix<Value>& matrix) {
+    std::vector<Sum> sums;
+    sums.reserve(matrix.rows());
+    for (std::size_t i = 0; i < matrix.rows(); ++i) {
+        const auto row = matrix.row(i);
+        sums.push_back(std::accumulate(row.begin(), row.end(), Sum{0}, [](Sum sum, Value value) {
+            return sum + static_cast<Sum>(value);
+        }));
+    }
+    return sums;
+}
+
+}  // namespace
+
+ClusterAssignment clusterModels(DistanceMatrix& matrix, std::span<const std::uint32_t> ids,
+                                const ClusterSettings& settings, const ChainList* names, Log& log) {
+    if (settings.method == 0) return {};
+    const bool holdsSimilarities = settings.conversion != 0.0;
+    if (holdsSimilarities) convertToDistances(matrix, settings.conversion);
+    ClusterSettings used = settings;
+    used.maxThreshold = std::max(settings.maxThreshold, settings.threshold);
+    const DistanceView distances(matrix, /*hasFailedFits=*/!holdsSimilarities);
+    ClusterTables tables(ids, names, log);
+    if (settings.method == 4 || settings.method == 5) {
+        return clusterByNeighbours(distances, used, tables);
+    }
+    return clusterHierarchically(distances, used, tables);
+}
+
+std::vector<std::uint32_t> orderByRowSum(const PairMatrix& matrix, bool descending) {
+    return orderBySum(rowSums<std::uint64_t>(matrix), descending);
+}
+
+std::vector<std::uint32_t> orderByRowSum(const DistanceMatrix& matrix, bool descending) {
+    return orderBySum(rowSums<double>(matrix), descending);
+}
+
+}  // namespace tervolanda

@@ -1,0 +1,66 @@
+// Lines come by the ten thousand, so a name is looked up in an index and not searched for in the
+// list.
+#include "cluster/tables.h"
+
+#include <algorithm>
+#include <climits>
+
+#include "driver/log.h"
+
+namespace tervolanda {
+
+ClusterTables::ClusterTables(std::span<const std::uint32_t> ids, const ChainList* models, Log& log)
+    : ids_(ids), haveNames_(models != nullptr), log_(&log) {
+    if (!haveNames_) return;
+    std::size_t longest = 0;
+    nameOf_.reserve(models->chains.size());
+    for (const Chain& chain : models->chains) {
+        nameOf_.emplace(chain.number, chain.fileName.c_str());
+        longest = std::max(longest, chain.fileName.size());
+    }
+    nameWidth_ = static_cast<int>(std::min<std::size_t>(longest, INT_MAX));
+}
+
+const char* ClusterTables::name(std::size_t model) const {
+    const auto found = nameOf_.find(ids_[model]);
+    return found == nameOf_.end() ? "" : found->second;
+}
+
+void ClusterTables::printRule(int detail) {
+    log_->info(detail, "======================================");
+}
+
+void ClusterTables::printItemHeader() {
+    log_->info(0, "%-5s    %-7s", "Item", "Cluster");
+}
+
+void ClusterTables::printItem(std::size_t model, std::uint32_t cluster) {
+    const int item = static_cast<int>(id(model));
+    const int number = static_cast<int>(cluster);
+    if (haveNames_) {
+        log_->info(0, "%5d :  %7d                        %-s", item, number, name(model));
+    } else {
+        log_->info(0, "%5d :  %7d", item, number);
+    }
+}
+
+void ClusterTables::printCentroidHeader() {
+    log_->info(0, "Centroids");
+    printRule();
+    log_->info(0, "%-7s  %-7s  %-7s     %s", "Cluster", "Centroid", "Size", "Spread");
+}
+
+void ClusterTables::printCentroid(std::uint32_t cluster, std::size_t model, std::size_t size,
+                                  double spread) {
+    const int number = static_cast<int>(cluster);
+    const int centroid = static_cast<int>(id(model));
+    const int members = static_cast<int>(size);
+    if (haveNames_) {
+        log_->info(0, "%5d :  %7d  %7d       %6.3f  %-s", number, centroid, members, shown(spread),
+                   name(model));
+    } else {
+        log_->info(0, "%5d :  %7d  %7d       %6.3f", number, centroid, members, shown(spread));
+    }
+}
+
+}  // namespace tervolanda

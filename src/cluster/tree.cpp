@@ -1,0 +1,47 @@
+// Puts the merges that a linkage has found in order, as a tree of joins.
+//
+// Order at equal distances: the order in which the linkage found them.  Single linkage goes through
+// the clusters that join at that distance from the one with the earliest model on, average and
+// maximum linkage follow their chains; see there.
+#include <algorithm>
+
+#include "cluster/merges.h"
+
+namespace tervolanda {
+
+namespace {
+
+std::vector<Join> orderMerges(std::vector<Merge> merges) {
+    std::stable_sort(merges.begin(), merges.end(),
+                     [](const Merge& a, const Merge& b) { return a.distance < b.distance; });
+    FirstModels firstModel(merges.size() + 1);
+    std::vector<std::int64_t> node(merges.size() + 1);  // by first model
+    for (std::size_t i = 0; i < node.size(); ++i)
+        node[i] = static_cast<std::int64_t>(i);
+    std::vector<Join> tree;
+    tree.reserve(merges.size());
+    for (const Merge& merge : merges) {
+        const auto [first, second] = std::minmax({firstModel.of(merge.a), firstModel.of(merge.b)});
+        tree.push_back({node[first], node[second], merge.distance});
+        firstModel.unite(first, second);
+        node[first] = -static_cast<std::int64_t>(tree.size());
+    }
+    return tree;
+}
+
+}  // namespace
+
+std::vector<Join> buildTree(const DistanceView& distances, Linkage linkage) {
+    if (distances.size() < 2) return {};
+    switch (linkage) {
+        case Linkage::Average:
+            return orderMerges(mergeByAverageLinkage(distances));
+        case Linkage::Maximum:
+            return orderMerges(mergeByMaximumLinkage(distances));
+        case Linkage::Single:
+            break;
+    }
+    return orderMerges(mergeBySingleLinkage(distances));
+}
+
+}  // namespace tervolanda
