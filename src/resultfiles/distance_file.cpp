@@ -1,0 +1,199 @@
+// The distance file: plain text, a line for every structure and one for every pair of structures.
+// IDs in the file are those of the list that the structures came from; while reading, the first
+// appearance of an ID gives it the next row of the matrix.
+#include "resultfiles/distance_file.h"
+
+#include <cmath>
+#include <limits>
+#include <new>
+#include <string_view>
+#include <utility>
+
+#include "base/text.h"
+#include "driver/log.h"
+
+namespace tervolanda {
+
+namespace {
+
+constexpr std::string_view kDistanceKey = "DIST :";
+constexpr std::size_t kRuleWidth = 35;
+constexpr std::size_t kChainRuleWidth = 26;
+constexpr float kMissing = -1.0F;
+constexpr double kLargest = static_cast<double>(std::numeric_limits<float>::max());
+
+class DistanceFileParser {
+ public:
+    explicit DistanceFileParser(ChainList* chains) : chains_(chains) {
+        if (chains != nullptr) chainsBefore_ = chains->chains.size();
+    }
+
+    std::optional<FormatError> addLine(std::string_view line);
+    bool hasSize() const { return file_.matrix.rows() > 0; }
+    DistanceFile take() { return std::move(file_); }
+
+ private:
+    std::optional<FormatError> addSize(std::string_view line);
+    std::optional<FormatError> addChain(std::string_view line);
+    std::optional<FormatError> addDistance(std::string_view line);
+    // Gives an ID the next free row; false when there is none.
+    bool addId(std::uint32_t id);
+    // The row of an ID, old or new; kNone when all rows are taken by others.
+    std::uint32_t rowOf(std::uint32_t id);
+
+    DistanceFile file_;
+    ChainList* chains_;
+    std::size_t chainsBefore_ = 0;  // entries of the caller's list that are not from this file
+    IdIndex rows_;
+    std::uint32_t usedRows_ = 0;
+};
+
+FormatError missingSize() {
+    return {
+        "Failed to determine size of matrix before distance records. Require header 'SIZE : <N>'"};
+}
+
+std::optional<FormatError> DistanceFileParser::addLine(std::string_view line) {
+    if (line.starts_with(kDistanceKey)) return addDistance(line);
+    if (line.starts_with(kSizeKey)) return addSize(line);
+    if (chains_ != nullptr && line.starts_with(kChainKey)) return addChain(line);
+    return std::nullopt;
+}
+
+std::optional<FormatError> DistanceFileParser::addSize(std::string_view line) {
+    std::size_t size = 0;
+    if (auto error = parseSizeRecord(line, sizeof(float), size)) return error;
+    file_ = {};  // a later size record starts over; the old matrix goes before the new one comes
+    if (chains_ != nullptr) chains_->chains.resize(chainsBefore_);
+    usedRows_ = 0;
+    try {
+        file_.matrix.assign(size, size, kMissing);
+        file_.ids.assign(size, 0);
+        rows_ = IdIndex(size);
+    } catch (const std::bad_alloc&) {
+        return sizeNotAllocated(line);
+    }
+    for (std::size_t i = 0; i < size; ++i)
+        file_.matrix.at(i, i) = 0.0F;
+    return std::nullopt;
+}
+
+bool DistanceFileParser::addId(std::uint32_t id) {
+    if (usedRows_ == file_.ids.size()) return false;
+    file_.ids[usedRows_] = id;
+    rows_.add(id, usedRows_);
+    ++usedRows_;
+    return true;
+}
+
+std::uint32_t DistanceFileParser::rowOf(std::uint32_t id) {
+    const std::uint32_t row = rows_.find(id);
+    if (row != IdIndex::kNone) return row;
+    return addId(id) ? usedRows_ - 1 : IdIndex::kNone;
+}
+
+std::optional<FormatError> DistanceFileParser::addChain(std::string_view line) {
+    if (!hasSize()) {
+        return FormatError{
+            "Failed to determine size of matrix before Chain records. Require header 'SIZE : <N>'"};
+    }
+    Chain chain;
+    if (auto error = parseChainRecord(line, kChainKey.size(), chain)) return error;
+    if (!addId(chain.number)) return incorrectChainRecord(line);
+    chains_->chains.push_back(std::move(chain));
+    return std::nullopt;
+}
+
+std::optional<FormatError> DistanceFileParser::addDistance(std::string_view line) {
+    if (!hasSize()) return missingSize();
+    std::string_view fields = line.substr(kDistanceKey.size());
+    const std::optional<std::uint32_t> id1 = parseId(takeField(fields));
+    const std::optional<std::uint32_t> id2 = parseId(takeField(fields));
+    const std::optional<double> number = wholeReal(takeField(fields));
+    std::uint32_t i = IdIndex::kNone;
+    std::uint32_t j = IdIndex::kNone;
+    if (id1 && id2 && number && std::fabs(*number) <= kLargest) {
+        i = rowOf(*id1);
+        j = rowOf(*id2);
+    }
+    if (i == IdIndex::kNone || j == IdIndex::kNone) {
+        return faultyLine(
+            "Incorrect distance record,  require 'DIST : <ID> <ID> <Distance>' - Check: ", line);
+    }
+    const auto distance = static_cast<float>(*number);
+    file_.matrix.at(i, j) = distance;
+    file_.matrix.at(j, i) = distance;
+    return std::nullopt;
+}
+
+}  // namespace
+
+FileOutcome writeDistanceFile(const std::string& path, const ChainList& chains,
+                              const DistanceMatrix& matrix, std::span<const std::uint32_t> ids,
+                              Log& log) {
+    log.info(0, "Printing distance file %s", path.c_str());
+    OutputFile output(path);
+    if (!output.isOpen()) {
+        log.error(0, "Can't open distance file '%s' - %s", path.c_str(), systemErrorText());
+        return FileOutcome::NotCreated;
+    }
+    writeRule(output, kRuleWidth);
+    output.write("# Tervolanda Distance Matrix File\n");
+    writeRule(output, kRuleWidth);
+    writeSizeRecord(output, ids.size());
+    writeRule(output, kChainRuleWidth);
+    output.write("# Chain records\n# PDB  : <ID> <Filename>\n");
+    writeRule(output, kChainRuleWidth);
+    writeChainRecords(output, chains, kChainKey);
+    writeRule(output, kRuleWidth);
+    output.write("# Distance records\n# DIST : <ID1> <ID2> <Distance>\n");
+    writeRule(output, kRuleWidth);
+    for (std::size_t i = 0; i < ids.size(); ++i) {
+        for (std::size_t j = i + 1; j < ids.size(); ++j) {
+            output.print("DIST : %6ld %6ld %10.4f\n", static_cast<long>(ids[i]),
+                         static_cast<long>(ids[j]), static_cast<double>(matrix.at(j, i)));
+        }
+    }
+    return finishFile(output, path, log);
+}
+
+std::variant<DistanceFile, FormatError> parseDistanceFile(std::FILE* file, ChainList* chains) {
+    DistanceFileParser parser(chains);
+    RecordLines lines(file);
+    while (const std::optional<std::string_view> line = lines.next()) {
+        if (auto error = parser.addLine(*line)) return *std::move(error);
+    }
+    if (lines.failed()) return FormatError{"Failed to read the distance file to its end"};
+    if (!parser.hasSize()) return missingSize();
+    return parser.take();
+}
+
+bool reportMissingDistances(const DistanceFile& distances, Log& log) {
+    bool complete = reportDoubleIds(distances.ids, log);
+    const std::size_t size = distances.matrix.rows();
+    for (std::size_t i = 0; i < size; ++i) {
+        const std::span<const float> row = distances.matrix.row(i);
+        for (std::size_t j = i + 1; j < size; ++j) {
+            if (row[j] >= 0.0F) continue;
+            log.error(0, "Missing distance record for %d - %d", static_cast<int>(i + 1),
+                      static_cast<int>(j + 1));
+            complete = false;
+        }
+    }
+    return complete;
+}
+
+std::optional<DistanceFile> readDistanceFile(const std::string& path, ChainList* chains, Log& log) {
+    log.info(0, "Reading distance file %s", path.c_str());
+    const FileHandle file = openForReading(path);
+    if (!file) log.abend("Can't open distance file '%s' - %s", path.c_str(), systemErrorText());
+    auto parsed = parseDistanceFile(file.get(), chains);
+    if (const auto* error = std::get_if<FormatError>(&parsed)) {
+        log.abend("%s", error->message.c_str());
+    }
+    auto& distances = std::get<DistanceFile>(parsed);
+    if (!reportMissingDistances(distances, log)) return std::nullopt;
+    return std::move(distances);
+}
+
+}  // namespace tervolanda

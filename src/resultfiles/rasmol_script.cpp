@@ -1,0 +1,312 @@
+// RasMol scripts: commands that colour the chains, then the coordinates themselves, which the
+// command "load inline" reads from behind the command "exit".  The experiment is light blue and the
+// prediction light green; residues that the superposition rests on are darker and thicker.
+#include "resultfiles/rasmol_script.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "base/file.h"
+#include "base/format.h"
+#include "driver/log.h"
+#include "resultfiles/resultfiles.h"
+
+namespace tervolanda {
+
+namespace {
+
+constexpr std::string_view kLetters = "ABCDEFGHIJKLMNOPQRSTUVWXYZ";
+constexpr char kExperimentLetter = 'A';
+constexpr char kSuperExperimentLetter = '0';
+constexpr int kThin = 60;  // backbone radius, 1/250 Å
+constexpr int kThick = 130;
+constexpr const char* kExperimentColour = "[102,204,255]";
+constexpr const char* kPredictionColour = "[204,255,153]";
+constexpr const char* kExperimentHighlight = "[102,102,255]";
+constexpr const char* kPredictionHighlight = "[051,255,051]";
+constexpr std::string_view kStars = "echo ***************************************************\n";
+
+// The prediction as one superposition shows it.
+struct ShownPrediction {
+    char letter = 'B';
+    Superposition superposition;
+    std::vector<MatchedPair> pairs;  // highlighted
+};
+
+// Letters of the predictions in "align.rsm": B to Z in turn, the experiment has A.
+char predictionLetter(std::size_t number) {
+    return kLetters[1 + number % (kLetters.size() - 1)];
+}
+
+// --- Commands ------------------------------------------------------------------------------------
+
+void writeBackbone(OutputFile& script, char letter, int radius, const char* colour) {
+    script.print("select :%c\nbackbone %d\ncolour %s\n", letter, radius, colour);
+}
+
+void writeHighlight(OutputFile& script, const NumberRange& range, char letter, const char* colour) {
+    script.print("select %d-%d:%c\ncolour %s\nbackbone %d\n", range.first, range.last, letter,
+                 colour, kThick);
+}
+
+void writeNameLine(OutputFile& script, char letter, const char* role, const Chain& chain) {
+    script.print("echo Chain '%c' - %s : ", letter, role);
+    script.write(echoedName(chain.fileName));
+}
+
+void writeAlignHead(OutputFile& script, const ScriptSubject& subject,
+                    const std::vector<ShownPrediction>& predictions) {
+    script.write("#!/usr/bin/rasmol -script\nload inline\nselect all\ncolour chain\n");
+    writeBackbone(script, kExperimentLetter, kThin, kExperimentColour);
+    for (const ShownPrediction& shown : predictions)
+        writeBackbone(script, shown.letter, kThin, kPredictionColour);
+    for (const ShownPrediction& shown : predictions) {
+        for (const ResidueRun& run :
+             residueRuns(subject.experimentSet, subject.predictionSet, shown.pairs)) {
+            writeHighlight(script, run.experiment, kExperimentLetter, kExperimentHighlight);
+            writeHighlight(script, run.prediction, shown.letter, kPredictionHighlight);
+        }
+    }
+}
+
+// `origin` are the lines that say where the superposition comes from.
+void writeAlignEnd(OutputFile& script, const ScriptSubject& subject,
+                   const std::vector<ShownPrediction>& predictions, const std::string& origin) {
+    script.write("select all\nwireframe off\n");
+    script.write(kStars);
+    script.write("echo\n");
+    writeNameLine(script, kExperimentLetter, "Experiment", subject.experiment);
+    script.write("\n");
+    for (const ShownPrediction& shown : predictions) {
+        writeNameLine(script, shown.letter, "Prediction", subject.prediction);
+        script.write("\n");
+    }
+    script.write("echo\n");
+    script.write(origin);
+    script.write(
+        "echo Residues used to obtain superposition are shown in\n"
+        "echo thick lines with a darker colour.\n"
+        "echo\n");
+    script.write(kStars);
+    script.write("exit\n");
+}
+
+// --- Coordinates ---------------------------------------------------------------------------------
+
+// Which atoms of a chain to write; an empty range is none.
+struct AtomRange {
+    std::uint32_t first = 0, end = 0;
+};
+
+void writeAtoms(OutputFile& script, const Chain& chain, const std::vector<AtomRange>& ranges,
+                char letter, const Superposition* superposition) {
+    int serial = 0;
+    for (const AtomRange& range : ranges) {
+        for (std::uint32_t i = range.first; i < range.end; ++i) {
+            Atom atom = chain.atoms[i];
+            atom.chainId = letter;
+            if (superposition != nullptr) {
+                const auto place = superposition->apply(atom.x, atom.y, atom.z);
+                atom.x = place[0];
+                atom.y = place[1];
+                atom.z = place[2];
+            }
+            script.write(formatFullAtomLine(atom, ++serial));
+        }
+    }
+    if (serial > 0) script.write("TER\n");
+}
+
+std::vector<AtomRange> allAtoms(const Chain& chain) {
+    return {{0, static_cast<std::uint32_t>(chain.atoms.size())}};
+}
+
+// The atoms of the given residues, or from the first to the last of them.  `residues` in any order.
+std::vector<AtomRange> atomsOf(const Chain& chain, std::vector<std::uint32_t> residues,
+                               ScriptAtoms selection) {
+    if (selection == ScriptAtoms::All) return allAtoms(chain);
+    std::sort(residues.begin(), residues.end());
+    residues.erase(std::unique(residues.begin(), residues.end()), residues.end());
+    std::vector<AtomRange> ranges;
+    for (const std::uint32_t residue : residues) {
+        if (residue >= chain.residues.size()) break;  // atoms that belong to no residue
+        ranges.push_back({chain.residues[residue].first, chain.residues[residue].end});
+    }
+    if (selection == ScriptAtoms::Spanned && !ranges.empty()) {
+        ranges = {{ranges.front().first, ranges.back().end}};
+    }
+    return ranges;
+}
+
+void writeAlignCoordinates(OutputFile& script, const ScriptSubject& subject,
+                           const std::vector<ShownPrediction>& predictions, ScriptAtoms selection) {
+    std::vector<std::uint32_t> residues;
+    for (const ShownPrediction& shown : predictions) {
+        for (const MatchedPair& pair : shown.pairs)
+            residues.push_back(subject.experimentSet.residueIndex[pair.experiment]);
+    }
+    writeAtoms(script, subject.experiment, atomsOf(subject.experiment, residues, selection),
+               kExperimentLetter, nullptr);
+    for (const ShownPrediction& shown : predictions) {
+        residues.clear();
+        for (const MatchedPair& pair : shown.pairs)
+            residues.push_back(subject.predictionSet.residueIndex[pair.prediction]);
+        writeAtoms(script, subject.prediction, atomsOf(subject.prediction, residues, selection),
+                   shown.letter, &shown.superposition);
+    }
+}
+
+// --- Whole scripts -------------------------------------------------------------------------------
+
+bool openScript(const OutputFile& script, const std::string& path, Log& log) {
+    if (!script.isOpen()) log.error(0, "Failed to open output file '%s'", path.c_str());
+    return script.isOpen();
+}
+
+FileOutcome finishScript(OutputFile& script, const std::string& path, Log& log) {
+    const int errorNumber = script.makeExecutable();
+    if (errorNumber != 0) {
+        log.error(0, "chmod failed on file '%s', errno = %d\n", path.c_str(), errorNumber);
+    }
+    if (script.commit()) return FileOutcome::Written;
+    log.error(0, "Failed to write file '%s' - %s", path.c_str(), systemErrorText());
+    return FileOutcome::Incomplete;
+}
+
+std::vector<ShownPrediction> shownIterations(const ComparisonResult& result) {
+    std::vector<ShownPrediction> predictions(result.iterations.size());
+    for (std::size_t n = 0; n < predictions.size(); ++n) {
+        predictions[n].letter = predictionLetter(n);
+        predictions[n].superposition = result.iterations[n].superposition;
+    }
+    for (const MatchedPair& match : result.matched) {
+        if (match.iteration < predictions.size()) {
+            predictions[match.iteration].pairs.push_back(match);
+        }
+    }
+    return predictions;
+}
+
+// Per iteration the MaxSub index so far, the total MaxSub so far, and the scores it is the sum of.
+void reportIterations(const ComparisonResult& result, Report& report) {
+    report.report(0, "Iter   Area    MS\n");
+    double index = 0.0;
+    double total = 0.0;
+    std::string scores;
+    for (std::size_t n = 0; n < result.iterations.size(); ++n) {
+        total += result.iterations[n].score;
+        index += total;
+        scores += format(" %5.3f", result.iterations[n].score);
+        report.report(0, "%-2d     %5.3f : %5.3f =%s\n", static_cast<int>(n + 1), index, total,
+                      scores.c_str());
+    }
+}
+
+}  // namespace
+
+std::string echoedName(std::string_view name) {
+    std::string text(name);
+    for (char& c : text) {
+        const auto code = static_cast<unsigned char>(c);
+        if (code < ' ' || code == 0x7F || c == ';') c = '?';
+    }
+    return text;
+}
+
+std::vector<ResidueRun> residueRuns(const CoordinateSet& experiment,
+                                    const CoordinateSet& prediction,
+                                    std::span<const MatchedPair> pairs) {
+    const auto extend = [](NumberRange& range, const CoordinateSet& set, std::uint32_t record) {
+        const int number = set.residueNumber[record];
+        const bool follows = number == range.last + 1 && set.insertionCode[record] == ' ';
+        if (follows) range.last = number;
+        return follows;
+    };
+    std::vector<ResidueRun> runs;
+    for (const MatchedPair& pair : pairs) {
+        if (!runs.empty()) {
+            ResidueRun extended = runs.back();
+            if (extend(extended.experiment, experiment, pair.experiment) &&
+                extend(extended.prediction, prediction, pair.prediction)) {
+                runs.back() = extended;
+                continue;
+            }
+        }
+        const int first = experiment.residueNumber[pair.experiment];
+        const int second = prediction.residueNumber[pair.prediction];
+        runs.push_back({{first, first}, {second, second}});
+    }
+    return runs;
+}
+
+FileOutcome writeMaxSubScript(const std::string& path, const ScriptSubject& subject,
+                              const ComparisonResult& result,
+                              const ComparisonParameters& parameters, ScriptAtoms atoms, Log& log,
+                              Report& report) {
+    OutputFile script(path);
+    if (!openScript(script, path, log)) return FileOutcome::NotCreated;
+    report.report(0, "Outputting superposition to file '%s'\n", path.c_str());
+    if (parameters.iterations > 1) reportIterations(result, report);
+    const std::vector<ShownPrediction> predictions = shownIterations(result);
+    const std::string origin = format(
+        "echo Sequence %s model-reference superposition.\n"
+        "echo Superposition generated from MaxSub analysis.\n"
+        "echo Only CA atom pairs closer than %g were used\n"
+        "echo to obtain this superposition.\n",
+        parameters.sequenceIndependent ? "independant" : "dependant",
+        result.iterations.front().distanceCutoff);
+    writeAlignHead(script, subject, predictions);
+    writeAlignEnd(script, subject, predictions, origin);
+    writeAlignCoordinates(script, subject, predictions, atoms);
+    return finishScript(script, path, log);
+}
+
+FileOutcome writeRmsdScript(const std::string& path, const ScriptSubject& subject,
+                            const RmsdResult& result, Log& log, Report& report) {
+    OutputFile script(path);
+    if (!openScript(script, path, log)) return FileOutcome::NotCreated;
+    report.report(0, "Outputting superposition to file '%s'\n", path.c_str());
+    std::vector<ShownPrediction> predictions(1);
+    predictions[0].superposition = result.superposition;
+    predictions[0].pairs = result.matched;
+    writeAlignHead(script, subject, predictions);
+    writeAlignEnd(script, subject, predictions,
+                  "echo Sequence dependant model-reference superposition.\n"
+                  "echo Superposition generated from RMSD fit.\n");
+    writeAlignCoordinates(script, subject, predictions, ScriptAtoms::All);
+    return finishScript(script, path, log);
+}
+
+void SuperScript::add(const Chain& model, double score,
+                      const std::optional<Superposition>& superposition) {
+    models_.push_back({&model, score, superposition, kLetters[nextLetter_ % kLetters.size()]});
+    ++nextLetter_;
+}
+
+FileOutcome SuperScript::write(const std::string& path, Log& log) const {
+    OutputFile script(path);
+    if (!openScript(script, path, log)) return FileOutcome::NotCreated;
+    script.print(
+        "#!/usr/bin/rasmol -script\nload inline\nselect all\nbackbone %d\ncolor group\n"
+        "select :%c\nbackbone %d\ncolor white\nselect all\nwireframe off\n",
+        kThin, kSuperExperimentLetter, kThick);
+    script.write(kStars);
+    script.write("echo\n");
+    writeNameLine(script, kSuperExperimentLetter, "Experiment", *experiment_);
+    script.write("\necho\n");
+    for (const Model& model : models_) {
+        writeNameLine(script, model.letter, "Prediction", *model.chain);
+        script.print("   (%g)\n", model.score);
+    }
+    script.write("echo\n");
+    script.write(kStars);
+    script.write("exit\n");
+    writeAtoms(script, *experiment_, allAtoms(*experiment_), kSuperExperimentLetter, nullptr);
+    for (const Model& model : models_) {
+        writeAtoms(script, *model.chain, allAtoms(*model.chain), model.letter,
+                   model.superposition ? &*model.superposition : nullptr);
+    }
+    return finishScript(script, path, log);
+}
+
+}  // namespace tervolanda

@@ -1,0 +1,179 @@
+// The common parts of the two kinds of result file.  Both are read a line at a time; fields stand
+// between blanks and must be numbers as a whole.
+#include "resultfiles/result_record.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <limits>
+
+#include "base/format.h"
+#include "base/text.h"
+#include "driver/log.h"
+
+namespace tervolanda {
+
+namespace {
+
+constexpr std::string_view kDigits = "0123456789";
+
+// The memory that the control group of the process may use, as the kernel's file of that name
+// tells it; the largest number when there is no limit.
+std::uint64_t memoryLimitIn(const char* path) {
+    const FileHandle file = openForReading(path);
+    if (file) {
+        LineReader lines(file.get());
+        const std::optional<std::string_view> line = lines.next();
+        if (line) {
+            if (const auto limit = digitsOnly(trimBlanks(*line))) return *limit;
+        }
+    }
+    return std::numeric_limits<std::uint64_t>::max();
+}
+
+// Three quarters of the memory of the machine, or of the container the process runs in, bytes.
+std::uint64_t usableMemory() {
+    const long pages = sysconf(_SC_PHYS_PAGES);
+    const long pageSize = sysconf(_SC_PAGESIZE);
+    std::uint64_t memory = std::numeric_limits<std::uint64_t>::max();
+    if (pages > 0 && pageSize > 0) {
+        memory = static_cast<std::uint64_t>(pages) * static_cast<std::uint64_t>(pageSize);
+    }
+    memory = std::min(memory, memoryLimitIn("/sys/fs/cgroup/memory.max"));
+    memory = std::min(memory, memoryLimitIn("/sys/fs/cgroup/memory/memory.limit_in_bytes"));
+    return memory / 4 * 3;
+}
+
+std::string_view sizeValue(std::string_view line) {
+    return trimBlanks(line.substr(kSizeKey.size()));
+}
+
+int printedLength(std::string_view text) {
+    return static_cast<int>(std::min(text.size(), RecordLines::kLongestRecord));
+}
+
+}  // namespace
+
+std::optional<std::string_view> RecordLines::next() {
+    for (;;) {
+        const std::optional<std::string_view> piece = reader_.next(kLongestRecord);
+        if (!piece) return std::nullopt;
+        const bool continues = insideLongLine_;
+        insideLongLine_ = piece->size() == kLongestRecord && piece->back() != '\n';
+        if (!continues && piece->front() != '#') return piece;
+    }
+}
+
+FormatError faultyLine(std::string_view text, std::string_view line) {
+    FormatError error{std::string(text)};
+    error.message += '\'';
+    error.message += trimBlanks(line);
+    error.message += '\'';
+    return error;
+}
+
+std::optional<std::uint32_t> parseId(std::string_view field) {
+    const std::optional<std::int64_t> number = wholeInteger(field);
+    if (!number || *number < 1 || *number > std::numeric_limits<std::uint32_t>::max()) {
+        return std::nullopt;
+    }
+    return static_cast<std::uint32_t>(*number);
+}
+
+std::optional<FormatError> parseSizeRecord(std::string_view line, std::size_t bytesPerCell,
+                                           std::size_t& size) {
+    const std::string_view value = sizeValue(line);
+    const std::string_view whole = trimBlanks(line);
+    if (value.empty() || value.find_first_not_of(kDigits) != std::string_view::npos) {
+        FormatError error{"Failed to determine size of distance matrix from line: "};
+        error.message += whole;
+        return error;
+    }
+    const std::optional<std::uint64_t> number = digitsOnly(value);  // none when it is too large
+    if (number == std::uint64_t{0}) {
+        return FormatError{format("Cannot have zero size distance matrix: '%.*s' %.*s",
+                                  printedLength(value), value.data(), printedLength(whole),
+                                  whole.data())};
+    }
+    const std::uint64_t cells = usableMemory() / bytesPerCell;
+    if (!number || *number > std::numeric_limits<std::uint32_t>::max() ||
+        *number * *number > cells) {
+        return sizeNotAllocated(line);
+    }
+    size = static_cast<std::size_t>(*number);
+    return std::nullopt;
+}
+
+FormatError sizeNotAllocated(std::string_view line) {
+    const std::string_view value = sizeValue(line);
+    return {format("Cannot allocate distance matrix of size '%.*s' within %.1f GB of memory",
+                   printedLength(value), value.data(), static_cast<double>(usableMemory()) / 1e9)};
+}
+
+FormatError incorrectChainRecord(std::string_view line) {
+    return faultyLine("Incorrect Chain record, require 'PDB  : <ID> <Filename>' - Check: ", line);
+}
+
+std::optional<FormatError> parseChainRecord(std::string_view line, std::size_t keyLength,
+                                            Chain& chain) {
+    std::string_view fields = line.substr(keyLength);
+    const std::optional<std::uint32_t> id = parseId(takeField(fields));
+    const std::string_view name = takeField(fields);
+    if (!id || name.empty()) return incorrectChainRecord(line);
+    chain.number = *id;
+    chain.fileName = name;
+    return std::nullopt;
+}
+
+std::uint32_t IdIndex::find(std::uint32_t id) const {
+    if (id < small_.size()) return small_[id];
+    const auto found = large_.find(id);
+    return found == large_.end() ? kNone : found->second;
+}
+
+void IdIndex::add(std::uint32_t id, std::uint32_t row) {
+    if (id >= small_.size()) {
+        large_.emplace(id, row);
+    } else if (small_[id] == kNone) {
+        small_[id] = row;
+    }
+}
+
+bool reportDoubleIds(std::span<const std::uint32_t> ids, Log& log) {
+    std::map<std::uint32_t, std::size_t> rowsWith;
+    for (const std::uint32_t id : ids)
+        ++rowsWith[id];
+    for (const std::uint32_t id : ids) {
+        for (std::size_t others = rowsWith[id] - 1; others > 0; --others) {
+            log.error(0, "Missing unique IDs for each Chain file - Check ID: %ld",
+                      static_cast<long>(id));
+        }
+    }
+    return rowsWith.size() == ids.size();
+}
+
+void writeRule(OutputFile& output, std::size_t width) {
+    output.write(std::string(width, '#'));
+    output.write("\n");
+}
+
+void writeSizeRecord(OutputFile& output, std::size_t size) {
+    output.print("SIZE : %d\n", static_cast<int>(size));
+}
+
+void writeChainRecords(OutputFile& output, const ChainList& chains, std::string_view key) {
+    for (const Chain& chain : chains.chains) {
+        output.write(key);
+        output.print(" %6ld   %-s\n", static_cast<long>(chain.number), chain.fileName.c_str());
+    }
+}
+
+FileOutcome finishFile(OutputFile& output, const std::string& path, Log& log) {
+    if (output.commit()) return FileOutcome::Written;
+    log.error(0, "Failed to write file '%s' - %s", path.c_str(), systemErrorText());
+    return FileOutcome::Incomplete;
+}
+
+}  // namespace tervolanda

@@ -1,0 +1,148 @@
+// Files that hold the results of a run: the distance file and the MaxSub file, which a later run
+// reads back instead of comparing structures, and the RasMol scripts that show a superposition.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "chain/chain.h"
+#include "cluster/cluster.h"
+#include "compare/compare.h"
+
+namespace tervolanda {
+
+class Log;
+class Report;
+
+// How the writing of a result file ended; all but Written after an ERROR line.  A file that could
+// not be created does not concern the rest of the run.  One that could not be written in full
+// (which leaves an older file as it was) must make the run end with status 1.
+enum class FileOutcome : std::uint8_t { Written, NotCreated, Incomplete };
+
+// --- Distance file -------------------------------------------------------------------------------
+
+// Writes the values below the diagonal of the N x N `matrix`.  `chains` and `ids` name its rows.
+FileOutcome writeDistanceFile(const std::string& path, const ChainList& chains,
+                              const DistanceMatrix& matrix, std::span<const std::uint32_t> ids,
+                              Log& log);
+
+struct DistanceFile {
+    DistanceMatrix matrix;           // N x N, symmetric; 0 on the diagonal, which files do not give
+    std::vector<std::uint32_t> ids;  // one a row, by first appearance in the file
+};
+
+// Reads a distance file; a format error is fatal.  When `chains` is given the chain records are
+// read, too: each adds a chain that has only its number and file name.  None, after ERROR lines,
+// when IDs or distances are missing: the run then ends, with status 0.
+std::optional<DistanceFile> readDistanceFile(const std::string& path, ChainList* chains, Log& log);
+
+// --- MaxSub file ---------------------------------------------------------------------------------
+
+// Writes the lite file: a score record for every model and every pair of models.  Scores and pairs
+// are N x N, as a MaxSub batch returns them.  Scores above 1 (a score that was renormalised to a
+// much shorter model) are written as 1: no reader takes more.
+FileOutcome writeMaxSubFile(const std::string& path, const ChainList& chains,
+                            const DistanceMatrix& scores, const PairMatrix& pairs,
+                            std::span<const std::uint32_t> ids, Log& log);
+
+// Keeps what the full file says about pairs and no matrix holds, superpositions and residue pairs,
+// in a nameless file on disk while a batch runs.  In memory a pair takes 16 bytes.
+class TransformationSpool {
+ public:
+    // The disk space is taken where the result file `path` will be; `models` is only looked at
+    // here.
+    TransformationSpool(const std::string& path, const ChainList& models, Log& log);
+    TransformationSpool(const TransformationSpool&) = delete;
+    TransformationSpool& operator=(const TransformationSpool&) = delete;
+    ~TransformationSpool();
+
+    // What was found for the matrix positions i > j; pairs may come in any order.  This is what a
+    // batch's PairSink is to call.
+    void add(std::size_t i, std::size_t j, const ComparisonResult& result);
+
+    class Storage;  // transformation_file.cpp
+    Storage& storage() const { return *storage_; }
+
+ private:
+    std::unique_ptr<Storage> storage_;
+};
+
+// Writes the full file: a transformation and a position record for every pair of models.  A pair
+// that the spool has not seen, or with another number of residue pairs than `pairs` says, is fatal.
+FileOutcome writeTransformationFile(const std::string& path, const ChainList& chains,
+                                    const DistanceMatrix& scores, const PairMatrix& pairs,
+                                    const TransformationSpool& transformations,
+                                    std::span<const std::uint32_t> ids, Log& log);
+
+struct MaxSubFile {
+    ChainList chains;                // N chains in row order that have only number and file name
+    DistanceMatrix scores;           // N x N, 0..1, as in MaxSubBatch; 1 on the diagonal
+    PairMatrix pairs;                // N x N; 0 on the diagonal when the file does not say
+    std::vector<std::uint32_t> ids;  // one a row
+};
+
+// Reads a lite or a full MaxSub file; a format error is fatal.  Transformations and positions are
+// checked, not kept.  None, after ERROR lines, when IDs or scores are missing: the run then ends
+// with status 1.
+std::optional<MaxSubFile> readMaxSubFile(const std::string& path, Log& log);
+
+// --- RasMol scripts ------------------------------------------------------------------------------
+
+// The two chains of a pairwise run and the coordinate sets that they were compared by.
+struct ScriptSubject {
+    const Chain& experiment;
+    const CoordinateSet& experimentSet;
+    const Chain& prediction;
+    const CoordinateSet& predictionSet;
+};
+
+// Which atoms a MaxSub script shows; the numbers are those of the command line.
+enum class ScriptAtoms : int {
+    Matched = 0,  // of the residues of the MaxSub subset
+    Spanned = 1,  // of all residues from the first to the last of the subset
+    All = 2,
+};
+
+// Writes the script of a MaxSub run ("align.rsm"): the experiment, and for every domain iteration
+// the prediction as moved by its superposition, the residues of the subset highlighted.  Reports
+// the file name and, when more than one iteration was asked for, the iteration table.
+// REQUIRES: result.iterations is not empty.
+FileOutcome writeMaxSubScript(const std::string& path, const ScriptSubject& subject,
+                              const ComparisonResult& result,
+                              const ComparisonParameters& parameters, ScriptAtoms atoms, Log& log,
+                              Report& report);
+
+// The same for an RMSD run: all atoms, the fitted residues highlighted.
+FileOutcome writeRmsdScript(const std::string& path, const ScriptSubject& subject,
+                            const RmsdResult& result, Log& log, Report& report);
+
+// The script of a list run ("super.rsm"): the experiment and the best models laid over it.
+class SuperScript {
+ public:
+    // The chains are lent until write() has returned.
+    explicit SuperScript(const Chain& experiment) : experiment_(&experiment) {}
+
+    // The next best model, its score, and its superposition; without one it is shown unmoved.
+    // Models get the letters A to Z in turn, and A again after Z.
+    void add(const Chain& model, double score, const std::optional<Superposition>& superposition);
+
+    FileOutcome write(const std::string& path, Log& log) const;
+
+ private:
+    struct Model {
+        const Chain* chain;
+        double score;
+        std::optional<Superposition> superposition;
+        char letter;
+    };
+
+    const Chain* experiment_;
+    std::vector<Model> models_;
+    std::size_t nextLetter_ = 0;
+};
+
+}  // namespace tervolanda

@@ -1,0 +1,144 @@
+// All transformation records of the full MaxSub file stand before all its position records, while a
+// batch finds both together and in another order.  So each pair is appended to a file on disk as it
+// comes, and read back where its record is due.  Residue pairs nearly always form long diagonal
+// runs and are kept as such.
+#include "resultfiles/transformation_spool.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cassert>
+#include <cstdio>
+#include <cstdlib>
+
+#include "compare/compare.h"
+#include "driver/log.h"
+
+namespace tervolanda {
+
+namespace {
+
+// What the spool holds of a pair of models; its runs follow.
+struct SpoolRecord {
+    Superposition superposition;
+    std::uint64_t runs = 0;
+};
+
+// A file without a name beside `path`, where the space for the result is; none beside a device.
+FileHandle openSpoolBeside(const std::string& path) {
+    struct stat status {};
+    if (lstat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) return nullptr;
+    std::string name = path + ".XXXXXX";
+    const int descriptor = mkstemp(name.data());
+    if (descriptor < 0) return nullptr;
+    unlink(name.c_str());
+    FileHandle file(fdopen(descriptor, "w+b"));
+    if (!file) close(descriptor);
+    return file;
+}
+
+// The 1-based position in its chain of the residue of every C-alpha record.
+std::vector<std::uint32_t> residuePositions(const Chain& chain, Report& silent) {
+    std::vector<std::uint32_t> positions =
+        prepareChain(chain, AtomSelection::Calpha, ComparisonParameters{}, silent).residueIndex;
+    for (std::uint32_t& position : positions)
+        ++position;
+    return positions;
+}
+
+bool readAt(int descriptor, void* target, std::size_t size, std::uint64_t offset) {
+    auto* bytes = static_cast<char*>(target);
+    while (size > 0) {
+        const ssize_t got = pread(descriptor, bytes, size, static_cast<off_t>(offset));
+        if (got <= 0) return false;
+        bytes += got;
+        size -= static_cast<std::size_t>(got);
+        offset += static_cast<std::size_t>(got);
+    }
+    return true;
+}
+
+}  // namespace
+
+TransformationSpool::Storage::Storage(const std::string& path, const ChainList& models, Log& log)
+    : file_(openSpoolBeside(path)), positions_(models.chains.size()) {
+    const std::size_t size = models.chains.size();
+    if (size > 1) pairs_.resize(size * (size - 1) / 2);
+    if (!file_) file_.reset(std::tmpfile());
+    failed_ = !file_;
+    Report silent(log, 0);
+    for (std::size_t i = 0; i < size; ++i)
+        positions_[i] = residuePositions(models.chains[i], silent);
+}
+
+bool TransformationSpool::Storage::flush() {
+    if (!failed_ && std::fflush(file_.get()) != 0) failed_ = true;
+    return !failed_;
+}
+
+void TransformationSpool::Storage::append(const void* bytes, std::size_t size) {
+    if (failed_ || size == 0) return;
+    if (std::fwrite(bytes, 1, size, file_.get()) != size) failed_ = true;
+    end_ += size;
+}
+
+void TransformationSpool::Storage::collectRuns(std::size_t i, std::size_t j,
+                                               const std::vector<MatchedPair>& matched) {
+    runs_.clear();
+    for (const MatchedPair& match : matched) {
+        const std::uint32_t experiment = positions_[i][match.experiment];
+        const std::uint32_t prediction = positions_[j][match.prediction];
+        if (!runs_.empty()) {
+            PairRun& run = runs_.back();
+            if (experiment == run.experiment + run.length &&
+                prediction == run.prediction + run.length) {
+                ++run.length;
+                continue;
+            }
+        }
+        runs_.push_back({experiment, prediction, 1});
+    }
+}
+
+void TransformationSpool::Storage::add(std::size_t i, std::size_t j,
+                                       const ComparisonResult& result) {
+    assert(i > j && i < positions_.size());
+    Pair& pair = pairs_[index(i, j)];
+    pair.offset = end_;
+    pair.matched = static_cast<std::uint32_t>(result.matched.size());
+    collectRuns(i, j, result.matched);
+    SpoolRecord record;
+    if (!result.iterations.empty()) record.superposition = result.iterations[0].superposition;
+    record.runs = runs_.size();
+    append(&record, sizeof record);
+    append(runs_.data(), runs_.size() * sizeof(PairRun));
+}
+
+bool TransformationSpool::Storage::readSuperposition(std::size_t i, std::size_t j,
+                                                     Superposition& superposition) const {
+    SpoolRecord record;
+    if (!readAt(fileno(file_.get()), &record, sizeof record, pair(i, j).offset)) return false;
+    superposition = record.superposition;
+    return true;
+}
+
+bool TransformationSpool::Storage::readRuns(std::size_t i, std::size_t j,
+                                            std::vector<PairRun>& runs) const {
+    const int descriptor = fileno(file_.get());
+    const std::uint64_t offset = pair(i, j).offset;
+    SpoolRecord record;
+    if (!readAt(descriptor, &record, sizeof record, offset)) return false;
+    runs.resize(record.runs);
+    return readAt(descriptor, runs.data(), runs.size() * sizeof(PairRun), offset + sizeof record);
+}
+
+TransformationSpool::TransformationSpool(const std::string& path, const ChainList& models, Log& log)
+    : storage_(std::make_unique<Storage>(path, models, log)) {}
+
+TransformationSpool::~TransformationSpool() = default;
+
+void TransformationSpool::add(std::size_t i, std::size_t j, const ComparisonResult& result) {
+    storage_->add(i, j, result);
+}
+
+}  // namespace tervolanda

@@ -1,0 +1,54 @@
+// What a TransformationSpool holds, for the writer of the full MaxSub file.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "base/file.h"
+#include "resultfiles/resultfiles.h"
+
+namespace tervolanda {
+
+// Residue pairs (experiment + k, prediction + k) for k = 0 .. length - 1; positions count from 1.
+struct PairRun {
+    std::uint32_t experiment = 0;
+    std::uint32_t prediction = 0;
+    std::uint32_t length = 0;
+};
+
+class TransformationSpool::Storage {
+ public:
+    Storage(const std::string& path, const ChainList& models, Log& log);
+
+    void add(std::size_t i, std::size_t j, const ComparisonResult& result);
+
+    // Makes all that was added readable; false when not all of it could be kept.
+    bool flush();
+    bool has(std::size_t i, std::size_t j) const { return pair(i, j).offset != kAbsent; }
+    std::uint32_t matched(std::size_t i, std::size_t j) const { return pair(i, j).matched; }
+    // The parts of a pair that was added; false after a read error.
+    bool readSuperposition(std::size_t i, std::size_t j, Superposition& superposition) const;
+    bool readRuns(std::size_t i, std::size_t j, std::vector<PairRun>& runs) const;
+
+ private:
+    static constexpr std::uint64_t kAbsent = UINT64_MAX;
+    struct Pair {
+        std::uint64_t offset = kAbsent;
+        std::uint32_t matched = 0;
+    };
+
+    static std::size_t index(std::size_t i, std::size_t j) { return i * (i - 1) / 2 + j; }
+    const Pair& pair(std::size_t i, std::size_t j) const { return pairs_[index(i, j)]; }
+    void collectRuns(std::size_t i, std::size_t j, const std::vector<MatchedPair>& matched);
+    void append(const void* bytes, std::size_t size);
+
+    FileHandle file_;
+    std::uint64_t end_ = 0;
+    bool failed_ = false;
+    std::vector<std::vector<std::uint32_t>> positions_;  // of each model, one a record
+    std::vector<Pair> pairs_;                            // row by row below the diagonal
+    std::vector<PairRun> runs_;                          // scratch
+};
+
+}  // namespace tervolanda

@@ -1,0 +1,380 @@
+#include "resultfiles/transformation_file.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "cluster/cluster.h"
+#include "support/support.h"
+
+namespace tervolanda {
+namespace {
+
+using test::CapturedLog;
+using test::TemporaryFolder;
+
+std::variant<ParsedMaxSubFile, FormatError> parse(std::string text) {
+    const FileHandle file(fmemopen(text.data(), text.size(), "rb"));
+    return parseMaxSubFile(file.get());
+}
+
+ParsedMaxSubFile parsed(const std::string& text) {
+    auto result = parse(text);
+    const auto* error = std::get_if<FormatError>(&result);
+    EXPECT_EQ(error, nullptr) << error->message;
+    return error == nullptr ? std::move(std::get<ParsedMaxSubFile>(result)) : ParsedMaxSubFile{};
+}
+
+std::string messageOf(const std::string& text) {
+    const auto result = parse(text);
+    const auto* error = std::get_if<FormatError>(&result);
+    return error == nullptr ? "no error" : error->message;
+}
+
+// A batch of models of `residues` residues as it would come from a list with unreadable files, and
+// results whose every number is another.
+struct Batch {
+    explicit Batch(const std::vector<std::uint32_t>& modelIds)
+        : ids(modelIds),
+          scores(ids.size(), ids.size(), 1.0F),
+          pairs(ids.size(), ids.size(), kResidues) {
+        for (const std::uint32_t id : ids) {
+            models.chains.push_back(test::helix(kResidues));
+            models.chains.back().number = id;
+            models.chains.back().fileName = "m" + std::to_string(id);
+        }
+        for (std::size_t i = 1; i < ids.size(); ++i) {
+            for (std::size_t j = 0; j < i; ++j) {
+                scores.at(i, j) = static_cast<float>(i * 8 + j) / 64.0F;
+                scores.at(j, i) = scores.at(i, j) / 2.0F;
+                pairs.at(i, j) = pairs.at(j, i) = static_cast<std::uint32_t>(i + j);
+            }
+        }
+    }
+
+    ComparisonResult result(std::size_t i, std::size_t j) const {
+        ComparisonResult found;
+        found.pairs = pairs.at(i, j);
+        for (std::uint32_t k = 0; k < found.pairs; ++k)
+            found.matched.push_back({k, k + static_cast<std::uint32_t>(j), 0});
+        Superposition superposition;
+        superposition.experimentCentre = {static_cast<double>(i), 0.5, -1.0};
+        superposition.predictionCentre = {static_cast<double>(j), -0.00049, 1234.5678};
+        superposition.rotation = {0, -1, 0, 1, 0, 0, 0, 0, 1};
+        found.iterations.push_back({superposition, found.pairs, 0.5, 3.5});
+        return found;
+    }
+
+    // In the order of a batch: within a row from the diagonal outwards.
+    void spoolAll(TransformationSpool& spool) const {
+        for (std::size_t i = 1; i < ids.size(); ++i) {
+            for (std::size_t j = i; j-- > 0;)
+                spool.add(i, j, result(i, j));
+        }
+    }
+
+    static constexpr std::uint32_t kResidues = 12;
+    std::vector<std::uint32_t> ids;
+    ChainList models;
+    DistanceMatrix scores;
+    PairMatrix pairs;
+};
+
+const std::string kRule = std::string(26, '#') + "\n";
+
+TEST(MaxSubFile, LiteFileIsWrittenToTheByteAndNoScoreExceedsOne) {
+    const TemporaryFolder folder;
+    Batch batch({2, 5});
+    batch.scores.at(1, 0) = 0.625F;
+    batch.scores.at(0, 1) = 1.2F;  // renormalised to a much shorter model
+    CapturedLog captured;
+    const std::string path = folder / "m.txt";
+    EXPECT_EQ(
+        writeMaxSubFile(path, batch.models, batch.scores, batch.pairs, batch.ids, captured.log),
+        FileOutcome::Written);
+    EXPECT_EQ(captured.output(), "INFO  : Printing MaxSub output file " + path + "\n");
+    EXPECT_EQ(test::readFile(path), kRule + "# Tervolanda MaxSub File\n" + kRule +
+                                        "# Size record\nSIZE : 2\n" + kRule +
+                                        "# Chain records\n# PDB: <ID> <Filename>\n" + kRule +
+                                        "PDB:      2   m2\nPDB:      5   m5\n" + kRule +
+                                        "# Maxsub records\n"
+                                        "# MS : <ID1> <ID2> <1-2> <2-1> <Pairs>\n" +
+                                        kRule +
+                                        "MS :      2\t     2\t1.000\t1.000\t  12\n"
+                                        "MS :      2\t     5\t1.000\t0.625\t   1\n"
+                                        "MS :      5\t     5\t1.000\t1.000\t  12\n");
+}
+
+TEST(MaxSubFile, FullFileIsWrittenToTheByteInRowOrder) {
+    const TemporaryFolder folder;
+    const Batch batch({1, 3, 4});
+    CapturedLog captured;
+    const std::string path = folder / "m.txt";
+    TransformationSpool spool(path, batch.models, captured.log);
+    batch.spoolAll(spool);
+    EXPECT_EQ(writeTransformationFile(path, batch.models, batch.scores, batch.pairs, spool,
+                                      batch.ids, captured.log),
+              FileOutcome::Written);
+    EXPECT_EQ(
+        test::readFile(path),
+        kRule + "# Tervolanda MaxSub File\n" + kRule + "# Size record\nSIZE : 3\n" + kRule +
+            "# Chain records\n# PDB  : <ID> <Filename>\n" + kRule +
+            "PDB  :      1   m1\nPDB  :      3   m3\nPDB  :      4   m4\n" + kRule +
+            "# Transformation records\n"
+            "# TRANS: <ID1> <ID2> <MaxSub 1-2> <MaxSub 2-1> <Pairs> <CoM 1> <CoM 2> <RotMat>\n" +
+            kRule +
+            "TRANS:      3      1       0.1250     0.0625    1"
+            "      1.000    0.500   -1.000      0.000    0.000 1234.568"
+            "      0.000   -1.000    0.000    1.000    0.000    0.000    0.000    0.000    1.000\n"
+            "TRANS:      4      1       0.2500     0.1250    2"
+            "      2.000    0.500   -1.000      0.000    0.000 1234.568"
+            "      0.000   -1.000    0.000    1.000    0.000    0.000    0.000    0.000    1.000\n"
+            "TRANS:      4      3       0.2656     0.1328    3"
+            "      2.000    0.500   -1.000      1.000    0.000 1234.568"
+            "      0.000   -1.000    0.000    1.000    0.000    0.000    0.000    0.000    "
+            "1.000\n" +
+            kRule + "# Position records\n# POS  : <ID> <ID> <Positions ...>\n" + kRule +
+            "POS  :      3      1    1:1\n"
+            "POS  :      4      1    1:1 2:2\n"
+            "POS  :      4      3    1:2 2:3 3:4\n");
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 1)
+        << "the spool left a file behind";
+}
+
+TEST(MaxSubFile, BothVariantsReadBack) {
+    const TemporaryFolder folder;
+    Batch batch({2, 3, 7, 90000});
+    batch.scores.at(0, 3) = 1.5F;
+    CapturedLog captured;
+    const std::string full = folder / "full.txt";
+    const std::string lite = folder / "lite.txt";
+    TransformationSpool spool(full, batch.models, captured.log);
+    batch.spoolAll(spool);
+    writeTransformationFile(full, batch.models, batch.scores, batch.pairs, spool, batch.ids,
+                            captured.log);
+    writeMaxSubFile(lite, batch.models, batch.scores, batch.pairs, batch.ids, captured.log);
+    for (const std::string& path : {full, lite}) {
+        const auto read = readMaxSubFile(path, captured.log);
+        ASSERT_TRUE(read) << path;
+        EXPECT_EQ(read->ids, batch.ids);
+        for (std::size_t i = 0; i < batch.ids.size(); ++i) {
+            EXPECT_EQ(read->chains.chains.at(i).fileName, batch.models.chains[i].fileName);
+            EXPECT_EQ(read->chains.chains[i].number, batch.ids[i]);
+            for (std::size_t j = 0; j < batch.ids.size(); ++j) {
+                const float score = std::min(batch.scores.at(i, j), 1.0F);
+                EXPECT_NEAR(read->scores.at(i, j), score, path == full ? 0.5001e-4 : 0.5001e-3);
+                const std::uint32_t own = path == full ? 0 : Batch::kResidues;
+                EXPECT_EQ(read->pairs.at(i, j), i == j ? own : batch.pairs.at(i, j));
+            }
+        }
+    }
+    EXPECT_EQ(captured.error(), "");
+}
+
+TEST(TransformationSpool, PositionsAreThoseOfResiduesAndRunsComeApartAgain) {
+    const TemporaryFolder folder;
+    Batch batch({1, 2});
+    // The second residue of the first model has no C-alpha atom: records and residues differ.
+    batch.models.chains[0].atoms[1].classification = 0;
+    batch.models.chains[0].residues[1].ca = kNoAtom;
+    ComparisonResult found = batch.result(1, 0);
+    found.matched = {{0, 0, 0}, {1, 1, 0}, {2, 2, 0}, {5, 9, 0}, {6, 8, 0}, {3, 4, 1}, {4, 5, 1}};
+    found.pairs = 7;
+    batch.pairs.at(1, 0) = batch.pairs.at(0, 1) = 7;
+    CapturedLog captured;
+    // Beside a device there is no place for a spool.
+    TransformationSpool spool("/dev/null", batch.models, captured.log);
+    spool.add(1, 0, found);
+    const std::string path = folder / "m.txt";
+    writeTransformationFile(path, batch.models, batch.scores, batch.pairs, spool, batch.ids,
+                            captured.log);
+    EXPECT_THAT(test::readFile(path),
+                testing::EndsWith("POS  :      2      1    1:1 2:3 3:4 6:11 7:10 4:6 5:7\n"));
+}
+
+TEST(TransformationSpool, PairWithoutSuperpositionHasZeroCentresAndTheIdentity) {
+    const TemporaryFolder folder;
+    Batch batch({1, 2});
+    batch.scores.at(1, 0) = batch.scores.at(0, 1) = 0.0F;
+    batch.pairs.at(1, 0) = batch.pairs.at(0, 1) = 0;
+    CapturedLog captured;
+    const std::string path = folder / "m.txt";
+    TransformationSpool spool(path, batch.models, captured.log);
+    spool.add(1, 0, ComparisonResult{});
+    writeTransformationFile(path, batch.models, batch.scores, batch.pairs, spool, batch.ids,
+                            captured.log);
+    const std::string text = test::readFile(path);
+    EXPECT_THAT(text,
+                testing::HasSubstr("    0      0.000    0.000    0.000      0.000    0.000    0.000"
+                                   "      1.000    0.000    0.000    0.000    1.000    0.000    "
+                                   "0.000    0.000    1.000\n"));
+    EXPECT_THAT(text, testing::EndsWith("POS  :      2      1   \n"));
+    EXPECT_TRUE(readMaxSubFile(path, captured.log));
+}
+
+TEST(TransformationSpoolDeathTest, FaultyPositionsAreFatalAndLeaveNoFile) {
+    const TemporaryFolder folder;
+    const std::string path = folder.write("m.txt", "an older file");
+    Batch batch({4, 9});
+    Log log;
+    TransformationSpool spool(path, batch.models, log);
+    const auto write = [&] {
+        writeTransformationFile(path, batch.models, batch.scores, batch.pairs, spool, batch.ids,
+                                log);
+    };
+    EXPECT_EXIT(write(), testing::ExitedWithCode(1),
+                testing::HasSubstr("ABEND : Missing MaxSub positions count for 9 vs. 4"));
+    spool.add(1, 0, batch.result(1, 0));
+    batch.pairs.at(1, 0) += 1;
+    EXPECT_EXIT(write(), testing::ExitedWithCode(1),
+                testing::HasSubstr("ABEND : Currupt MaxSub positions list for 9 vs. 4"));
+    EXPECT_EQ(test::readFile(path), "an older file");
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 1);
+}
+
+TEST(MaxSubFile, WritersTellAFileTheyCannotCreateFromOneTheyCannotFinish) {
+    const TemporaryFolder folder;
+    const Batch batch({1, 2});
+    CapturedLog captured;
+    const std::string nowhere = folder / "no/folder";
+    TransformationSpool spool(nowhere, batch.models, captured.log);
+    batch.spoolAll(spool);
+    const auto writeFull = [&](const std::string& path) {
+        return writeTransformationFile(path, batch.models, batch.scores, batch.pairs, spool,
+                                       batch.ids, captured.log);
+    };
+    EXPECT_EQ(writeFull(nowhere), FileOutcome::NotCreated);
+    EXPECT_EQ(writeFull("/dev/full"), FileOutcome::Incomplete);
+    EXPECT_EQ(
+        writeMaxSubFile(nowhere, batch.models, batch.scores, batch.pairs, batch.ids, captured.log),
+        FileOutcome::NotCreated);
+    const std::string noOpen =
+        "ERROR : Can't open MaxSub output file '" + nowhere + "' - Unknown error.\n";
+    EXPECT_EQ(captured.error(),
+              noOpen + "ERROR : Failed to write file '/dev/full' - Unknown error.\n" + noOpen);
+}
+
+// A TRANS record from its five leading fields.
+std::string trans(const std::string& fields) {
+    return "TRANS: " + fields + " 1 2 3 4 5 6 1 0 0 0 1 0 0 0 1\n";
+}
+
+TEST(MaxSubFile, ScoresGoToTheirSidesAndASecondSizeRecordStartsOver) {
+    const ParsedMaxSubFile result =
+        parsed("SIZE : 3\nPDB: 9 a\nMS : 9 2 1 1 1\nSIZE : 2\nPDB: 8 a\nPDB  : 3 b\n" +
+               trans("3 8 0.25 +1 2") + "POS  : 8 3 1:1 2:2\n");
+    EXPECT_THAT(result.file.ids, testing::ElementsAre(8, 3));
+    EXPECT_EQ(result.file.scores.at(1, 0), 0.25F);
+    EXPECT_EQ(result.file.scores.at(0, 1), 1.0F);
+    EXPECT_EQ(result.file.scores.at(0, 0), 1.0F);
+    EXPECT_EQ(result.file.pairs.at(0, 1), 2U);
+    EXPECT_EQ(result.file.pairs.at(1, 0), 2U);
+    CapturedLog captured;
+    EXPECT_TRUE(reportMissingMaxSubRecords(result, captured.log));
+    EXPECT_EQ(captured.error(), "");
+}
+
+TEST(MaxSubFile, IdWithoutChainRecordStandsForTheRowOfThatNumber) {
+    const std::string bounds = "Index out of bounds - Check: 0 < ";
+    // No chain records at all.
+    EXPECT_THAT(parsed("SIZE : 2\nMS : 2 1 1 0 5\n").file.ids, testing::ElementsAre(1, 2));
+    // Row 1 belongs to ID 3, so an ID 1 has no row; row 2 is free.
+    const std::string start = "SIZE : 3\nPDB: 3 a\n";
+    EXPECT_THAT(parsed(start + "MS : 3 2 1 1 5\n").file.ids, testing::ElementsAre(3, 2, 0));
+    EXPECT_EQ(messageOf(start + "MS : 3 1 1 1 5\n"), bounds + "3 <= 3,  0 < 1 <= 3");
+    EXPECT_EQ(messageOf(start + "MS : 0 3 1 1 5\n"), bounds + "0 <= 3,  0 < 3 <= 3");
+    EXPECT_EQ(messageOf(start + trans("3 -4 1 1 5")), bounds + "3 <= 3,  0 < -4 <= 3");
+    EXPECT_EQ(messageOf(start + "POS  : 4 3\n"), bounds + "4 <= 3,  0 < 3 <= 3");
+    // The row that a record has used as ID 1 cannot become that of ID 7.
+    EXPECT_EQ(messageOf("SIZE : 2\nMS : 1 2 1 1 5\nPDB: 7 a\n"),
+              "Incorrect Chain record, require 'PDB  : <ID> <Filename>' - Check: 'PDB: 7 a'");
+    EXPECT_EQ(messageOf("SIZE : 2\nMS : 1 2 1 1 5\nPDB: 1 a\n"), "no error");
+}
+
+TEST(MaxSubFile, FormatErrorsHaveTheirMessages) {
+    const std::string transform =
+        "Incorrect transformation record, require 'TRANS: <ID1> <ID2> <MaxSub 1-2> <MaxSub 2-1> "
+        "<Pairs> <CoM 1> <CoM 2> <RotMat>' - Check: ";
+    const std::string score =
+        "Incorrect transformation record, require 'MS : <ID1> <ID2> <MaxSub 1-2> <MaxSub 2-1> "
+        "<Pairs>' - Check: ";
+    const std::string range = "MaxSub score out of range [0 - 1] - Check: ";
+    const std::string before = "Failed to determine size of matrix before ";
+    const std::string require = " records. Require header 'SIZE : <N>'";
+    const std::string size = "SIZE : 2\n";
+    const std::string withPair = size + trans("1 2 1 1 2");
+    const std::pair<std::string, std::string> cases[] = {
+        {"SIZE : 0\n", "Cannot have zero size distance matrix: '0' SIZE : 0"},
+        {"SIZE : x\n", "Failed to determine size of distance matrix from line: SIZE : x"},
+        {"#\n", before + "transformation" + require},
+        {"PDB: 1 a\n", before + "Chain" + require},
+        {"MS : 1 2 1 1 2\n", before + "transformation" + require},
+        {trans("1 2 1 1 2"), before + "transformation" + require},
+        {"POS  : 1 2\n", before + "position" + require},
+        {size + "PDB  : x a\n",
+         "Incorrect Chain record, require 'PDB  : <ID> <Filename>' - Check: 'PDB  : x a'"},
+        {size + "MS : 1 2 1 1\n", score + "'MS : 1 2 1 1'"},
+        {size + "MS : 1 2 1 1 -1\n", score + "'MS : 1 2 1 1 -1'"},
+        {size + "MS : 1 2 inf 1 1\n", score + "'MS : 1 2 inf 1 1'"},
+        {size + "MS : 1 2 1.0001 1 2\n", range + "'MS : 1 2 1.0001 1 2'"},
+        {size + "MS : 1 2 0 -0.1 2\n", range + "'MS : 1 2 0 -0.1 2'"},
+        {size + "TRANS: 1 2 1 1 2 1 2 3 4 5 6 1 0 0 0 1 0 0 0\n",
+         transform + "'TRANS: 1 2 1 1 2 1 2 3 4 5 6 1 0 0 0 1 0 0 0'"},
+        {size + "TRANS: 1 2 1 1 2.5 1 2 3 4 5 6 1 0 0 0 1 0 0 0 1\n",
+         transform + "'TRANS: 1 2 1 1 2.5 1 2 3 4 5 6 1 0 0 0 1 0 0 0 1'"},
+        {withPair + "POS  : 1\n", "ID in position record is not a number - check: 'POS  : 1'"},
+        {withPair + "POS  : 1 b 1:1\n",
+         "ID in position record is not a number - check: 'POS  : 1 b 1:1'"},
+        {withPair + "POS  : 1 2 1:1 2:\n",
+         "Invalid number pair in position record (2:)- check: 'POS  : 1 2 1:1 2:'"},
+        {withPair + "POS  : 1 2 1:1 2:x\n",
+         "Invalid number pair in position record (2:x)- check: 'POS  : 1 2 1:1 2:x'"},
+        {withPair + "POS  : 1 2 1:-1\n",
+         "Invalid number pair in position record (1:-1)- check: 'POS  : 1 2 1:-1'"},
+        {withPair + "POS  : 1 2 1:1 2:2 3:3\n",
+         "Incorrect number of positions (3 != 2) in POS record - check: 'POS  : 1 2 1:1 2:2 3:3'"},
+    };
+    for (const auto& [text, message] : cases)
+        EXPECT_EQ(messageOf(text), message) << text;
+    EXPECT_THAT(messageOf("SIZE : 4000000000\n"),
+                testing::StartsWith("Cannot allocate distance matrix of size '4000000000'"));
+    EXPECT_EQ(messageOf(size + "MS : 1 2 1 0 2\n"), "no error") << "0 and 1 are in the range";
+}
+
+TEST(MaxSubFile, MissingRecordsAreReportedButOnlyScoresAndIdsMatter) {
+    const std::tuple<std::string, bool, std::string> cases[] = {
+        // A lite file is not asked for transformations.
+        {"SIZE : 3\nMS : 1 2 1 1 5\nMS : 2 3 1 1 5\n", false,
+         "ERROR : Missing MaxSub record for 1 - 3\n"},
+        {"SIZE : 2\nMS : 1 2 1 1 5\n", true, ""},
+        {"SIZE : 3\n" + trans("1 2 1 1 1") + "POS  : 1 2 1:1\nMS : 1 3 1 1 5\n" +
+             trans("3 2 1 1 0"),
+         true,
+         "ERROR : Missing transform record for 1 - 3\n"
+         "ERROR : Missing position record for 1 - 3\n"
+         "ERROR : Missing position record for 2 - 3\n"},
+        {"SIZE : 2\nPDB: 4 a\nPDB: 4 b\nMS : 4 4 1 1 5\n", false,
+         "ERROR : Missing unique IDs for each Chain file - Check ID: 4\n"
+         "ERROR : Missing unique IDs for each Chain file - Check ID: 4\n"
+         "ERROR : Missing MaxSub record for 1 - 2\n"},
+    };
+    for (const auto& [text, complete, messages] : cases) {
+        CapturedLog captured;
+        EXPECT_EQ(reportMissingMaxSubRecords(parsed(text), captured.log), complete) << text;
+        EXPECT_EQ(captured.error(), messages) << text;
+    }
+}
+
+TEST(MaxSubFileDeathTest, UnreadableAndMalformedFilesEndTheRunWithStatusOne) {
+    const TemporaryFolder folder;
+    Log log;
+    EXPECT_EXIT(readMaxSubFile(folder / "none", log), testing::ExitedWithCode(1),
+                testing::HasSubstr("ABEND : Can't open MaxSub file '" + (folder / "none") +
+                                   "' - Unknown error."));
+    EXPECT_EXIT(readMaxSubFile(folder.write("bad", "SIZE : 2\nMS : %n\n"), log),
+                testing::ExitedWithCode(1), testing::HasSubstr("Check: 'MS : %n'"));
+}
+
+}  // namespace
+}  // namespace tervolanda
