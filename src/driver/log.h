@@ -55,8 +55,8 @@ class Log {
 
  private:
     void write(LogLevel severity, int detail, bool isProgress, const std::string& message);
-    void writeList(LogLevel severity, int detail, bool isProgress, const char* pattern,
-                   std::va_list arguments);
+    [[gnu::format(printf, 5, 0)]] void writeList(LogLevel severity, int detail, bool isProgress,
+                                                 const char* pattern, std::va_list arguments);
     bool isWritten(LogLevel severity, int detail) const;
 
     std::FILE* output_;
@@ -84,7 +84,7 @@ class Report {
     int reportLevel() const { return reportLevel_; }
 
  private:
-    void write(const char* pattern, std::va_list arguments);
+    [[gnu::format(printf, 2, 0)]] void write(const char* pattern, std::va_list arguments);
 
     Log* log_;
     std::FILE* output_;

@@ -1,0 +1,83 @@
+// Options are single words with one dash; nobody checks that a word is a known option, and a value
+// that is no number leaves the default in force.  Scripts depend on this leniency, odd as it is in
+// places, so it is kept to the letter.
+#include "driver/arguments.h"
+
+#include <algorithm>
+#include <limits>
+
+#include "base/text.h"
+
+namespace tervolanda {
+
+namespace {
+
+bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+void dropRepeatedDashes(std::string& argument) {
+    std::size_t dropped = 0;
+    while (dropped + 1 < argument.size() && argument[dropped + 1] == '-')
+        ++dropped;
+    argument.erase(0, dropped);
+}
+
+}  // namespace
+
+bool Arguments::hasFlag(std::string_view name) {
+    for (std::size_t i = values_.size(); i-- > 0;) {
+        dropRepeatedDashes(values_[i]);
+        if (values_[i] == name) return true;
+    }
+    return false;
+}
+
+std::optional<std::string> Arguments::text(std::string_view name) {
+    for (std::size_t i = 0; i + 1 < values_.size(); ++i) {
+        dropRepeatedDashes(values_[i]);
+        if (values_[i] == name) return values_[i + 1];
+    }
+    return std::nullopt;
+}
+
+int Arguments::integer(std::string_view name, int fallback) {
+    const std::optional<std::string> value = text(name);
+    if (!value || !isWellFormedInteger(*value)) return fallback;
+    constexpr std::int64_t kLowest = std::numeric_limits<int>::min();
+    constexpr std::int64_t kHighest = std::numeric_limits<int>::max();
+    return static_cast<int>(std::clamp(leadingInteger(*value), kLowest, kHighest));
+}
+
+double Arguments::real(std::string_view name, double fallback) {
+    const std::optional<std::string> value = text(name);
+    return value && isWellFormedReal(*value) ? leadingReal(*value) : fallback;
+}
+
+bool isWellFormedInteger(std::string_view text) {
+    if (text.starts_with('-')) text.remove_prefix(1);
+    return std::all_of(text.begin(), text.end(), isDigit);
+}
+
+bool isWellFormedReal(std::string_view text) {
+    bool hasPoint = false;
+    bool hasExponent = false;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
+        const bool isExponent = c == 'e' || c == 'E';
+        if (isDigit(c)) continue;
+        if (c == '.' && !hasPoint) {
+            hasPoint = true;
+        } else if (isExponent && !hasExponent && i > 0) {
+            hasExponent = true;
+        } else if (c == '+' || c == '-') {
+            const bool behindExponent = i > 0 && (text[i - 1] == 'e' || text[i - 1] == 'E');
+            if (i != 0 && !behindExponent && (i != 1 || hasExponent)) return false;
+        } else {
+            return false;
+        }
+    }
+    return true;
+}
+
+}  // namespace tervolanda

@@ -1,0 +1,43 @@
+// The argument vector and the four ways to look an option up in it.
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tervolanda {
+
+// A lookup rewrites every argument that it visits: while the second character is a dash the first
+// one is dropped, so that "--help" is "-help" from then on.  The order of lookups therefore
+// matters, and values are copies of the text as it stood when it was found.
+class Arguments {
+ public:
+    // The program name comes first.
+    explicit Arguments(std::vector<std::string> values) : values_(std::move(values)) {}
+
+    std::size_t count() const { return values_.size(); }
+    const std::string& operator[](std::size_t i) const { return values_[i]; }
+
+    // Whether an argument is `name`; from the last one to the first.
+    bool hasFlag(std::string_view name);
+    // The argument behind the first one that is `name`, whatever it is; none where `name` is absent
+    // or the last argument.
+    std::optional<std::string> text(std::string_view name);
+    // The value as a number; `fallback` where it is absent or malformed.  Integers saturate.
+    int integer(std::string_view name, int fallback);
+    double real(std::string_view name, double fallback);
+
+ private:
+    std::vector<std::string> values_;
+};
+
+// Digits behind at most one leading dash; the empty text and a lone dash are well formed, too.
+bool isWellFormedInteger(std::string_view text);
+
+// The check a real value has to pass.  It is lenient: the empty text passes, and a sign may stand
+// at the second place ("5-3", which converts to 5).
+bool isWellFormedReal(std::string_view text);
+
+}  // namespace tervolanda

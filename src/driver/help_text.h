@@ -1,0 +1,19 @@
+// The texts that the program prints about itself.
+#pragma once
+
+#include <string>
+
+namespace tervolanda {
+
+inline constexpr const char* kProgramName = "tervolanda";
+inline constexpr const char* kProgramVersion = "0.6.6";
+
+// Two lines: name and version, and the shortest call.
+std::string shortUsage();
+std::string standardHelp();
+// The standard help and all further options.  `lineWrap` is the line wrap now in force.
+std::string extendedHelp(int lineWrap);
+// Name and version, when it was built, what it is.
+std::string versionText();
+
+}  // namespace tervolanda

@@ -1,0 +1,202 @@
+// Every model of a list against one experiment: a line for each, the best one last, so that it is
+// what a terminal shows when the run is over.  The three kinds of comparison differ in the figures
+// of a line and in what "best" means; all else is common.
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <limits>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/format.h"
+#include "compare/compare.h"
+#include "compare/workspace.h"
+#include "driver/format_expansion.h"
+#include "driver/log.h"
+#include "driver/model_input.h"
+#include "driver/modes.h"
+#include "driver/result_output.h"
+#include "driver/timer.h"
+#include "resultfiles/resultfiles.h"
+
+namespace tervolanda {
+
+namespace {
+
+constexpr const char* kScriptFile = "super.rsm";
+constexpr std::size_t kProgressStep = 20;  // models between two progress lines
+
+// What one model is listed by.
+struct ModelRecord {
+    const Chain* model = nullptr;
+    double score = 0.0;    // TM-score, MaxSub, GDT or RMSD
+    double sortKey = 0.0;  // ascending, the best first; not a number comes last
+    std::string figures;   // the end of its line
+    std::optional<Superposition> superposition;
+};
+
+// The experiment, and what its comparisons share.
+struct ListRun {
+    const Settings& settings;
+    const Chain& experiment;
+    CoordinateSet experimentSet;
+    AtomSelection atoms;
+    Report& report;
+    ComparisonWorkspace workspace{};
+    ComparisonResult result{};
+};
+
+ModelRecord compareModelMaxSub(ListRun& run, const CoordinateSet& modelSet) {
+    ComparisonResult& result = run.result;
+    compareMaxSub(run.experimentSet, modelSet, run.settings.comparison, run.workspace, run.report,
+                  result);
+    if (run.settings.comparison.iterations > 1) {
+        run.report.reportFrom(3, "Total: Pairs=%4u. MAXSUB=%5.3f. MSI=%5.3f\n\n", result.pairs,
+                              result.maxsub, result.msi);
+    }
+    ModelRecord record;
+    record.score = run.settings.comparison.rankByTM ? result.tm : result.maxsub;
+    record.sortKey = -record.score;
+    record.figures = format("  Pairs=%4u, RMSD=%6.3f, MaxSub=%5.3f, TM=%5.3f, MSI=%4.3f",
+                            result.pairs, result.rmsd, result.maxsub, result.tm, result.msi);
+    if (!result.iterations.empty()) {
+        record.superposition = result.iterations.front().superposition;
+    }
+    return record;
+}
+
+ModelRecord compareModelGdt(ListRun& run, const CoordinateSet& modelSet) {
+    const GdtResult gdt = compareGdt(run.experimentSet, modelSet, run.settings.comparison,
+                                     run.workspace, run.report, run.result);
+    ModelRecord record;
+    record.score = gdt.gdt;
+    record.sortKey = -gdt.gdt;
+    record.figures = format("   GDT=%7.3f", gdt.gdt);
+    record.superposition = gdt.superposition;
+    return record;
+}
+
+ModelRecord compareModelRmsd(ListRun& run, const Chain& model, const CoordinateSet& modelSet) {
+    RmsdResult result;
+    compareRmsd(run.experimentSet, modelSet, rmsdOptions(run.settings), run.workspace, run.report,
+                result);
+    const RmsdFigures figures =
+        rmsdFigures(result.rmsd, result.pairs, result.urmsd, run.experimentSet.gyrationRadius,
+                    modelSet.gyrationRadius);
+    ModelRecord record;
+    record.score = figures.rmsd;
+    record.sortKey = result.rmsd.value_or(std::numeric_limits<double>::infinity());
+    record.figures = "   RMSD=" + rmsdText(figures);
+    if (run.settings.comparison.contacts) {
+        record.figures += ". " + contactText(run.experiment, model, run.settings.comparison);
+    }
+    if (result.rmsd) record.superposition = result.superposition;
+    return record;
+}
+
+ModelRecord compareModel(ListRun& run, const Chain& model) {
+    run.report.reportFrom(3, "%s vs. %s\n", model.fileName.c_str(),
+                          run.experiment.fileName.c_str());
+    const CoordinateSet modelSet =
+        prepareChain(model, run.atoms, run.settings.comparison, run.report);
+    ModelRecord record;
+    switch (comparisonKind(run.settings)) {
+        case ComparisonKind::MaxSub:
+            record = compareModelMaxSub(run, modelSet);
+            break;
+        case ComparisonKind::Gdt:
+            record = compareModelGdt(run, modelSet);
+            break;
+        case ComparisonKind::Rmsd:
+            record = compareModelRmsd(run, model, modelSet);
+            break;
+    }
+    record.model = &model;
+    return record;
+}
+
+const char* comparisonWord(ComparisonKind kind) {
+    switch (kind) {
+        case ComparisonKind::Gdt:
+            return "GDTs";
+        case ComparisonKind::Rmsd:
+            return "RMSDs";
+        case ComparisonKind::MaxSub:
+            break;
+    }
+    return "MAXSUBs";
+}
+
+std::vector<ModelRecord> compareModels(ListRun& run, const ChainList& models, Log& log) {
+    const char* const word = comparisonWord(comparisonKind(run.settings));
+    const RunTimer timer;
+    std::vector<ModelRecord> records;
+    records.reserve(models.chains.size());
+    for (const Chain& model : models.chains) {
+        if (records.size() % kProgressStep == 0) {
+            log.progress(0, "Processed %zu of %zu %s", records.size(), models.chains.size(), word);
+        }
+        records.push_back(compareModel(run, model));
+    }
+    timer.stop(log);
+    return records;
+}
+
+// Best first; equal ones keep list order.  The exact values are compared: a tolerance would make
+// the order depend on the sort.
+void sortRecords(std::vector<ModelRecord>& records) {
+    std::stable_sort(records.begin(), records.end(),
+                     [](const ModelRecord& a, const ModelRecord& b) {
+                         if (std::isnan(b.sortKey)) return !std::isnan(a.sortKey);
+                         return a.sortKey < b.sortKey;
+                     });
+}
+
+int writeSuperScript(const ListRun& run, const std::vector<ModelRecord>& records, Log& log) {
+    if (run.settings.superTop <= 0) return EXIT_SUCCESS;
+    const std::size_t shown =
+        std::min(static_cast<std::size_t>(run.settings.superTop), records.size());
+    SuperScript script(run.experiment);
+    for (std::size_t i = 0; i < shown; ++i) {
+        script.add(*records[i].model, records[i].score, records[i].superposition);
+    }
+    return exitStatus(script.write(kScriptFile, log));
+}
+
+// From the last record to the first.
+void printRecords(const ListRun& run, const std::vector<ModelRecord>& records, int names,
+                  Log& log) {
+    const bool expands = comparisonKind(run.settings) == ComparisonKind::MaxSub;
+    const int width = numberWidth(records.size());
+    for (std::size_t position = records.size(); position > 0; --position) {
+        const ModelRecord& record = records[position - 1];
+        std::string line =
+            format("%*zu. %-s vs. %-*s", width, position, run.experiment.fileName.c_str(), names,
+                   record.model->fileName.c_str()) +
+            record.figures;
+        if (expands) line = expandAsFormat(line);
+        log.info(0, "%s", line.c_str());
+    }
+}
+
+}  // namespace
+
+int runOneVsList(const Settings& settings, const ResidueExclusions& exclusions, Log& log) {
+    Report report(log, settings.logLevel);
+    const ChainList models = readModels(settings, exclusions, log);
+    const Chain experiment =
+        readStructure(*settings.experimentFile, listReadFlags(settings), exclusions, log);
+    const AtomSelection atoms = comparedAtoms(settings);
+    ListRun run{settings, experiment, prepareChain(experiment, atoms, settings.comparison, report),
+                atoms, report};
+    log.info(0, "Processing PDB %s vs. List %s", settings.experimentFile->c_str(),
+             settings.listFile->c_str());
+    std::vector<ModelRecord> records = compareModels(run, models, log);
+    if (!settings.noSort) sortRecords(records);
+    const int status = writeSuperScript(run, records, log);
+    printRecords(run, records, nameWidth(models), log);
+    return status;
+}
+
+}  // namespace tervolanda

@@ -1,0 +1,111 @@
+// One prediction against one experiment.  The results go to standard output without a prefix; the
+// superposition goes to a script in the working directory.
+#include <cassert>
+#include <cstdlib>
+#include <string>
+
+#include "compare/compare.h"
+#include "compare/workspace.h"
+#include "driver/log.h"
+#include "driver/model_input.h"
+#include "driver/modes.h"
+#include "driver/result_output.h"
+#include "resultfiles/resultfiles.h"
+
+namespace tervolanda {
+
+namespace {
+
+constexpr const char* kScriptFile = "align.rsm";
+
+// Single comparisons show their details unless a log level says otherwise.
+int pairwiseReportLevel(const Settings& settings) {
+    if (settings.logLevel > 1) return settings.logLevel;
+    return comparisonKind(settings) == ComparisonKind::Gdt ? 3 : 4;
+}
+
+void printBanner(Report& report) {
+    const std::string separator = "\n " + std::string(79, '_') + "\n\n";
+    report.report(0, "%s", separator.c_str());
+    report.report(0, "%37s%s\n", "", "TervoLanda");
+    report.report(0, "\n");
+    report.report(0, "%21s%s\n", "", "Protein structure comparison and clustering");
+    report.report(0, "%s", separator.c_str());
+}
+
+// Which atoms the script shows.  Where a single subset was found and nothing else is wanted there
+// is room for the whole chains.
+ScriptAtoms scriptAtoms(const Settings& settings, const ComparisonResult& result) {
+    if (!settings.outputOptionGiven && result.iterations.size() == 1) return ScriptAtoms::All;
+    if (settings.outputOption <= 0) return ScriptAtoms::Matched;
+    return settings.outputOption == 1 ? ScriptAtoms::Spanned : ScriptAtoms::All;
+}
+
+int comparePairMaxSub(const ScriptSubject& subject, const Settings& settings,
+                      ComparisonWorkspace& workspace, Log& log, Report& report) {
+    ComparisonResult result;
+    compareMaxSub(subject.experimentSet, subject.predictionSet, settings.comparison, workspace,
+                  report, result);
+    printAlignment(subject.experimentSet, subject.predictionSet, result, settings.comparison,
+                   settings.lineWrap, report);
+    if (result.iterations.empty() || !settings.alignOutput) return EXIT_SUCCESS;
+    return exitStatus(writeMaxSubScript(kScriptFile, subject, result, settings.comparison,
+                                        scriptAtoms(settings, result), log, report));
+}
+
+int comparePairGdt(const ScriptSubject& subject, const Settings& settings,
+                   ComparisonWorkspace& workspace, Report& report) {
+    ComparisonResult result;
+    const GdtResult gdt = compareGdt(subject.experimentSet, subject.predictionSet,
+                                     settings.comparison, workspace, report, result);
+    report.report(0, "GDT=%7.3f\n", gdt.gdt);
+    return EXIT_SUCCESS;
+}
+
+int comparePairRmsd(const ScriptSubject& subject, const Settings& settings,
+                    ComparisonWorkspace& workspace, Log& log, Report& report) {
+    RmsdResult result;
+    compareRmsd(subject.experimentSet, subject.predictionSet, rmsdOptions(settings), workspace,
+                report, result);
+    const RmsdFigures figures =
+        rmsdFigures(result.rmsd, result.pairs, result.urmsd, subject.experimentSet.gyrationRadius,
+                    subject.predictionSet.gyrationRadius);
+    std::string line = "RMSD=" + rmsdText(figures);
+    if (settings.comparison.contacts) {
+        line += ", " + contactText(subject.experiment, subject.prediction, settings.comparison);
+    }
+    report.report(0, "%s\n", line.c_str());
+    if (!result.rmsd || !settings.alignOutput) return EXIT_SUCCESS;
+    return exitStatus(writeRmsdScript(kScriptFile, subject, result, log, report));
+}
+
+}  // namespace
+
+int runPairwise(const Settings& settings, const ResidueExclusions& exclusions, Log& log) {
+    assert(settings.experimentFile && settings.predictionFile);
+    Report report(log, pairwiseReportLevel(settings));
+    const auto flags = static_cast<std::uint16_t>(settings.readFlags | ReadAllAtoms);
+    const Chain experiment = readStructure(*settings.experimentFile, flags, exclusions, log);
+    const Chain prediction = readStructure(*settings.predictionFile, flags, exclusions, log);
+
+    const ComparisonKind kind = comparisonKind(settings);
+    if (kind == ComparisonKind::MaxSub) printBanner(report);
+    const AtomSelection atoms = comparedAtoms(settings);
+    const CoordinateSet experimentSet =
+        prepareChain(experiment, atoms, settings.comparison, report);
+    const CoordinateSet predictionSet =
+        prepareChain(prediction, atoms, settings.comparison, report);
+    const ScriptSubject subject{experiment, experimentSet, prediction, predictionSet};
+    ComparisonWorkspace workspace;
+    switch (kind) {
+        case ComparisonKind::Gdt:
+            return comparePairGdt(subject, settings, workspace, report);
+        case ComparisonKind::Rmsd:
+            return comparePairRmsd(subject, settings, workspace, log, report);
+        case ComparisonKind::MaxSub:
+            break;
+    }
+    return comparePairMaxSub(subject, settings, workspace, log, report);
+}
+
+}  // namespace tervolanda

@@ -1,0 +1,215 @@
+// The options are looked up in a fixed order, because a lookup may rewrite the arguments that it
+// visits.  Then come the decisions that depend on several of them.
+#include "driver/settings.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+#include "base/file.h"
+#include "base/text.h"
+#include "driver/arguments.h"
+#include "driver/log.h"
+
+namespace tervolanda {
+
+namespace {
+
+constexpr unsigned int kMaxIterations = 200;
+
+// Options whose next argument is their value.  "-gdt" is a case of its own.
+constexpr auto kValuedOptions = std::to_array<std::string_view>(
+    {"-e",       "-p",   "-F",    "-M",   "-l",   "-R",     "-Rl",   "-Ru", "-log",
+     "-exclude", "-T",   "-Tm",   "-a",   "-s",   "-TSF",   "-dist", "-L",  "-is",
+     "-ms",      "-O",   "-C",    "-P",   "-gap", "-super", "-i",    "-mP", "-mS",
+     "-d",       "-opt", "-open", "-aff", "-N",   "-seed",  "-lws"});
+
+// The requests for a text, as the flags stand on the command line.
+struct TextFlags {
+    bool help = false;
+    bool extendedHelp = false;
+    bool version = false;
+};
+
+void readFileOptions(Arguments& arguments, Settings& settings) {
+    settings.experimentFile = arguments.text("-e");
+    settings.predictionFile = arguments.text("-p");
+    settings.distanceFile = arguments.text("-F");
+    settings.transformFile = arguments.text("-M");
+    settings.listFile = arguments.text("-l");
+    settings.resultFile = arguments.text("-R");
+    settings.liteResultFile = arguments.text("-Rl");
+    settings.urmsdResultFile = arguments.text("-Ru");
+    settings.logFile = arguments.text("-log");
+    settings.exclusionFile = arguments.text("-exclude");
+}
+
+void readClusterOptions(Arguments& arguments, Settings& settings) {
+    settings.threshold = arguments.real("-T", -1.0);
+    settings.maxThreshold = arguments.real("-Tm", -1.0);
+    settings.thresholdStep = arguments.real("-a", -1.0);
+    settings.juryScore = arguments.real("-s", 0.2);
+    settings.comparison.thresholdScale = arguments.real("-TSF", 1.0);
+    settings.comparison.contactDistance = arguments.real("-dist", 7.5);
+    settings.logLevel = arguments.integer("-L", -1);
+    settings.initialClusterSize = arguments.integer("-is", 50);
+    settings.minClusterSize = arguments.integer("-ms", 5);
+    settings.outputOption = arguments.integer("-O", 0);
+    settings.clusterMethod = arguments.integer("-C", 5);
+    settings.juryPairs = arguments.integer("-P", 20);
+    settings.comparison.contactGap = arguments.integer("-gap", 5);
+}
+
+TextFlags readFlagOptions(Arguments& arguments, Settings& settings) {
+    TextFlags texts;
+    texts.help = arguments.hasFlag("-h");
+    const bool shortVersion = arguments.hasFlag("-V");
+    texts.version = arguments.hasFlag("-version") || shortVersion;
+    settings.allAtoms = arguments.hasFlag("-all");
+    const bool shortRmsd = arguments.hasFlag("-rms");
+    settings.rmsdOnly = arguments.hasFlag("-rmsd") || shortRmsd;
+    settings.gdt = arguments.hasFlag("-gdt");
+    if (settings.gdt) settings.comparison.gdtCutoff = arguments.real("-gdt", 4.0);
+    texts.extendedHelp = arguments.hasFlag("-help");
+    settings.comparison.contacts = arguments.hasFlag("-contact");
+    settings.average = arguments.hasFlag("-av");
+    settings.noSort = arguments.hasFlag("-nosort");
+    settings.comparison.scorePoor = !arguments.hasFlag("-noscore");
+    settings.rankMS = arguments.hasFlag("-rankMS");
+    settings.backbone = arguments.hasFlag("-bb");
+    return texts;
+}
+
+void readSearchOptions(Arguments& arguments, Settings& settings) {
+    ComparisonParameters& comparison = settings.comparison;
+    settings.superTop = arguments.integer("-super", 0);
+    // A negative count wraps to a huge one, which is cut to the maximum below.
+    comparison.iterations = static_cast<unsigned int>(arguments.integer("-i", 1));
+    comparison.minIterationPairs = arguments.integer("-mP", 4);
+    comparison.minIterationScore = arguments.real("-mS", 0.0);
+    comparison.maxRMSD = arguments.hasFlag("-maxRMSD");
+    comparison.similarityMatrix = arguments.hasFlag("-matrix");
+    comparison.distanceCutoff = arguments.real("-d", 0.0);
+    comparison.sequenceIndependent = arguments.hasFlag("-in");
+    comparison.optimisations = arguments.integer("-opt", comparison.sequenceIndependent ? 20 : 0);
+    comparison.gapOpen = arguments.real("-open", -0.6);
+    comparison.gapAffine = arguments.real("-aff", 0.0);
+    comparison.normLength = arguments.integer("-N", 0);
+    comparison.seedLevels = arguments.integer("-seed", 2);
+    comparison.maximiseTM = arguments.hasFlag("-TM");
+    const int lineWrap = arguments.integer("-lws", settings.lineWrap);
+    if (lineWrap >= 1) settings.lineWrap = lineWrap;
+    settings.alignOutput = !arguments.hasFlag("-noalign");
+    if (arguments.hasFlag("-nourmsd"))
+        settings.urmsdFlags &= static_cast<std::uint8_t>(~UrmsdCompute);
+    settings.outputOptionGiven = arguments.hasFlag("-O");
+
+    if (comparison.iterations > 1) settings.rankMS = true;
+    comparison.iterations = std::min(comparison.iterations, kMaxIterations);
+    comparison.rankByTM = !settings.rankMS;
+}
+
+// How many arguments behind argument i belong to it.
+std::size_t valuesBehind(const Arguments& arguments, std::size_t i) {
+    if (i + 1 == arguments.count()) return 0;
+    if (arguments[i] == "-gdt") return isWellFormedReal(arguments[i + 1]) ? 1 : 0;
+    return std::find(kValuedOptions.begin(), kValuedOptions.end(), arguments[i]) !=
+                   kValuedOptions.end()
+               ? 1
+               : 0;
+}
+
+// Positions of the two files of the form "prediction experiment [cut-off]": the first two arguments
+// that are neither options nor their values or, where there are not two of them, the first two
+// arguments of all.
+std::array<std::size_t, 2> findPlainArguments(const Arguments& arguments) {
+    std::array<std::size_t, 2> plain{};
+    std::size_t found = 0;
+    for (std::size_t i = 1; i < arguments.count() && found < plain.size(); ++i) {
+        if (arguments[i].starts_with('-') && arguments[i] != "-") {
+            i += valuesBehind(arguments, i);
+        } else {
+            plain[found++] = i;
+        }
+    }
+    if (found < plain.size()) return {1, 2};
+    return plain;
+}
+
+// REQUIRES: at least two arguments behind the program name.
+void takePositionalForm(const Arguments& arguments, Settings& settings, Log& log) {
+    const auto [prediction, experiment] = findPlainArguments(arguments);
+    for (const std::size_t i : {prediction, experiment}) {
+        if (arguments[i] != "-" && !openForReading(arguments[i])) {
+            log.abend("Failed to read PDB file '%s'", arguments[i].c_str());
+        }
+    }
+    settings.predictionFile = arguments[prediction];
+    settings.experimentFile = arguments[experiment];
+    const std::size_t behind = experiment + 1;
+    if (behind < arguments.count() && isWellFormedReal(arguments[behind])) {
+        settings.comparison.distanceCutoff = leadingReal(arguments[behind]);
+    }
+}
+
+Request chooseRequest(const TextFlags& texts, bool hasWork) {
+    if (texts.version) return Request::Version;
+    if (texts.extendedHelp) return Request::ExtendedHelp;
+    return hasWork ? Request::Run : Request::StandardHelp;
+}
+
+void resolveThresholds(Settings& settings) {
+    const bool rmsd = settings.rmsdOnly;
+    if (settings.threshold < 0.0) settings.threshold = rmsd ? 4.0 : 0.5;
+    if (settings.maxThreshold < 0.0) settings.maxThreshold = rmsd ? 8.0 : 0.8;
+    if (settings.thresholdStep < 0.0) settings.thresholdStep = rmsd ? 0.2 : 0.05;
+}
+
+// Everything that is decided once it is clear that there will be a run.
+void resolveRun(Arguments& arguments, Settings& settings, Log& log) {
+    if (settings.distanceFile) settings.rmsdOnly = true;
+    resolveThresholds(settings);
+    if (settings.allAtoms) {
+        settings.readFlags |= ReadAllAtoms;
+    } else if (settings.comparison.contacts || settings.comparison.sequenceIndependent) {
+        settings.readFlags |= ReadBackboneAndBeta;
+    }
+    if (arguments.hasFlag("-urmsd")) settings.urmsdFlags |= UrmsdRotate;
+    settings.logLevel = std::max(settings.logLevel, 1);
+    log.setLogLevel(settings.logLevel);
+    if (settings.logFile) {
+        log.setProgramName(arguments[0]);
+        log.openLogFile(*settings.logFile);
+    }
+}
+
+}  // namespace
+
+CommandLine readCommandLine(std::vector<std::string> values, Log& log) {
+    Arguments arguments(std::move(values));
+    CommandLine line;
+    if (arguments.count() < 2) {
+        line.request = Request::ShortUsage;
+        return line;
+    }
+    Settings& settings = line.settings;
+    readFileOptions(arguments, settings);
+    readClusterOptions(arguments, settings);
+    log.setLogLevel(settings.logLevel);
+    const TextFlags texts = readFlagOptions(arguments, settings);
+    readSearchOptions(arguments, settings);
+
+    const bool hasWork = !texts.help && !texts.extendedHelp && arguments.count() > 2;
+    const bool hasMode = settings.listFile || settings.transformFile || settings.distanceFile ||
+                         (settings.predictionFile && settings.experimentFile);
+    if (hasWork && !hasMode) takePositionalForm(arguments, settings, log);
+    line.request = chooseRequest(texts, hasWork);
+    if (line.request != Request::Run) return line;
+    // The level is still the number that was given, -1 without one: the line appears only in runs
+    // that ask for details.
+    log.info(0, "help");
+    resolveRun(arguments, settings, log);
+    return line;
+}
+
+}  // namespace tervolanda

@@ -1,0 +1,77 @@
+// The configuration of a run, and how the command line becomes one.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "chain/chain.h"
+#include "compare/compare.h"
+
+namespace tervolanda {
+
+class Log;
+
+// What a pairwise RMSD comparison does with unit vectors.
+enum UrmsdFlags : std::uint8_t {
+    UrmsdCompute = 0x01,
+    UrmsdRotate = 0x02,  // take the rotation from the URMSD fit
+};
+
+struct Settings {
+    ComparisonParameters comparison;
+
+    std::optional<std::string> experimentFile;
+    std::optional<std::string> predictionFile;
+    std::optional<std::string> distanceFile;   // cluster this and compare nothing
+    std::optional<std::string> transformFile;  // rank and cluster this and compare nothing
+    std::optional<std::string> listFile;
+    std::optional<std::string> resultFile;
+    std::optional<std::string> liteResultFile;
+    std::optional<std::string> urmsdResultFile;
+    std::optional<std::string> logFile;
+    std::optional<std::string> exclusionFile;  // residues that no read returns
+
+    double threshold = -1.0;  // negative: by the kind of run
+    double maxThreshold = -1.0;
+    double thresholdStep = -1.0;
+    double juryScore = 0.2;
+    int juryPairs = 20;
+    int initialClusterSize = 50;
+    int minClusterSize = 5;
+    int clusterMethod = 5;  // 0 none, 1 single, 2 average, 3 maximum linkage, 4 neighbour pairs
+                            // (min size), 5 neighbour pairs (absolute size)
+
+    int outputOption = 0;  // 0 MaxSub atoms, 1 all atoms spanning MaxSub, 2 all atoms
+    bool outputOptionGiven = false;
+    int superTop = 0;  // models in the superposition script of a list run
+
+    bool rmsdOnly = false;
+    bool gdt = false;
+    bool allAtoms = false;
+    bool backbone = false;
+    bool average = false;
+    bool noSort = false;
+    bool rankMS = false;
+    bool alignOutput = true;
+    std::uint8_t urmsdFlags = UrmsdCompute;
+    std::uint16_t readFlags = ReadCalphaOnly | ReadCheckDuplicates | ReadCheckAll;
+
+    int logLevel = 1;
+    int lineWrap = 60;
+};
+
+// What the command line asks for: a run, or a text.
+enum class Request { Run, ShortUsage, StandardHelp, ExtendedHelp, Version };
+
+struct CommandLine {
+    Request request = Request::Run;
+    Settings settings;
+};
+
+// Reads the command line from the arguments, the program name first.  Sets the log's level and, for
+// a run, opens its file.  A file of the positional form that cannot be opened is fatal.
+CommandLine readCommandLine(std::vector<std::string> values, Log& log);
+
+}  // namespace tervolanda

@@ -1,0 +1,23 @@
+// The time that the comparisons of a run took.
+#pragma once
+
+#include <ctime>
+
+namespace tervolanda {
+
+class Log;
+
+// Starts when it is made.
+class RunTimer {
+ public:
+    RunTimer() : startCpu_(std::clock()), startWall_(std::time(nullptr)) {}
+    // Writes the line with the CPU seconds since the start; where there are none yet (less than a
+    // millisecond) with the seconds that have passed on the clock.
+    void stop(Log& log) const;
+
+ private:
+    std::clock_t startCpu_;
+    std::time_t startWall_;
+};
+
+}  // namespace tervolanda

@@ -1,0 +1,129 @@
+#!/usr/bin/env python3
+"""Runs the program as one case describes it and compares all that comes out, byte for byte.
+
+usage: run_case.py PROGRAM CASE
+
+A case is a folder:
+  arguments   one a line
+  stdin       what the program reads from standard input (nothing without it)
+  input/      files of this case, beside those of common/ that every case gets
+  stdout      expected standard output (nothing without it)
+  stderr      expected standard error (nothing without it)
+  status      expected exit status (0 without it)
+  output/     files that must be there afterwards; any other new or changed file is a failure
+  device      a file to send standard output to instead of comparing it, as /dev/full
+
+The program runs in a scratch folder that holds copies of the inputs.  What differs from run to run
+is masked on both sides: the seconds of the CPU time line, and the build date of the version text.
+"""
+
+import pathlib
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+
+MASKS = [
+    (re.compile(rb"CPU time = \d+\.\d\d seconds"), b"CPU time = (masked) seconds"),
+    (
+        re.compile(rb"Built on [A-Z][a-z]{2} [ \d]\d \d{4} at \d\d:\d\d:\d\d\."),
+        b"Built on (masked).",
+    ),
+]
+TIME_LIMIT = 60  # seconds
+
+
+def masked(text):
+    for pattern, replacement in MASKS:
+        text = pattern.sub(replacement, text)
+    return text
+
+
+def contents(path):
+    return path.read_bytes() if path.is_file() else b""
+
+
+def files_below(folder):
+    """The files of a folder by their relative names."""
+    if not folder.is_dir():
+        return {}
+    return {
+        str(path.relative_to(folder)): path.read_bytes()
+        for path in sorted(folder.rglob("*"))
+        if path.is_file()
+    }
+
+
+def describe_difference(what, expected, found):
+    """The first line that differs, or nothing."""
+    if expected == found:
+        return []
+    expected_lines = expected.splitlines(keepends=True)
+    found_lines = found.splitlines(keepends=True)
+    for number, line in enumerate(expected_lines):
+        if number >= len(found_lines) or found_lines[number] != line:
+            break
+    else:
+        number = len(expected_lines)
+    pick = lambda lines: repr(lines[number]) if number < len(lines) else "nothing"
+    return [
+        f"{what}, line {number + 1}:",
+        f"  expected {pick(expected_lines)}",
+        f"  found    {pick(found_lines)}",
+    ]
+
+
+def run(program, case, scratch):
+    for inputs in (case.parent / "common", case / "input"):
+        if inputs.is_dir():
+            shutil.copytree(inputs, scratch, dirs_exist_ok=True)
+    before = files_below(scratch)
+    device = contents(case / "device").decode().strip()
+    with open(device or "/dev/null", "wb") as other:
+        result = subprocess.run(
+            [program] + (case / "arguments").read_text().splitlines(),
+            cwd=scratch,
+            input=contents(case / "stdin"),
+            stdout=other if device else subprocess.PIPE,
+            stderr=subprocess.PIPE,
+            timeout=TIME_LIMIT,
+        )
+    after = files_below(scratch)
+    written = {name: text for name, text in after.items() if before.get(name) != text}
+    written.update({name: b"(removed)" for name in before if name not in after})
+    return result, written
+
+
+def differences(case, result, written):
+    found = describe_difference(
+        "standard output", masked(contents(case / "stdout")), masked(result.stdout or b"")
+    )
+    found += describe_difference("standard error", contents(case / "stderr"), result.stderr)
+    status = int(contents(case / "status") or b"0")
+    if result.returncode != status:
+        found.append(f"exit status: expected {status}, found {result.returncode}")
+    expected_files = files_below(case / "output")
+    for name in sorted(expected_files.keys() | written.keys()):
+        if name not in written:
+            found.append(f"file {name} was not written")
+        elif name not in expected_files:
+            found.append(f"file {name} was written, changed or removed unasked")
+        else:
+            found += describe_difference(f"file {name}", expected_files[name], written[name])
+    return found
+
+
+def main():
+    program = str(pathlib.Path(sys.argv[1]).resolve())
+    case = pathlib.Path(sys.argv[2]).resolve()
+    with tempfile.TemporaryDirectory() as scratch:
+        result, written = run(program, case, pathlib.Path(scratch))
+    found = differences(case, result, written)
+    for line in found:
+        print(line)
+    return 1 if found else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,133 @@
+// The lines of the log to the byte: scripts read them.
+#include "driver/log.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "support/support.h"
+
+namespace tervolanda {
+namespace {
+
+using test::CapturedLog;
+
+TEST(Log, WritesALineWhenItsDetailIsBelowTheLevelAndErrorsAlways) {
+    CapturedLog captured(/*logLevel=*/2);
+    for (const int detail : {0, 1, 2}) {
+        captured.log.info(detail, "info %d", detail);
+        captured.log.plain(detail, "plain %d", detail);
+        captured.log.warn(detail, "warn %d", detail);
+        captured.log.error(detail, "error %d", detail);
+    }
+    EXPECT_EQ(captured.output(), "INFO  : info 0\nplain 0\nINFO  : info 1\nplain 1\n");
+    EXPECT_EQ(captured.error(),
+              "WARN  : warn 0\nERROR : error 0\nWARN  : warn 1\nERROR : error 1\n"
+              "ERROR : error 2\n");
+}
+
+TEST(Log, OverwritesAProgressLineAndBlanksOutALongerOne) {
+    CapturedLog captured;
+    captured.log.progress(0, "12345");
+    captured.log.progress(0, "123");
+    captured.log.progress(0, "1234567");
+    captured.log.info(0, "done");
+    const std::string back13(13, '\b');  // the prefix is 8 characters wide
+    EXPECT_EQ(captured.output(), "INFO  : 12345" + back13 + "INFO  : 123  " + back13 +
+                                     "INFO  : 1234567\nINFO  : done\n");
+}
+
+TEST(Log, EndsAProgressLineBeforeAnyOtherLineAndOnlyOnce) {
+    CapturedLog captured;
+    captured.log.progress(0, "a");
+    captured.log.info(1, "too detailed to be written");
+    captured.log.error(0, "b");
+    captured.log.endProgress();
+    captured.log.progress(0, "c");
+    captured.report.report(0, "d\n");
+    EXPECT_EQ(captured.output(), "INFO  : a\nINFO  : c\n");
+    EXPECT_EQ(captured.error(), "ERROR : b\n");
+    EXPECT_EQ(captured.reported(), "d\n");
+}
+
+TEST(Log, SendsEverythingToTheLogFileAndRewritesNothingThere) {
+    test::TemporaryFolder folder;
+    const std::string path = folder.write("run.log", "an older and longer text that has to go\n");
+    CapturedLog captured;
+    captured.log.openLogFile(path);
+    captured.log.progress(0, "1 of 2");
+    captured.log.progress(0, "2 of 2");
+    captured.log.error(0, "gone");
+    captured.report.report(0, "RMSD\n");
+    EXPECT_TRUE(captured.log.flush());
+    EXPECT_EQ(test::readFile(path), "INFO  : Successfully started log file '" + path +
+                                        "'\nINFO  : 1 of 2\nINFO  : 2 of 2\nERROR : gone\n");
+    EXPECT_EQ(captured.output() + captured.error(), "");
+    EXPECT_EQ(captured.reported(), "RMSD\n");
+}
+
+TEST(Log, KeepsTextFromOutsideAndLinesOfAnyLengthWhole) {
+    CapturedLog captured;
+    const std::string name(10000, '%');
+    captured.log.info(0, "File '%s'", name.c_str());
+    EXPECT_EQ(captured.output(), "INFO  : File '" + name + "'\n");
+}
+
+TEST(Log, NamesTheProgramByTheTextBehindTheLastSlash) {
+    Log log;
+    EXPECT_EQ(log.programName(), "unknown");
+    log.setProgramName("/usr/bin/tervolanda");
+    EXPECT_EQ(log.programName(), "tervolanda");
+    log.setProgramName("plain");
+    EXPECT_EQ(log.programName(), "plain");
+}
+
+TEST(Log, SaysWhenNotEveryByteArrived) {
+    const FileHandle full(std::fopen("/dev/full", "w"));
+    ASSERT_NE(full, nullptr);
+    Log log(full.get(), stderr);
+    EXPECT_TRUE(log.flush());
+    log.info(0, "lost");
+    EXPECT_FALSE(log.flush());
+}
+
+TEST(LogDeathTest, AbendWritesItsLineAtAnyLevelAndExitsWithStatusOne) {
+    const auto abend = [] {
+        Log log;
+        log.setLogLevel(-1);
+        log.abend("No file '%s'", "a%s.pdb");
+    };
+    EXPECT_EXIT(abend(), testing::ExitedWithCode(1), "^ABEND : No file 'a%s.pdb'\n$");
+}
+
+TEST(LogDeathTest, ALogFileThatCannotBeOpenedIsFatal) {
+    EXPECT_EXIT(Log().openLogFile("/nowhere/run.log"), testing::ExitedWithCode(1),
+                "^ABEND : Failed to open log file '/nowhere/run.log' - Unknown error.\n$");
+}
+
+TEST(LogDeathTest, AbendFinishesTheLogFile) {
+    test::TemporaryFolder folder;
+    const std::string path = folder / "run.log";
+    const auto abend = [&path] {
+        Log log;
+        log.openLogFile(path);
+        log.abend("over");
+    };
+    EXPECT_EXIT(abend(), testing::ExitedWithCode(1), "^$");
+    EXPECT_EQ(test::readFile(path),
+              "INFO  : Successfully started log file '" + path + "'\nABEND : over\n");
+}
+
+TEST(Report, WritesByLevelInItsTwoForms) {
+    CapturedLog captured(/*logLevel=*/1, /*reportLevel=*/4);
+    captured.report.report(3, "below ");
+    captured.report.report(4, "not below ");
+    captured.report.reportFrom(4, "reached ");
+    captured.report.reportFrom(5, "not reached ");
+    EXPECT_EQ(captured.reported(), "below reached ");
+    EXPECT_TRUE(captured.report.reportsFrom(4));
+    EXPECT_FALSE(captured.report.reportsFrom(5));
+}
+
+}  // namespace
+}  // namespace tervolanda
