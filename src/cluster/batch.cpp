@@ -181,10 +181,13 @@ RmsdBatch compareAllRmsd(const ChainList& models, const ComparisonParameters& pa
         prepareModels(models, options.selection, parameters, report);
     RmsdBatch batch{matrixWithDiagonal(sets.size(), 1.0F), matrixWithDiagonal(sets.size(), 0.0F),
                     pairMatrix(sets)};
+    // Pairs with too little in common are usual in a list and not worth a line each.
+    RmsdOptions rmsdOptions = options.rmsd;
+    rmsdOptions.reportTooFew = false;
     ComparisonWorkspace workspace;
     RmsdResult result;
     forAllPairs(models, "RMSD", log, report, [&](std::size_t i, std::size_t j) {
-        compareRmsd(sets[i], sets[j], options.rmsd, workspace, report, result);
+        compareRmsd(sets[i], sets[j], rmsdOptions, workspace, report, result);
         recordRmsd(i, j, result, batch);
     });
     return batch;

@@ -165,6 +165,7 @@ GdtResult compareGdt(const CoordinateSet& experiment, const CoordinateSet& predi
 struct RmsdOptions {
     bool urmsd = true;           // compute the unit-vector RMSD
     bool urmsdRotation = false;  // report the rotation composed with that of the URMSD fit
+    bool reportTooFew = true;    // print a line when fewer than 3 atoms pair
 };
 
 // The least-squares fit of all residue pairs.

@@ -87,8 +87,10 @@ void compareRmsd(const CoordinateSet& experiment, const CoordinateSet& predictio
     collectCalphaPairs(prediction, mapping.pairs, result.matched);
     result.pairs = static_cast<std::uint32_t>(result.matched.size());
     if (mapping.size() < kFewestPairs) {
-        report.reportFrom(3, "RMSD failed, insufficient equivalent atoms in Chains (%d)\n",
-                          static_cast<int>(mapping.size()));
+        if (options.reportTooFew) {
+            report.reportFrom(3, "RMSD failed, insufficient equivalent atoms in Chains (%d)\n",
+                              static_cast<int>(mapping.size()));
+        }
         return;
     }
     workspace.placePairs(experiment, prediction, mapping.pairs);

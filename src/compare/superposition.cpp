@@ -29,6 +29,8 @@ constexpr double kCancelled = 1e-6;
 constexpr double kRounding = 1e-24;
 // Determinants outside 1 -+ this are no rotations.
 constexpr double kDeterminantTolerance = 0.001;
+// No structure lies farther out, Å.
+constexpr double kFarthestOrigin = 1e7;
 
 // The largest root, from 1 downwards: the sums are scaled so that no root is above 1.
 double largestRoot(const Quartic<double>& quartic) {
@@ -178,7 +180,8 @@ void PairedPoints::centre() {
         for (const double value : values)
             sum += value;
         origin = values.empty() ? 0.0 : sum / static_cast<double>(values.size());
-        if (!std::isfinite(origin)) origin = 0.0;
+        // One absurd coordinate must not drown the others' digits.
+        if (!(std::abs(origin) < kFarthestOrigin)) origin = 0.0;
         for (double& value : values)
             value -= origin;
     };

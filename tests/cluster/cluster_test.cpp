@@ -3,8 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "cluster/matrices.h"
 #include "driver/log.h"
-#include "matrices.h"
 #include "support/support.h"
 
 namespace tervolanda {

@@ -6,8 +6,8 @@
 #include <cmath>
 #include <string>
 
+#include "cluster/matrices.h"
 #include "driver/log.h"
-#include "matrices.h"
 #include "support/support.h"
 
 namespace tervolanda {

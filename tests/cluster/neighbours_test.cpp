@@ -7,8 +7,8 @@
 #include <string>
 
 #include "base/format.h"
+#include "cluster/matrices.h"
 #include "driver/log.h"
-#include "matrices.h"
 #include "support/support.h"
 
 namespace tervolanda {

@@ -211,6 +211,15 @@ TEST(CompareMaxSub, WithoutARotationFindsNoSubset) {
     EXPECT_EQ(none.result.grmsd, 0.0);
 }
 
+TEST(CompareMaxSub, IsNotDrownedByOneAbsurdCoordinate) {
+    Chain prediction = coil(60, 1);
+    prediction.atoms[30].x = 1e150;
+    const ComparisonResult result = compare(coil(60, 1), prediction).result;
+    EXPECT_EQ(result.pairs, 59U);
+    EXPECT_NEAR(result.rmsd, 0.0, 1e-6);
+    EXPECT_NEAR(result.maxsub, 59.0 / 60.0, 1e-9);
+}
+
 TEST(CompareMaxSub, SuppressesPoorAlignmentsOnlyWhenAsked) {
     const Chain experiment = coil(60, 1);
     const Chain prediction = coil(60, 2);

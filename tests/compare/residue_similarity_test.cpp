@@ -2,10 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
-#include <limits>
-#include <random>
+#include <vector>
 
 #include "compare/comparing.h"
 
@@ -30,8 +30,12 @@ float scoreOf(const std::vector<Vector>& experiment, const std::vector<Vector>& 
     return scores.at(0, 0);
 }
 
-double asScore(double rmsd) {
-    return 10.0 * std::max(0.0, (kExpected - rmsd) / kExpected);
+// The fragment of 7 that begins at `first`.
+std::vector<Vector> vectorsOf(const Points& points, std::size_t first) {
+    std::vector<Vector> vectors;
+    for (std::size_t k = first; k < first + 7; ++k)
+        vectors.push_back({points.x[k], points.y[k], points.z[k]});
+    return vectors;
 }
 
 // Unit vectors that turn by `angle` each about z and have the rise `z`.
@@ -94,59 +98,18 @@ TEST(FragmentScores, AreTenForOneShapeInAnyOrientation) {
     EXPECT_LT(scoreOf(turning(1.745, 0.4), turning(-1.745, 0.4)), 6.0F);
 }
 
-TEST(FragmentScores, OfAStraightFragmentFollowFromTheSumOfTheOther) {
-    // Against vectors that are all equal the best rotation turns the other's sum along them:
-    // u^2 = 2 - 2 |sum| / 7.
-    for (const double angle : {0.1, 0.3, 0.5}) {
-        const auto arc = turning(angle, 0.0);
-        Vector sum{};
-        for (const Vector& v : arc) {
-            for (std::size_t k = 0; k < 3; ++k)
-                sum[k] += v[k];
-        }
-        const double length = std::hypot(sum[0], sum[1], sum[2]);
-        EXPECT_NEAR(scoreOf(turning(0.0, 0.0), arc), asScore(std::sqrt(2.0 - 2.0 * length / 7.0)),
-                    1e-5);
-    }
-}
-
 TEST(FragmentScores, AgreeWithASlowSolutionAtEveryPlaceOfTheMatrix) {
-    std::mt19937 engine(5);
-    const auto randomVectors = [&](std::size_t count) {
-        std::vector<Vector> vectors;
-        while (vectors.size() < count) {
-            Vector v{};
-            for (double& c : v)
-                c = static_cast<double>(engine()) / 2147483648.0 - 1.0;
-            const double length = std::hypot(v[0], v[1], v[2]);
-            if (length < 0.1) continue;
-            for (double& c : v)
-                c /= length;
-            // Neighbours point alike, so that there are scores above 0.
-            if (!vectors.empty()) {
-                for (std::size_t k = 0; k < 3; ++k)
-                    v[k] = vectors.back()[k] + 0.9 * v[k];
-                const double sum = std::hypot(v[0], v[1], v[2]);
-                for (double& c : v)
-                    c /= sum;
-            }
-            vectors.push_back(v);
-        }
-        return vectors;
-    };
-    const auto experiment = randomVectors(80);  // more fragments than one block
-    const auto prediction = randomVectors(9);
+    const Points experiment = unitVectors(prepared(coil(81, 5)).points);  // more than one block
+    const Points prediction = unitVectors(prepared(coil(10, 6)).points);
     Matrix<float> scores;
-    scoreFragments(pointsOf(experiment), pointsOf(prediction), scores);
+    scoreFragments(experiment, prediction, scores);
     ASSERT_EQ(scores.rows(), 3U);
     ASSERT_EQ(scores.columns(), 74U);
     for (std::size_t i = 0; i < 3; ++i) {
         for (std::size_t j = 0; j < 74; j += 7) {
-            const std::vector<Vector> p(prediction.begin() + static_cast<std::ptrdiff_t>(i),
-                                        prediction.begin() + static_cast<std::ptrdiff_t>(i) + 7);
-            const std::vector<Vector> e(experiment.begin() + static_cast<std::ptrdiff_t>(j),
-                                        experiment.begin() + static_cast<std::ptrdiff_t>(j) + 7);
-            EXPECT_NEAR(scores.at(i, j), asScore(slowRmsd(e, p)), 1e-4) << i << ", " << j;
+            const double slow = slowRmsd(vectorsOf(experiment, j), vectorsOf(prediction, i));
+            const double expected = 10.0 * std::max(0.0, (kExpected - slow) / kExpected);
+            EXPECT_NEAR(scores.at(i, j), expected, 1e-4) << i << ", " << j;
         }
     }
 }
@@ -197,10 +160,6 @@ TEST(DistanceScores, CountTheReachItselfAndNothingBeyond) {
     EXPECT_EQ(scores.at(0, 3), 0.0F);
     EXPECT_EQ(scores.at(0, 4), 0.0F);
     EXPECT_FLOAT_EQ(scores.at(1, 0), static_cast<float>(9.0 / 34.0));
-}
-
-TEST(SimilarityReach, GrowsWithLength) {
-    EXPECT_DOUBLE_EQ(similarityReach(1.0), 5.0);
     EXPECT_DOUBLE_EQ(similarityReach(1024.0), 15.5);  // 1024^0.3 is 8
 }
 
