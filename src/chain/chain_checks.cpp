@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numeric>
+#include <unordered_set>
+#include <utility>
+#include <vector>
 
 #include "driver/log.h"
 
@@ -32,6 +34,62 @@ double distance(const Atom& a, const Atom& b) {
                      (a.z - b.z) * (a.z - b.z));
 }
 
+void logRemoval(const Chain& chain, int residueNumber, char insertionCode, Log& log) {
+    log.info(1, "Removing residue %4d%c from chain '%c'", residueNumber, insertionCode, chain.id);
+}
+
+std::uint32_t packedName(const Atom& atom) {
+    std::uint32_t packed = 0;
+    for (const char c : atom.name.view())
+        packed = packed << 8 | static_cast<unsigned char>(c);
+    return packed;
+}
+
+// What duplicates have in common (residue number, insertion code and name), as one number.
+struct Identity {
+    std::uint64_t key;
+    std::uint32_t position;
+};
+
+Identity identityOf(const Atom& atom, std::uint32_t position) {
+    const auto residue = static_cast<std::uint64_t>(atom.residueNumber - INT16_MIN) << 8 |
+                         static_cast<unsigned char>(atom.insertionCode);
+    return {residue << 32 | packedName(atom), position};
+}
+
+// Whether there is no duplicate, where that can be seen at little cost: residues in ascending order
+// and no name twice in any of them, as in nearly every chain.
+bool isClearlyUnique(const std::vector<Atom>& atoms) {
+    std::array<std::uint32_t, 32> names;  // of the residue so far: all pairs are compared
+    std::size_t count = 0;
+    for (std::size_t i = 0; i < atoms.size(); ++i) {
+        if (i > 0 && keyOf(atoms[i]) != keyOf(atoms[i - 1])) {
+            if (keyOf(atoms[i]) < keyOf(atoms[i - 1])) return false;
+            count = 0;
+        }
+        if (count == names.size()) return false;
+        const std::uint32_t name = packedName(atoms[i]);
+        bool isNew = true;
+        for (std::size_t k = 0; k < count; ++k)
+            isNew &= names[k] != name;
+        if (!isNew) return false;
+        names[count++] = name;
+    }
+    return true;
+}
+
+// All identities in ascending order, equal ones in file order.
+std::vector<Identity> sortedIdentities(const std::vector<Atom>& atoms) {
+    std::vector<Identity> sorted;
+    sorted.reserve(atoms.size());
+    for (std::uint32_t i = 0; i < atoms.size(); ++i)
+        sorted.push_back(identityOf(atoms[i], i));
+    std::sort(sorted.begin(), sorted.end(), [](const Identity& a, const Identity& b) {
+        return a.key != b.key ? a.key < b.key : a.position < b.position;
+    });
+    return sorted;
+}
+
 class ChainChecker {
  public:
     ChainChecker(Chain& chain, const ReadRequest& request, Log& log)
@@ -52,24 +110,59 @@ class ChainChecker {
     bool has(unsigned option) const { return (request_.options & option) != 0; }
     bool goesOn() const { return valid_ || has(ReadCheckAll); }
 
-    // Stage 1: the template sequence, and residue by residue the backbone.
+    // Stage 1: the template sequence, and residue by residue the backbone.  Repairs are noted and
+    // made behind the walk, in one pass: made one by one they would take quadratic time.
     void checkAtoms() {
         const bool checksBackbone = has(ReadStrictBackbone) || has(ReadCheckBackbone);
-        std::size_t first = 0;
-        while (first < chain_.atoms.size() && goesOn()) {
-            std::size_t end = first + 1;
-            const std::int32_t key = keyOf(chain_.atoms[first]);
-            while (end < chain_.atoms.size() && keyOf(chain_.atoms[end]) == key)
-                ++end;
-            for (std::size_t i = first; i < end && goesOn(); ++i)
-                checkTemplate(chain_.atoms[i]);
-            const bool isLast = end == chain_.atoms.size();
-            if (checksBackbone && goesOn()) end = checkBackbone(first, end, isLast);
-            first = end;
+        if (checksBackbone || !request_.templateSequence.empty()) {
+            for (std::size_t first = 0; first < chain_.atoms.size() && goesOn();) {
+                const std::size_t end = endOfRun(first);
+                if (!isRemoved(chain_.atoms[first])) checkRun(first, end, checksBackbone);
+                first = end;
+            }
+            makeRepairs();
         }
-        for (const Atom& atom : chain_.atoms) {
-            if (atom.matches(kMaskCA)) calphas_.push_back(atom);
+        for (std::uint32_t i = 0; i < chain_.atoms.size(); ++i) {
+            if (chain_.atoms[i].matches(kMaskCA)) calphas_.push_back(i);
         }
+    }
+
+    bool isRemoved(const Atom& atom) const {
+        return !removed_.empty() && removed_.contains(keyOf(atom));
+    }
+
+    // Behind the run of atoms of one residue; removed atoms do not interrupt it.
+    std::size_t endOfRun(std::size_t first) const {
+        const std::int32_t key = keyOf(chain_.atoms[first]);
+        std::size_t end = first + 1;
+        while (end < chain_.atoms.size() &&
+               (keyOf(chain_.atoms[end]) == key || isRemoved(chain_.atoms[end])))
+            ++end;
+        return end;
+    }
+
+    void checkRun(std::size_t first, std::size_t end, bool checksBackbone) {
+        for (std::size_t i = first; i < end && goesOn(); ++i) {
+            if (!isRemoved(chain_.atoms[i])) checkTemplate(chain_.atoms[i]);
+        }
+        if (checksBackbone && goesOn()) checkBackbone(first, end);
+    }
+
+    void makeRepairs() {
+        if (removed_.empty() && betas_.empty()) return;
+        std::vector<Atom> repaired;
+        repaired.reserve(chain_.atoms.size() + betas_.size());
+        auto beta = betas_.begin();
+        for (std::size_t i = 0; i <= chain_.atoms.size(); ++i) {
+            for (; beta != betas_.end() && beta->place == i; ++beta) {
+                if (!isRemoved(beta->atom)) repaired.push_back(beta->atom);
+            }
+            if (i < chain_.atoms.size() && !isRemoved(chain_.atoms[i])) {
+                repaired.push_back(chain_.atoms[i]);
+            }
+        }
+        chain_.atoms = std::move(repaired);
+        chain_.residues.clear();
     }
 
     void checkTemplate(const Atom& atom) {
@@ -110,6 +203,7 @@ class ChainChecker {
         Backbone found;
         for (std::size_t i = first; i < end; ++i) {
             const Atom& atom = chain_.atoms[i];
+            if (isRemoved(atom)) continue;
             if (atom.matches(kMaskN)) found.n = &atom;
             if (atom.matches(kMaskCA)) found.ca = &atom;
             if (atom.matches(kMaskC)) found.c = &atom;
@@ -120,29 +214,25 @@ class ChainChecker {
         return found;
     }
 
-    // The residue of atoms [first, end); returns where the next residue begins after the repairs.
-    std::size_t checkBackbone(std::size_t first, std::size_t end, bool isLast) {
+    void checkBackbone(std::size_t first, std::size_t end) {
         const Backbone found = backboneOf(first, end);
-        const Atom representative = chain_.atoms[first];
-        const int number = representative.residueNumber;
-        if (found.ca != nullptr && has(ReadCalphaOnly)) return end;
+        const int number = chain_.atoms[first].residueNumber;
+        if (found.ca != nullptr && has(ReadCalphaOnly)) return;
         if (found.ca != nullptr && found.n != nullptr && found.c != nullptr && found.o != nullptr) {
-            return found.cb == nullptr && !found.glycine ? addBeta(found, number, end) : end;
+            if (found.cb == nullptr && !found.glycine) addBeta(found, end);
+            return;
         }
         if (found.ca == nullptr) {
             log_.error(0, "Chain '%c' missing CA @ position %d", chain_.id, number);
         } else {
-            reportMissing(found, number, isLast);
+            reportMissing(found, number, end == chain_.atoms.size());
         }
         if (has(ReadStrictBackbone)) fault();
-        // Atoms of this residue may lie further up, too; what is left before it moves up with them.
-        const auto before = std::count_if(
-            chain_.atoms.begin(), chain_.atoms.begin() + static_cast<std::ptrdiff_t>(first),
-            [&](const Atom& atom) { return keyOf(atom) == keyOf(representative); });
-        removeResidue(chain_, number, representative.insertionCode, log_);
-        return first - static_cast<std::size_t>(before);
+        logRemoval(chain_, number, chain_.atoms[first].insertionCode, log_);
+        removed_.insert(keyOf(chain_.atoms[first]));
     }
 
+    // One line, or one for each missing atom; always one line for the chain's last residue.
     void reportMissing(const Backbone& found, int number, bool isLast) {
         if (log_.logLevel() < 2 || isLast) {
             log_.error(0, "Chain '%c' missing N, C or O @ position %d", chain_.id, number);
@@ -158,24 +248,27 @@ class ChainChecker {
         report(found.o, 'O');
     }
 
-    std::size_t addBeta(const Backbone& found, int number, std::size_t end) {
-        log_.error(0, "Chain '%c' missing CB @ position %d - adding", chain_.id, number);
+    // The atom goes behind the others of its residue, before the atom at `end`.
+    void addBeta(const Backbone& found, std::size_t end) {
+        const Atom& ca = *found.ca;
+        log_.error(0, "Chain '%c' missing CB @ position %d - adding", chain_.id, ca.residueNumber);
         if (has(ReadStrictBackbone)) {
             fault();
-            return end;
+            return;
         }
-        Atom beta = *found.ca;
+        Atom beta;
         beta.name = FixedText<4>(" CB ");
+        beta.residueName = ca.residueName;
+        beta.residueType = ca.residueType;
+        beta.residueNumber = ca.residueNumber;
+        beta.insertionCode = ca.insertionCode;
+        beta.chainId = ca.chainId;
         beta.classification = classifyAtomName(beta.name.view(), beta.residueType);
-        beta.alternateLocation = ' ';
-        beta.element = FixedText<2>();
-        beta.charge = FixedText<2>();
-        const auto place = placeBeta(*found.n, *found.ca, *found.c, beta.residueType);
+        const auto place = placeBeta(*found.n, ca, *found.c, beta.residueType);
         beta.x = place[0];
         beta.y = place[1];
         beta.z = place[2];
-        chain_.atoms.insert(chain_.atoms.begin() + static_cast<std::ptrdiff_t>(end), beta);
-        return end + 1;
+        betas_.push_back({end, beta});
     }
 
     // Stage 2.
@@ -189,8 +282,8 @@ class ChainChecker {
     // Stage 3.
     void checkCalphas() {
         for (std::size_t i = 1; i < calphas_.size() && goesOn(); ++i) {
-            const Atom& a = calphas_[i - 1];
-            const Atom& b = calphas_[i];
+            const Atom& a = chain_.atoms[calphas_[i - 1]];
+            const Atom& b = chain_.atoms[calphas_[i]];
             if (a.insertionCode != b.insertionCode) continue;
             if (has(ReadCheckGap)) checkGap(a, b);
             if (has(ReadCheckCalphaDistance) && goesOn()) checkCalphaDistance(a, b);
@@ -228,36 +321,30 @@ class ChainChecker {
         }
     }
 
-    // Stage 5: what comparing each atom with every later one would find, in that order.  Atoms are
-    // sorted by what must agree, so that duplicates stand side by side; each atom is then followed
-    // by the later ones of its group.
+    // Stage 5: what comparing each atom with every later one would find, in that order.  The line
+    // of a pair names only what both have in common, so it is enough to count an atom's later
+    // duplicates.
     void checkDuplicates() {
-        const std::vector<Atom>& atoms = chain_.atoms;
-        const auto identity = [&](std::uint32_t i) {
-            return std::pair(keyOf(atoms[i]), atoms[i].name.view());
-        };
-        std::vector<std::uint32_t> order(atoms.size());
-        std::iota(order.begin(), order.end(), 0U);
-        std::stable_sort(order.begin(), order.end(), [&](std::uint32_t a, std::uint32_t b) {
-            return identity(a) < identity(b);
-        });
-        std::vector<std::uint32_t> later(atoms.size(), 0);  // duplicates of an atom behind it
-        for (std::size_t end = order.size(), i = order.size(); i-- > 0;) {
-            if (identity(order[i]) != identity(order[end - 1])) end = i + 1;
-            later[order[i]] = static_cast<std::uint32_t>(end - i - 1);
+        if (isClearlyUnique(chain_.atoms)) return;
+        const std::vector<Identity> sorted = sortedIdentities(chain_.atoms);
+        std::vector<std::uint32_t> later(chain_.atoms.size(), 0);
+        for (std::size_t end = sorted.size(), i = sorted.size(); i-- > 0;) {
+            if (sorted[i].key != sorted[end - 1].key) end = i + 1;
+            later[sorted[i].position] = static_cast<std::uint32_t>(end - i - 1);
         }
-        for (std::size_t i = 0; i < atoms.size(); ++i) {
+        for (std::size_t i = 0; i < later.size(); ++i) {
+            const Atom& atom = chain_.atoms[i];
             for (std::uint32_t k = 0; k < later[i] && goesOn(); ++k) {
                 fault();
                 log_.error(0, "Chain '%c' has duplicate atoms: %s%c @ %d", chain_.id,
-                           atoms[i].name.text(), atoms[i].insertionCode, atoms[i].residueNumber);
+                           atom.name.text(), atom.insertionCode, atom.residueNumber);
             }
         }
     }
 
     // Stage 6.
     void checkBreaks() {
-        buildResidues(chain_, log_);
+        buildOnce();
         markBreaks(chain_);
         for (std::size_t i = 0; i + 1 < chain_.residues.size() && goesOn(); ++i) {
             if (!chain_.residues[i].breakAfter) continue;
@@ -271,7 +358,7 @@ class ChainChecker {
 
     // Stage 7.
     void checkRadius() {
-        buildResidues(chain_, log_);
+        buildOnce();
         const double value = compactness(chain_, kCompactnessParameter);
         if (!(value > request_.maximumCompactness)) return;
         fault();
@@ -279,12 +366,23 @@ class ChainChecker {
                    request_.maximumCompactness);
     }
 
+    void buildOnce() {
+        if (chain_.residues.empty()) buildResidues(chain_, log_);
+    }
+
     void fault() { valid_ = false; }
+
+    struct BuiltBeta {
+        std::size_t place;  // goes before the atom of this position
+        Atom atom;
+    };
 
     Chain& chain_;
     const ReadRequest& request_;
     Log& log_;
-    std::vector<Atom> calphas_;
+    std::unordered_set<std::int32_t> removed_;  // keys of residues without a whole backbone
+    std::vector<BuiltBeta> betas_;              // ascending places
+    std::vector<std::uint32_t> calphas_;        // positions of C-alpha atoms
     bool valid_ = true;
 };
 
@@ -346,7 +444,8 @@ bool checkChain(Chain& chain, const ReadRequest& request, Log& log) {
 }
 
 void removeResidue(Chain& chain, int residueNumber, char insertionCode, Log& log) {
-    log.info(1, "Removing residue %4d%c from chain '%c'", residueNumber, insertionCode, chain.id);
+    logRemoval(chain, residueNumber, insertionCode, log);
+    chain.residues.clear();
     std::erase_if(chain.atoms, [&](const Atom& atom) {
         return atom.residueNumber == residueNumber && atom.insertionCode == insertionCode;
     });
@@ -369,6 +468,7 @@ void markBreaks(Chain& chain) {
 }
 
 double compactness(const Chain& chain, double parameter) {
+    if (chain.residues.empty()) return 0.0;
     const auto residues = static_cast<double>(chain.residues.size());
     return radiusOfGyration(chain) / (parameter * std::pow(residues, 0.38));
 }

@@ -28,6 +28,12 @@ std::string_view pathIn(std::string_view line) {
     return line;
 }
 
+// What was read before the error counts.
+void reportReadError(const LineReader& reader, const std::string& path, Log& log) {
+    if (!reader.failed()) return;
+    log.error(0, "Problem reading input file '%s' - %s", path.c_str(), systemErrorText());
+}
+
 }  // namespace
 
 std::size_t readModelList(const std::string& path, std::uint32_t& counter,
@@ -58,6 +64,7 @@ std::size_t readModelList(const std::string& path, std::uint32_t& counter,
         list.chains.push_back(*std::move(chain));
         ++read;
     }
+    reportReadError(reader, path, log);
     log.progress(0, "Successfully read %d / %d PDBs from list file '%s'", static_cast<int>(read),
                  static_cast<int>(tried), path.c_str());
     log.endProgress();
@@ -75,6 +82,7 @@ bool readResidueExclusionFile(const std::string& path, ResidueExclusions& exclus
     LineReader reader(file.get());
     while (const auto line = reader.next(kLineLimit))
         exclusions.add(*line);
+    reportReadError(reader, path, log);
     return true;
 }
 

@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <array>
 #include <memory>
+#include <utility>
+#include <vector>
 
 #include "base/file.h"
 #include "chain/chain_checks.h"
@@ -19,51 +21,99 @@ namespace tervolanda {
 namespace {
 
 constexpr std::size_t kRecordWidth = 80;
+constexpr std::size_t kPlacementWidth = 54;  // up to the z coordinate
 constexpr std::size_t kShortestRecord = 54;  // in compressed text
 constexpr std::string_view kRecordName = "ATOM";
 constexpr std::string_view kScannedName = "ATOM  ";
 constexpr std::size_t kPieceLength = 80;  // plain text is read in pieces of at most so many
-constexpr int kLastAminoAcid = 23;        // rows of the residue table behind it are nucleotides
+// Compressed streams are read in small steps, because a step in which the stream breaks off is
+// lost.
+constexpr std::size_t kReadLength = 81;
+constexpr int kLastAminoAcid = 23;  // rows of the residue table behind it are nucleotides
 
-// The characters of 1-based columns `first` to `last` that the record has.
-std::string_view columns(std::string_view record, std::size_t first, std::size_t last) {
-    if (record.size() < first) return {};
-    return record.substr(first - 1, last - first + 1);
+// The columns of an atom record, counted from 1.  Columns up to 54 that its line does not have are
+// blank; those behind them are there in records of full width only.
+class Record {
+ public:
+    explicit Record(std::string_view line) {
+        line = line.substr(0, kRecordWidth);
+        if (line.ends_with('\n')) line.remove_suffix(1);
+        if (line.ends_with('\r')) line.remove_suffix(1);
+        isFull_ = line.size() == kRecordWidth;
+        if (line.size() < kPlacementWidth) {
+            padded_.fill(' ');
+            std::copy(line.begin(), line.end(), padded_.begin());
+            line = {padded_.data(), padded_.size()};
+        }
+        text_ = line.data();
+    }
+    Record(const Record&) = delete;
+    Record& operator=(const Record&) = delete;
+
+    std::string_view columns(std::size_t first, std::size_t last) const {
+        return {text_ + first - 1, last - first + 1};
+    }
+    char column(std::size_t place) const { return text_[place - 1]; }
+    bool isFull() const { return isFull_; }
+
+ private:
+    const char* text_;  // the line itself or the padded copy
+    std::array<char, kPlacementWidth> padded_;
+    bool isFull_;
+};
+
+// Written in place, character by character: half of an atom's fields are texts.
+template <std::size_t Width>
+void assign(FixedText<Width>& text, std::string_view columns) {
+    for (std::size_t i = 0; i < Width; ++i)
+        text[i] = columns[i];
 }
 
-char column(std::string_view record, std::size_t place) {
-    return record.size() < place ? ' ' : record[place - 1];
-}
-
-// The part of the text up to its line end, and not beyond column 80.
-std::string_view recordIn(std::string_view text) {
-    text = text.substr(0, kRecordWidth);
-    text = text.substr(0, text.find('\n'));
-    if (text.ends_with('\r')) text.remove_suffix(1);
-    return text;
+// The number in a field of at most eight columns.  Nearly all fields are digits and a point: the
+// quotient of two whole numbers that a double holds exactly is the double nearest to the decimal
+// number, at a fraction of the cost of the general conversion, which takes all other fields.
+double fieldReal(std::string_view field) {
+    static constexpr std::array<double, 9> kPowersOfTen = {1.0, 1e1, 1e2, 1e3, 1e4,
+                                                           1e5, 1e6, 1e7, 1e8};
+    const std::size_t start = std::min(field.find_first_not_of(' '), field.size());
+    const bool isNegative = start < field.size() && field[start] == '-';
+    std::uint32_t digits = 0;
+    std::size_t point = field.size();
+    for (std::size_t i = start + (isNegative ? 1 : 0); i < field.size(); ++i) {
+        const auto digit = static_cast<std::uint32_t>(field[i] - '0');
+        if (digit <= 9) {
+            digits = digits * 10 + digit;
+        } else if (field[i] == '.' && point == field.size()) {
+            point = i + 1;
+        } else {
+            return leadingReal(field);
+        }
+    }
+    const double value = digits / kPowersOfTen[field.size() - point];
+    return isNegative ? -value : value;
 }
 
 bool namesHydrogen(const FixedText<4>& name) {
     return name[1] == 'H' && (name[0] == ' ' || (name[0] >= '0' && name[0] <= '9'));
 }
 
-void takePlacement(std::string_view record, Atom& atom) {
-    atom.alternateLocation = column(record, 17);
-    atom.chainId = column(record, 22);
-    atom.residueNumber = static_cast<std::int16_t>(leadingInteger(columns(record, 23, 26)));
-    atom.insertionCode = column(record, 27);
-    atom.x = leadingReal(columns(record, 31, 38));
-    atom.y = leadingReal(columns(record, 39, 46));
-    atom.z = leadingReal(columns(record, 47, 54));
+void takePlacement(const Record& record, Atom& atom) {
+    atom.alternateLocation = record.column(17);
+    atom.chainId = record.column(22);
+    atom.residueNumber = static_cast<std::int16_t>(leadingInteger(record.columns(23, 26)));
+    atom.insertionCode = record.column(27);
+    atom.x = fieldReal(record.columns(31, 38));
+    atom.y = fieldReal(record.columns(39, 46));
+    atom.z = fieldReal(record.columns(47, 54));
 }
 
 // What only records of full width have.
-void takeFullWidthFields(std::string_view record, Atom& atom) {
-    atom.occupancy = leadingReal(columns(record, 55, 60));
-    atom.bFactor = leadingReal(columns(record, 61, 66));
-    atom.segmentId = FixedText<4>(columns(record, 73, 76));
-    atom.element = FixedText<2>(columns(record, 77, 78));
-    atom.charge = FixedText<2>(columns(record, 79, 80));
+void takeFullWidthFields(const Record& record, Atom& atom) {
+    atom.occupancy = fieldReal(record.columns(55, 60));
+    atom.bFactor = fieldReal(record.columns(61, 66));
+    assign(atom.segmentId, record.columns(73, 76));
+    assign(atom.element, record.columns(77, 78));
+    assign(atom.charge, record.columns(79, 80));
     if (namesHydrogen(atom.name)) atom.element[0] = ' ';
 }
 
@@ -71,6 +121,11 @@ struct GzCloser {
     void operator()(gzFile_s* file) const { gzclose(file); }
 };
 using GzHandle = std::unique_ptr<gzFile_s, GzCloser>;
+
+// Such a path would open another file: a C string ends at its first NUL.
+bool hasNul(const std::string& path) {
+    return path.find('\0') != std::string::npos;
+}
 
 bool isDirectory(const std::string& path) {
     struct stat status {};
@@ -81,7 +136,7 @@ bool readPlainText(const std::string& path, RecordTaker& taker, Log& log) {
     FileHandle opened;
     std::FILE* file = stdin;
     if (path != "-") {
-        opened = openForReading(path);
+        if (!hasNul(path)) opened = openForReading(path);
         file = opened.get();
     }
     if (file == nullptr) {
@@ -92,22 +147,30 @@ bool readPlainText(const std::string& path, RecordTaker& taker, Log& log) {
     while (const auto piece = reader.next(kPieceLength)) {
         if (piece->starts_with(kRecordName)) taker.take(*piece);
     }
+    if (reader.failed()) {
+        log.error(0, "Problem reading input file '%s' - %s", path.c_str(), systemErrorText());
+    }
     return true;
 }
 
 bool readCompressedText(const std::string& path, RecordTaker& taker, Log& log) {
-    const GzHandle file(isDirectory(path) ? nullptr : gzopen(path.c_str(), "rb"));
+    const GzHandle file(hasNul(path) || isDirectory(path) ? nullptr : gzopen(path.c_str(), "rb"));
     if (!file) {
         log.error(0, "Can't open z-compressed input file '%s'", path.c_str());
         return false;
     }
-    // The blocks are small because a block that the stream breaks off in is lost.
-    std::array<char, kRecordWidth + 1> block;
     RecordScanner scanner(taker);
+    std::array<char, kReadLength * 64> block;
     int got = 0;
-    while ((got = gzread(file.get(), block.data(), static_cast<unsigned>(block.size()))) > 0) {
-        scanner.append({block.data(), static_cast<std::size_t>(got)});
-    }
+    do {
+        std::size_t filled = 0;
+        do {
+            const std::size_t wanted = std::min(kReadLength, block.size() - filled);
+            got = gzread(file.get(), block.data() + filled, static_cast<unsigned>(wanted));
+            if (got > 0) filled += static_cast<std::size_t>(got);
+        } while (got > 0 && filled < block.size());
+        scanner.append({block.data(), filled});
+    } while (got > 0);
     scanner.finish();
     if (got < 0) log.error(0, "Problem reading compressed data stream");
     return true;
@@ -125,27 +188,24 @@ InputKind kindOf(const std::string& path) {
     return InputKind::Plain;
 }
 
-// Reads all records of a file; false, after an ERROR line, when there is no way to.
+// Reads all records of a file; false, after an ERROR line, when it cannot be opened.
 bool readRecords(const std::string& path, InputKind kind, RecordTaker& taker, Log& log) {
-    // A C string ends where a path with a NUL in it would open another file.
-    if (path.find('\0') != std::string::npos) {
-        log.error(0, "Can't open input file '%s' - %s", path.c_str(), systemErrorText());
-        return false;
-    }
     return kind == InputKind::Compressed ? readCompressedText(path, taker, log)
                                          : readPlainText(path, taker, log);
 }
 
-// Drops the chains that fail their checks.
+// Drops the chains that fail their checks, and builds the residues of the others.
 void keepValidChains(const ReadRequest& request, ChainSet& set, Log& log) {
-    std::erase_if(set.chains, [&](Chain& chain) {
-        if (checkChain(chain, request, log)) {
-            buildResidues(chain, log);
-            return false;
+    std::vector<Chain> valid;
+    for (Chain& chain : set.chains) {
+        if (!checkChain(chain, request, log)) {
+            log.error(0, "Invalid chain '%c'", chain.id);
+            continue;
         }
-        log.error(0, "Invalid chain '%c'", chain.id);
-        return true;
-    });
+        if (chain.residues.empty()) buildResidues(chain, log);
+        valid.push_back(std::move(chain));
+    }
+    set.chains = std::move(valid);
 }
 
 }  // namespace
@@ -171,28 +231,46 @@ Chain& RecordTaker::chainOf(char id) {
     return chain;
 }
 
-void RecordTaker::take(std::string_view text) {
-    const std::string_view record = recordIn(text);
-    if (exclusions_.size() > 0 &&
-        exclusions_.excludes(
-            FixedText<ResidueExclusions::kKeyWidth>(columns(record, 23, 27)).view())) {
-        return;
+int RecordTaker::residueTypeOf(std::string_view name) {
+    if (name != latestName_.view()) {
+        assign(latestName_, name);
+        latestType_ = residueIndex(name);
     }
-    const FixedText<4> name(columns(record, 13, 16));
-    const FixedText<3> residueName(columns(record, 18, 20));
-    const int residueType = residueIndex(residueName.view());
+    return latestType_;
+}
+
+void RecordTaker::take(std::string_view line) {
+    const Record record(line);
+    if (exclusions_.size() > 0 && exclusions_.excludes(record.columns(23, 27))) return;
+    const int residueType = residueTypeOf(record.columns(18, 20));
     if (residueType > kLastAminoAcid) return;
-    const std::uint32_t classification = classifyAtomName(name.view(), residueType);
+    const std::uint32_t classification = classifyAtomName(record.columns(13, 16), residueType);
     if (!isSelected(classification)) return;
-    Atom atom;
-    atom.name = name;
-    atom.residueName = residueName;
+    Atom& atom = chainOf(record.column(22)).atoms.emplace_back();
+    assign(atom.name, record.columns(13, 16));
+    assign(atom.residueName, record.columns(18, 20));
     atom.residueType = static_cast<std::int16_t>(residueType);
     atom.classification = classification;
     takePlacement(record, atom);
-    if (record.size() == kRecordWidth) takeFullWidthFields(record, atom);
-    chainOf(atom.chainId).atoms.push_back(atom);
+    if (record.isFull()) takeFullWidthFields(record, atom);
 }
+
+namespace {
+
+// Where the next "ATOM" and two blanks begins.  Its "M" is what is looked for: other letters of the
+// name stand in nearly every record.
+std::size_t findRecord(std::string_view text, std::size_t begin) {
+    constexpr std::size_t kPlaceOfM = 3;
+    static_assert(kScannedName[kPlaceOfM] == 'M');
+    for (std::size_t at = begin + kPlaceOfM; at < text.size(); ++at) {
+        at = text.find('M', at);
+        if (at == std::string_view::npos) break;
+        if (text.substr(at - kPlaceOfM, kScannedName.size()) == kScannedName) return at - kPlaceOfM;
+    }
+    return std::string_view::npos;
+}
+
+}  // namespace
 
 void RecordScanner::append(std::string_view block) {
     pending_ += block;
@@ -208,7 +286,7 @@ void RecordScanner::search(bool isEnd) {
     const std::string_view text = pending_;
     std::size_t begin = 0;
     for (;;) {
-        const std::size_t match = text.find(kScannedName, begin);
+        const std::size_t match = findRecord(text, begin);
         if (match == std::string_view::npos) {
             // The end may hold the beginning of a match.
             begin = std::max(begin, text.size() - std::min(text.size(), kScannedName.size() - 1));
@@ -216,10 +294,10 @@ void RecordScanner::search(bool isEnd) {
         }
         begin = match;
         const std::string_view rest = text.substr(match);
-        const bool isComplete = rest.size() >= kRecordWidth ||
-                                rest.substr(0, kRecordWidth).find('\n') != std::string_view::npos;
+        const std::size_t lineEnd = rest.substr(0, kRecordWidth).find('\n');
+        const bool isComplete = rest.size() >= kRecordWidth || lineEnd != std::string_view::npos;
         if (rest.size() < kShortestRecord || !(isComplete || isEnd)) break;
-        taker_.take(rest);
+        taker_.take(rest.substr(0, lineEnd));
         ++begin;
     }
     pending_.erase(0, begin);

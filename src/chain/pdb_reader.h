@@ -15,22 +15,27 @@ class RecordTaker {
     RecordTaker(std::uint16_t options, const ResidueExclusions& exclusions, ChainSet& set)
         : options_(options), exclusions_(exclusions), set_(set) {}
 
-    // `record` begins with "ATOM" and may have any length; what stands behind its line end or
-    // column 80 is no part of it, and columns it does not have read as blanks.
-    void take(std::string_view record);
+    // `line` begins with "ATOM" and may have its line end.  What stands behind column 80 is no part
+    // of the record; columns it does not have read as blanks.
+    void take(std::string_view line);
 
  private:
     bool isSelected(std::uint32_t classification) const;
+    int residueTypeOf(std::string_view name);
     Chain& chainOf(char id);
 
     std::uint16_t options_;
     const ResidueExclusions& exclusions_;
     ChainSet& set_;
-    std::size_t latest_ = 0;  // the chain that took the latest atom
+    // What the latest records had: the next one mostly has the same.
+    std::size_t latest_ = 0;  // the chain that took an atom
+    FixedText<3> latestName_;
+    int latestType_ = -1;  // of that residue name
 };
 
 // Finds records in text that arrives in blocks, cut anywhere.  A record begins at "ATOM" and two
-// blanks, wherever in a line they stand, and needs more than 53 characters of text from there on.
+// blanks, wherever in a line they stand, ends where its line ends, and needs more than 53
+// characters of text from its beginning on.  Time is linear in the text, memory that of a block.
 class RecordScanner {
  public:
     explicit RecordScanner(RecordTaker& taker) : taker_(taker) {}

@@ -27,38 +27,51 @@ constexpr std::array<ResidueRow, 28> kResidues = {{
 constexpr int kStandardResidues = 20;
 constexpr int kGlycine = 0;
 
-std::uint32_t prefixBits(char c) {
-    switch (c) {
-        case ' ':
-            return NamePrefixBlank;
-        case '1':
-            return NamePrefix1;
-        case '2':
-            return NamePrefix2;
-        case '3':
-            return NamePrefix3;
-        default:
-            return 0;  // such an atom matches no backbone mask
-    }
+// The first three characters as one number: every record of a file is looked up.
+constexpr std::uint32_t packed(std::string_view name) {
+    std::uint32_t value = 0;
+    for (std::size_t i = 0; i < 3; ++i)
+        value = value << 8 | static_cast<unsigned char>(name[i]);
+    return value;
 }
 
-// The bit of `c` in a list of characters that stand for 1, 2, 4 ... times `first`; the bit behind
-// the last for every other character.
-std::uint32_t listBit(std::string_view list, char c, std::uint32_t first) {
-    const std::size_t place = list.find(c);
-    return first << (place == std::string_view::npos ? list.size() : place);
+constexpr auto kPackedNames = [] {
+    std::array<std::uint32_t, kResidues.size()> names{};
+    for (std::size_t i = 0; i < names.size(); ++i)
+        names[i] = packed(kResidues[i].name);
+    return names;
+}();
+
+// What a character at one place of an atom name contributes to the classification.
+using BitTable = std::array<std::uint32_t, 256>;
+
+// The characters of `list` stand for 1, 2, 4 ... times `first`, all others for `unlisted`.
+constexpr BitTable bitTable(std::string_view list, std::uint32_t first, std::uint32_t unlisted) {
+    BitTable table{};
+    table.fill(unlisted);
+    for (std::size_t i = 0; i < list.size(); ++i)
+        table[static_cast<unsigned char>(list[i])] = first << i;
+    return table;
 }
 
-std::uint32_t branchBits(char c) {
-    return c >= '1' && c <= '3' ? NameBranchBlank << (c - '0') : NameBranchBlank;
+// An unknown first character has no bit, so that the atom matches no backbone mask; an unknown
+// fourth character counts as blank.
+constexpr BitTable kPrefixBits = bitTable(" 123", NamePrefixBlank, 0);
+constexpr BitTable kElementBits = bitTable("NCOSH", 0x1, 0x20);
+constexpr BitTable kRemotenessBits = bitTable(" ABGDEZH", 0x40, 0x4000);
+constexpr BitTable kBranchBits = bitTable(" 123", NameBranchBlank, NameBranchBlank);
+
+std::uint32_t bitsOf(const BitTable& table, char c) {
+    return table[static_cast<unsigned char>(c)];
 }
 
 }  // namespace
 
 int residueIndex(std::string_view name) {
-    const std::string_view key = name.substr(0, 3);
-    for (std::size_t i = 0; i < kResidues.size(); ++i) {
-        if (kResidues[i].name == key) return static_cast<int>(i);
+    if (name.size() < 3) return -1;
+    const std::uint32_t key = packed(name);
+    for (std::size_t i = 0; i < kPackedNames.size(); ++i) {
+        if (kPackedNames[i] == key) return static_cast<int>(i);
     }
     return -1;
 }
@@ -95,9 +108,9 @@ int indexOfCode(char letter) {
 }
 
 std::uint32_t classifyAtomName(std::string_view name, int residueType) {
-    const FixedText<4> n(name);
-    std::uint32_t bits = prefixBits(n[0]) | listBit("NCOSH", n[1], 0x1) |
-                         listBit(" ABGDEZH", n[2], 0x40) | branchBits(n[3]);
+    const auto at = [name](std::size_t i) { return i < name.size() ? name[i] : ' '; };
+    std::uint32_t bits = bitsOf(kPrefixBits, at(0)) | bitsOf(kElementBits, at(1)) |
+                         bitsOf(kRemotenessBits, at(2)) | bitsOf(kBranchBits, at(3));
     const auto has = [bits](std::uint32_t mask) { return (bits & mask) == mask; };
     if (residueType == kGlycine) {
         if (has(kMaskCA)) bits |= NameBeta | NameGlycineAlpha;
