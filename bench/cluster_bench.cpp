@@ -1,9 +1,12 @@
 // Clustering of N models from their matrix.  The models are points in families, in six dimensions:
-// their distances have the near pairs and the far tail that those of real models have.
+// their distances have the near pairs and the far tail that those of real models have.  Where
+// TERVOLANDA_MATRIX_FILE names a file the matrix is written to it, row by row as single-precision
+// numbers, so that other programs can cluster the same models.
 #include <benchmark/benchmark.h>
 
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <random>
 #include <vector>
 
@@ -51,10 +54,20 @@ DistanceMatrix makeMatrix(std::size_t models) {
     return matrix;
 }
 
+void writeMatrix(const DistanceMatrix& matrix, const char* path) {
+    const tervolanda::FileHandle file(std::fopen(path, "wb"));
+    const std::size_t length = matrix.values().size();
+    if (!file || std::fwrite(matrix.values().data(), sizeof(float), length, file.get()) != length) {
+        std::fprintf(stderr, "could not write %s\n", path);
+    }
+}
+
 // The matrix of the last size asked for.
 DistanceMatrix& matrixOf(std::size_t models) {
     static DistanceMatrix matrix;
-    if (matrix.rows() != models) matrix = makeMatrix(models);
+    if (matrix.rows() == models) return matrix;
+    matrix = makeMatrix(models);
+    if (const char* path = std::getenv("TERVOLANDA_MATRIX_FILE")) writeMatrix(matrix, path);
     return matrix;
 }
 
@@ -71,10 +84,11 @@ void clusterModels(benchmark::State& state) {
         ids[i] = static_cast<std::uint32_t>(i + 1);
     const tervolanda::FileHandle nowhere(std::fopen("/dev/null", "w"));
     tervolanda::Log log(nowhere.get(), nowhere.get());
+    std::uint32_t count = 0;
     for (auto _ : state) {
-        benchmark::DoNotOptimize(
-            tervolanda::clusterModels(matrix, ids, settings, nullptr, log).count);
+        count = tervolanda::clusterModels(matrix, ids, settings, nullptr, log).count;
     }
+    state.counters["clusters"] = count;
 }
 
 // Arguments: models.

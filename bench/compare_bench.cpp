@@ -70,7 +70,7 @@ void search(benchmark::State& state, bool maximiseTM, const Kernels& kernels) {
 BENCHMARK(fitOfAllPairs)->Arg(50)->Arg(127)->Arg(300)->Arg(1000);
 BENCHMARK(mapping)->Arg(50)->Arg(127)->Arg(300)->Arg(1000);
 BENCHMARK_CAPTURE(search, maxsub, false, bestKernels())->Arg(50)->Arg(127)->Arg(300)->Arg(1000);
-BENCHMARK_CAPTURE(search, portable, false, portableKernels())->Arg(127)->Arg(300);
+BENCHMARK_CAPTURE(search, portable, false, portableKernels())->Arg(127)->Arg(300)->Arg(1000);
 BENCHMARK_CAPTURE(search, forTm, true, bestKernels())->Arg(127)->Arg(300);
 
 }  // namespace

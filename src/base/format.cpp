@@ -2,7 +2,6 @@
 #include "base/format.h"
 
 #include <array>
-#include <cmath>
 #include <cstdio>
 
 namespace tervolanda {
@@ -35,7 +34,9 @@ std::string format(const char* pattern, ...) {
 }
 
 double withoutNegativeZero(double value, int decimals) {
-    return value <= 0.0 && value >= -0.5 * std::pow(10.0, -decimals) ? 0.0 : value;
+    if (!(value <= 0.0 && value > -1.0)) return value;
+    const std::string text = format("%.*f", decimals, value);
+    return text.find_first_of("123456789") == std::string::npos ? 0.0 : value;
 }
 
 }  // namespace tervolanda

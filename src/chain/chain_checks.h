@@ -21,7 +21,8 @@ void removeResidue(Chain& chain, int residueNumber, char insertionCode, Log& log
 // both are known, else C-alpha to C-alpha above 4.2 Å.  The residues are built.
 void markBreaks(Chain& chain);
 
-// Radius of gyration over that of a compact chain, `parameter` x residues^0.38 Å; 0 without residues.
+// Radius of gyration over that of a compact chain, `parameter` x residues^0.38 Å; 0 without
+// residues.
 double compactness(const Chain& chain, double parameter);
 
 // Place of the beta carbon, Å, from the residue's N, CA and C and its type.

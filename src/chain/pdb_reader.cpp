@@ -75,21 +75,23 @@ void assign(FixedText<Width>& text, std::string_view columns) {
 double fieldReal(std::string_view field) {
     static constexpr std::array<double, 9> kPowersOfTen = {1.0, 1e1, 1e2, 1e3, 1e4,
                                                            1e5, 1e6, 1e7, 1e8};
-    const std::size_t start = std::min(field.find_first_not_of(' '), field.size());
-    const bool isNegative = start < field.size() && field[start] == '-';
+    std::size_t i = 0;
+    while (i < field.size() && field[i] == ' ')
+        ++i;
+    const bool isNegative = i < field.size() && field[i] == '-';
+    if (isNegative) ++i;
     std::uint32_t digits = 0;
-    std::size_t point = field.size();
-    for (std::size_t i = start + (isNegative ? 1 : 0); i < field.size(); ++i) {
-        const auto digit = static_cast<std::uint32_t>(field[i] - '0');
-        if (digit <= 9) {
-            digits = digits * 10 + digit;
-        } else if (field[i] == '.' && point == field.size()) {
-            point = i + 1;
-        } else {
-            return leadingReal(field);
-        }
-    }
-    const double value = digits / kPowersOfTen[field.size() - point];
+    const auto takeDigits = [&] {
+        const std::size_t first = i;
+        for (; i < field.size() && field[i] >= '0' && field[i] <= '9'; ++i)
+            digits = digits * 10 + static_cast<std::uint32_t>(field[i] - '0');
+        return i - first;
+    };
+    takeDigits();
+    if (i < field.size() && field[i] == '.') ++i;
+    const std::size_t decimals = takeDigits();
+    if (i < field.size()) return leadingReal(field);
+    const double value = digits / kPowersOfTen[decimals];
     return isNegative ? -value : value;
 }
 

@@ -2,6 +2,7 @@
 #include "cluster/cluster.h"
 
 #include <algorithm>
+#include <cmath>
 #include <numeric>
 
 #include "cluster/hierarchical.h"
@@ -23,7 +24,8 @@ std::vector<std::uint32_t> orderBySum(const std::vector<Sum>& sums, bool descend
     std::vector<std::uint32_t> order(sums.size());
     std::iota(order.begin(), order.end(), 0U);
     const auto numbersEnd = std::stable_partition(
-        order.begin(), order.end(), [&sums](std::uint32_t i) { return sums[i] == sums[i]; });
+        order.begin(), order.end(),
+        [&sums](std::uint32_t i) { return !std::isnan(static_cast<double>(sums[i])); });
     std::stable_sort(order.begin(), numbersEnd,
                      [&sums, descending](std::uint32_t a, std::uint32_t b) {
                          return descending ? sums[a] > sums[b] : sums[a] < sums[b];

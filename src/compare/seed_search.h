@@ -44,7 +44,8 @@ class SearchPairs {
     static constexpr double kPerAngstrom = 1000.0;
 
  private:
-    double placeAxis(const std::vector<double>& values, double origin, std::vector<double>& placed);
+    static double placeAxis(const std::vector<double>& values, double origin,
+                            std::vector<double>& placed);
 
     std::size_t size_ = 0;
     bool exact_ = false;

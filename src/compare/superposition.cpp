@@ -59,12 +59,12 @@ void annihilate(double (&a)[4][4], double (&v)[4][4], std::size_t p, std::size_t
         x = c * old - s * y;
         y = s * old + c * y;
     };
-    for (std::size_t k = 0; k < 4; ++k)
-        turn(a[k][p], a[k][q]);
+    for (auto& row : a)
+        turn(row[p], row[q]);
     for (std::size_t k = 0; k < 4; ++k)
         turn(a[p][k], a[q][k]);
-    for (std::size_t k = 0; k < 4; ++k)
-        turn(v[k][p], v[k][q]);
+    for (auto& row : v)
+        turn(row[p], row[q]);
 }
 
 // Eigenvector of a symmetric matrix for its largest eigenvalue, and that eigenvalue, by cyclic

@@ -70,6 +70,7 @@ TEST(WithoutNegativeZero, ChangesOnlyWhatPrintsAsOne) {
     EXPECT_EQ(format("%.3f", withoutNegativeZero(-0.0004, 3)), "0.000");
     EXPECT_EQ(format("%.3f", withoutNegativeZero(-0.0, 3)), "0.000");
     EXPECT_EQ(format("%.3f", withoutNegativeZero(-0.0006, 3)), "-0.001");
+    EXPECT_EQ(format("%.3f", withoutNegativeZero(-0.0005, 3)), "-0.001");
     EXPECT_EQ(withoutNegativeZero(0.0004, 3), 0.0004);
 }
 

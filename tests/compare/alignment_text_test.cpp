@@ -45,7 +45,7 @@ TEST(AlignmentText, ShowsResiduesWithoutPartnerAgainstDots) {
     // The prediction is numbered 3 to 14, the experiment 1 to 12.
     Chain prediction = renumbered(helix(12), 2);
     for (std::size_t i = 0; i < 10; ++i) {
-        const Atom& there = helix(12).atoms[i + 2];
+        const Atom there = helix(12).atoms[i + 2];
         prediction.atoms[i].x = there.x;
         prediction.atoms[i].y = there.y;
         prediction.atoms[i].z = there.z;
