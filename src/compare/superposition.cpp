@@ -175,22 +175,23 @@ std::optional<Fit> fitFromSums(const CorrelationSums& sums, std::size_t n) {
 }
 
 void PairedPoints::centre() {
-    const auto centreAxis = [](std::vector<double>& values, double& origin) {
-        double sum = 0.0;
-        for (const double value : values)
-            sum += value;
-        origin = values.empty() ? 0.0 : sum / static_cast<double>(values.size());
+    const std::size_t n = size();
+    const std::array<std::vector<double>*, 6> axes = {&experiment.x, &experiment.y, &experiment.z,
+                                                      &prediction.x, &prediction.y, &prediction.z};
+    // Six sums side by side: one after the other each would wait for its own additions.
+    std::array<double, 6> sums{};
+    for (std::size_t i = 0; i < n; ++i) {
+        for (std::size_t a = 0; a < 6; ++a)
+            sums[a] += (*axes[a])[i];
+    }
+    for (std::size_t a = 0; a < 6; ++a) {
+        double origin = n == 0 ? 0.0 : sums[a] / static_cast<double>(n);
         // One absurd coordinate must not drown the others' digits.
         if (!(std::abs(origin) < kFarthestOrigin)) origin = 0.0;
-        for (double& value : values)
+        for (double& value : *axes[a])
             value -= origin;
-    };
-    centreAxis(experiment.x, experimentOrigin[0]);
-    centreAxis(experiment.y, experimentOrigin[1]);
-    centreAxis(experiment.z, experimentOrigin[2]);
-    centreAxis(prediction.x, predictionOrigin[0]);
-    centreAxis(prediction.y, predictionOrigin[1]);
-    centreAxis(prediction.z, predictionOrigin[2]);
+        (a < 3 ? experimentOrigin : predictionOrigin)[a % 3] = origin;
+    }
 }
 
 std::optional<Fit> fitPairs(const PairedPoints& pairs, const Kernels& kernels) {
