@@ -76,6 +76,7 @@ mode_t defaultMode() {
 }  // namespace
 
 OutputFile::OutputFile(std::string path) : path_(std::move(path)) {
+    if (path_.empty()) return;
     struct stat status {};
     const bool exists = lstat(path_.c_str(), &status) == 0;
     if (exists && !S_ISREG(status.st_mode)) {

@@ -35,12 +35,10 @@ void ClusterTables::printItemHeader() {
 }
 
 void ClusterTables::printItem(std::size_t model, std::uint32_t cluster) {
-    const int item = static_cast<int>(id(model));
-    const int number = static_cast<int>(cluster);
     if (haveNames_) {
-        log_->info(0, "%5d :  %7d                        %-s", item, number, name(model));
+        log_->info(0, "%5u :  %7u                        %-s", id(model), cluster, name(model));
     } else {
-        log_->info(0, "%5d :  %7d", item, number);
+        log_->info(0, "%5u :  %7u", id(model), cluster);
     }
 }
 
@@ -52,14 +50,11 @@ void ClusterTables::printCentroidHeader() {
 
 void ClusterTables::printCentroid(std::uint32_t cluster, std::size_t model, std::size_t size,
                                   double spread) {
-    const int number = static_cast<int>(cluster);
-    const int centroid = static_cast<int>(id(model));
-    const int members = static_cast<int>(size);
     if (haveNames_) {
-        log_->info(0, "%5d :  %7d  %7d       %6.3f  %-s", number, centroid, members, shown(spread),
+        log_->info(0, "%5u :  %7u  %7zu       %6.3f  %-s", cluster, id(model), size, shown(spread),
                    name(model));
     } else {
-        log_->info(0, "%5d :  %7d  %7d       %6.3f", number, centroid, members, shown(spread));
+        log_->info(0, "%5u :  %7u  %7zu       %6.3f", cluster, id(model), size, shown(spread));
     }
 }
 

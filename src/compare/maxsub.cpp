@@ -217,6 +217,10 @@ class PassLoop {
         result.mapped = static_cast<std::uint32_t>(workspace_.mapping.size());
         result.distanceCutoff = scale_.cutoff;
         if (!found_) {
+            // Too few pairs lie within the cut-off; the superposition was scored all the same.
+            result.rmsd = score_.rmsd;
+            result.grmsd = score_.grmsd;
+            result.tm = score_.tm;
             workspace_.bestMapping = workspace_.mapping;
             workspace_.bestPassSubset.clear();
             return result;

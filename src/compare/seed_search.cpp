@@ -29,6 +29,7 @@ constexpr double kSmallestRadius = 0.5;  // Å; growth by distance skips smaller
 constexpr int kMostSelections = 21;      // of one refinement
 constexpr std::size_t kSideBySide = 16;  // paths: groups of four stay full while some end early
 constexpr std::size_t kSolvedAtOnce = 4;
+constexpr std::size_t kMostMaskWords = std::size_t{1} << 23;  // of known states, 64 MB
 
 void setRange(std::size_t first, std::size_t end, std::size_t words, PairMask& mask) {
     mask.assign(words, 0);
@@ -396,7 +397,9 @@ std::uint64_t VisitedStates::hashOf(const PairMask& mask, SeedStage stage, int s
 }
 
 void VisitedStates::add(const VisitedState& state, const std::uint64_t* mask) {
-    if (2 * states_.size() >= slots_.size()) return;  // full enough; forgetting costs only time
+    // Forgetting costs only time.
+    const bool isFull = 2 * states_.size() >= slots_.size();
+    if (isFull || masks_.size() + words_ > kMostMaskWords) return;
     std::size_t slot = firstSlot(state.hash);
     while (slots_[slot] != 0)
         slot = (slot + 1) & (slots_.size() - 1);

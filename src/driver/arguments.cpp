@@ -4,6 +4,7 @@
 #include "driver/arguments.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <limits>
 
 #include "base/text.h"
@@ -51,7 +52,7 @@ int Arguments::integer(std::string_view name, int fallback) {
 
 double Arguments::real(std::string_view name, double fallback) {
     const std::optional<std::string> value = text(name);
-    return value && isWellFormedReal(*value) ? leadingReal(*value) : fallback;
+    return value && isWellFormedReal(*value) ? realValue(*value) : fallback;
 }
 
 bool isWellFormedInteger(std::string_view text) {
@@ -78,6 +79,11 @@ bool isWellFormedReal(std::string_view text) {
         }
     }
     return true;
+}
+
+double realValue(const std::string& text) {
+    constexpr double kMost = std::numeric_limits<double>::max();
+    return std::clamp(std::strtod(text.c_str(), nullptr), -kMost, kMost);
 }
 
 }  // namespace tervolanda

@@ -40,4 +40,8 @@ bool isWellFormedInteger(std::string_view text);
 // at the second place ("5-3", which converts to 5).
 bool isWellFormedReal(std::string_view text);
 
+// The number at the start of a text that passes the check, 0 where there is none.  What is too
+// large for a double is the largest one.
+double realValue(const std::string& text);
+
 }  // namespace tervolanda

@@ -7,7 +7,6 @@
 #include <string_view>
 
 #include "base/file.h"
-#include "base/text.h"
 #include "driver/arguments.h"
 #include "driver/log.h"
 
@@ -148,7 +147,7 @@ void takePositionalForm(const Arguments& arguments, Settings& settings, Log& log
     settings.experimentFile = arguments[experiment];
     const std::size_t behind = experiment + 1;
     if (behind < arguments.count() && isWellFormedReal(arguments[behind])) {
-        settings.comparison.distanceCutoff = leadingReal(arguments[behind]);
+        settings.comparison.distanceCutoff = realValue(arguments[behind]);
     }
 }
 

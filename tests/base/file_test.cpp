@@ -85,6 +85,7 @@ TEST(OutputFile, WritesThroughLinksAndToDevices) {
     full.write("text");
     EXPECT_FALSE(full.commit());
     EXPECT_FALSE(OutputFile(folder / "absent/result").isOpen());
+    EXPECT_FALSE(OutputFile("").isOpen());
     EXPECT_FALSE(OutputFile(folder.path().string()).isOpen());
 }
 

@@ -11,14 +11,18 @@ A case is a folder:
   stderr      expected standard error (nothing without it)
   status      expected exit status (0 without it)
   output/     files that must be there afterwards; any other new or changed file is a failure
-  device      a file to send standard output to instead of comparing it, as /dev/full
+  device      a file to send standard output to instead of comparing it, as /dev/full; "closed"
+              starts the program without a standard output
+  limit       the largest file the program may write, bytes (no limit without it)
 
 The program runs in a scratch folder that holds copies of the inputs.  What differs from run to run
 is masked on both sides: the seconds of the CPU time line, and the build date of the version text.
 """
 
+import os
 import pathlib
 import re
+import resource
 import shutil
 import subprocess
 import sys
@@ -80,7 +84,16 @@ def run(program, case, scratch):
             shutil.copytree(inputs, scratch, dirs_exist_ok=True)
     before = files_below(scratch)
     device = contents(case / "device").decode().strip()
-    with open(device or "/dev/null", "wb") as other:
+    limit = int(contents(case / "limit") or b"-1")
+    closed = device == "closed"
+
+    def prepare():
+        if limit >= 0:
+            resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit))
+        if closed:
+            os.close(1)
+
+    with open("/dev/null" if closed else device or "/dev/null", "wb") as other:
         result = subprocess.run(
             [program] + (case / "arguments").read_text().splitlines(),
             cwd=scratch,
@@ -88,6 +101,7 @@ def run(program, case, scratch):
             stdout=other if device else subprocess.PIPE,
             stderr=subprocess.PIPE,
             timeout=TIME_LIMIT,
+            preexec_fn=prepare,
         )
     after = files_below(scratch)
     written = {name: text for name, text in after.items() if before.get(name) != text}

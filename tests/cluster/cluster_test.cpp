@@ -11,6 +11,7 @@ namespace tervolanda {
 namespace {
 
 using test::kNaN;
+using test::namedModels;
 using test::symmetricMatrix;
 using testing::ElementsAre;
 
@@ -36,6 +37,24 @@ TEST(ClusterModels, ShowsATinyNegativeDistanceAsZero) {
                   captured.log);
     EXPECT_LT(matrix.at(0, 1), 0.0F);
     EXPECT_THAT(captured.output(), testing::HasSubstr("        1        2        0.000\n"));
+}
+
+// A distance file may use any unsigned number as an ID.
+TEST(ClusterModels, ShowsLargeIdsAsTheyAre) {
+    const ChainList names = namedModels({{3000000000U, "a"}, {4294967295U, "b"}});
+    for (const int method : {1, 4}) {
+        for (const ChainList* const list : {static_cast<const ChainList*>(nullptr), &names}) {
+            DistanceMatrix matrix = symmetricMatrix(2, {0.5F});
+            test::CapturedLog captured;
+            clusterModels(matrix, std::vector<std::uint32_t>{3000000000U, 4294967295U},
+                          {0.5, 0.5, 0.1, 2, 2, method, 0.0}, list, captured.log);
+            const std::string output = captured.output();
+            EXPECT_THAT(output, testing::HasSubstr("\nINFO  : 3000000000 :        1"));
+            EXPECT_THAT(output, testing::HasSubstr("\nINFO  : 4294967295 :        1"));
+            EXPECT_THAT(output, testing::HasSubstr("\nINFO  :     1 :  3000000000        2"));
+            EXPECT_THAT(output, testing::Not(testing::HasSubstr("-12")));
+        }
+    }
 }
 
 TEST(ClusterModels, ByMethod0DoesNothing) {

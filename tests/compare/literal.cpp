@@ -101,7 +101,12 @@ class Search {
         current_ = best_;
         fit();
         LiteralResult scored = score(false);
-        if (scored.pairs < 3) return result;
+        if (scored.pairs < 3) {
+            scored.pairs = 0;
+            scored.maxsub = 0.0;
+            scored.subset = result.subset;
+            return scored;
+        }
         current_ = parameters_.maximiseTM ? best_ : scored.subset;
         fit();
         return score(true);

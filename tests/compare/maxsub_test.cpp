@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 
 #include "compare/comparing.h"
@@ -75,6 +76,28 @@ Chain partlyLike(const Chain& chain, std::uint32_t seed) {
     return moved(prediction);
 }
 
+// Holds a comparison against the literal search of the same mapped pairs.
+void expectLiteralResult(const Compared& compared, const ComparisonParameters& parameters) {
+    CapturedLog log;
+    ResidueMapping mapping;
+    mapByResidue(compared.experiment, compared.prediction, mapping, log.report);
+    const LiteralResult expected = literalSearch(
+        pairsOf(compared.experiment, compared.prediction, mapping.predictionPartner), parameters);
+    const ComparisonResult& found = compared.result;
+    EXPECT_NEAR(found.tm, expected.tm, 1e-9);
+    EXPECT_NEAR(found.rmsd, expected.rmsd, 1e-7);
+    EXPECT_NEAR(found.grmsd, expected.grmsd, 1e-7);
+    EXPECT_NEAR(found.maxsub, expected.maxsub, 1e-9);
+    std::vector<std::uint32_t> subset, foundSubset;
+    for (std::size_t i = 0; i < mapping.size() && expected.maxsub > 0.0; ++i) {
+        if (expected.subset[i]) subset.push_back(mapping.pairs[i].prediction);
+    }
+    for (const MatchedPair& pair : found.matched)
+        foundSubset.push_back(pair.prediction);
+    EXPECT_EQ(foundSubset, subset);
+    EXPECT_EQ(found.pairs, subset.size());
+}
+
 TEST_P(MaxSubSearch, AgreesWithTheLiteralOneOnBothKernels) {
     for (std::uint32_t seed = 0; seed < 60; ++seed) {
         const Chain experiment = coil(5 + 3 * seed % 97, seed);
@@ -84,20 +107,11 @@ TEST_P(MaxSubSearch, AgreesWithTheLiteralOneOnBothKernels) {
         GetParam().change(parameters);
         const Compared compared = compare(experiment, prediction, parameters, 1);
         const Compared plain = compare(experiment, prediction, parameters, 1, portableKernels());
-        CapturedLog log;
-        ResidueMapping mapping;
-        mapByResidue(compared.experiment, compared.prediction, mapping, log.report);
-        const LiteralPairs pairs =
-            pairsOf(compared.experiment, compared.prediction, mapping.predictionPartner);
-        const LiteralResult expected = literalSearch(pairs, parameters);
+        SCOPED_TRACE(seed);
+        expectLiteralResult(compared, parameters);
         const ComparisonResult& found = compared.result;
-        EXPECT_NEAR(found.tm, expected.tm, 1e-9) << seed;
-        EXPECT_NEAR(found.rmsd, expected.rmsd, 1e-7) << seed;
-        EXPECT_NEAR(found.grmsd, expected.grmsd, 1e-7) << seed;
-        EXPECT_NEAR(found.maxsub, expected.maxsub, 1e-9) << seed;
-        EXPECT_EQ(found.pairs, expected.maxsub > 0.0 ? expected.pairs : 0U) << seed;
-        EXPECT_EQ(found.tm, plain.result.tm) << seed;
-        EXPECT_EQ(found.maxsub, plain.result.maxsub) << seed;
+        EXPECT_EQ(found.tm, plain.result.tm);
+        EXPECT_EQ(found.maxsub, plain.result.maxsub);
     }
 }
 
@@ -106,6 +120,11 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(SearchCase{"Default", [](ComparisonParameters&) {}},
                     SearchCase{"ForTm", [](ComparisonParameters& p) { p.maximiseTM = true; }},
                     SearchCase{"ByRmsd", [](ComparisonParameters& p) { p.maxRMSD = true; }},
+                    SearchCase{"ForTmWithTinyCutoff",
+                               [](ComparisonParameters& p) {
+                                   p.maximiseTM = true;
+                                   p.distanceCutoff = 0.1;
+                               }},
                     SearchCase{"NoPoorScores",
                                [](ComparisonParameters& p) { p.scorePoor = false; }},
                     SearchCase{"CutoffSeedsAndLength",
@@ -257,32 +276,72 @@ TEST(CompareMaxSub, DoesNotDependOnWhereTheChainsLie) {
     }
 }
 
-TEST(CompareMaxSub, OfRealDecoysScoresTheReportedSuperposition) {
-    TERVOLANDA_NEED_REAL_STRUCTURES(data);
+// The structures of a folder in the order of their names.
+std::vector<Chain> structuresIn(const std::filesystem::path& folder) {
     CapturedLog log;
-    const ReadRequest request;
+    std::vector<std::filesystem::path> paths;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        const auto extension = entry.path().extension();
+        if (extension == ".pdb" || extension == ".gz") paths.push_back(entry.path());
+    }
+    std::sort(paths.begin(), paths.end());
+    std::vector<Chain> chains;
+    for (const auto& path : paths) {
+        auto chain = readChain(path.string(), ReadRequest{}, {}, log.log);
+        EXPECT_TRUE(chain) << path;
+        if (chain) chains.push_back(std::move(*chain));
+    }
+    return chains;
+}
+
+TEST(CompareMaxSub, OfRealDecoysIsWhatPlainMethodsFind) {
+    TERVOLANDA_NEED_REAL_STRUCTURES(data);
     std::size_t compared = 0;
     for (const char* set : {"decoys-easy", "decoys-hard/1ctf", "decoys-hard/T0865"}) {
-        const auto native = readChain((data / set / "native.pdb").string(), request, {}, log.log);
-        ASSERT_TRUE(native);
-        for (const auto& entry : std::filesystem::directory_iterator(data / set)) {
-            if (entry.path().extension() == ".tsv" || entry.path().extension() == ".txt") continue;
-            const auto model = readChain(entry.path().string(), request, {}, log.log);
-            ASSERT_TRUE(model) << entry.path();
-            SCOPED_TRACE(entry.path().filename());
-            expectScoresOfSuperposition(compare(*native, *model));
-            const RmsdResult fit = compareByRmsd(*native, *model);
-            const CoordinateSet e = prepared(*native), p = prepared(*model);
+        const std::vector<Chain> chains = structuresIn(data / set);
+        const auto native = std::find_if(chains.begin(), chains.end(), [](const Chain& chain) {
+            return chain.fileName.ends_with("native.pdb");
+        });
+        ASSERT_NE(native, chains.end());
+        for (const Chain& model : chains) {
+            SCOPED_TRACE(model.fileName);
+            const Compared found = compare(*native, model);
+            expectScoresOfSuperposition(found);
+            expectLiteralResult(found, defaultParameters());
+            const RmsdResult fit = compareByRmsd(*native, model);
             std::vector<Place> ep, pp;
             for (const MatchedPair& pair : fit.matched) {
-                ep.push_back(placeOf(e, pair.experiment));
-                pp.push_back(placeOf(p, pair.prediction));
+                ep.push_back(placeOf(found.experiment, pair.experiment));
+                pp.push_back(placeOf(found.prediction, pair.prediction));
             }
             EXPECT_NEAR(*fit.rmsd, literalFit(pp, ep).rmsd, 1e-6);
             ++compared;
         }
     }
     EXPECT_EQ(compared, 113U);
+}
+
+// Some 19,000 comparisons, a minute or two: run them with --gtest_also_run_disabled_tests after any
+// change to the search.
+TEST_P(MaxSubSearch, DISABLED_AgreesWithTheLiteralOneOnAllPairsOfRealModels) {
+    TERVOLANDA_NEED_REAL_STRUCTURES(data);
+    ComparisonParameters parameters = defaultParameters();
+    GetParam().change(parameters);
+    for (const char* set :
+         {"decoys-easy", "decoys-hard/1ctf", "decoys-hard/T0865", "ensemble/models"}) {
+        const std::vector<Chain> chains = structuresIn(data / set);
+        for (const Chain& experiment : chains) {
+            for (const Chain* prediction = chains.data(); prediction != &experiment; ++prediction) {
+                SCOPED_TRACE(experiment.fileName + " " + prediction->fileName);
+                const Compared found = compare(experiment, *prediction, parameters, 1);
+                expectLiteralResult(found, parameters);
+                const Compared plain =
+                    compare(experiment, *prediction, parameters, 1, portableKernels());
+                EXPECT_EQ(found.result.tm, plain.result.tm);
+                EXPECT_EQ(found.result.maxsub, plain.result.maxsub);
+            }
+        }
+    }
 }
 
 }  // namespace

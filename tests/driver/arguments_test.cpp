@@ -84,6 +84,9 @@ TEST(Arguments, ConvertsRealsByTheLenientCheckOrKeepsTheDefault) {
         {"+-5", 0.0},
         {"2e", 2.0},
         {"1e5.5", 1e5},
+        {"1e999", std::numeric_limits<double>::max()},
+        {"-1e999", std::numeric_limits<double>::lowest()},
+        {"1e-999", 0.0},
         // Not a number by the check:
         {"e5", 99.0},
         {"1.2.3", 99.0},
