@@ -56,13 +56,22 @@ TEST(AtomNames, AreTakenApartCharacterByCharacter) {
     const int alanine = 5;
     const int glycine = 0;
     const std::vector<Case> cases = {
-        {" N  ", alanine, 0x110041},  {" CA ", alanine, 0x110082}, {" CA ", glycine, 0xC110082},
-        {" CB ", alanine, 0x4110102}, {" CB ", glycine, 0x110102}, {" CB ", -1, 0x4110102},
-        {" C  ", alanine, 0x110042},  {" O  ", alanine, 0x110044}, {" SG ", 1, 0x110208},
-        {"1HD2", 9, 0x240410},        {"3HZ3", 8, 0x881010},       {"2HH1", 14, 0x422010},
-        {" CE3", 18, 0x180802},       {"CA  ", alanine, 0x10060},  // calcium: no prefix, and "A" is
-                                                                   // no element
-        {" CA1", alanine, 0x120082},                               // a branch: no C-alpha
+        {" N  ", alanine, 0x110041},
+        {" CA ", alanine, 0x110082},
+        {" CA ", glycine, 0xC110082},
+        {" CB ", alanine, 0x4110102},
+        {" CB ", glycine, 0x110102},
+        {" CB ", -1, 0x4110102},
+        {" C  ", alanine, 0x110042},
+        {" O  ", alanine, 0x110044},
+        {" SG ", 1, 0x110208},
+        {"1HD2", 9, 0x240410},
+        {"3HZ3", 8, 0x881010},
+        {"2HH1", 14, 0x422010},
+        {" CE3", 18, 0x180802},
+        {"CA  ", alanine, 0x10060},   // calcium: no prefix, and "A" is
+                                      // no element
+        {" CA1", alanine, 0x120082},  // a branch: no C-alpha
         {" CAX", alanine, 0x110082},  // an unknown branch counts as blank
         {" ?? ", alanine, 0x114020},
     };
