@@ -177,20 +177,5 @@ TEST(Oddities, ListsGiveTheirModelsTheIdsOfTheirLines) {
     std::filesystem::current_path(before);
 }
 
-TEST(Oddities, AnExclusionFileLeavesOutExactlyTheResiduesItNames) {
-    TERVOLANDA_NEED_REAL_STRUCTURES(structures);
-    CapturedLog captured;
-    ResidueExclusions exclusions;
-    const auto folder = structures / "oddities";
-    ASSERT_TRUE(readResidueExclusionFile((folder / "lists/exclude-residues.txt").string(),
-                                         exclusions, captured.log));
-    const auto chain =
-        readChain((folder / "insertion-codes.pdb").string(), {}, exclusions, captured.log);
-    ASSERT_TRUE(chain);
-    EXPECT_EQ(calphasOf(*chain), 26U);
-    for (const Atom& atom : chain->atoms)
-        EXPECT_FALSE(atom.residueNumber == 52 && atom.insertionCode == 'A');
-}
-
 }  // namespace
 }  // namespace tervolanda

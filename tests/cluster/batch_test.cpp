@@ -222,9 +222,5 @@ TEST(Batch, CountsItsProgressByTwenties) {
     EXPECT_EQ(progress(0, "MAXSUB"), "");
 }
 
-TEST(Batch, KnowsModelsByTheirIds) {
-    EXPECT_THAT(modelIds(fourModels()), ElementsAre(1, 11, 21, 31));
-}
-
 }  // namespace
 }  // namespace tervolanda

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <string>
 
+#include "base/format.h"
 #include "cluster/matrices.h"
 #include "driver/log.h"
 #include "support/support.h"
@@ -285,33 +286,13 @@ TEST(HierarchicalClustering, PrintsTreeClustersAndCentroidsWithNames) {
     EXPECT_EQ(printed.clusters.count, 2U);
 }
 
-TEST(HierarchicalClustering, PrintsShortLinesWithoutNames) {
-    // The last join brings the largest cluster, at exactly the threshold.
-    const ClusterSettings settings{3.0, 8.0, 1.0, 4, 5, 3, 0.0};
-    EXPECT_EQ(clusterAtLevel(1, twoPairs(), {1, 2, 4, 7}, settings).text,
-              "INFO  : ======================================\n"
-              "INFO  : Pairwise maximum linkage clustering\n"
-              "INFO  : ======================================\n"
-              "INFO  : Hierarchical Tree\n"
-              "INFO  : ======================================\n"
-              "INFO  : Node     Item 1   Item 2      Distance\n"
-              "INFO  :     0 :        1        2        1.000\n"
-              "INFO  :    -1 :        4        7        2.000\n"
-              "INFO  :    -2 :        0       -1        7.000\n"
-              "INFO  : ======================================\n"
-              "INFO  : 1 Clusters @ Threshold  7.000 (7)\n"
-              "INFO  : ======================================\n"
-              "INFO  : Item     Cluster\n"
-              "INFO  :     1 :        1\n"
-              "INFO  :     2 :        1\n"
-              "INFO  :     4 :        1\n"
-              "INFO  :     7 :        1\n"
-              "INFO  : ======================================\n"
-              "INFO  : Centroids\n"
-              "INFO  : ======================================\n"
-              "INFO  : Cluster  Centroid  Size        Spread\n"
-              "INFO  :     1 :        1        4        2.500\n"
-              "INFO  : ======================================\n");
+TEST(HierarchicalClustering, NamesItsMethodAndSingleForEveryOtherCode) {
+    for (const auto& [method, word] :
+         {std::pair(1, "single"), {2, "average"}, {3, "maximum"}, {9, "single"}}) {
+        const ClusterSettings settings{3.0, 8.0, 1.0, 4, 5, method, 0.0};
+        EXPECT_THAT(clusterAtLevel(1, twoPairs(), {1, 2, 4, 7}, settings).text,
+                    testing::HasSubstr(format("Pairwise %s linkage clustering\n", word)));
+    }
 }
 
 TEST(HierarchicalClustering, EndsItsSearchWhereItShould) {

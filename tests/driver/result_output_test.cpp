@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-
 namespace tervolanda {
 namespace {
 
@@ -14,15 +12,6 @@ TEST(NumberWidth, GrowsWhereTheEntriesNeedAnotherDigit) {
     } cases[] = {{0, 1}, {1, 1}, {9, 1}, {10, 2}, {99, 2}, {100, 3}, {12345, 5}};
     for (const auto& test : cases)
         EXPECT_EQ(numberWidth(test.entries), test.width) << test.entries;
-}
-
-TEST(NameWidth, IsThatOfTheLongestName) {
-    ChainList models;
-    EXPECT_EQ(nameWidth(models), 0);
-    models.chains.resize(3);
-    models.chains[1].fileName = "longest.pdb";
-    models.chains[2].fileName = "short";
-    EXPECT_EQ(nameWidth(models), 11);
 }
 
 TEST(RmsdText, PrintsAFailedFitAsMinusOneAndZeros) {
@@ -47,12 +36,6 @@ TEST(ClusterSettings, TakesNegativeSizesAsNone) {
     EXPECT_EQ(cluster.initialSize, 0U);
     EXPECT_EQ(cluster.minSize, 7U);
     EXPECT_EQ(cluster.conversion, 1.0);
-}
-
-TEST(ExitStatus, IsOneForAnIncompleteFileOnly) {
-    EXPECT_EQ(exitStatus(FileOutcome::Written), EXIT_SUCCESS);
-    EXPECT_EQ(exitStatus(FileOutcome::NotCreated), EXIT_SUCCESS);
-    EXPECT_EQ(exitStatus(FileOutcome::Incomplete), EXIT_FAILURE);
 }
 
 }  // namespace

@@ -106,42 +106,6 @@ TEST(MaxSubFile, LiteFileIsWrittenToTheByteAndNoScoreExceedsOne) {
                                         "MS :      5\t     5\t1.000\t1.000\t  12\n");
 }
 
-TEST(MaxSubFile, FullFileIsWrittenToTheByteInRowOrder) {
-    const TemporaryFolder folder;
-    const Batch batch({1, 3, 4});
-    CapturedLog captured;
-    const std::string path = folder / "m.txt";
-    TransformationSpool spool(path, batch.models, captured.log);
-    batch.spoolAll(spool);
-    EXPECT_EQ(writeTransformationFile(path, batch.models, batch.scores, batch.pairs, spool,
-                                      batch.ids, captured.log),
-              FileOutcome::Written);
-    EXPECT_EQ(
-        test::readFile(path),
-        kRule + "# Tervolanda MaxSub File\n" + kRule + "# Size record\nSIZE : 3\n" + kRule +
-            "# Chain records\n# PDB  : <ID> <Filename>\n" + kRule +
-            "PDB  :      1   m1\nPDB  :      3   m3\nPDB  :      4   m4\n" + kRule +
-            "# Transformation records\n"
-            "# TRANS: <ID1> <ID2> <MaxSub 1-2> <MaxSub 2-1> <Pairs> <CoM 1> <CoM 2> <RotMat>\n" +
-            kRule +
-            "TRANS:      3      1       0.1250     0.0625    1"
-            "      1.000    0.500   -1.000      0.000    0.000 1234.568"
-            "      0.000   -1.000    0.000    1.000    0.000    0.000    0.000    0.000    1.000\n"
-            "TRANS:      4      1       0.2500     0.1250    2"
-            "      2.000    0.500   -1.000      0.000    0.000 1234.568"
-            "      0.000   -1.000    0.000    1.000    0.000    0.000    0.000    0.000    1.000\n"
-            "TRANS:      4      3       0.2656     0.1328    3"
-            "      2.000    0.500   -1.000      1.000    0.000 1234.568"
-            "      0.000   -1.000    0.000    1.000    0.000    0.000    0.000    0.000    "
-            "1.000\n" +
-            kRule + "# Position records\n# POS  : <ID> <ID> <Positions ...>\n" + kRule +
-            "POS  :      3      1    1:1\n"
-            "POS  :      4      1    1:1 2:2\n"
-            "POS  :      4      3    1:2 2:3 3:4\n");
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 1)
-        << "the spool left a file behind";
-}
-
 TEST(MaxSubFile, BothVariantsReadBack) {
     const TemporaryFolder folder;
     Batch batch({2, 3, 7, 90000});
