@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "compare/maxsub.h"
 #include "compare/residue_similarity.h"
@@ -59,19 +60,11 @@ void StartingPairings::improve(Pairing& pairing) {
 }
 
 void StartingPairings::place(const Pairing& pairing) {
-    PairedPoints& pairs = scratch_.pairs;
-    pairs.experiment.resize(pairing.size());
-    pairs.prediction.resize(pairing.size());
-    for (std::size_t k = 0; k < pairing.size(); ++k) {
-        const auto [i, j] = pairing[k];
-        pairs.experiment.x[k] = experiment_.points.x[j];
-        pairs.experiment.y[k] = experiment_.points.y[j];
-        pairs.experiment.z[k] = experiment_.points.z[j];
-        pairs.prediction.x[k] = prediction_.points.x[i];
-        pairs.prediction.y[k] = prediction_.points.y[i];
-        pairs.prediction.z[k] = prediction_.points.z[i];
-    }
-    pairs.centre();
+    scratch_.pairs.place(experiment_.points, prediction_.points, pairing.size(),
+                         [&pairing](std::size_t k) {
+                             const auto [i, j] = pairing[k];
+                             return std::pair(j, i);
+                         });
     scratch_.squared.resize(pairing.size());
 }
 
@@ -80,7 +73,7 @@ StartingPairings::Judged StartingPairings::judge(const Pairing& pairing) {
     Judged best;
     if (pairing.size() < kFewestPairs) return best;
     place(pairing);
-    const double nearby = std::clamp(scale_, 3.5, 8.0);
+    const double nearby = clampedDistanceScale(length_, 1.0);
     auto fit = fitPairs(scratch_.pairs, kernels_);
     for (int trimming = 0; fit; ++trimming) {
         squaredDeviations(scratch_.pairs, *fit, kernels_, scratch_.squared);

@@ -40,6 +40,24 @@ struct PairedPoints {
         return {prediction.x.data(), prediction.y.data(), prediction.z.data(),
                 experiment.x.data(), experiment.y.data(), experiment.z.data()};
     }
+    // Takes n pairs of points and moves both sides to their origins.  pairAt(k) gives the positions
+    // of pair k, experiment first.
+    template <typename PairAt>
+    void place(const Points& fromExperiment, const Points& fromPrediction, std::size_t n,
+               PairAt pairAt) {
+        experiment.resize(n);
+        prediction.resize(n);
+        for (std::size_t k = 0; k < n; ++k) {
+            const auto [e, p] = pairAt(k);
+            experiment.x[k] = fromExperiment.x[e];
+            experiment.y[k] = fromExperiment.y[e];
+            experiment.z[k] = fromExperiment.z[e];
+            prediction.x[k] = fromPrediction.x[p];
+            prediction.y[k] = fromPrediction.y[p];
+            prediction.z[k] = fromPrediction.z[p];
+        }
+        centre();
+    }
     // Moves both sides, which hold coordinates as read, to their origins.
     void centre();
 };
