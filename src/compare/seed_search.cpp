@@ -28,7 +28,7 @@ constexpr int kGrowthSteps = 4;          // radii of 1/4, 2/4, 3/4 and 4/4 of th
 constexpr double kSmallestRadius = 0.5;  // Å; growth by distance skips smaller ones
 constexpr int kMostSelections = 21;      // of one refinement
 constexpr std::size_t kSideBySide = 16;  // paths: groups of four stay full while some end early
-constexpr std::size_t kSolvedAtOnce = 4;
+constexpr std::size_t kSolvedAtOnce = 8;
 constexpr std::size_t kMostMaskWords = std::size_t{1} << 23;  // of known states, 64 MB
 
 void setRange(std::size_t first, std::size_t end, std::size_t words, PairMask& mask) {
@@ -51,6 +51,14 @@ void listPairs(const PairMask& mask, std::vector<std::uint32_t>& pairs) {
                             static_cast<std::uint32_t>(std::countr_zero(left)));
         }
     }
+}
+
+// A plain loop: sets have a few words, and a call of memcmp costs more (4 % of a search).
+bool isSameSet(const std::uint64_t* a, const std::uint64_t* b, std::size_t words) {
+    for (std::size_t w = 0; w < words; ++w) {
+        if (a[w] != b[w]) return false;
+    }
+    return true;
 }
 
 class SeedSearch {
@@ -198,19 +206,20 @@ class SeedSearch {
 
     // Notes where the path is; ends it when an earlier one was there.
     void visit(SeedPath& path) {
-        VisitedState state;
+        VisitedState& state = path.visited.emplace_back();
         state.stage = path.stage;
         state.step = path.step;
         state.owner = path.number;
         state.hash = VisitedStates::hashOf(path.current, path.stage, path.step);
-        if (const auto left = scratch_.visited.selectionsFrom(state, path.current)) {
+        state.maskOffset = path.visitedMasks.size();
+        const int left = scratch_.visited.selectionsFrom(state, path.current);
+        if (left != VisitedStates::kUnknown) {
+            path.visited.pop_back();
+            path.step = (path.stage == SeedStage::Growth ? 0 : path.step) + left;
             path.stage = SeedPath::Stage::Done;
-            path.step = (state.stage == SeedStage::Growth ? 0 : path.step) + *left;
             publish(path);
             return;
         }
-        state.maskOffset = path.visitedMasks.size();
-        path.visited.push_back(state);
         path.visitedMasks.insert(path.visitedMasks.end(), path.current.begin(), path.current.end());
     }
 
@@ -235,8 +244,8 @@ class SeedSearch {
             setPairs(scratch_.selected, pairs_.words(), scratch_.next);
             size = static_cast<std::uint32_t>(scratch_.selected.size());
         } else {
-            size = kernels_.selectWithin(pairs_.arrays(), pairs_.size(), path.problem.motion, r * r,
-                                         scratch_.next.data());
+            size = kernels_.selectWithin(pairs_.arrays(), pairs_.rounded(), pairs_.size(),
+                                         path.problem.motion, r * r, scratch_.next.data());
         }
         return size < kFewestSelected ? 0 : size;
     }
@@ -249,7 +258,7 @@ class SeedSearch {
             setRange(path.first, path.end, pairs_.words(), scratch_.next);
             forgetVisited(path);
         }
-        if (scratch_.next == path.current) return false;
+        if (isSameSet(scratch_.next.data(), path.current.data(), pairs_.words())) return false;
         if (pairs_.areExact()) {
             kernels_.changeSums(pairs_.terms(), path.current.data(), scratch_.next.data(),
                                 pairs_.words(), path.sums);
@@ -326,13 +335,18 @@ class SeedSearch {
         return adopt(path, size);
     }
 
+    // Scores the superposition of a path, unless single precision shows that it cannot win: -TM runs
+    // take 0.65 of the time.
     void scoreByTm(SeedPath& path) {
+        const double perSquare = SearchPairs::kPerAngstrom * SearchPairs::kPerAngstrom;
+        const double scaleSquared = task_.tmScaleSquared * perSquare;
+        const double bound =
+            kernels_.tmBound(pairs_.rounded(), pairs_.size(), path.problem.motion, scaleSquared);
+        if (!(bound > std::max(path.bestTm, bestTm_) * task_.normLength)) return;
         kernels_.squaredDeviations(pairs_.arrays(), pairs_.size(), path.problem.motion,
                                    scratch_.squared.data());
-        const double perSquare = SearchPairs::kPerAngstrom * SearchPairs::kPerAngstrom;
-        const double tm = kernels_.tmSum(scratch_.squared.data(), pairs_.size(),
-                                         task_.tmScaleSquared * perSquare) /
-                          task_.normLength;
+        const double tm =
+            kernels_.tmSum(scratch_.squared.data(), pairs_.size(), scaleSquared) / task_.normLength;
         if (!(tm > path.bestTm)) return;
         keep(path, path.current, path.size);
         path.bestTm = tm;
@@ -409,8 +423,7 @@ void VisitedStates::add(const VisitedState& state, const std::uint64_t* mask) {
     slots_[slot] = static_cast<std::uint32_t>(states_.size());
 }
 
-std::optional<int> VisitedStates::selectionsFrom(const VisitedState& state,
-                                                 const PairMask& mask) const {
+int VisitedStates::selectionsFrom(const VisitedState& state, const PairMask& mask) const {
     for (std::size_t slot = firstSlot(state.hash); slots_[slot] != 0;
          slot = (slot + 1) & (slots_.size() - 1)) {
         const VisitedState& known = states_[slots_[slot] - 1];
@@ -420,32 +433,36 @@ std::optional<int> VisitedStates::selectionsFrom(const VisitedState& state,
         const bool isSameStep = state.stage == SeedStage::Growth
                                     ? known.step == state.step
                                     : state.step + known.selectionsLeft < kMostSelections;
-        if (isSameStep && std::equal(mask.begin(), mask.end(), masks_.data() + known.maskOffset)) {
+        if (isSameStep && isSameSet(mask.data(), masks_.data() + known.maskOffset, words_)) {
             return known.selectionsLeft;
         }
     }
-    return std::nullopt;
+    return kUnknown;
 }
 
-// The coordinates of one axis about their rounded mean; returns the largest magnitude, or infinity
-// when one of them is not a whole number of thousandths.
-double SearchPairs::placeAxis(const std::vector<double>& values, double origin,
-                              std::vector<double>& placed) {
+// The coordinates of one axis about their rounded mean.
+SearchPairs::Extent SearchPairs::placeAxis(const std::vector<double>& values, double origin,
+                                           std::vector<double>& placed,
+                                           std::vector<float>& rounded) {
     // Coordinates come centred about `origin`, which costs them their last bits.
     constexpr double kNoise = 1e-5;  // of a thousandth of an ångström
     const double shift = std::nearbyint(origin * kPerAngstrom);
     const std::size_t n = values.size();
     placed.resize(n + 3);
-    double largest = 0.0;
+    rounded.resize(n + 7);
+    Extent extent;
     for (std::size_t i = 0; i < n; ++i) {
         const double value = (values[i] + origin) * kPerAngstrom;
         const double whole = std::nearbyint(value);
         const bool isWhole = std::abs(value - whole) <= kNoise;
         placed[i] = (isWhole ? whole : value) - shift;
-        largest = std::max(largest, isWhole ? std::abs(placed[i]) : HUGE_VAL);
+        rounded[i] = static_cast<float>(placed[i]);
+        extent.isWhole = extent.isWhole && isWhole;
+        extent.largest = std::max(extent.largest, std::abs(placed[i]));
     }
     std::fill(placed.begin() + static_cast<std::ptrdiff_t>(n), placed.end(), 0.0);
-    return largest;
+    std::fill(rounded.begin() + static_cast<std::ptrdiff_t>(n), rounded.end(), 0.0F);
+    return extent;
 }
 
 void SearchPairs::place(const PairedPoints& pairs, const Kernels& kernels) {
@@ -453,17 +470,22 @@ void SearchPairs::place(const PairedPoints& pairs, const Kernels& kernels) {
     const Points* const sides[2] = {&pairs.prediction, &pairs.experiment};
     const std::array<double, 3>* const origins[2] = {&pairs.predictionOrigin,
                                                      &pairs.experimentOrigin};
-    double largest = 0.0;
+    Extent all;
     for (std::size_t side = 0; side < 2; ++side) {
         const std::vector<double>* const values[3] = {&sides[side]->x, &sides[side]->y,
                                                       &sides[side]->z};
         for (std::size_t a = 0; a < 3; ++a) {
-            largest =
-                std::max(largest, placeAxis(*values[a], (*origins[side])[a], axis_[3 * side + a]));
+            const std::size_t axis = 3 * side + a;
+            const Extent extent =
+                placeAxis(*values[a], (*origins[side])[a], axis_[axis], rounded_[axis]);
+            all.largest = std::max(all.largest, extent.largest);
+            all.isWhole = all.isWhole && extent.isWhole;
         }
     }
+    largest_ = all.largest;
     // Six squares a pair; whole numbers below 2^53 are exact.
-    exact_ = 6.0 * static_cast<double>(size_) * largest * largest < 9007199254740992.0;
+    exact_ =
+        all.isWhole && 6.0 * static_cast<double>(size_) * largest_ * largest_ < 9007199254740992.0;
     terms_.resize(size_ * kTerms);
     kernels.makeTerms(arrays(), size_, terms_.data());
     prefix_.resize(exact_ ? size_ + 1 : 0);
@@ -472,6 +494,16 @@ void SearchPairs::place(const PairedPoints& pairs, const Kernels& kernels) {
             prefix_[i + 1][k] = prefix_[i][k] + terms_[i * kTerms + k];
         }
     }
+}
+
+RoundedArrays SearchPairs::rounded() const {
+    return {rounded_[0].data(),
+            rounded_[1].data(),
+            rounded_[2].data(),
+            rounded_[3].data(),
+            rounded_[4].data(),
+            rounded_[5].data(),
+            largest_};
 }
 
 PairedArrays SearchPairs::arrays() const {

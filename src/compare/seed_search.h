@@ -36,6 +36,7 @@ class SearchPairs {
     std::size_t words() const { return (size_ + 63) / 64; }
     bool areExact() const { return exact_; }
     PairedArrays arrays() const;
+    RoundedArrays rounded() const;
     const double* terms() const { return terms_.data(); }
     // Sums over the pairs [first, end), whose bits are set in `mask`.
     void sumRange(std::size_t first, std::size_t end, const PairMask& mask, const Kernels& kernels,
@@ -44,11 +45,18 @@ class SearchPairs {
     static constexpr double kPerAngstrom = 1000.0;
 
  private:
-    static double placeAxis(const std::vector<double>& values, double origin,
-                            std::vector<double>& placed);
+    // What one axis holds.
+    struct Extent {
+        double largest = 0.0;  // magnitude
+        bool isWhole = true;   // thousandths of an ångström
+    };
+    static Extent placeAxis(const std::vector<double>& values, double origin,
+                            std::vector<double>& placed, std::vector<float>& rounded);
 
     std::size_t size_ = 0;
     bool exact_ = false;
+    double largest_ = 0.0;            // magnitude of a coordinate
+    std::vector<float> rounded_[6];   // as axis_, in single precision; padded by 7 zeros
     std::vector<double> axis_[6];     // prediction x, y, z, experiment x, y, z; padded by 3 zeros
     std::vector<double> terms_;       // kTerms a pair
     std::vector<SubsetSums> prefix_;  // sums over the first i pairs, when exact
@@ -74,8 +82,9 @@ class VisitedStates {
     void clear(std::size_t words);
     void add(const VisitedState& state, const std::uint64_t* mask);
     // When an earlier seed's path was in the same state, and went on from there for no more
-    // selections than are left: how many its refinement took.
-    std::optional<int> selectionsFrom(const VisitedState& state, const PairMask& mask) const;
+    // selections than are left: how many its refinement took.  kUnknown otherwise.
+    int selectionsFrom(const VisitedState& state, const PairMask& mask) const;
+    static constexpr int kUnknown = -1;
 
     static std::uint64_t hashOf(const PairMask& mask, SeedStage stage, int step);
 

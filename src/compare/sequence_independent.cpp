@@ -107,14 +107,20 @@ void StructureMapper::dump(const MappingTask& task, std::uint32_t pass, Cells ce
                            Report& report) {
     if (!task.parameters.similarityMatrix || dumpFailed_) return;
     const std::string fileName = format("align.matrix.%u.%u", task.iteration, pass);
-    if (writeMatrix(fileName, cells)) return;
+    OutputFile file(fileName);
+    if (!file.isOpen()) {
+        dumpFailed_ = true;
+        report.reportFrom(5, "Failed to open alignment similarity matrix '%s'\n", fileName.c_str());
+        return;
+    }
+    writeMatrix(file, fileName, cells);
+    if (file.commit()) return;
     dumpFailed_ = true;
-    report.reportFrom(5, "Failed to open alignment similarity matrix '%s'\n", fileName.c_str());
+    report.incompleteFile(fileName);
 }
 
-bool StructureMapper::writeMatrix(const std::string& fileName, Cells cells) const {
-    OutputFile file(fileName);
-    if (!file.isOpen()) return false;
+void StructureMapper::writeMatrix(OutputFile& file, const std::string& fileName,
+                                  Cells cells) const {
     file.print("# View similarity matrix with following command\n");
     file.print(
         "# matrix2png -data %s -b -bkgcolor white -mincolor green -maxcolor red -missingcolor grey "
@@ -135,7 +141,6 @@ bool StructureMapper::writeMatrix(const std::string& fileName, Cells cells) cons
         }
         file.write("\n");
     }
-    return file.commit();
 }
 
 }  // namespace tervolanda

@@ -13,6 +13,8 @@
 
 namespace tervolanda {
 
+class OutputFile;
+
 // What is to be mapped.
 struct MappingTask {
     const CoordinateSet& experiment;
@@ -42,7 +44,7 @@ class StructureMapper {
     // Writes the matrix to "align.matrix.<iteration>.<pass>" in the working folder, if asked for.
     // The alignment before the first pass is that of pass 0.
     void dump(const MappingTask& task, std::uint32_t pass, Cells cells, Report& report);
-    bool writeMatrix(const std::string& fileName, Cells cells) const;
+    void writeMatrix(OutputFile& file, const std::string& fileName, Cells cells) const;
 
     Matrix<float> similarity_;  // prediction x experiment, residues or fragments
     StartScratch scratch_;

@@ -1,0 +1,105 @@
+// The kernels of all instruction sets against plain loops.
+#include "compare/kernels.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+
+#include "compare/comparing.h"
+
+namespace tervolanda::test {
+namespace {
+
+// Paired points as a search holds them, in thousandths of an ångström, with the motion that fits
+// them.
+struct Placed {
+    SearchPairs pairs;
+    Motion motion{};
+
+    Placed(std::size_t n, double noise, double shift) {
+        PairedPoints points;
+        const Chain experiment = coil(n, 11);
+        for (const Atom& a : experiment.atoms)
+            points.experiment.append(a.x + shift, a.y, a.z);
+        for (const Atom& a : shaken(experiment, noise, 12).atoms)
+            points.prediction.append(a.x, a.y - shift, a.z);
+        points.centre();
+        pairs.place(points, bestKernels());
+        motion = asMotion(*fitPairs(points, bestKernels()));
+        for (std::size_t k = 9; k < 12; ++k)
+            motion[k] = SearchPairs::kPerAngstrom * motion[k] + 0.3;
+    }
+};
+
+TEST(Kernels, GiveTheSameBitsForEveryInstructionSet) {
+    for (std::size_t n = 3; n < 40; ++n) {
+        const Placed placed(n, 2.0, 0.0);
+        const PairedArrays arrays = placed.pairs.arrays();
+        const CorrelationSums plain = portableKernels().correlate(arrays, n);
+        const CorrelationSums best = bestKernels().correlate(arrays, n);
+        EXPECT_EQ(plain.product, best.product);
+        EXPECT_EQ(plain.squares, best.squares);
+        double xy = 0.0;
+        for (std::size_t i = 0; i < n; ++i)
+            xy += arrays.px[i] * arrays.ey[i];
+        EXPECT_NEAR(plain.product[1], xy, 1e-6 * plain.squares);
+        std::vector<double> a(n), b(n);
+        portableKernels().squaredDeviations(arrays, n, placed.motion, a.data());
+        bestKernels().squaredDeviations(arrays, n, placed.motion, b.data());
+        EXPECT_EQ(a, b);
+    }
+}
+
+// Single precision must never decide about a pair that lies on the limit, or a hair from it.
+TEST(Kernels, SelectExactlyThePairsWithinTheLimit) {
+    constexpr std::size_t kPairs = 150;  // three words, the last one partly used
+    for (const double shift : {0.0, 9000.0, 1e12}) {
+        for (const double noise : {0.001, 3.0}) {
+            const Placed placed(kPairs, noise, shift);
+            std::vector<double> squared(kPairs);
+            bestKernels().squaredDeviations(placed.pairs.arrays(), kPairs, placed.motion,
+                                            squared.data());
+            std::vector<double> limits = {0.0, 1e9};
+            for (const double value : squared) {
+                limits.insert(limits.end(),
+                              {value, std::nextafter(value, 0.0), std::nextafter(value, 1e99)});
+            }
+            for (const double limit : limits) {
+                PairMask expected(placed.pairs.words(), 0);
+                for (std::size_t i = 0; i < kPairs; ++i) {
+                    if (squared[i] <= limit) expected[i / 64] |= std::uint64_t{1} << (i % 64);
+                }
+                for (const Kernels* kernels : {&portableKernels(), &bestKernels()}) {
+                    PairMask mask(placed.pairs.words(), ~std::uint64_t{0});
+                    kernels->selectWithin(placed.pairs.arrays(), placed.pairs.rounded(), kPairs,
+                                          placed.motion, limit, mask.data());
+                    ASSERT_EQ(mask, expected) << shift << ' ' << noise << ' ' << limit;
+                }
+            }
+        }
+    }
+}
+
+TEST(Kernels, BoundTheTmScoreFromAbove) {
+    for (const std::size_t n : {3U, 8U, 61U, 500U}) {
+        for (const double noise : {0.0, 0.5, 8.0}) {
+            const Placed placed(n, noise, 40.0);
+            std::vector<double> squared(n);
+            bestKernels().squaredDeviations(placed.pairs.arrays(), n, placed.motion,
+                                            squared.data());
+            for (const double scale : {500.0, 3500.0, 12000.0}) {
+                const double sum = bestKernels().tmSum(squared.data(), n, scale * scale);
+                for (const Kernels* kernels : {&portableKernels(), &bestKernels()}) {
+                    const double bound =
+                        kernels->tmBound(placed.pairs.rounded(), n, placed.motion, scale * scale);
+                    EXPECT_GE(bound, sum) << n << ' ' << noise << ' ' << scale;
+                    EXPECT_LE(bound, 1.002 * sum) << n << ' ' << noise << ' ' << scale;
+                }
+            }
+        }
+    }
+}
+
+}  // namespace
+}  // namespace tervolanda::test
