@@ -2,9 +2,12 @@
 // prepared once, a pair is compared once, and all pairs share one workspace and one result object,
 // so that nothing is allocated per pair.
 #include <algorithm>
+#include <cmath>
 #include <limits>
+#include <span>
 
 #include "cluster/cluster.h"
+#include "compare/positional_rmsd.h"
 #include "compare/workspace.h"
 #include "driver/log.h"
 
@@ -53,13 +56,15 @@ DistanceMatrix matrixWithDiagonal(std::size_t n, float diagonal) {
 
 // Calls compare(i, j) for all i > j, with the progress lines of a batch ("Processed ... `what`s")
 // and, in verbose runs, the names of the two models.
-template <typename Compare>
+// Before the pairs of model i it calls begin(i).
+template <typename Begin, typename Compare>
 void forAllPairs(const ChainList& models, const char* what, Log& log, Report& report,
-                 const Compare& compare) {
+                 const Begin& begin, const Compare& compare) {
     const auto n = static_cast<long>(models.chains.size());
     const long total = n * (n - 1) / 2;
     long counter = 0;
     for (std::size_t i = 1; i < models.chains.size(); ++i) {
+        begin(i);
         for (std::size_t j = i; j-- > 0;) {
             if (counter % kPairsPerProgressLine == 0) {
                 log.progress(0, "Processed %ld of %ld %ss", counter, total, what);
@@ -72,6 +77,8 @@ void forAllPairs(const ChainList& models, const char* what, Log& log, Report& re
     }
     log.endProgress();
 }
+
+constexpr auto kNothingToBegin = [](std::size_t) {};
 
 void reportSuperposition(const Superposition& superposition, Report& report) {
     const auto& experiment = superposition.experimentCentre;
@@ -145,7 +152,7 @@ MaxSubBatch compareAllMaxSub(const ChainList& models, const ComparisonParameters
     MaxSubRecorder recorder(sets, parameters, batch);
     ComparisonWorkspace workspace;
     ComparisonResult result;
-    forAllPairs(models, "MAXSUB", log, report, [&](std::size_t i, std::size_t j) {
+    forAllPairs(models, "MAXSUB", log, report, kNothingToBegin, [&](std::size_t i, std::size_t j) {
         compareMaxSub(sets[i], sets[j], parameters, workspace, report, result);
         recorder.record(i, j, result);
         if (parameters.iterations > 1) {
@@ -168,7 +175,7 @@ GdtBatch compareAllGdt(const ChainList& models, const ComparisonParameters& para
     GdtBatch batch{matrixWithDiagonal(sets.size(), 100.0F)};
     ComparisonWorkspace workspace;
     ComparisonResult result;
-    forAllPairs(models, "GDT", log, report, [&](std::size_t i, std::size_t j) {
+    forAllPairs(models, "GDT", log, report, kNothingToBegin, [&](std::size_t i, std::size_t j) {
         const GdtResult found = compareGdt(sets[i], sets[j], parameters, workspace, report, result);
         setBoth(batch.gdt, i, j, static_cast<float>(found.gdt));
     });
@@ -185,9 +192,23 @@ RmsdBatch compareAllRmsd(const ChainList& models, const ComparisonParameters& pa
     RmsdOptions rmsdOptions = options.rmsd;
     rmsdOptions.reportTooFew = false;
     ComparisonWorkspace workspace;
+    // The details of a fit are known to a comparison of its own only.
+    const bool wantsDetails = report.reportsFrom(5) || options.selection != AtomSelection::Calpha;
+    const PositionalRmsd positional(wantsDetails ? std::span<const CoordinateSet>() : sets,
+                                    rmsdOptions.urmsd, workspace.kernels());
+    RmsdRow row;
+    const auto begin = [&](std::size_t i) {
+        if (!wantsDetails) positional.compareWithEarlier(i, row);
+    };
     RmsdResult result;
-    forAllPairs(models, "RMSD", log, report, [&](std::size_t i, std::size_t j) {
-        compareRmsd(sets[i], sets[j], rmsdOptions, workspace, report, result);
+    forAllPairs(models, "RMSD", log, report, begin, [&](std::size_t i, std::size_t j) {
+        if (!wantsDetails && !std::isnan(row.rmsd[j]) && !std::isnan(row.urmsd[j])) {
+            result.rmsd = row.rmsd[j];
+            result.urmsd = row.urmsd[j];
+            result.pairs = static_cast<std::uint32_t>(sets[i].size());
+        } else {
+            compareRmsd(sets[i], sets[j], rmsdOptions, workspace, report, result);
+        }
         recordRmsd(i, j, result, batch);
     });
     return batch;

@@ -50,6 +50,12 @@ using SubsetSums = std::array<double, kTerms>;
 // of the quaternion is the rounding over the square of the gap between the two largest eigenvalues,
 // and the adjugate is about that gap.
 inline constexpr double kSmallestAdjugate = 1e-3;
+// Where the quartic rises less, two roots meet (points on a line) and Newton's method would divide
+// rounding by rounding; the adjugate there is small, too.
+inline constexpr double kRoundingSlope = 1e-9;
+// Where the quartic is flatter than this at its largest root, two roots nearly meet, and the error
+// of a root is above 1e-10.
+inline constexpr double kSmallestSlope = 1e-5;
 // A reflection fits exactly when it leaves less than this share of the squares.
 inline constexpr double kMirrorTolerance = 1e-7;
 
@@ -59,6 +65,20 @@ struct RotationProblem {
     double count;   // pairs in the subset
     Motion motion;  // the answer
     bool solved;    // false where the closed form does not apply
+};
+
+// One of up to eight fits of which the residual alone is wanted.
+struct ResidualProblem {
+    std::array<double, 9> product;  // sums of p_a e_b at 3 a + b about the centroids
+    double squares;                 // sum of |p|^2 + |e|^2 about the centroids
+    double residual;                // the answer: what the best rotation leaves of `squares`, 0..1
+    bool solved;                    // false where the closed form does not apply
+};
+
+// Four points of one structure: aligned blocks one behind the other are read a tenth faster than
+// three arrays.
+struct alignas(32) PointBlock {
+    std::array<double, 4> x{}, y{}, z{};
 };
 
 struct Kernels {
@@ -89,6 +109,11 @@ struct Kernels {
                        std::size_t words, SubsetSums& sums);
     // Solves `count` problems, 1 to 8.  A problem's answer does not depend on its neighbours.
     void (*solveRotations)(RotationProblem* const* problems, std::size_t count);
+    // Sums of p_a e_b at 3 a + b.
+    void (*sumProducts)(const PointBlock* prediction, const PointBlock* experiment,
+                        std::size_t blocks, std::array<double, 9>& product);
+    // Solves `count` problems, 1 to 8.  A problem's answer does not depend on its neighbours.
+    void (*solveResiduals)(ResidualProblem* problems, std::size_t count);
 };
 
 const Kernels& portableKernels();

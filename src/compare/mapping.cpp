@@ -43,10 +43,25 @@ void appendRecord(const Atom& atom, std::uint8_t atomKey, std::uint32_t residue,
 void sortByKey(CoordinateSet& set) {
     set.byKey.resize(set.size());
     std::iota(set.byKey.begin(), set.byKey.end(), 0U);
-    std::stable_sort(set.byKey.begin(), set.byKey.end(), [&](std::uint32_t a, std::uint32_t b) {
+    const auto isLess = [&](std::uint32_t a, std::uint32_t b) {
         if (set.residueKey[a] != set.residueKey[b]) return set.residueKey[a] < set.residueKey[b];
         return set.atomKey[a] < set.atomKey[b];
-    });
+    };
+    // Nearly every chain is sorted as it is.
+    if (std::is_sorted(set.byKey.begin(), set.byKey.end(), isLess)) return;
+    std::stable_sort(set.byKey.begin(), set.byKey.end(), isLess);
+}
+
+// Room for a record of every residue.
+void reserve(std::size_t residues, CoordinateSet& set) {
+    for (std::vector<double>* const axis : {&set.points.x, &set.points.y, &set.points.z})
+        axis->reserve(residues);
+    set.residueNumber.reserve(residues);
+    set.insertionCode.reserve(residues);
+    set.residueIndex.reserve(residues);
+    set.residueKey.reserve(residues);
+    set.atomKey.reserve(residues);
+    set.sequence.reserve(residues);
 }
 
 // A blank behind every 10 letters and a line break behind every 60.
@@ -80,9 +95,9 @@ std::size_t endOfRun(const CoordinateSet& set, std::size_t first) {
 CoordinateSet prepareChain(const Chain& chain, AtomSelection selection,
                            const ComparisonParameters& parameters, Report& report) {
     CoordinateSet set;
-    const std::string letters = oneLetterSequence(chain);
     const std::string structure =
         parameters.sequenceIndependent ? secondaryStructure(chain) : std::string();
+    reserve(chain.residues.size(), set);
     // Atoms behind a residue that fell apart belong to no residue; they count from its number on.
     std::uint32_t residue = 0;
     for (std::uint32_t i = 0; i < chain.atoms.size(); ++i) {
@@ -103,7 +118,9 @@ CoordinateSet prepareChain(const Chain& chain, AtomSelection selection,
         set.firstResidue = keyOf(chain.atoms.front());
         set.lastResidue = keyOf(chain.atoms.back());
     }
-    report.reportFrom(5, ">%s\n%s\n", chain.fileName.c_str(), inFastaForm(letters).c_str());
+    if (!report.reportsFrom(5)) return set;
+    report.reportFrom(5, ">%s\n%s\n", chain.fileName.c_str(),
+                      inFastaForm(oneLetterSequence(chain)).c_str());
     if (parameters.sequenceIndependent) {
         report.reportFrom(5, ">%s : SS\n%s\n", chain.fileName.c_str(),
                           inFastaForm(structure).c_str());

@@ -13,23 +13,6 @@ namespace {
 
 constexpr std::size_t kFewestPairs = 3;
 constexpr std::size_t kFewestUnitVectorPairs = 4;
-constexpr double kShortestVector = 1e-6;  // Å; shorter ones keep their length
-
-// The unit vectors between consecutive points, Å^0; points of `pairs` are replaced.
-void makeUnitVectors(Points& points) {
-    const std::size_t n = points.size() - 1;
-    for (std::size_t i = 0; i < n; ++i) {
-        const double x = points.x[i + 1] - points.x[i];
-        const double y = points.y[i + 1] - points.y[i];
-        const double z = points.z[i + 1] - points.z[i];
-        const double length = std::hypot(x, y, z);
-        const double scale = length >= kShortestVector ? 1.0 / length : 1.0;
-        points.x[i] = x * scale;
-        points.y[i] = y * scale;
-        points.z[i] = z * scale;
-    }
-    points.resize(n);
-}
 
 void rotate(const Rotation& r, Points& points) {
     for (std::size_t i = 0; i < points.size(); ++i) {

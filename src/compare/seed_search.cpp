@@ -335,8 +335,8 @@ class SeedSearch {
         return adopt(path, size);
     }
 
-    // Scores the superposition of a path, unless single precision shows that it cannot win: -TM runs
-    // take 0.65 of the time.
+    // Scores the superposition of a path, unless single precision shows that it cannot win: -TM
+    // runs take 0.65 of the time.
     void scoreByTm(SeedPath& path) {
         const double perSquare = SearchPairs::kPerAngstrom * SearchPairs::kPerAngstrom;
         const double scaleSquared = task_.tmScaleSquared * perSquare;

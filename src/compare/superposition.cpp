@@ -23,14 +23,10 @@ namespace {
 
 using Vector4 = std::array<double, 4>;  // w, x, y, z
 
-// Below this share the closed form has too few digits and deviations are summed instead.
-constexpr double kCancelled = 1e-6;
 // A sum of deviations below this share of the squares is rounding.
 constexpr double kRounding = 1e-24;
 // Determinants outside 1 -+ this are no rotations.
 constexpr double kDeterminantTolerance = 0.001;
-// No structure lies farther out, Å.
-constexpr double kFarthestOrigin = 1e7;
 
 // The largest root, from 1 downwards: the sums are scaled so that no root is above 1.
 double largestRoot(const Quartic<double>& quartic) {
@@ -38,7 +34,7 @@ double largestRoot(const Quartic<double>& quartic) {
     double x = 1.0;
     for (int step = 0; step < kMostSteps; ++step) {
         const double slope = quartic.slopeAt(x);
-        if (!(slope > 0.0)) break;
+        if (!(slope > kRoundingSlope)) break;
         const double change = quartic.at(x) / slope;
         x -= change;
         // Convergence is quadratic: the error left is the square of the last change.
@@ -236,7 +232,7 @@ void squaredDeviations(const PairedPoints& pairs, const Fit& fit, const Kernels&
 
 double fitRmsd(const Fit& fit, std::span<const double> squared) {
     const auto n = static_cast<double>(squared.size());
-    if (fit.residual > kCancelled) return std::sqrt(fit.residual * fit.squares / n);
+    if (fit.residual > kCancelledShare) return std::sqrt(fit.residual * fit.squares / n);
     double sum = 0.0;
     for (const double value : squared)
         sum += value;
@@ -291,6 +287,27 @@ Rotation compose(const Rotation& second, const Rotation& first) {
     return asRotation({aw * bx + ax * bw + ay * bz - az * by, aw * by - ax * bz + ay * bw + az * bx,
                        aw * bz + ax * by - ay * bx + az * bw,
                        aw * bw - ax * bx - ay * by - az * bz});
+}
+
+void makeUnitVectors(Points& points) {
+    constexpr double kShortestVector = 1e-6;  // Å
+    constexpr double kSmallestSquare = 1e-200, kLargestSquare = 1e200;
+    if (points.size() == 0) return;
+    const std::size_t n = points.size() - 1;
+    for (std::size_t i = 0; i < n; ++i) {
+        const double x = points.x[i + 1] - points.x[i];
+        const double y = points.y[i + 1] - points.y[i];
+        const double z = points.z[i + 1] - points.z[i];
+        const double squared = (x * x + y * y) + z * z;
+        // hypot() is slow, and needed for absurd coordinates only (35 % of an URMSD with it).
+        const bool isUsual = squared > kSmallestSquare && squared < kLargestSquare;
+        const double length = isUsual ? std::sqrt(squared) : std::hypot(x, y, z);
+        const double scale = length >= kShortestVector ? 1.0 / length : 1.0;
+        points.x[i] = x * scale;
+        points.y[i] = y * scale;
+        points.z[i] = z * scale;
+    }
+    points.resize(n);
 }
 
 void applySuperposition(const Superposition& superposition, Chain& chain) {

@@ -27,6 +27,9 @@ struct BestRotation {
 // superposes exactly (to 1e-7 of the total) and no rotation does.
 std::optional<BestRotation> bestRotation(const std::array<double, 9>& covariance, double squares);
 
+// No structure lies farther out, Å: means beyond are those of absurd coordinates.
+inline constexpr double kFarthestOrigin = 1e7;
+
 // The mapped pairs of a comparison in mapped order, each side about its own origin: one-pass sums
 // over coordinates near zero lose no digits.
 struct PairedPoints {
@@ -86,6 +89,10 @@ std::optional<Fit> fitPairs(const PairedPoints& pairs, std::span<const std::uint
 void squaredDeviations(const PairedPoints& pairs, const Fit& fit, const Kernels& kernels,
                        std::span<double> squared);
 
+// Below this share of the squares the closed form of a residual has too few digits, and deviations
+// are summed instead.
+inline constexpr double kCancelledShare = 1e-6;
+
 // RMSD of a fit of all pairs, Å: exactly 0 for identical sets.  `squared` holds the deviations
 // under that fit.
 double fitRmsd(const Fit& fit, std::span<const double> squared);
@@ -100,6 +107,10 @@ Rotation asRotation(const Quaternion& quaternion);
 
 // The rotation that does first `first` and then `second`, by way of quaternions.
 Rotation compose(const Rotation& second, const Rotation& first);
+
+// Replaces points, at least one, by the vectors from each to the next, of length 1; those shorter
+// than 1e-6 Å keep their length.
+void makeUnitVectors(Points& points);
 
 // The lines of a fit: centres, translation, rotation.  Written at report level `atLeast` or more.
 void reportSuperposition(const Superposition& superposition, int atLeast, Report& report);

@@ -1,0 +1,60 @@
+// RMSD and URMSD of many chains whose atoms pair by their positions: all pairs of a list.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "compare/compare.h"
+#include "compare/kernels.h"
+
+namespace tervolanda {
+
+// One chain against those before it.  NaN where a pair needs a comparison of its own: the atoms
+// pair otherwise, the residual is too small for the closed form, or no rotation may fit.
+struct RmsdRow {
+    std::vector<double> rmsd;           // Å
+    std::vector<double> urmsd;          // 0 with fewer than 4 atoms
+    std::vector<std::uint32_t> others;  // scratch: the chains that pair by position
+};
+
+// What the fits of a chain need that does not depend on its partner, made once for each chain: its
+// coordinates about their centroid and the sum of their squares, and the same of its unit vectors.
+// A pair then costs nine sums and the largest root of a quartic.
+//
+// 300 models of 127 residues: 0.19 µs a pair where compareRmsd needs 1.5 µs; with URMSD 0.35 µs and
+// 6 µs.
+class PositionalRmsd {
+ public:
+    // The sets hold C-alpha atoms.  They are lent.
+    PositionalRmsd(std::span<const CoordinateSet> sets, bool withUrmsd, const Kernels& kernels);
+
+    void compareWithEarlier(std::size_t i, RmsdRow& row) const;
+
+ private:
+    // The points of one chain about their centroid, filled up with zeros; no blocks for a chain
+    // that has no closed form.
+    struct Centred {
+        std::size_t firstBlock = 0;
+        std::size_t blocks = 0;
+        std::size_t points = 0;
+        double squares = 0.0;
+    };
+    // All chains one behind the other: a row reads them in that order.
+    struct CentredChains {
+        std::vector<PointBlock> blocks;
+        std::vector<Centred> chains;
+
+        void append(Points points);
+    };
+    void fill(const CentredChains& from, std::size_t i, std::span<const std::uint32_t> others,
+              std::vector<double>& rmsd) const;
+
+    std::span<const CoordinateSet> sets_;
+    const Kernels& kernels_;
+    bool withUrmsd_;
+    CentredChains positions_, directions_;
+};
+
+}  // namespace tervolanda
