@@ -27,6 +27,7 @@ constexpr std::uint32_t kShortestSeed = 4;
 constexpr int kGrowthSteps = 4;          // radii of 1/4, 2/4, 3/4 and 4/4 of the cut-off
 constexpr double kSmallestRadius = 0.5;  // Å; growth by distance skips smaller ones
 constexpr int kMostSelections = 21;      // of one refinement
+constexpr std::size_t kMostVisited = kGrowthSteps + kMostSelections + 1;  // states of a path
 constexpr std::size_t kSideBySide = 16;  // paths: groups of four stay full while some end early
 constexpr std::size_t kSolvedAtOnce = 8;
 constexpr std::size_t kMostMaskWords = std::size_t{1} << 23;  // of known states, 64 MB
@@ -70,6 +71,10 @@ class SeedSearch {
         scratch_.best.clear();
         scratch_.visited.clear(pairs_.words());
         if (scratch_.paths.size() < kSideBySide) scratch_.paths.resize(kSideBySide);
+        for (SeedPath& path : scratch_.paths) {
+            path.visited.reserve(kMostVisited);
+            path.visitedMasks.reserve(kMostVisited * pairs_.words());
+        }
     }
 
     bool run(std::vector<std::uint32_t>& best) {
@@ -397,6 +402,12 @@ void VisitedStates::clear(std::size_t words) {
     slots_.assign(std::bit_ceil(512 * words), 0);
     states_.clear();
     masks_.clear();
+    // Room for all states at once, but no more than 1 MB that may not be needed.
+    constexpr std::size_t kMostReserved = std::size_t{1} << 17;
+    const std::size_t most = slots_.size() / 2;
+    if (most * words > kMostReserved) return;
+    states_.reserve(most);
+    masks_.reserve(most * words);
 }
 
 std::uint64_t VisitedStates::hashOf(const PairMask& mask, SeedStage stage, int step) {
