@@ -1,6 +1,9 @@
 #!/usr/bin/env python3
 """Makes the example structures: a small invented protein and models of it, good and bad.
 
+The folder gets the experiment and eight models with their backbone, its folder decoys/ a set of 24
+models of the same protein as a prediction might give them: C-alpha atoms only, in no order.
+
 No structure here exists in nature.  A chain is built atom by atom from its backbone torsions with
 ideal bond lengths and angles (Engh and Huber 1991), so that whatever the torsions are its geometry
 is that of a protein.  The loops of the experiment are searched for a compact shape without clashes.
@@ -15,10 +18,12 @@ import random
 import sys
 
 SEQUENCE = "MSEELKRLAEELLRKAQEGNPSVTVEYDGKRITFEVKDPSDPEVAKKLAELIEKLAKEAGN"
+# A relative of the protein, with another sequence, of which the first five residues are not known.
+RELATIVE = "GDPELARKAVEALKRAEELGAKTFRVEVEGDTVRFTVEVTDPEEARRVIEEAIRLAEKLGR"
 # H helix, E strand, L loop; between residues 41 and 42 the chain can be bent like a hinge.
 STATES = "LLHHHHHHHHHHHHHHHHLLLLEEEEEELLLEEEEEEELLLLLHHHHHHHHHHHHHHHHLL"
 HINGE = 41
-assert len(SEQUENCE) == len(STATES)
+assert len(SEQUENCE) == len(STATES) == len(RELATIVE)
 
 NAMES = {
     "A": "ALA", "D": "ASP", "E": "GLU", "F": "PHE", "G": "GLY", "I": "ILE", "K": "LYS",
@@ -155,21 +160,45 @@ def atom_record(serial, name, code, number, place_):
     )
 
 
-def write(path, title, torsions, seed, first=1):
-    """Writes residues `first` to the last, lying as the seed says."""
+def write(path, title, torsions, seed, first=1, only_ca=False, sequence=SEQUENCE, shift=0):
+    """Writes residues `first` to the last, lying as the seed says and numbered `shift` higher."""
     lines = [f"REMARK   {title}".ljust(80)]
     residues = build(torsions, somewhere(seed))
     serial = 0
-    for number, (code, residue) in enumerate(zip(SEQUENCE, residues), start=1):
+    for number, (code, residue) in enumerate(zip(sequence, residues), start=1):
         if number < first:
             continue
         for name, place_ in residue.items():
-            if name == "CB" and code == "G":
+            if (name == "CB" and code == "G") or (only_ca and name != "CA"):
                 continue
             serial += 1
-            lines.append(atom_record(serial, name, code, number, place_))
+            lines.append(atom_record(serial, name, code, number + shift, place_))
     lines += ["TER".ljust(80), "END".ljust(80)]
     path.write_text("\n".join(lines) + "\n", encoding="ascii")
+
+
+def write_list(path, comment, names):
+    path.write_text("\n".join([f"# {comment}", *names]) + "\n", encoding="ascii")
+
+
+def decoy_torsions(native, wrong):
+    """The torsions of the 24 decoys: three families, the right one the largest, and two loners."""
+    right = [perturbed(native, 100 + i, 1.0 + 0.16 * i) for i in range(11)]
+    swung = [perturbed(bent(native, 110.0), 200 + i, 1.0 + 0.2 * i) for i in range(7)]
+    other = [perturbed(wrong, 300 + i, 1.0 + 0.3 * i) for i in range(4)]
+    loners = [fold(STATES, seed=seed, attempts=400) for seed in (31, 32)]
+    return right + swung + other + loners
+
+
+def write_decoys(folder, native, wrong):
+    """Numbers the decoys in an order that tells nothing of their families."""
+    folder.mkdir(exist_ok=True)
+    engine = random.Random(24)
+    shuffled = sorted(decoy_torsions(native, wrong), key=lambda _: engine.random())
+    names = [f"model_{number:02d}.pdb" for number in range(1, len(shuffled) + 1)]
+    for seed, (name, torsions) in enumerate(zip(names, shuffled), start=400):
+        write(folder / name, f"Invented model: {name}", torsions, seed, only_ca=True)
+    write_list(folder / "models.txt", "A decoy set: 24 models of the example protein.", names)
 
 
 def main():
@@ -195,9 +224,12 @@ def main():
     write(folder / "experiment.pdb", "Invented structure: the experiment", native, seed=1)
     for seed, (name, title, torsions, first) in enumerate(models, start=2):
         write(folder / f"{name}.pdb", f"Invented model: {title}", torsions, seed, first)
-    listed = ["# Models of the example protein, one a line; what follows a # is a comment."]
-    listed += [f"{name}.pdb" for name, *_ in models]
-    (folder / "models.txt").write_text("\n".join(listed) + "\n", encoding="ascii")
+    write(folder / "relative.pdb", "Invented structure: a relative, numbered 101 to 156",
+          perturbed(native, 18, 2.0), seed=10, first=6, sequence=RELATIVE, shift=95)
+    write_list(folder / "models.txt",
+               "Models of the example protein, one a line; what follows a # is a comment.",
+               [f"{name}.pdb" for name, *_ in models])
+    write_decoys(folder / "decoys", native, wrong)
 
 
 if __name__ == "__main__":
