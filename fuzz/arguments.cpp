@@ -1,0 +1,180 @@
+// The argument vector, an argument a line.  The settings that come out keep their promises, the
+// same arguments give the same settings, and a fatal end says why.  Every argument is also expanded
+// as a format: where it holds plain conversions only, as the C library's printf would.
+#include <fuzzer/FuzzedDataProvider.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <fstream>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "driver/arguments.h"
+#include "driver/format_expansion.h"
+#include "driver/help_text.h"
+#include "driver/settings.h"
+#include "support.h"
+
+using namespace tervolanda;
+using namespace tervolanda::fuzz;
+
+namespace {
+
+constexpr const char* kReadableFile = "a";  // for the positional form
+
+std::vector<std::string> splitLines(std::string_view text) {
+    std::vector<std::string> lines;
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find('\n'), text.size());
+        lines.emplace_back(text.substr(0, end));
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+    return lines;
+}
+
+// Reads a command line; none when that ended fatally.
+std::optional<CommandLine> readQuietly(const std::vector<std::string>& arguments) {
+    QuietLog quiet;
+    std::optional<CommandLine> line;
+    try {
+        line = readCommandLine(arguments, quiet.log);
+    } catch (const FatalEnd&) {
+        FUZZ_REQUIRE(quiet.error().starts_with("ABEND : Failed to "));
+        return std::nullopt;
+    }
+    if (line->request == Request::Run) {
+        FUZZ_REQUIRE(quiet.log.logLevel() == line->settings.logLevel);
+        std::string name = line->settings.logFile.value_or("");
+        name = name.substr(0, name.find('\0'));
+        if (!name.empty() && name != kReadableFile) std::remove(name.c_str());
+    }
+    return line;
+}
+
+void requireSound(const CommandLine& line) {
+    const Settings& settings = line.settings;
+    const ComparisonParameters& comparison = settings.comparison;
+    for (const double value :
+         {comparison.distanceCutoff, comparison.thresholdScale, comparison.contactDistance,
+          comparison.minIterationScore, comparison.gapOpen, comparison.gapAffine,
+          comparison.gdtCutoff, settings.threshold, settings.maxThreshold, settings.thresholdStep,
+          settings.juryScore})
+        FUZZ_REQUIRE(std::isfinite(value));
+    FUZZ_REQUIRE(comparison.iterations <= 200 && settings.lineWrap >= 1);
+    FUZZ_REQUIRE(comparison.rankByTM != settings.rankMS || line.request == Request::ShortUsage);
+    if (line.request != Request::Run) return;
+    FUZZ_REQUIRE(settings.logLevel >= 1);
+    FUZZ_REQUIRE(settings.threshold >= 0.0 && settings.maxThreshold >= 0.0);
+    FUZZ_REQUIRE(settings.thresholdStep >= 0.0);
+    FUZZ_REQUIRE(settings.distanceFile || settings.transformFile || settings.listFile ||
+                 (settings.experimentFile && settings.predictionFile));
+    FUZZ_REQUIRE(!settings.distanceFile || settings.rmsdOnly);
+}
+
+void requireSame(const CommandLine& a, const CommandLine& b) {
+    FUZZ_REQUIRE(a.request == b.request);
+    FUZZ_REQUIRE(a.settings.experimentFile == b.settings.experimentFile);
+    FUZZ_REQUIRE(a.settings.predictionFile == b.settings.predictionFile);
+    FUZZ_REQUIRE(a.settings.threshold == b.settings.threshold);
+    FUZZ_REQUIRE(a.settings.readFlags == b.settings.readFlags);
+    FUZZ_REQUIRE(a.settings.comparison.distanceCutoff == b.settings.comparison.distanceCutoff);
+}
+
+void requireText(const CommandLine& line) {
+    switch (line.request) {
+        case Request::Run:
+            return;
+        case Request::ShortUsage:
+            FUZZ_REQUIRE(shortUsage().ends_with('\n'));
+            return;
+        case Request::StandardHelp:
+            FUZZ_REQUIRE(standardHelp().ends_with('\n'));
+            return;
+        case Request::ExtendedHelp:
+            FUZZ_REQUIRE(extendedHelp(line.settings.lineWrap).starts_with(standardHelp()));
+            return;
+        case Request::Version:
+            FUZZ_REQUIRE(versionText().ends_with('\n'));
+            return;
+    }
+}
+
+// How many conversions of whole numbers or of reals a text has; none when it has anything else
+// behind a percent sign.
+std::optional<int> countPlainConversions(std::string_view text) {
+    int count = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] != '%') continue;
+        const auto skip = [&](std::string_view characters, std::size_t most) {
+            for (std::size_t k = 0; k < most && i + 1 < text.size() &&
+                                    characters.find(text[i + 1]) != std::string_view::npos;
+                 ++k)
+                ++i;
+        };
+        if (i + 1 < text.size() && text[i + 1] == '%') {
+            ++i;
+            continue;
+        }
+        skip("-+ #0", text.size());
+        skip("0123456789", 3);
+        skip(".", 1);
+        if (text[i] == '.') skip("0123456789", 3);
+        if (++i == text.size() ||
+            std::string_view("diuxXofFeEgG").find(text[i]) == std::string_view::npos)
+            return std::nullopt;
+        ++count;
+    }
+    return count;
+}
+
+// The calling convention keeps whole numbers and reals apart, so eight zeros of each serve any
+// eight conversions.
+std::string printedZeros(const std::string& pattern) {
+    static std::array<char, 20000> buffer;
+#pragma clang diagnostic push
+#pragma clang diagnostic ignored "-Wformat-nonliteral"
+#pragma clang diagnostic ignored "-Wformat-extra-args"
+    const int length = std::snprintf(buffer.data(), buffer.size(), pattern.c_str(), 0, 0, 0, 0, 0,
+                                     0, 0, 0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0);
+#pragma clang diagnostic pop
+    FUZZ_REQUIRE(length >= 0 && static_cast<std::size_t>(length) < buffer.size());
+    return {buffer.data(), static_cast<std::size_t>(length)};
+}
+
+void requireExpansion(const std::string& text) {
+    const std::string expanded = expandAsFormat(text);
+    const std::optional<int> conversions = countPlainConversions(text);
+    constexpr int kMost = 8;
+    if (!conversions || *conversions > kMost || text.find('\0') != std::string_view::npos) return;
+    FUZZ_REQUIRE(expanded == printedZeros(text));
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int* /*count*/, char*** /*arguments*/) {
+    std::ofstream(ScratchFolder::path() + "/" + kReadableFile) << "a file";
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    std::string text(reinterpret_cast<const char*>(data), size);
+    // No name leads out of the scratch folder, where log files are made.
+    std::replace(text.begin(), text.end(), '/', '|');
+    std::vector<std::string> arguments = splitLines(text);
+    arguments.insert(arguments.begin(), "bin/tervolanda");
+
+    const ScratchFolder folder;
+    const std::optional<CommandLine> line = readQuietly(arguments);
+    const std::optional<CommandLine> again = readQuietly(arguments);
+    FUZZ_REQUIRE(line.has_value() == again.has_value());
+    for (const std::string& argument : arguments)
+        requireExpansion(argument);
+    if (!line) return 0;
+    requireSame(*line, *again);
+    requireSound(*line);
+    requireText(*line);
+    return 0;
+}

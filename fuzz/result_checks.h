@@ -1,0 +1,27 @@
+// What the targets of both kinds of result file ask of what was read.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+#include "cluster/cluster.h"
+#include "driver/log.h"
+
+namespace tervolanda::fuzz {
+
+// Whether a size record asks for a matrix that is right and too large to be made thousands of times
+// a second.  Sizes beyond every memory are none of these: they are refused.
+bool declaresUnhandySize(std::string_view text);
+
+void requireDifferentIds(std::span<const std::uint32_t> ids);
+
+// A way to cluster, by a number.
+ClusterSettings makeClusterSettings(unsigned int choice, double conversion);
+
+// Clusters a copy of the matrix: every model is in one cluster or, with the nearest-neighbour
+// methods, in none, and no cluster is empty.
+void requireClusters(DistanceMatrix matrix, std::span<const std::uint32_t> ids,
+                     const ClusterSettings& settings, const ChainList* names, Log& log);
+
+}  // namespace tervolanda::fuzz
