@@ -1,5 +1,6 @@
 // The new version of a result file is written beside the old one and renamed over it: rename() is
-// atomic, so whatever ends the run, the name always stands for one complete version.
+// atomic, so whatever ends the run, the name always stands for one complete version.  As long as
+// the new version has a name of its own, signals that end the run wait until it is gone.
 #include "base/file.h"
 
 #include <fcntl.h>
@@ -31,12 +32,15 @@ bool LineReader::fill() {
     }
     if (end_ == buffer_.size()) buffer_.resize(buffer_.size() * 2);
     const std::size_t got = std::fread(buffer_.data() + end_, 1, buffer_.size() - end_, file_);
-    end_ += got;
-    if (got == 0) {
+    exceeded_ = got > left_;
+    if (exceeded_ || got == 0) {
         finished_ = true;
         failed_ = std::ferror(file_) != 0;
+        return false;
     }
-    return got > 0;
+    left_ -= got;
+    end_ += got;
+    return true;
 }
 
 std::optional<std::string_view> LineReader::next(std::size_t limit) {
@@ -73,40 +77,103 @@ mode_t defaultMode() {
     return static_cast<mode_t>(0666) & ~mask;
 }
 
+// The path by which an open file can be linked to a name.
+std::string descriptorName(int descriptor) {
+    return "/proc/self/fd/" + std::to_string(descriptor);
+}
+
+// A new file in the folder of `path` that has no name yet and can get one; -1 where the system or
+// the file system knows none.
+int openUnnamed(const std::string& path) {
+#ifdef O_TMPFILE
+    const std::size_t slash = path.rfind('/');
+    const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+    const int descriptor = open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
+    if (descriptor < 0 || access(descriptorName(descriptor).c_str(), F_OK) == 0) return descriptor;
+    close(descriptor);  // no /proc: it could never be linked
+#endif
+    return -1;
+}
+
+constexpr std::size_t kSignalCheckStep = std::size_t{1} << 16;  // bytes
+
 }  // namespace
+
+FileHandle openUnnamedBeside(const std::string& path) {
+    int descriptor = openUnnamed(path);
+    if (descriptor < 0) {
+        const SignalHold hold;
+        std::string name = path + ".XXXXXX";
+        descriptor = mkstemp(name.data());
+        if (descriptor >= 0) unlink(name.c_str());
+    }
+    if (descriptor < 0) return nullptr;
+    FileHandle file(fdopen(descriptor, "w+b"));
+    if (!file) close(descriptor);
+    return file;
+}
 
 OutputFile::OutputFile(std::string path) : path_(std::move(path)) {
     if (path_.empty()) return;
     struct stat status {};
     const bool exists = lstat(path_.c_str(), &status) == 0;
+    if (!exists && errno != ENOENT) return;  // there may be something that must not be replaced
     if (exists && !S_ISREG(status.st_mode)) {
         file_.reset(std::fopen(path_.c_str(), "wb"));
         return;
     }
     // A file that the user has protected against writing is not replaced behind their back.
     if (exists && access(path_.c_str(), W_OK) != 0) return;
-    temporary_ = path_ + ".XXXXXX";
-    const int descriptor = mkstemp(temporary_.data());
-    if (descriptor < 0) {
-        temporary_.clear();
-        return;
-    }
+    openBeside();
+    if (!file_) return;
     const mode_t mode = exists ? (status.st_mode & static_cast<mode_t>(0777)) : defaultMode();
-    if (fchmod(descriptor, mode) != 0) failed_ = true;
-    file_.reset(fdopen(descriptor, "wb"));
-    if (!file_) {
-        close(descriptor);
-        discard();
-    }
+    if (fchmod(fileno(file_.get()), mode) != 0) failed_ = true;
 }
 
 OutputFile::~OutputFile() {
     discard();
 }
 
+// Without a name to begin with where the file system offers that, so that not even SIGKILL leaves a
+// part of a file behind.
+void OutputFile::openBeside() {
+    int descriptor = openUnnamed(path_);
+    isUnnamed_ = descriptor >= 0;
+    if (!isUnnamed_) {
+        hold_.emplace();
+        temporary_ = path_ + ".XXXXXX";
+        descriptor = mkstemp(temporary_.data());
+        if (descriptor < 0) temporary_.clear();
+    }
+    if (descriptor >= 0) file_.reset(fdopen(descriptor, "wb"));
+    if (file_) return;
+    if (descriptor >= 0) close(descriptor);
+    discard();
+}
+
+// A file without a name cannot replace another: it needs one for the moment before rename().
+bool OutputFile::takeTemporaryName() {
+    constexpr int kAttempts = 100;  // names of crashed runs with the same process number
+    const std::string source = descriptorName(fileno(file_.get()));
+    hold_.emplace();
+    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+        temporary_ = format("%s.%d-%d", path_.c_str(), static_cast<int>(getpid()), attempt);
+        if (linkat(AT_FDCWD, source.c_str(), AT_FDCWD, temporary_.c_str(), AT_SYMLINK_FOLLOW) == 0)
+            return true;
+        if (errno != EEXIST) break;
+    }
+    temporary_.clear();
+    return false;
+}
+
 void OutputFile::write(std::string_view text) {
     if (!file_ || failed_ || text.empty()) return;
     if (std::fwrite(text.data(), 1, text.size(), file_.get()) != text.size()) failed_ = true;
+    if (!hold_) return;
+    writtenUnchecked_ += text.size();
+    if (writtenUnchecked_ < kSignalCheckStep) return;
+    writtenUnchecked_ = 0;
+    if (hold_->isAwaited()) discard();
 }
 
 void OutputFile::print(const char* pattern, ...) {
@@ -123,6 +190,7 @@ int OutputFile::makeExecutable() {
 
 bool OutputFile::commit() {
     if (!file_) return false;
+    if (isUnnamed_ && !failed_) failed_ = !takeTemporaryName();
     if (std::fclose(file_.release()) != 0) failed_ = true;
     if (!failed_ && !temporary_.empty()) {
         failed_ = std::rename(temporary_.c_str(), path_.c_str()) != 0;
@@ -136,6 +204,7 @@ void OutputFile::discard() {
     file_.reset();
     if (!temporary_.empty()) std::remove(temporary_.c_str());
     temporary_.clear();
+    hold_.reset();  // a signal that has come takes effect here
 }
 
 }  // namespace tervolanda

@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "base/signals.h"
+
 namespace tervolanda {
 
 struct FileCloser {
@@ -22,13 +24,16 @@ FileHandle openForReading(const std::string& path);
 // Reads a text file by lines of any length.  A line comes with its line end, when it has one.
 class LineReader {
  public:
-    // The stream is lent, not closed.
-    explicit LineReader(std::FILE* file) : file_(file), buffer_(kBlock) {}
+    // The stream is lent, not closed.  Reading ends where there are more than `most` bytes.
+    explicit LineReader(std::FILE* file, std::size_t most = kNoLimit)
+        : file_(file), buffer_(kBlock), left_(most) {}
     // The next line, valid until the next call; none at the end of the file or after a read error.
     // A line longer than `limit` characters comes in pieces of that length.
     std::optional<std::string_view> next(std::size_t limit = kNoLimit);
     // True when reading ended with an error instead of the end of the file.
     bool failed() const { return failed_; }
+    // True when it ended because the stream holds too much.
+    bool exceeded() const { return exceeded_; }
 
     static constexpr std::size_t kNoLimit = static_cast<std::size_t>(-1);
 
@@ -40,14 +45,20 @@ class LineReader {
     std::vector<char> buffer_;
     std::size_t begin_ = 0;
     std::size_t end_ = 0;
+    std::size_t left_;  // bytes that may still come
     bool finished_ = false;
     bool failed_ = false;
+    bool exceeded_ = false;
 };
+
+// A file without a name in the folder of `path`, for reading and writing: whatever ends the process
+// removes it.  Empty when there can be none.
+FileHandle openUnnamedBeside(const std::string& path);
 
 // A file that is being written.  Where the path names nothing or a regular file the text goes to a
 // new file beside it, which takes its name on commit(); where it names something else (a device, a
 // pipe, a symbolic link) that is opened and written directly.  Without commit() nothing is left
-// behind and an older file stays as it was.
+// behind and an older file stays as it was, also when SIGINT, SIGTERM or SIGHUP ends the process.
 class OutputFile {
  public:
     explicit OutputFile(std::string path);
@@ -65,11 +76,16 @@ class OutputFile {
     bool commit();
 
  private:
+    void openBeside();
+    bool takeTemporaryName();
     void discard();
 
     std::string path_;
-    std::string temporary_;  // empty when written directly
+    std::string temporary_;           // name beside `path_`; empty while there is none
+    std::optional<SignalHold> hold_;  // as long as there is one
     FileHandle file_;
+    std::size_t writtenUnchecked_ = 0;  // bytes since signals were looked for
+    bool isUnnamed_ = false;
     bool failed_ = false;
 };
 

@@ -6,22 +6,24 @@
 
 namespace tervolanda {
 
-std::string formatList(const char* pattern, std::va_list arguments) {
+void formatListTo(std::string& text, const char* pattern, std::va_list arguments) {
     std::array<char, 512> buffer;  // longer than nearly every line of the program
     std::va_list again;
     va_copy(again, arguments);
     const int length = std::vsnprintf(buffer.data(), buffer.size(), pattern, arguments);
-    std::string text;
-    if (length > 0) {
-        const auto size = static_cast<std::size_t>(length);
-        if (size < buffer.size()) {
-            text.assign(buffer.data(), size);
-        } else {
-            text.resize(size);
-            std::vsnprintf(text.data(), size + 1, pattern, again);
-        }
+    const auto size = static_cast<std::size_t>(length > 0 ? length : 0);
+    if (size < buffer.size()) {
+        text.assign(buffer.data(), size);
+    } else {
+        text.resize(size);
+        std::vsnprintf(text.data(), size + 1, pattern, again);
     }
     va_end(again);
+}
+
+std::string formatList(const char* pattern, std::va_list arguments) {
+    std::string text;
+    formatListTo(text, pattern, arguments);
     return text;
 }
 

@@ -10,6 +10,9 @@ namespace tervolanda {
 // text from outside (file names, records) is only ever an argument.
 [[gnu::format(printf, 1, 2)]] std::string format(const char* pattern, ...);
 [[gnu::format(printf, 1, 0)]] std::string formatList(const char* pattern, std::va_list arguments);
+// The same into `text`, whose memory is used again.
+[[gnu::format(printf, 2, 0)]] void formatListTo(std::string& text, const char* pattern,
+                                                std::va_list arguments);
 
 // `value`, or 0 where it would print as a negative zero with so many decimals.
 double withoutNegativeZero(double value, int decimals);

@@ -115,6 +115,13 @@ std::uint32_t classifyAtomName(std::string_view name, int residueType);
 
 // --- Reading -------------------------------------------------------------------------------------
 
+// What is read of a file; one that holds more is refused.  No real file comes near, and a stream
+// that never ends gets there soon.
+inline constexpr std::size_t kLongestStructure = std::size_t{1} << 30;   // bytes, decompressed
+inline constexpr std::size_t kMostAtoms = std::size_t{1} << 24;          // of a structure file
+inline constexpr std::size_t kLongestList = std::size_t{1} << 26;        // bytes
+inline constexpr std::size_t kLongestExclusions = std::size_t{1} << 24;  // bytes
+
 // What to read and which checks to run; the bits are tested as documented at readStructureFile.
 enum ReadOptions : std::uint16_t {
     ReadCheckGap = 0x0001,

@@ -332,14 +332,15 @@ class ChainChecker {
             if (sorted[i].key != sorted[end - 1].key) end = i + 1;
             later[sorted[i].position] = static_cast<std::uint32_t>(end - i - 1);
         }
-        for (std::size_t i = 0; i < later.size(); ++i) {
+        FaultReport report(log_);
+        for (std::size_t i = 0; i < later.size() && goesOn(); ++i) {
+            if (later[i] == 0) continue;
             const Atom& atom = chain_.atoms[i];
-            for (std::uint32_t k = 0; k < later[i] && goesOn(); ++k) {
-                fault();
-                log_.error(0, "Chain '%c' has duplicate atoms: %s%c @ %d", chain_.id,
-                           atom.name.text(), atom.insertionCode, atom.residueNumber);
-            }
+            fault();
+            report.error(goesOn() ? later[i] : 1, "Chain '%c' has duplicate atoms: %s%c @ %d",
+                         chain_.id, atom.name.text(), atom.insertionCode, atom.residueNumber);
         }
+        report.finish();
     }
 
     // Stage 6.

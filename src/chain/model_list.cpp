@@ -29,9 +29,14 @@ std::string_view pathIn(std::string_view line) {
 }
 
 // What was read before the error counts.
-void reportReadError(const LineReader& reader, const std::string& path, Log& log) {
-    if (!reader.failed()) return;
-    log.error(0, "Problem reading input file '%s' - %s", path.c_str(), systemErrorText());
+void reportReadError(const LineReader& reader, const std::string& path, std::size_t limit,
+                     Log& log) {
+    if (reader.failed()) {
+        log.error(0, "Problem reading input file '%s' - %s", path.c_str(), systemErrorText());
+    } else if (reader.exceeded()) {
+        log.error(0, "Input file '%s' is longer than %zu bytes, the rest is ignored", path.c_str(),
+                  limit);
+    }
 }
 
 }  // namespace
@@ -47,7 +52,7 @@ std::size_t readModelList(const std::string& path, std::uint32_t& counter,
     }
     ReadRequest single = request;
     single.options |= ReadSingleChain;
-    LineReader reader(file.get());
+    LineReader reader(file.get(), kLongestList);
     std::size_t read = 0;
     std::size_t tried = 0;
     while (const auto line = reader.next(kLineLimit)) {
@@ -64,7 +69,7 @@ std::size_t readModelList(const std::string& path, std::uint32_t& counter,
         list.chains.push_back(*std::move(chain));
         ++read;
     }
-    reportReadError(reader, path, log);
+    reportReadError(reader, path, kLongestList, log);
     log.progress(0, "Successfully read %d / %d PDBs from list file '%s'", static_cast<int>(read),
                  static_cast<int>(tried), path.c_str());
     log.endProgress();
@@ -79,10 +84,10 @@ bool readResidueExclusionFile(const std::string& path, ResidueExclusions& exclus
                   systemErrorText());
         return false;
     }
-    LineReader reader(file.get());
+    LineReader reader(file.get(), kLongestExclusions);
     while (const auto line = reader.next(kLineLimit))
         exclusions.add(*line);
-    reportReadError(reader, path, log);
+    reportReadError(reader, path, kLongestExclusions, log);
     return true;
 }
 

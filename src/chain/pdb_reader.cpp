@@ -8,6 +8,8 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
+#include <cstring>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -26,9 +28,11 @@ constexpr std::size_t kShortestRecord = 54;  // in compressed text
 constexpr std::string_view kRecordName = "ATOM";
 constexpr std::string_view kScannedName = "ATOM  ";
 constexpr std::size_t kPieceLength = 80;  // plain text is read in pieces of at most so many
-// Compressed streams are read in small steps, because a step in which the stream breaks off is
-// lost.
-constexpr std::size_t kReadLength = 81;
+// Of a compressed stream that breaks off whole steps of this length are kept.
+constexpr std::size_t kStepLength = 81;
+// How many characters are asked for at once: less than the 16 KiB from which on zlib would
+// decompress in other portions, and so lose others.
+constexpr std::size_t kReadLength = 202 * kStepLength;
 constexpr int kLastAminoAcid = 23;  // rows of the residue table behind it are nucleotides
 
 // The columns of an atom record, counted from 1.  Columns up to 54 that its line does not have are
@@ -62,57 +66,81 @@ class Record {
     bool isFull_;
 };
 
-// Written in place, character by character: half of an atom's fields are texts.
+// Written in place: half of an atom's fields are texts.
 template <std::size_t Width>
 void assign(FixedText<Width>& text, std::string_view columns) {
-    for (std::size_t i = 0; i < Width; ++i)
-        text[i] = columns[i];
+    std::copy_n(columns.begin(), Width, &text[0]);
 }
 
-// The number in a field of at most eight columns.  Nearly all fields are digits and a point: the
-// quotient of two whole numbers that a double holds exactly is the double nearest to the decimal
-// number, at a fraction of the cost of the general conversion, which takes all other fields.
-double fieldReal(std::string_view field) {
-    static constexpr std::array<double, 9> kPowersOfTen = {1.0, 1e1, 1e2, 1e3, 1e4,
-                                                           1e5, 1e6, 1e7, 1e8};
-    std::size_t i = 0;
-    while (i < field.size() && field[i] == ' ')
-        ++i;
-    const bool isNegative = i < field.size() && field[i] == '-';
-    if (isNegative) ++i;
-    std::uint32_t digits = 0;
-    const auto takeDigits = [&] {
-        const std::size_t first = i;
-        for (; i < field.size() && field[i] >= '0' && field[i] <= '9'; ++i)
-            digits = digits * 10 + static_cast<std::uint32_t>(field[i] - '0');
-        return i - first;
-    };
-    takeDigits();
-    if (i < field.size() && field[i] == '.') ++i;
-    const std::size_t decimals = takeDigits();
-    if (i < field.size()) return leadingReal(field);
-    const double value = digits / kPowersOfTen[decimals];
-    return isNegative ? -value : value;
+// Eight columns as one number, the first in its lowest byte.
+std::uint64_t packedColumns(const char* text) {
+    std::uint64_t columns = 0;
+    std::memcpy(&columns, text, sizeof(columns));
+    if constexpr (std::endian::native == std::endian::big) columns = __builtin_bswap64(columns);
+    return columns;
+}
+
+// The number in a field.  Nearly all fields are blanks, a minus sign or none, digits, the point,
+// and three digits: where `columns`, the field written in eight columns, are such, all of them are
+// converted together, because a loop mispredicts where the digits begin and branches mispredict the
+// sign.  The digits are a whole number below 10^7, and its quotient by 1000 is the double nearest
+// to the decimal number.  Any other field takes the general conversion.
+inline double fieldReal(std::string_view field, std::uint64_t columns) {
+    constexpr std::uint64_t kInteger = 0x00000000FFFFFFFF;  // the columns before the point
+    constexpr std::uint64_t kPoint = 0x000000FF00000000;
+    // 0 to 9 where there is a digit, and 0 for the point.
+    const std::uint64_t values = columns ^ 0x3030302E30303030;
+    const std::uint64_t others = ((values + 0x7676767676767676) | values) & 0x8080808080808080;
+    // All bits of the columns that are no digit; they have to be the first ones.
+    const std::uint64_t lead = (others << 1) - (others >> 7);
+    const std::uint64_t faults = (lead & ~kInteger) | (lead & (lead + 1)) | (values & kPoint);
+    const std::uint64_t sign = (columns ^ 0x2020202020202020) & lead;  // 0 where all are blank
+    const std::uint64_t minus = (lead + 1) * ('-' ^ ' ') >> 8;         // in the last of them
+    if (faults != 0 || ((sign != 0) & (sign != minus))) [[unlikely]] {
+        return leadingReal(field);
+    }
+
+    // Neighbours are joined to two digits, to four, and these by the weight of the point.
+    std::uint64_t digits = values & ~lead;
+    digits = digits * (10 << 8 | 1) >> 8 & 0x00FF00FF00FF00FF;
+    digits = digits * (100 << 16 | 1) >> 16 & 0x0000FFFF0000FFFF;
+    digits = digits * (std::uint64_t{1000} << 32 | 1) >> 32;
+    // The sign is the divisor's, so that zero has it too.
+    static constexpr std::array<double, 2> kDivisors = {1000.0, -1000.0};
+    return static_cast<double>(static_cast<std::int64_t>(digits)) /
+           kDivisors[static_cast<std::size_t>(sign != 0)];
 }
 
 bool namesHydrogen(const FixedText<4>& name) {
     return name[1] == 'H' && (name[0] == ' ' || (name[0] >= '0' && name[0] <= '9'));
 }
 
+double coordinate(const Record& record, std::size_t first) {
+    const std::string_view field = record.columns(first, first + 7);
+    return fieldReal(field, packedColumns(field.data()));
+}
+
+// A number in six columns, with two decimals as a rule: a blank before and a zero behind them make
+// it the same number with three.  There are columns on both sides.
+double shortReal(const Record& record, std::size_t first) {
+    const std::uint64_t columns = packedColumns(record.columns(first - 1, first + 6).data());
+    return fieldReal(record.columns(first, first + 5),
+                     (columns & 0x00FFFFFFFFFFFF00) | 0x3000000000000020);
+}
+
 void takePlacement(const Record& record, Atom& atom) {
     atom.alternateLocation = record.column(17);
     atom.chainId = record.column(22);
-    atom.residueNumber = static_cast<std::int16_t>(leadingInteger(record.columns(23, 26)));
     atom.insertionCode = record.column(27);
-    atom.x = fieldReal(record.columns(31, 38));
-    atom.y = fieldReal(record.columns(39, 46));
-    atom.z = fieldReal(record.columns(47, 54));
+    atom.x = coordinate(record, 31);
+    atom.y = coordinate(record, 39);
+    atom.z = coordinate(record, 47);
 }
 
 // What only records of full width have.
 void takeFullWidthFields(const Record& record, Atom& atom) {
-    atom.occupancy = fieldReal(record.columns(55, 60));
-    atom.bFactor = fieldReal(record.columns(61, 66));
+    atom.occupancy = shortReal(record, 55);
+    atom.bFactor = shortReal(record, 61);
     assign(atom.segmentId, record.columns(73, 76));
     assign(atom.element, record.columns(77, 78));
     assign(atom.charge, record.columns(79, 80));
@@ -134,6 +162,11 @@ bool isDirectory(const std::string& path) {
     return stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
+bool refuseLength(const std::string& path, Log& log) {
+    log.error(0, "Input file '%s' is longer than %zu bytes", path.c_str(), kLongestStructure);
+    return false;
+}
+
 bool readPlainText(const std::string& path, RecordTaker& taker, Log& log) {
     FileHandle opened;
     std::FILE* file = stdin;
@@ -145,14 +178,23 @@ bool readPlainText(const std::string& path, RecordTaker& taker, Log& log) {
         log.error(0, "Can't open input file '%s' - %s", path.c_str(), systemErrorText());
         return false;
     }
-    LineReader reader(file);
+    LineReader reader(file, kLongestStructure);
     while (const auto piece = reader.next(kPieceLength)) {
         if (piece->starts_with(kRecordName)) taker.take(*piece);
+        if (taker.exceeds()) break;
     }
+    if (reader.exceeded()) return refuseLength(path, log);
     if (reader.failed()) {
         log.error(0, "Problem reading input file '%s' - %s", path.c_str(), systemErrorText());
     }
     return true;
+}
+
+// How much of the text behind `begin` is kept when a read that began there failed: zlib has handed
+// out the text up to its position.
+std::size_t keptLength(gzFile_s* file, std::size_t begin) {
+    const std::size_t handedOut = static_cast<std::size_t>(gztell(file)) - begin;
+    return handedOut - handedOut % kStepLength;
 }
 
 bool readCompressedText(const std::string& path, RecordTaker& taker, Log& log) {
@@ -162,17 +204,17 @@ bool readCompressedText(const std::string& path, RecordTaker& taker, Log& log) {
         return false;
     }
     RecordScanner scanner(taker);
-    std::array<char, kReadLength * 64> block;
+    std::size_t length = 0;
+    std::array<char, kReadLength> block;
     int got = 0;
     do {
-        std::size_t filled = 0;
-        do {
-            const std::size_t wanted = std::min(kReadLength, block.size() - filled);
-            got = gzread(file.get(), block.data() + filled, static_cast<unsigned>(wanted));
-            if (got > 0) filled += static_cast<std::size_t>(got);
-        } while (got > 0 && filled < block.size());
+        got = gzread(file.get(), block.data(), kReadLength);
+        const std::size_t filled =
+            got < 0 ? keptLength(file.get(), length) : static_cast<std::size_t>(got);
+        length += filled;
+        if (length > kLongestStructure) return refuseLength(path, log);
         scanner.append({block.data(), filled});
-    } while (got > 0);
+    } while (got > 0 && !taker.exceeds());
     scanner.finish();
     if (got < 0) log.error(0, "Problem reading compressed data stream");
     return true;
@@ -223,7 +265,7 @@ bool RecordTaker::isSelected(std::uint32_t classification) const {
 
 Chain& RecordTaker::chainOf(char id) {
     std::vector<Chain>& chains = set_.chains;
-    if (latest_ < chains.size() && chains[latest_].id == id) return chains[latest_];
+    if (!chains.empty() && chains[latest_].id == id) return chains[latest_];
     for (latest_ = 0; latest_ < chains.size(); ++latest_) {
         if (chains[latest_].id == id) return chains[latest_];
     }
@@ -233,25 +275,29 @@ Chain& RecordTaker::chainOf(char id) {
     return chain;
 }
 
-int RecordTaker::residueTypeOf(std::string_view name) {
-    if (name != latestName_.view()) {
-        assign(latestName_, name);
-        latestType_ = residueIndex(name);
-    }
-    return latestType_;
+// Most records repeat the residue of the one before.
+const RecordTaker::ResidueColumns& RecordTaker::residueOf(std::string_view columns) {
+    ResidueColumns& residue = latestResidue_;
+    if (columns == residue.text.view()) return residue;
+    assign(residue.text, columns);
+    assign(residue.name, columns.substr(0, 3));
+    residue.type = static_cast<std::int16_t>(residueIndex(columns.substr(0, 3)));
+    residue.number = static_cast<std::int16_t>(leadingInteger(columns.substr(5, 4)));
+    residue.isTaken = residue.type <= kLastAminoAcid && !exclusions_.excludes(columns.substr(5));
+    return residue;
 }
 
 void RecordTaker::take(std::string_view line) {
     const Record record(line);
-    if (exclusions_.size() > 0 && exclusions_.excludes(record.columns(23, 27))) return;
-    const int residueType = residueTypeOf(record.columns(18, 20));
-    if (residueType > kLastAminoAcid) return;
-    const std::uint32_t classification = classifyAtomName(record.columns(13, 16), residueType);
-    if (!isSelected(classification)) return;
+    const ResidueColumns& residue = residueOf(record.columns(18, 27));
+    if (!residue.isTaken) return;
+    const std::uint32_t classification = classifyAtomName(record.columns(13, 16), residue.type);
+    if (!isSelected(classification) || ++atoms_ > kMostAtoms) return;
     Atom& atom = chainOf(record.column(22)).atoms.emplace_back();
     assign(atom.name, record.columns(13, 16));
-    assign(atom.residueName, record.columns(18, 20));
-    atom.residueType = static_cast<std::int16_t>(residueType);
+    atom.residueName = residue.name;
+    atom.residueType = residue.type;
+    atom.residueNumber = residue.number;
     atom.classification = classification;
     takePlacement(record, atom);
     if (record.isFull()) takeFullWidthFields(record, atom);
@@ -316,6 +362,10 @@ std::optional<ChainSet> readStructureFile(const std::string& path, const ReadReq
     ChainSet set;
     RecordTaker taker(request.options, exclusions, set);
     if (!readRecords(path, kind, taker, log)) return std::nullopt;
+    if (taker.exceeds()) {
+        log.error(0, "Input file '%s' has more than %zu atoms", path.c_str(), kMostAtoms);
+        return std::nullopt;
+    }
     if (set.chains.empty()) {
         log.error(0, "PDB contains no chains");
     } else if ((request.options & ReadSingleChain) != 0 && set.chains.size() > 1) {

@@ -18,19 +18,30 @@ class RecordTaker {
     // `line` begins with "ATOM" and may have its line end.  What stands behind column 80 is no part
     // of the record; columns it does not have read as blanks.
     void take(std::string_view line);
+    // Whether there were more atoms than a file may have.
+    bool exceeds() const { return atoms_ > kMostAtoms; }
 
  private:
+    // What columns 18 to 27 say: residue name, chain, residue number and insertion code.
+    struct ResidueColumns {
+        FixedText<10> text{"\n"};  // as no record has it
+        FixedText<3> name;
+        std::int16_t type = -1;
+        std::int16_t number = 0;
+        bool isTaken = true;
+    };
+
     bool isSelected(std::uint32_t classification) const;
-    int residueTypeOf(std::string_view name);
+    const ResidueColumns& residueOf(std::string_view columns);
     Chain& chainOf(char id);
 
     std::uint16_t options_;
     const ResidueExclusions& exclusions_;
     ChainSet& set_;
+    std::size_t atoms_ = 0;  // selected so far
     // What the latest records had: the next one mostly has the same.
     std::size_t latest_ = 0;  // the chain that took an atom
-    FixedText<3> latestName_;
-    int latestType_ = -1;  // of that residue name
+    ResidueColumns latestResidue_;
 };
 
 // Finds records in text that arrives in blocks, cut anywhere.  A record begins at "ATOM" and two

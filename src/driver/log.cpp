@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cinttypes>
 #include <cstdlib>
 
 #include "base/format.h"
@@ -26,10 +27,10 @@ bool Log::isWritten(LogLevel severity, int detail) const {
     return severity == LogLevel::Error || severity == LogLevel::Abend || detail < logLevel_;
 }
 
-void Log::write(LogLevel severity, int detail, bool isProgress, const std::string& message) {
-    if (!isWritten(severity, detail)) return;
+void Log::write(LogLevel severity, bool isProgress, const std::string& message) {
     const bool overwrites = isProgress && progressWidth_ > 0 && !logFile_;
-    std::string line;
+    std::string& line = line_;
+    line.clear();
     if (overwrites) {
         line.assign(progressWidth_, kBackspace);
     } else {
@@ -40,7 +41,7 @@ void Log::write(LogLevel severity, int detail, bool isProgress, const std::strin
     if (isProgress) {
         const std::size_t width = message.size() + kPrefixes[0].size();
         if (width < progressWidth_) line.append(progressWidth_ - width, ' ');
-        progressWidth_ = std::max(progressWidth_, width);
+        standProgress(std::max(progressWidth_, width));
     } else {
         line += '\n';
     }
@@ -53,9 +54,9 @@ void Log::write(LogLevel severity, int detail, bool isProgress, const std::strin
 
 void Log::writeList(LogLevel severity, int detail, bool isProgress, const char* pattern,
                     std::va_list arguments) {
-    if (isWritten(severity, detail)) {
-        write(severity, detail, isProgress, formatList(pattern, arguments));
-    }
+    if (!isWritten(severity, detail)) return;
+    formatListTo(message_, pattern, arguments);
+    write(severity, isProgress, message_);
 }
 
 void Log::info(int detail, const char* pattern, ...) {
@@ -98,15 +99,33 @@ void Log::abend(const char* pattern, ...) {
     va_start(arguments, pattern);
     writeList(LogLevel::Abend, 0, false, pattern, arguments);
     va_end(arguments);
-    // exit() flushes and closes standard output and standard error.
+    exitWithFailure();
+}
+
+void Log::abendOutOfMemory() {
+    endProgress();
+    std::fflush(output_);
+    std::fputs(kPrefixes[static_cast<std::size_t>(LogLevel::Abend)].data(), error_);
+    std::fputs("Not enough memory\n", error_);
+    exitWithFailure();
+}
+
+// exit() flushes and closes standard output and standard error.
+void Log::exitWithFailure() {
     logFile_.reset();
+    if (fatalEnd_ != nullptr) fatalEnd_();
     std::exit(EXIT_FAILURE);
 }
 
 void Log::endProgress() {
     if (progressWidth_ == 0) return;
     if (std::fputc('\n', output_) == EOF) failed_ = true;
-    progressWidth_ = 0;
+    standProgress(0);
+}
+
+void Log::standProgress(std::size_t width) {
+    progressWidth_ = width;
+    if (progressDescriptor_ != nullptr) *progressDescriptor_ = width > 0 ? fileno(output_) : -1;
 }
 
 void Log::setProgramName(std::string_view argument) {
@@ -124,9 +143,31 @@ void Log::openLogFile(const std::string& path) {
     info(0, "Successfully started log file '%s'", path.c_str());
 }
 
+void Log::incompleteFile(const std::string& path) {
+    hasIncompleteFile_ = true;
+    error(0, "Failed to write file '%s' - %s", path.c_str(), systemErrorText());
+}
+
 bool Log::flush() {
     if (std::fflush(output_) != 0 || std::ferror(output_) != 0) failed_ = true;
     return !failed_;
+}
+
+void FaultReport::error(std::uint64_t times, const char* pattern, ...) {
+    const std::uint64_t listed = std::min(times, kMostLines - std::min(kMostLines, count_));
+    count_ += times;
+    if (listed == 0) return;
+    std::va_list arguments;
+    va_start(arguments, pattern);
+    const std::string line = formatList(pattern, arguments);
+    va_end(arguments);
+    for (std::uint64_t i = 0; i < listed; ++i)
+        log_.error(0, "%s", line.c_str());
+}
+
+void FaultReport::finish() {
+    if (count_ <= kMostLines) return;
+    log_.error(0, "%" PRIu64 " more faults of this kind are not listed", count_ - kMostLines);
 }
 
 void Report::write(const char* pattern, std::va_list arguments) {

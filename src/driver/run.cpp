@@ -69,7 +69,7 @@ bool everythingArrived(const CommandLine& line, Log& log) {
 int run(const std::vector<std::string>& arguments, Log& log) {
     const CommandLine line = readCommandLine(arguments, log);
     const int status = perform(line, log);
-    return everythingArrived(line, log) ? status : EXIT_FAILURE;
+    return everythingArrived(line, log) && !log.hasIncompleteFile() ? status : EXIT_FAILURE;
 }
 
 }  // namespace tervolanda

@@ -46,6 +46,7 @@ class DistanceFileParser {
     std::size_t chainsBefore_ = 0;  // entries of the caller's list that are not from this file
     IdIndex rows_;
     std::uint32_t usedRows_ = 0;
+    std::uint64_t cells_ = 0;
 };
 
 FormatError missingSize() {
@@ -62,7 +63,7 @@ std::optional<FormatError> DistanceFileParser::addLine(std::string_view line) {
 
 std::optional<FormatError> DistanceFileParser::addSize(std::string_view line) {
     std::size_t size = 0;
-    if (auto error = parseSizeRecord(line, sizeof(float), size)) return error;
+    if (auto error = parseSizeRecord(line, sizeof(float), cells_, size)) return error;
     file_ = {};  // a later size record starts over; the old matrix goes before the new one comes
     if (chains_ != nullptr) chains_->chains.resize(chainsBefore_);
     usedRows_ = 0;
@@ -163,24 +164,25 @@ std::variant<DistanceFile, FormatError> parseDistanceFile(std::FILE* file, Chain
     while (const std::optional<std::string_view> line = lines.next()) {
         if (auto error = parser.addLine(*line)) return *std::move(error);
     }
-    if (lines.failed()) return FormatError{"Failed to read the distance file to its end"};
+    if (auto error = lines.error()) return *std::move(error);
     if (!parser.hasSize()) return missingSize();
     return parser.take();
 }
 
 bool reportMissingDistances(const DistanceFile& distances, Log& log) {
-    bool complete = reportDoubleIds(distances.ids, log);
+    const bool uniqueIds = reportDoubleIds(distances.ids, log);
+    FaultReport report(log);
     const std::size_t size = distances.matrix.rows();
     for (std::size_t i = 0; i < size; ++i) {
         const std::span<const float> row = distances.matrix.row(i);
         for (std::size_t j = i + 1; j < size; ++j) {
             if (row[j] >= 0.0F) continue;
-            log.error(0, "Missing distance record for %d - %d", static_cast<int>(i + 1),
-                      static_cast<int>(j + 1));
-            complete = false;
+            report.error(1, "Missing distance record for %d - %d", static_cast<int>(i + 1),
+                         static_cast<int>(j + 1));
         }
     }
-    return complete;
+    report.finish();
+    return uniqueIds && report.count() == 0;
 }
 
 std::optional<DistanceFile> readDistanceFile(const std::string& path, ChainList* chains, Log& log) {

@@ -2,14 +2,13 @@
 // between blanks and must be numbers as a whole.
 #include "resultfiles/result_record.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <limits>
 
 #include "base/format.h"
+#include "base/memory.h"
 #include "base/text.h"
 #include "driver/log.h"
 
@@ -19,35 +18,14 @@ namespace {
 
 constexpr std::string_view kDigits = "0123456789";
 
-// The memory that the control group of the process may use, as the kernel's file of that name
-// tells it; the largest number when there is no limit.
-std::uint64_t memoryLimitIn(const char* path) {
-    const FileHandle file = openForReading(path);
-    if (file) {
-        LineReader lines(file.get());
-        const std::optional<std::string_view> line = lines.next();
-        if (line) {
-            if (const auto limit = digitsOnly(trimBlanks(*line))) return *limit;
-        }
-    }
-    return std::numeric_limits<std::uint64_t>::max();
-}
-
-// Three quarters of the memory of the machine, or of the container the process runs in, bytes.
-std::uint64_t usableMemory() {
-    const long pages = sysconf(_SC_PHYS_PAGES);
-    const long pageSize = sysconf(_SC_PAGESIZE);
-    std::uint64_t memory = std::numeric_limits<std::uint64_t>::max();
-    if (pages > 0 && pageSize > 0) {
-        memory = static_cast<std::uint64_t>(pages) * static_cast<std::uint64_t>(pageSize);
-    }
-    memory = std::min(memory, memoryLimitIn("/sys/fs/cgroup/memory.max"));
-    memory = std::min(memory, memoryLimitIn("/sys/fs/cgroup/memory/memory.limit_in_bytes"));
-    return memory / 4 * 3;
-}
-
 std::string_view sizeValue(std::string_view line) {
     return trimBlanks(line.substr(kSizeKey.size()));
+}
+
+// All keys of records end in a colon.
+bool isRecord(std::string_view line) {
+    constexpr std::size_t kLongestKey = 6;
+    return line.front() != '#' && line.substr(0, kLongestKey).find(':') != std::string_view::npos;
 }
 
 int printedLength(std::string_view text) {
@@ -58,12 +36,19 @@ int printedLength(std::string_view text) {
 
 std::optional<std::string_view> RecordLines::next() {
     for (;;) {
-        const std::optional<std::string_view> piece = reader_.next(kLongestRecord);
-        if (!piece) return std::nullopt;
-        const bool continues = insideLongLine_;
-        insideLongLine_ = piece->size() == kLongestRecord && piece->back() != '\n';
-        if (!continues && piece->front() != '#') return piece;
+        const std::optional<std::string_view> line = reader_.next(kLongestRecord);
+        if (!line) return std::nullopt;
+        if (line->size() < kLongestRecord && isRecord(*line)) return line;
+        ignored_ += line->size();
+        if (ignored_ >= kLongestRecord) return std::nullopt;
     }
+}
+
+std::optional<FormatError> RecordLines::error() const {
+    if (reader_.failed()) return FormatError{"Failed to read the file to its end"};
+    if (ignored_ < kLongestRecord) return std::nullopt;
+    return FormatError{
+        format("No result file: over %zu bytes of it are no records", kLongestRecord)};
 }
 
 FormatError faultyLine(std::string_view text, std::string_view line) {
@@ -83,7 +68,7 @@ std::optional<std::uint32_t> parseId(std::string_view field) {
 }
 
 std::optional<FormatError> parseSizeRecord(std::string_view line, std::size_t bytesPerCell,
-                                           std::size_t& size) {
+                                           std::uint64_t& cells, std::size_t& size) {
     const std::string_view value = sizeValue(line);
     const std::string_view whole = trimBlanks(line);
     if (value.empty() || value.find_first_not_of(kDigits) != std::string_view::npos) {
@@ -97,11 +82,12 @@ std::optional<FormatError> parseSizeRecord(std::string_view line, std::size_t by
                                   printedLength(value), value.data(), printedLength(whole),
                                   whole.data())};
     }
-    const std::uint64_t cells = usableMemory() / bytesPerCell;
-    if (!number || *number > std::numeric_limits<std::uint32_t>::max() ||
-        *number * *number > cells) {
+    if (!number || *number > std::numeric_limits<std::uint32_t>::max()) {
         return sizeNotAllocated(line);
     }
+    const std::uint64_t limit = usableMemory() / bytesPerCell;
+    if (*number * *number > limit - std::min(cells, limit)) return sizeNotAllocated(line);
+    cells += *number * *number;
     size = static_cast<std::size_t>(*number);
     return std::nullopt;
 }
@@ -145,13 +131,13 @@ bool reportDoubleIds(std::span<const std::uint32_t> ids, Log& log) {
     std::map<std::uint32_t, std::size_t> rowsWith;
     for (const std::uint32_t id : ids)
         ++rowsWith[id];
+    FaultReport report(log);
     for (const std::uint32_t id : ids) {
-        for (std::size_t others = rowsWith[id] - 1; others > 0; --others) {
-            log.error(0, "Missing unique IDs for each Chain file - Check ID: %ld",
-                      static_cast<long>(id));
-        }
+        report.error(rowsWith[id] - 1, "Missing unique IDs for each Chain file - Check ID: %ld",
+                     static_cast<long>(id));
     }
-    return rowsWith.size() == ids.size();
+    report.finish();
+    return report.count() == 0;
 }
 
 void writeRule(OutputFile& output, std::size_t width) {

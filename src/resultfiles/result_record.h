@@ -24,20 +24,21 @@ struct FormatError {
 inline constexpr std::string_view kSizeKey = "SIZE :";
 inline constexpr std::string_view kChainKey = "PDB  :";
 
-// The lines of a result file.  Of a line longer than kLongestRecord only the front is returned, so
-// that a file without line ends cannot take all memory.
+// The lines of a result file that may be records.  A file that holds more than kLongestRecord of
+// other text, or a line that long, is no result file, and is not read to an end that may not come.
 class RecordLines {
  public:
     explicit RecordLines(std::FILE* file) : reader_(file) {}
-    // The next line that is no comment; none at the end of the file or after a read error.
+    // The next of them; none at the end of the file or after an error.
     std::optional<std::string_view> next();
-    bool failed() const { return reader_.failed(); }
+    // Why the file was not read to its end.
+    std::optional<FormatError> error() const;
 
-    static constexpr std::size_t kLongestRecord = std::size_t{1} << 26;
+    static constexpr std::size_t kLongestRecord = std::size_t{1} << 24;
 
  private:
     LineReader reader_;
-    bool insideLongLine_ = false;
+    std::size_t ignored_ = 0;  // characters
 };
 
 // `pattern` is the text of a message up to the line that is at fault; the line follows in quotes.
@@ -47,9 +48,10 @@ FormatError faultyLine(std::string_view text, std::string_view line);
 std::optional<std::uint32_t> parseId(std::string_view field);
 
 // Reads N of a size record.  N is not 0, and N x N cells of `bytesPerCell` fit into the memory of
-// the machine: an allocation that the system only promises would end the process later.
+// the machine: an allocation that the system only promises would end the process later.  `cells`
+// counts those of all size records: each starts over, and a file of many would keep a run busy.
 std::optional<FormatError> parseSizeRecord(std::string_view line, std::size_t bytesPerCell,
-                                           std::size_t& size);
+                                           std::uint64_t& cells, std::size_t& size);
 // For an N that passed the above when there is no memory for it after all.
 FormatError sizeNotAllocated(std::string_view line);
 

@@ -238,6 +238,7 @@ class MaxSubFileParser {
 
     ParsedMaxSubFile parsed_;
     IdIndex rows_;
+    std::uint64_t cells_ = 0;
     std::uint32_t chainRows_ = 0;  // rows that belong to chain records: the first ones
 };
 
@@ -305,7 +306,7 @@ std::optional<FormatError> MaxSubFileParser::addSize(std::string_view line) {
     constexpr std::size_t kBytesPerCell =
         sizeof(float) + sizeof(std::uint32_t) + sizeof(std::uint8_t);
     std::size_t size = 0;
-    if (auto error = parseSizeRecord(line, kBytesPerCell, size)) return error;
+    if (auto error = parseSizeRecord(line, kBytesPerCell, cells_, size)) return error;
     parsed_ = {};  // a later size record starts over
     chainRows_ = 0;
     try {
@@ -443,13 +444,14 @@ std::variant<ParsedMaxSubFile, FormatError> parseMaxSubFile(std::FILE* file) {
     while (const std::optional<std::string_view> line = lines.next()) {
         if (auto error = parser.addLine(*line)) return *std::move(error);
     }
-    if (lines.failed()) return FormatError{"Failed to read the MaxSub file to its end"};
+    if (auto error = lines.error()) return *std::move(error);
     if (!parser.hasSize()) return missingSizeBefore("transformation");
     return parser.take();
 }
 
 bool reportMissingMaxSubRecords(const ParsedMaxSubFile& parsed, Log& log) {
     bool complete = reportDoubleIds(parsed.file.ids, log);
+    FaultReport report(log);
     const std::size_t size = parsed.seen.rows();
     for (std::size_t i = 0; i < size; ++i) {
         const std::span<const std::uint8_t> row = parsed.seen.row(i);
@@ -457,18 +459,19 @@ bool reportMissingMaxSubRecords(const ParsedMaxSubFile& parsed, Log& log) {
             const int model1 = static_cast<int>(i + 1);
             const int model2 = static_cast<int>(j + 1);
             if ((row[j] & ParsedMaxSubFile::Score) == 0) {
-                log.error(0, "Missing MaxSub record for %d - %d", model1, model2);
+                report.error(1, "Missing MaxSub record for %d - %d", model1, model2);
                 complete = false;
             }
             if (!parsed.hasTransformations) continue;
             if ((row[j] & ParsedMaxSubFile::Transformation) == 0) {
-                log.error(0, "Missing transform record for %d - %d", model1, model2);
+                report.error(1, "Missing transform record for %d - %d", model1, model2);
             }
             if ((row[j] & ParsedMaxSubFile::Positions) == 0) {
-                log.error(0, "Missing position record for %d - %d", model1, model2);
+                report.error(1, "Missing position record for %d - %d", model1, model2);
             }
         }
     }
+    report.finish();
     return complete;
 }
 

@@ -24,17 +24,11 @@ struct SpoolRecord {
     std::uint64_t runs = 0;
 };
 
-// A file without a name beside `path`, where the space for the result is; none beside a device.
+// Where the space for the result is; none beside a device.
 FileHandle openSpoolBeside(const std::string& path) {
     struct stat status {};
     if (lstat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) return nullptr;
-    std::string name = path + ".XXXXXX";
-    const int descriptor = mkstemp(name.data());
-    if (descriptor < 0) return nullptr;
-    unlink(name.c_str());
-    FileHandle file(fdopen(descriptor, "w+b"));
-    if (!file) close(descriptor);
-    return file;
+    return openUnnamedBeside(path);
 }
 
 // The 1-based position in its chain of the residue of every C-alpha record.

@@ -6,10 +6,11 @@
 #include <algorithm>
 #include <cmath>
 #include <random>
+#include <sstream>
 #include <string>
 #include <vector>
 
-#include "chain/records.h"
+#include "support/records.h"
 
 namespace tervolanda {
 namespace {
@@ -40,76 +41,53 @@ Outcome check(Chain& chain, unsigned options, int logLevel = 1, const char* sequ
     return {valid, captured.error()};
 }
 
-// C-alpha atoms: number, insertion code, x.
-struct Step {
-    int number;
-    char insertionCode;
-    double x;
-};
-
-std::string trace(const std::vector<Step>& steps) {
+// C-alpha atoms by their residue number with insertion code and their x: "1 0.0 1A 3.8".
+std::string trace(const std::string& steps) {
+    std::istringstream words(steps);
     std::string text;
-    for (const Step& s : steps)
-        text += line({" CA ", "ALA", s.number, s.insertionCode, 'A', s.x});
+    int number = 0;
+    char code = ' ';
+    for (double x = 0.0; words >> number; text += line({" CA ", "ALA", number, code, 'A', x})) {
+        words.get(code);
+        words >> x;
+    }
     return text;
 }
 
 TEST(ChainChecks, ReportTheirFaults) {
     struct Case {
         const char* what;
-        std::vector<Step> steps;
+        const char* steps;
         unsigned options;
         std::string errors;  // "" for a valid chain
     };
-    const std::vector<Step> gap = {{1, ' ', 0}, {2, ' ', 3.8}, {3, ' ', 7.6}, {10, ' ', 11.4}};
-    const std::vector<Step> falling = {{5, ' ', 0}, {4, ' ', 4.3}, {4, 'A', 9.0}, {3, ' ', 9.1}};
+    const char* const gap = "1 0 2 3.8 3 7.6 10 11.4";
+    const char* const falling = "5 0 4 4.3 4A 9.0 3 9.1";
     const std::string gapLine = "ERROR : Chain 'A' has adjacent residues exceeding gap 1: ";
     const std::string farLine =
         "ERROR : Chain 'A' C-alpha distance outside range between residues: ";
     const std::vector<Case> cases = {
-        {"no gap test", gap, ReadCheckDuplicates | ReadCheckAll, ""},
         {"a gap", gap, ReadCheckGap | ReadCheckAll, gapLine + "3 - 10\n"},
         {"the gap test checks nothing on its own", gap, ReadCheckGap, ""},
         {"falling numbers exceed every gap", falling, ReadCheckGap | ReadCheckAll,
          gapLine + "5 - 4\n"},
-        {"a repeated number is no gap",
-         {{3, ' ', 0}, {3, ' ', 1}},
-         ReadCheckGap | ReadCheckAll,
-         ""},
-        {"distances, both limits included",
-         {{1, ' ', 0}, {2, ' ', 4.2}, {3, ' ', 2.2}, {5, ' ', 90}, {5, ' ', 95}},
-         ReadCheckCalphaDistance,
+        {"distances, both limits included", "1 0 2 4.2 3 2.2 5 90 5 95", ReadCheckCalphaDistance,
          ""},
         {"too far, downwards too, and only with equal insertion codes", falling,
          ReadCheckCalphaDistance, farLine + "5 - 4 (dist = 4.300)\n"},
-        {"too near, the first fault only",
-         {{1, ' ', 0}, {2, ' ', 1.9}, {3, ' ', 3.8}},
-         ReadCheckCalphaDistance,
+        {"too near, the first fault only", "1 0 2 1.9 3 3.8", ReadCheckCalphaDistance,
          farLine + "1 - 2 (dist = 1.900)\n"},
-        {"every fault",
-         {{1, ' ', 0}, {2, ' ', 1.9}, {3, ' ', 9}},
-         ReadCheckCalphaDistance | ReadCheckAll,
+        {"every fault", "1 0 2 1.9 3 9", ReadCheckCalphaDistance | ReadCheckAll,
          farLine + "1 - 2 (dist = 1.900)\n" + farLine + "2 - 3 (dist = 7.100)\n"},
-        {"insertion codes",
-         {{27, ' ', 0}, {27, 'A', 4}, {28, ' ', 8}},
-         ReadCheckInsertionCodes | ReadCheckAll,
+        {"insertion codes", "27 0 27A 4 28 8", ReadCheckInsertionCodes | ReadCheckAll,
          "ERROR : Chain 'A' has multiple insertion codes: ' ' and 'A'\n"},
-        {"one insertion code throughout",
-         {{27, 'B', 0}, {28, 'B', 4}},
-         ReadCheckInsertionCodes | ReadCheckAll,
-         ""},
-        {"duplicates, three of a kind",
-         {{1, ' ', 0}, {2, 'C', 0}, {2, 'C', 0}, {2, 'C', 0}},
-         ReadCheckDuplicates | ReadCheckAll,
+        {"duplicates, three of a kind", "1 0 2C 0 2C 0 2C 0", ReadCheckDuplicates | ReadCheckAll,
          "ERROR : Chain 'A' has duplicate atoms:  CA C @ 2\n"
          "ERROR : Chain 'A' has duplicate atoms:  CA C @ 2\n"
          "ERROR : Chain 'A' has duplicate atoms:  CA C @ 2\n"},
-        {"breaks",
-         {{1, ' ', 0}, {2, ' ', 4.2}, {2, 'A', 8.41}},
-         ReadCheckBreaks,
+        {"breaks", "1 0 2 4.2 2A 8.41", ReadCheckBreaks,
          "ERROR : Chain 'A' has chain break @    2  -    2A\n"},
-        {"compactness above its limit of zero: 1.9 by 2 x 2^0.38",
-         {{1, ' ', 0}, {2, ' ', 3.8}},
+        {"compactness above its limit of zero: 1.9 by 2 x 2^0.38", "1 0 2 3.8",
          ReadCheckRadius | ReadCheckAll,
          "ERROR : Chain 'A' exceeds RGE limit - 0.730016 > 0.000000\n"},
     };
@@ -138,7 +116,6 @@ TEST(ChainChecks, CompareWithATemplateAndCountCalphas) {
              {"CX", 0, ReadCheckAll,
               mismatch + "A != C @ position 1\n" + exceeds + exceeds +
                   "ERROR : Chain 'A' sequence error - position 3 out of bounds\n"},
-             {"CX", 9, ReadCheckDuplicates, mismatch + "A != C @ position 1\n"},
              {"", 4, ReadCheckAll, "ERROR : Chain 'A' has too few C-alpha atoms: 3 < 4\n"}}) {
         Chain chain = unchecked(text);
         const Outcome outcome = check(chain, c.options, 1, c.sequence, c.minimum);
@@ -242,12 +219,28 @@ TEST(ChainChecks, ReportTheDuplicatesThatComparingAllPairsFinds) {
     }
 }
 
-TEST(Residues, AreRemovedWithALineOfDetailOne) {
+TEST(Residues, AreRunsOfOneNumberAndInsertionCodeWithTheirFirstBackboneAtoms) {
     CapturedLog captured(/*logLevel=*/2);
-    Chain chain = unchecked(residue(7, "SER", "NACO") + residue(8, "SER", "A"));
-    removeResidue(chain, 7, ' ', captured.log);
-    EXPECT_EQ(captured.output(), "INFO  : Removing residue    7  from chain 'A'\n");
-    EXPECT_EQ(atomsOf(chain), "8A ");
+    ReadRequest request;
+    request.options = ReadAllAtoms;
+    const auto set = test::readText(
+        line({" N  ", "ALA", -1}) + line({" CA ", "ALA", -1}) + line({" CA1", "ALA", -1}) +
+            line({" CB ", "ALA", -1}) + line({" CB ", "ALA", -1}) + line({" CA ", "GLY", -1, 'A'}) +
+            line({" O  ", "GLY", -1, 'A'}) + line({" C  ", "MSE", 7, 'A'}) +
+            line({" CA ", "ALA", -1}) + line({" CB ", "ALA", -1}),  // scattered: ends the array
+        request, captured.log);
+    Chain chain = set->chains.at(0);
+    std::string residues;
+    const auto numberOf = [](std::uint32_t atom) { return atom == kNoAtom ? -1 : int(atom); };
+    for (const Residue& r : chain.residues)
+        residues += format("%u-%u N%d CA%d C%d O%d B%d, ", r.first, r.end, numberOf(r.n),
+                           numberOf(r.ca), numberOf(r.c), numberOf(r.o), numberOf(r.beta));
+    EXPECT_EQ(residues, "0-5 N0 CA1 C-1 O-1 B3, 5-7 N-1 CA5 C-1 O6 B5, 7-8 N-1 CA-1 C7 O-1 B-1, ");
+    EXPECT_EQ(captured.error(), "ERROR : Residue assignment error\n");
+    EXPECT_EQ(oneLetterSequence(chain), "AGX");
+    removeResidue(chain, -1, 'A', captured.log);
+    EXPECT_EQ(captured.output(), "INFO  : Removing residue   -1A from chain 'A'\n");
+    EXPECT_EQ(chain.atoms.size(), 8U);
 }
 
 TEST(ChainBreaks, GoByThePeptideBondWhereItIsKnown) {
@@ -261,42 +254,28 @@ TEST(ChainBreaks, GoByThePeptideBondWhereItIsKnown) {
     }
 }
 
-Atom at(double x, double y, double z) {
-    Atom atom;
-    atom.x = x;
-    atom.y = y;
-    atom.z = z;
-    return atom;
-}
-
-TEST(Beta, CompletesATetrahedronOnTheSideOfTheLAminoAcids) {
-    // Corners of a cube about the C-alpha atom; seen from the hydrogen at (1, 1, 1), carbonyl, side
-    // chain and nitrogen follow each other clockwise.
-    const auto beta = placeBeta(at(9, 21, 29), at(10, 20, 30), at(11, 19, 29), /*residueType=*/-1);
-    const double step = 1.535 / std::sqrt(3.0);
-    EXPECT_NEAR(beta[0], 10 - step, 1e-5);
-    EXPECT_NEAR(beta[1], 20 - step, 1e-5);
-    EXPECT_NEAR(beta[2], 30 + step, 1e-5);
-}
-
-TEST(Beta, HasTheAnglesOfItsResidueType) {
+TEST(Beta, HasTheAnglesOfItsResidueTypeOnTheSideOfTheLAminoAcids) {
     struct Case {
         const char* name;
         double atCa, toN, toC;  // degrees: N-CA-C, N-CA-CB, C-CA-CB (Engh and Huber 1991)
     };
-    for (const Case& c : std::vector<Case>{{"ALA", 111.2, 110.4, 110.5},
+    for (const Case& c : std::vector<Case>{{"none", 109.47, 109.47, 109.47},  // a tetrahedron
+                                           {"ALA", 111.2, 110.4, 110.5},
                                            {"PRO", 111.8, 103.0, 110.1},
-                                           {"VAL", 111.2, 111.5, 109.1},
-                                           {"THR", 111.2, 111.5, 109.1}}) {
+                                           {"VAL", 111.2, 111.5, 109.1}}) {
         const double degree = std::acos(-1.0) / 180.0;
-        const std::array<double, 3> toC = {1.52 * std::cos(c.atCa * degree),
-                                           1.52 * std::sin(c.atCa * degree), 0};
-        const auto b =
-            placeBeta(at(1.46, 0, 0), at(0, 0, 0), at(toC[0], toC[1], 0), residueIndex(c.name));
+        Atom n, ca, carbonyl;
+        n.x = 1.46;
+        carbonyl.x = 1.52 * std::cos(c.atCa * degree);
+        carbonyl.y = 1.52 * std::sin(c.atCa * degree);
+        const auto b = placeBeta(n, ca, carbonyl, residueIndex(c.name));
         const double length = std::hypot(b[0], b[1], b[2]);
+        EXPECT_NEAR(length, 1.535, 0.02) << c.name;
         EXPECT_NEAR(std::acos(b[0] / length) / degree, c.toN, 1.5) << c.name;
-        EXPECT_NEAR(std::acos((b[0] * toC[0] + b[1] * toC[1]) / length / 1.52) / degree, c.toC, 1.5)
-            << c.name;
+        const double product = b[0] * carbonyl.x + b[1] * carbonyl.y;
+        EXPECT_NEAR(std::acos(product / length / 1.52) / degree, c.toC, 1.5) << c.name;
+        // Seen from the hydrogen carbonyl, side chain and nitrogen follow each other clockwise.
+        EXPECT_GT(b[2], 0.0) << c.name;
     }
 }
 

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "chain/records.h"
+#include "support/records.h"
 
 namespace tervolanda {
 namespace {
@@ -36,7 +36,6 @@ TEST(ModelList, GivesAnIdToEveryLineThatNamesAFile) {
         const char* text;
         const char* models;
     };
-    const std::string longLine(250, ' ');
     for (const Case& c :
          std::vector<Case>{{"", "last 0"},
                            {"@a.pdb\n\n# @a.pdb\n@b c.pdb\n", "1 a.pdb, 2 b c.pdb, last 2"},
@@ -51,35 +50,6 @@ TEST(ModelList, GivesAnIdToEveryLineThatNamesAFile) {
     // A read takes 258 characters: what stands behind them is a line of its own.
     const std::string filled = "@a.pdb" + std::string(258 - folder.path().string().size() - 6, ' ');
     EXPECT_EQ(modelsOf(folder, filled + "@b c.pdb\n", captured), "1 a.pdb, 2 b c.pdb, last 2");
-}
-
-TEST(ModelList, SaysWhatItReads) {
-    const TemporaryFolder folder;
-    folder.write("a.pdb", line({}));
-    CapturedLog captured;
-    std::string text = "@none.pdb\n";
-    for (int i = 0; i < 21; ++i)
-        text += "@a.pdb\n";
-    modelsOf(folder, text, captured);
-    const std::string path = folder / "list";
-    const std::string back(34, '\b');
-    const std::string start = "INFO  : Reading PDB list file '" + path + "'\n";
-    EXPECT_EQ(captured.output(),
-              start + "INFO  : Successfully read 0 PDBs" + std::string(32, '\b') +
-                  "INFO  : Successfully read 20 PDBs" + std::string(33, '\b') +
-                  "INFO  : Successfully read 21 / 22 PDBs from list file '" + path + "'\n");
-    EXPECT_EQ(captured.error(),
-              "ERROR : Can't open input file '" + (folder / "none.pdb") + "' - Unknown error.\n");
-}
-
-TEST(ModelList, IsEmptyWhenItCannotBeOpened) {
-    CapturedLog captured;
-    ChainList list;
-    std::uint32_t counter = 0;
-    EXPECT_EQ(readModelList("/", counter, {}, {}, captured.log, list), 0U);
-    EXPECT_EQ(captured.error(), "ERROR : Can't open model list file '/' - Unknown error.\n");
-    ResidueExclusions exclusions;
-    EXPECT_FALSE(readResidueExclusionFile("/", exclusions, captured.log));
 }
 
 TEST(ResidueExclusions, AreTheFirstFiveCharactersOfEveryLine) {
@@ -106,6 +76,9 @@ TEST(ResidueExclusions, AreTheFirstFiveCharactersOfEveryLine) {
                     (atom.insertionCode == ' ' ? " " : std::string{atom.insertionCode, ' '});
         EXPECT_EQ(kept, c.kept) << c.keys;
     }
+    CapturedLog captured;
+    ResidueExclusions exclusions;
+    EXPECT_FALSE(readResidueExclusionFile("/", exclusions, captured.log));
 }
 
 }  // namespace

@@ -2,16 +2,17 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 #include <zlib.h>
 
+#include <cmath>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <random>
 #include <string>
 #include <vector>
 
-#include "chain/records.h"
+#include "support/records.h"
 
 namespace tervolanda {
 namespace {
@@ -19,10 +20,11 @@ namespace {
 using test::CapturedLog;
 using test::line;
 using test::TemporaryFolder;
+using testing::HasSubstr;
 
 // Columns:                 1234567890123456789012345678901234567890123456789012345678901234567890
 const std::string kFull =
-    "ATOM     12 1HB BSER C -12A     -1.500  22.250-333.125  0.25 -7.50      "
+    "ATOM     12 1HB BSER C -12A     -1.500  22.250-333.125  0.25107.50      "
     "SEG HH1+";
 
 std::string described(const Atom& a) {
@@ -51,33 +53,34 @@ std::string taken(std::string_view record) {
 
 TEST(Record, GivesItsColumns) {
     const std::string placed = "1HB |B|SER|C|-12|A|-1.5 22.25 -333.125|";
-    const std::string full = placed + "0.25 -7.5|SEG | H|1+";  // the element of a hydrogen
+    const std::string full = placed + "0.25 107.5|SEG | H|1+";  // the element of a hydrogen
     const std::string lean = placed + "1 0|    |  |  ";
-    EXPECT_EQ(taken(kFull), full);
-    EXPECT_EQ(taken(kFull + "\r\n"), full);
-    EXPECT_EQ(taken(kFull + "trailing"), full);
+    for (const char* end : {"", "\n", "\r\n", "trailing"})
+        EXPECT_EQ(taken(kFull + end), full);
+    std::string dense = kFull;  // numbers of another form, that touch each other
+    EXPECT_EQ(taken(dense.replace(54, 12, "+00.1275e-9 ")), placed + "0.12 7.5e-08|SEG | H|1+");
     for (const std::size_t width : {79U, 78U, 66U, 54U})
         for (const char* end : {"", "\n", "\r\n"})
             EXPECT_EQ(taken(kFull.substr(0, width) + end), lean) << width;
     EXPECT_EQ(taken(kFull.substr(0, 40) + "\n"), "1HB |B|SER|C|-12|A|-1.5 0 0|1 0|    |  |  ");
     EXPECT_EQ(taken("ATOM\n"), "    | |   | |0| |0 0 0|1 0|    |  |  ");
-    std::string heavy = kFull;
-    heavy.replace(12, 4, "HD11");  // "H" in column 13 is no hydrogen
-    EXPECT_EQ(taken(heavy), "HD11|" + full.substr(5, full.size() - 10) + "HH|1+");
+    const std::string tail = full.substr(4, full.size() - 9);
+    for (const char* heavy : {"HD11", " CH ", "AH  ", "/H  ", ":H  "}) {
+        std::string record = kFull;
+        EXPECT_EQ(taken(record.replace(12, 4, heavy)), heavy + tail + "HH|1+") << heavy;
+    }
+    for (const char* hydrogen : {" HB ", "0H  ", "9H  "}) {
+        std::string record = kFull;
+        EXPECT_EQ(taken(record.replace(12, 4, hydrogen)), hydrogen + tail + " H|1+") << hydrogen;
+    }
 }
 
 TEST(Record, NumbersAreConvertedAsDecimals) {
-    struct Case {
-        const char* field;
-        double value;
-    };
     std::vector<std::pair<std::string, double>> cases = {
-        {"        ", 0},       {"   1.5  ", 1.5},   {" +2.5   ", 2.5}, {"1e2     ", 100},
-        {"     nan", 0},       {"     inf", 0},     {"    0x10", 0},   {"12345678", 12345678},
-        {"-.5     ", -0.5},    {"      5.", 5},     {"       -", 0},   {"1.2.3   ", 1.2},
-        {"--1.0   ", 0},       {"- 1.0   ", 0},     {"1e999999", 0},   {"\t   1.25", 1.25},
-        {"12 34   ", 12},      {"12.34abc", 12.34}, {".       ", 0},   {"99999.99", 99999.99},
-        {".1234567", .1234567}};
+        {"        ", 0},     {"   1.5  ", 1.5}, {"+2.5   ", 2.5},          {"1e2     ", 100},
+        {"     nan", 0},     {"    0x10", 0},   {"12345678", 1.2345678e7}, {"-.5     ", -0.5},
+        {"      5.", 5},     {"       -", 0},   {"1.2.3   ", 1.2},         {"- 1.0   ", 0},
+        {"\t   1.25", 1.25}, {"12 34   ", 12},  {"12.34abc", 12.34},       {".       ", 0}};
     std::mt19937 engine(3);
     for (int i = 0; i < 2000; ++i) {
         // Digits with a point anywhere: equal to the last bit to the C library's conversion.
@@ -85,6 +88,12 @@ TEST(Record, NumbersAreConvertedAsDecimals) {
         field[engine() % 8] = '.';
         if (engine() % 2 == 0) field[0] = '-';
         cases.emplace_back(field, std::strtod(field.c_str(), nullptr));
+        // The usual form, and the same with one character changed.
+        const auto thousandths = static_cast<int>(engine() % 10999999) - 999999;
+        std::string usual = format("%8.3f", thousandths / 1000.0);
+        if (i % 2 == 0) usual[engine() % 8] = " +-.,5e~"[engine() % 8];
+        const double value = std::strtod(usual.c_str(), nullptr);
+        cases.emplace_back(usual, std::isfinite(value) ? value : 0.0);
     }
     const ResidueExclusions none;
     for (const auto& [field, value] : cases) {
@@ -106,12 +115,13 @@ TEST(Selection, TakesTheFirstOptionThatIsSet) {
         text += line({name, "SER"});
     text += line({" CA ", "  A", 2}) + line({" CA ", "UNK", 3}) + "HETATM" + line({}).substr(6) +
             "atom" + line({}).substr(4) + " " + line({});
+    const char* const all = " N  , CA , CB , OG , HB2,1HA ,CA  , H  , CA ,";
     for (const Case& c : std::vector<Case>{
+             {0, all},
              {ReadCalphaOnly, " CA , CA ,"},
              {ReadCalphaOnly | ReadBackboneAndBeta, " N  , CA , CB , HB2,1HA ,CA  , H  , CA ,"},
              {ReadCalphaOnly | ReadBackboneAndBeta | ReadNoHydrogen, " N  , CA , CB ,CA  , CA ,"},
-             {ReadCalphaOnly | ReadBackboneAndBeta | ReadAllAtoms,
-              " N  , CA , CB , OG , HB2,1HA ,CA  , H  , CA ,"},
+             {ReadCalphaOnly | ReadBackboneAndBeta | ReadAllAtoms, all},
              {ReadAllAtoms | ReadNoHydrogen, " N  , CA , CB , OG ,CA  , CA ,"}}) {
         CapturedLog captured;
         ReadRequest request;
@@ -141,79 +151,55 @@ TEST(StructureFile, GroupsItsAtomsByChainAndDropsInvalidOnes) {
     EXPECT_EQ(captured.error(),
               "ERROR : Chain 'A' has duplicate atoms:  CA   @ 1\n"
               "ERROR : Invalid chain 'A'\n");
-    CapturedLog again;
-    const TemporaryFolder folder;
-    const std::string path = folder.write("a.pdb", text);
-    EXPECT_FALSE(readChain(path, {}, {}, again.log));
-    EXPECT_EQ(again.error(), "ERROR : Multiple chains in PDB: 3\nERROR : Invalid PDB file '" +
-                                 path + "', skipped\n");
 }
 
 TEST(StructureFile, SaysWhyItCannotBeRead) {
     const TemporaryFolder folder;
     std::filesystem::create_directory(folder / "d.gz");
     const std::string header = folder.write("header.pdb", "HEADER\n\nEND");
-    struct Case {
-        std::string path, errors;
-    };
-    const auto skipped = [](const std::string& path) {
-        return "ERROR : Invalid PDB file '" + path + "', skipped\n";
-    };
-    const auto unopened = [](const std::string& path) {
-        return "ERROR : Can't open input file '" + path + "' - Unknown error.\n";
-    };
+    const std::string two = folder.write("two", line({}) + line({" CA ", "ALA", 1, ' ', 'B'}));
     const std::string none = folder / "none";
-    const std::string folderPath = folder.path().string();
-    std::vector<Case> cases = {
-        {none, unopened(none)},
-        {none + ".GZ", unopened(none + ".GZ")},
-        {folderPath, unopened(folderPath)},
-        {".gz", unopened(".gz")},  // a leading dot begins no suffix
-        {header + std::string("\0.pdb", 5), unopened(header)},
-        {none + ".gz", "ERROR : Can't open z-compressed input file '" + none + ".gz'\n"},
-        {folder / "d.gz",
-         "ERROR : Can't open z-compressed input file '" + (folder / "d.gz") + "'\n"},
-        {none + ".bin", "ERROR : Failed to read loop DB binary file '" + none + ".bin'\n" +
-                            skipped(none + ".bin")},
-        {header, "ERROR : PDB contains no chains\n" + skipped(header)},
-    };
+    const std::string cannot = "ERROR : Can't open ";
+    std::vector<std::pair<std::string, std::string>> cases = {
+        {none + ".GZ", cannot + "input file '" + none + ".GZ' - Unknown error.\n"},
+        {folder.path(), cannot + "input file '" + folder.path().string() + "' - Unknown error.\n"},
+        {".gz", cannot + "input file '.gz' - Unknown error.\n"},  // a dot in front is no suffix
+        {header + std::string("\0.pdb", 5), cannot + "input file '" + header + "' - "},
+        {none + ".gz", cannot + "z-compressed input file '" + none + ".gz'\n"},
+        {folder / "d.gz", cannot + "z-compressed input file '" + (folder / "d.gz") + "'\n"},
+        {none + ".bin", "ERROR : Failed to read loop DB binary file '" + none + ".bin'\n"},
+        {header, "ERROR : PDB contains no chains\n"},
+        {two, "ERROR : Multiple chains in PDB: 2\n"}};
     const std::string unreadable = "/proc/self/mem";  // opens, and its first byte is an error
     if (std::filesystem::exists(unreadable))
-        cases.push_back({unreadable, "ERROR : Problem reading input file '" + unreadable +
-                                         "' - Unknown error.\nERROR : PDB contains no chains\n" +
-                                         skipped(unreadable)});
-    for (const Case& c : cases) {
+        cases.emplace_back(unreadable, "ERROR : Problem reading input file '" + unreadable +
+                                           "' - Unknown error.\nERROR : PDB contains no chains\n");
+    for (const auto& [path, errors] : cases) {
         CapturedLog captured;
-        EXPECT_FALSE(readStructureFile(c.path, {}, {}, captured.log));
-        EXPECT_EQ(captured.error(), c.errors);
+        EXPECT_FALSE(readChain(path, {}, {}, captured.log));
+        const bool wasOpened = errors.find(cannot) == std::string::npos;
+        const std::string skipped = "ERROR : Invalid PDB file '" + path + "', skipped\n";
+        EXPECT_THAT(captured.error(), testing::StartsWith(errors + (wasOpened ? skipped : "")));
     }
 }
 
-TEST(StructureFile, IsStandardInputWhenItsNameIsADash) {
-    const TemporaryFolder folder;
-    const std::string path = folder.write("a.pdb", line({}));
-    const int kept = dup(STDIN_FILENO);
-    ASSERT_NE(std::freopen(path.c_str(), "rb", stdin), nullptr);
-    CapturedLog captured;
-    const auto chain = readChain("-", {}, {}, captured.log);
-    dup2(kept, STDIN_FILENO);
-    close(kept);
-    ASSERT_TRUE(chain);
-    EXPECT_EQ(chain->fileName, "-");
-}
-
-// The atoms that a text gives as a plain and as a compressed file.
-std::string readAs(const std::string& name, const std::string& text) {
+// The atoms that a text gives as a plain and as a compressed file; of the compressed bytes the
+// last `cut` are missing and one in the middle is another where `isDamaged`.
+std::string readAs(const std::string& name, const std::string& text, std::size_t cut = 0,
+                   bool isDamaged = false) {
     const TemporaryFolder folder;
     const std::string path = folder / name;
     const gzFile file = gzopen(path.c_str(), name.ends_with(".gz") ? "wb" : "wbT");
     gzwrite(file, text.data(), static_cast<unsigned>(text.size()));
     gzclose(file);
+    std::string bytes = test::readFile(path);
+    if (isDamaged) bytes[bytes.size() - 6] ^= 1;  // in the check sum
+    std::ofstream(path, std::ios::binary) << bytes.substr(0, bytes.size() - cut);
     CapturedLog captured;
     ReadRequest request;
     request.options = ReadAllAtoms;
     const auto set = readStructureFile(path, request, {}, captured.log);
-    return set ? described(set->chains) : captured.error();
+    return captured.error() + (set ? described(set->chains) : "");
 }
 
 TEST(CompressedText, GivesTheAtomsOfThePlainText) {
@@ -227,16 +213,25 @@ TEST(CompressedText, GivesTheAtomsOfThePlainText) {
     EXPECT_EQ(readAs("a.pdb.gz", text), plain);
     EXPECT_EQ(readAs("a.pdb.gz", text.substr(0, text.size() - 1)), plain);
     EXPECT_EQ(std::count(plain.begin(), plain.end(), '\n'), 500);
+    // What came before the end of a file cut short, or before damage, is kept.
+    EXPECT_EQ(readAs("a.pdb.gz", text, 8), plain);
+    // zlib hands out 16 KiB at a time and loses those with the damage: 809 records come before.
+    std::string records;
+    for (int i = 0; i < 900; ++i)
+        records += kFull + "\n";
+    EXPECT_EQ(readAs("a.pdb.gz", records, 0, true),
+              "ERROR : Problem reading compressed data stream\n" +
+                  readAs("a.pdb", records.substr(0, 809 * 81)));
 }
 
 TEST(CompressedText, IsScannedForRecordsAnywhere) {
     const std::string inside = "REMARK 470 MISSING " + kFull + "\n";
-    EXPECT_THAT(readAs("a.pdb", inside), testing::HasSubstr("PDB contains no chains"));
+    EXPECT_THAT(readAs("a.pdb", inside), HasSubstr("PDB contains no chains"));
     EXPECT_EQ(readAs("a.pdb.gz", inside), "[C 1]" + taken(kFull) + "\n");
     // 53 characters at the end are no record, 54 are; in the middle a line of any length is one.
     const std::string last = kFull.substr(0, 54);
     EXPECT_EQ(readAs("a.pdb.gz", last), "[C 1]" + taken(last) + "\n");
-    EXPECT_THAT(readAs("a.pdb.gz", last.substr(0, 53)), testing::HasSubstr("no chains"));
+    EXPECT_THAT(readAs("a.pdb.gz", last.substr(0, 53)), HasSubstr("no chains"));
     EXPECT_EQ(readAs("a.pdb.gz", last.substr(0, 40) + "\n" + std::string(60, 'x')),
               "[C 1]" + taken(last.substr(0, 40)) + "\n");
 }
@@ -283,6 +278,42 @@ TEST(RecordScanner, TakesLinearTimeOnHostileText) {
         scanner.finish();
     }
     EXPECT_TRUE(set.chains.empty());
+}
+
+// What a read of a real file gives: the C-alpha atoms of the chain that is kept, and its residues
+// where that is another number; or why there is none.
+std::string outcome(const std::string& path, int options) {
+    CapturedLog captured;
+    ReadRequest request;
+    request.options = static_cast<std::uint16_t>(options);
+    const auto chain = readChain(path, request, {}, captured.log);
+    const std::string errors = captured.error();
+    if (!chain) {
+        for (const char* reason : {"PDB contains no chains", "Multiple chains", "duplicate atoms"})
+            if (errors.find(reason) != std::string::npos) return reason;
+        return errors;
+    }
+    const auto isCalpha = [](const Atom& atom) { return atom.matches(kMaskCA); };
+    const auto calphas = std::count_if(chain->atoms.begin(), chain->atoms.end(), isCalpha);
+    const auto residues = static_cast<std::ptrdiff_t>(chain->residues.size());
+    return std::to_string(calphas) + (residues == calphas ? "" : format(" in %td", residues)) +
+           (errors.find("Residue assignment error") == std::string::npos ? "" : ", scattered");
+}
+
+// oddities.txt: file | as C-alpha atoms | as all atoms; the numbers are those of another reader.
+TEST(RealOddities, AreReadOrRejectedAsAnotherReaderDoes) {
+    TERVOLANDA_NEED_REAL_STRUCTURES(structures);
+    std::ifstream table(TERVOLANDA_SOURCE_DIR "/tests/chain/oddities.txt");
+    std::string file, calphaRead, fullRead;
+    int files = 0;
+    for (; table >> file; ++files) {
+        std::getline(std::getline(table.ignore(3), calphaRead, '|').ignore(1), fullRead);
+        const std::string path = structures / "oddities" / file;
+        const int listRead = ReadRequest{}.options;
+        EXPECT_EQ(outcome(path, listRead) + " ", calphaRead) << file;
+        EXPECT_EQ(outcome(path, listRead | ReadAllAtoms), fullRead) << file;
+    }
+    EXPECT_EQ(files, 49);
 }
 
 }  // namespace

@@ -7,6 +7,8 @@ helix.pdb     20 C-alpha atoms of glycines on an ideal helix (1.5 A and 100 degr
 helix-15.pdb  its residues 1 to 15, helix-10.pdb 1 to 10: parts that fit exactly
 tail.pdb      its residues 19 and 20, and 8 more: too few in common for a fit
 turned.pdb    the helix turned by 90 degrees and moved by whole numbers: no digit is lost
+tilted.pdb    the helix turned by 30 degrees about z and then 50 about x, and moved: no place, no
+              centre and no rotation has a round coordinate
 double.pdb    the helix at twice its size.  The best rotation is none, and the RMSD is the radius of
               gyration; the directions are the same, so the URMSD is 0.
 hinge.pdb     residues 1 to 12 as they are, 13 to 20 moved 100 A away: two rigid domains
@@ -22,6 +24,13 @@ def helix_place(number):
     angle = math.radians(100.0 * number + 7.0)  # no coordinate is 0
     place = (2.3 * math.cos(angle), 2.3 * math.sin(angle), 1.5 * number)
     return tuple(round(coordinate, 3) for coordinate in place)
+
+
+def tilted(x, y, z):
+    a, b = math.radians(30.0), math.radians(50.0)
+    x, y = x * math.cos(a) - y * math.sin(a), x * math.sin(a) + y * math.cos(a)
+    y, z = y * math.cos(b) - z * math.sin(b), y * math.sin(b) + z * math.cos(b)
+    return (x + 3.25, y - 8.5, z + 20.125)
 
 
 def write(name, places):
@@ -43,6 +52,7 @@ def main():
     write("helix-10.pdb", {n: helix[n] for n in range(1, 11)})
     write("tail.pdb", {n: helix_place(n) for n in range(19, 29)})
     write("turned.pdb", {n: (5 - y, x - 7, z + 11) for n, (x, y, z) in helix.items()})
+    write("tilted.pdb", {n: tilted(*place) for n, place in helix.items()})
     write("double.pdb", {n: (2 * x, 2 * y, 2 * z) for n, (x, y, z) in helix.items()})
     write("hinge.pdb", {n: (x + (100 if n > 12 else 0), y, z) for n, (x, y, z) in helix.items()})
 

@@ -46,16 +46,4 @@ inline std::vector<std::uint32_t> countedIds(std::size_t n) {
     return ids;
 }
 
-// A list that gives the IDs file names.
-inline ChainList namedModels(std::initializer_list<std::pair<std::uint32_t, const char*>> names) {
-    ChainList list;
-    for (const auto& [id, name] : names) {
-        Chain chain;
-        chain.number = id;
-        chain.fileName = name;
-        list.chains.push_back(chain);
-    }
-    return list;
-}
-
 }  // namespace tervolanda::test

@@ -19,7 +19,6 @@ using test::kInfinite;
 using test::kNaN;
 using test::randomMatrix;
 using test::symmetricMatrix;
-using testing::ElementsAre;
 using testing::HasSubstr;
 
 struct Printed {
@@ -28,14 +27,11 @@ struct Printed {
     std::string error;
 };
 
-Printed clusterAtLevel(int logLevel, DistanceMatrix matrix, const std::vector<std::uint32_t>& ids,
-                       const ClusterSettings& settings, const ChainList* names = nullptr) {
+Printed clusterAtLevel(int logLevel, DistanceMatrix matrix, const ClusterSettings& settings) {
     test::CapturedLog captured(logLevel);
-    Printed printed;
-    printed.clusters = clusterModels(matrix, ids, settings, names, captured.log);
-    printed.text = captured.output();
-    printed.error = captured.error();
-    return printed;
+    ClusterAssignment clusters =
+        clusterModels(matrix, countedIds(matrix.rows()), settings, nullptr, captured.log);
+    return {std::move(clusters), captured.output(), captured.error()};
 }
 
 // The same clustering as one would do it by hand: every count anew at every step.
@@ -115,7 +111,7 @@ TEST(NeighbourClustering, AgreesWithCountingAnewAtEveryStep) {
         CountedAnew expected{matrix, settings};
         expected.run();
         for (const int logLevel : {1, 3}) {
-            const Printed found = clusterAtLevel(logLevel, matrix, countedIds(n), settings);
+            const Printed found = clusterAtLevel(logLevel, matrix, settings);
             ASSERT_EQ(found.clusters.cluster, expected.cluster) << "round " << round;
             EXPECT_EQ(found.clusters.count, expected.count);
             EXPECT_THAT(found.text,
@@ -136,73 +132,9 @@ DistanceMatrix starAndPair() {
                                9.0F, 9.0F, 9.0F, 9.0F, 9.0F, 9.0F});
 }
 
-TEST(NeighbourClustering, PrintsItsStepsAndClustersWithNames) {
-    const ClusterSettings settings{0.0, 3.0, 0.5, 4, 2, 4, 0.0};
-    const ChainList models = test::namedModels({{10, "a"}, {11, "%d"}, {14, "e"}, {16, "g"}});
-    const Printed printed =
-        clusterAtLevel(3, starAndPair(), {10, 11, 12, 13, 14, 15, 16}, settings, &models);
-    EXPECT_EQ(printed.text,
-              "INFO  : ======================================\n"
-              "INFO  : Nearest Neighbour clustering\n"
-              "INFO  : ======================================\n"
-              "INFO  : Processing threshold 0 -> 3 (interval 0.5)\n"
-              "INFO  : Threshold =  0.500, largest cluster = 2\n"
-              "INFO  : Threshold =  1.000, largest cluster = 2\n"
-              "INFO  : Threshold =  1.500, largest cluster = 3\n"
-              "INFO  : Threshold =  2.000, largest cluster = 4\n"
-              "INFO  : Centroids\n"
-              "INFO  : ======================================\n"
-              "INFO  : Cluster  Centroid  Size        Spread\n"
-              "INFO  :     1 :       11        4        1.125  %d\n"
-              "INFO  :     2 :       14        2        0.250  e\n"
-              "INFO  : ======================================\n"
-              "INFO  : 2 Clusters @ Threshold  2.000 (Assigned 6 / 7)\n"
-              "INFO  : ======================================\n"
-              "INFO  : Item     Cluster\n"
-              "INFO  :    16 :        0                        g\n"
-              "INFO  :    10 :        1                        a\n"
-              "INFO  :    11 :        1                        %d\n"
-              "INFO  :    12 :        1                        \n"
-              "INFO  :    13 :        1                        \n"
-              "INFO  :    14 :        2                        e\n"
-              "INFO  :    15 :        2                        \n"
-              "INFO  : ======================================\n");
-}
-
-TEST(NeighbourClustering, OfAbsoluteSizeTakesTheNearestAndLeavesTheRest) {
-    const ClusterSettings settings{2.0, 3.0, 0.5, 3, 2, 5, 0.0};
-    const Printed printed = clusterAtLevel(1, starAndPair(), countedIds(7), settings);
-    EXPECT_THAT(printed.clusters.cluster, ElementsAre(1, 1, 1, 0, 2, 2, 0));
-    EXPECT_THAT(printed.text, HasSubstr("INFO  :     1 :        2        3        0.833\n"
-                                        "INFO  :     2 :        5        2        0.250\n"
-                                        "INFO  : ======================================\n"
-                                        "INFO  : 2 Clusters @ Threshold  2.000 (Assigned 5 / 7)\n"
-                                        "INFO  : ======================================\n"
-                                        "INFO  : Item     Cluster\n"
-                                        "INFO  :     4 :        0\n"
-                                        "INFO  :     7 :        0\n"
-                                        "INFO  :     1 :        1\n"));
-    // All 20 models are equal: of the nearest, those that stand first.
-    const Printed equal = clusterAtLevel(1, DistanceMatrix(20, 20, 0.0F), countedIds(20),
-                                         {0.0, 0.0, 0.1, 8, 5, 5, 0.0});
-    EXPECT_THAT(equal.clusters.cluster,
-                ElementsAre(1, 1, 1, 1, 1, 1, 1, 1, 2, 2, 2, 2, 2, 2, 2, 2, 0, 0, 0, 0));
-}
-
-TEST(NeighbourClustering, WithoutAFirstClusterStillFormsOthersButNoHeading) {
-    const ClusterSettings settings{1.0, 2.0, 0.25, 5, 4, 4, 0.0};
-    EXPECT_THAT(clusterAtLevel(1, starAndPair(), countedIds(7), settings).text,
-                testing::StartsWith("INFO  : ======================================\n"
-                                    "INFO  : Nearest Neighbour clustering\n"
-                                    "INFO  : ======================================\n"
-                                    "INFO  :     1 :        2        4        1.125\n"
-                                    "INFO  : ======================================\n"
-                                    "INFO  : 1 Clusters @ Threshold  2.000 (Assigned 4 / 7)\n"));
-}
-
 TEST(NeighbourClustering, SaysWhenNoClusterIsAssigned) {
     const auto lastLine = [](const ClusterSettings& settings, const DistanceMatrix& matrix) {
-        const Printed printed = clusterAtLevel(1, matrix, countedIds(matrix.rows()), settings);
+        const Printed printed = clusterAtLevel(1, matrix, settings);
         EXPECT_EQ(printed.clusters.count, 0U);
         return printed.text.substr(printed.text.rfind('\n', printed.text.size() - 2) + 1);
     };
@@ -223,13 +155,13 @@ TEST(NeighbourClustering, SaysWhenNoClusterIsAssigned) {
 
 TEST(NeighbourClustering, RefusesAThresholdThatFallsAwayFromTheMaximum) {
     ClusterSettings settings{1.0, 2.0, -0.25, 2, 2, 5, 0.0};
-    const Printed refused = clusterAtLevel(1, starAndPair(), countedIds(7), settings);
+    const Printed refused = clusterAtLevel(1, starAndPair(), settings);
     EXPECT_EQ(refused.error,
               "ERROR : Unable to converge 1.000000 to 2.000000 using adjustment -0.250000\n");
     EXPECT_EQ(refused.text, "");
     EXPECT_EQ(refused.clusters.count, 0U);
     settings.maxThreshold = 0.5;  // raised to the threshold, so that there is nothing to refuse
-    EXPECT_EQ(clusterAtLevel(1, starAndPair(), countedIds(7), settings).error, "");
+    EXPECT_EQ(clusterAtLevel(1, starAndPair(), settings).error, "");
 }
 
 }  // namespace

@@ -70,23 +70,5 @@ TEST(NativeContacts, IncludeBothLimits) {
     EXPECT_EQ(nativeContacts(far, far, 7.5, 1).native, 0U);
 }
 
-TEST(NativeContacts, OfRealDecoysCountAsAllPairsDo) {
-    TERVOLANDA_NEED_REAL_STRUCTURES(data);
-    CapturedLog log;
-    ReadRequest request;
-    request.options = ReadAllAtoms | ReadCheckDuplicates | ReadCheckAll;
-    for (const char* set : {"decoys-easy", "decoys-hard/1ctf", "decoys-hard/T0865"}) {
-        const auto native = readChain((data / set / "native.pdb").string(), request, {}, log.log);
-        ASSERT_TRUE(native);
-        EXPECT_EQ(nativeContacts(*native, *native, 7.5, 5).percentage(), 100.0);
-        for (const auto& entry : std::filesystem::directory_iterator(data / set)) {
-            if (entry.path().extension() == ".tsv" || entry.path().extension() == ".txt") continue;
-            const auto model = readChain(entry.path().string(), request, {}, log.log);
-            ASSERT_TRUE(model) << entry.path();
-            expectBruteForceCounts(*model, *native, 7.5, 5);
-        }
-    }
-}
-
 }  // namespace
 }  // namespace tervolanda::test

@@ -56,77 +56,54 @@ TEST(DomainIterations, FindBothHalvesOfAHingedChain) {
     EXPECT_THAT(both.lines, HasSubstr("\nIter 2: Pairs="));
 }
 
-TEST(DomainIterations, EndWhereBothThresholdsAreMissed) {
-    const Chain chain = coil(120, 4);
-    struct Case {
-        double score;
-        int pairs;
-        std::size_t iterations;
-    };
-    // The second half scores about 1 of its own pairs, and has about 60 of them.
-    for (const Case& c : {Case{0.0, 1000, 2}, Case{2.0, 4, 2}, Case{2.0, 1000, 0}}) {
+TEST(DomainIterations, CountAtTheThresholdsThemselves) {
+    const Chain chain = coil(60, 4);  // scores 1 with 60 pairs
+    for (const auto& [score, pairs, count] :
+         {std::tuple(1.0, 1000, 1U), {1.001, 1000, 0U}, {2.0, 60, 1U}, {2.0, 61, 0U}}) {
         ComparisonParameters parameters = iterating(2);
-        parameters.minIterationScore = c.score;
-        parameters.minIterationPairs = c.pairs;
-        const Compared compared = compare(chain, hinged(chain), parameters, 4);
-        EXPECT_EQ(compared.result.iterations.size(), c.iterations);
-        if (c.iterations == 0) {
-            EXPECT_THAT(
-                compared.lines,
-                HasSubstr("\n\nExiting iterations at 1 / 2 - Insignificant MAXSUB scores\n"));
-        }
+        parameters.minIterationScore = score;
+        parameters.minIterationPairs = pairs;
+        EXPECT_EQ(compare(chain, chain, parameters).result.iterations.size(), count) << pairs;
     }
-}
-
-TEST(DomainIterations, StopWhenNearlyAllIsMatched) {
-    const Compared compared = compare(coil(50, 1), coil(50, 1), iterating(7), 4);
-    EXPECT_EQ(compared.result.iterations.size(), 1U);
-    EXPECT_THAT(compared.lines,
-                HasSubstr("Exiting iterations at 1 / 7 - No more subsets (50 / 50 matched)\n"));
-}
-
-GdtResult gdtOf(const Chain& experiment, const Chain& prediction, std::string* lines = nullptr,
-                double cutoff = 4.0) {
-    CapturedLog log(1, 3);
-    ComparisonParameters parameters = defaultParameters();
-    parameters.gdtCutoff = cutoff;
-    ComparisonWorkspace workspace;
-    ComparisonResult result;
-    GdtResult gdt = compareGdt(prepared(experiment), prepared(prediction), parameters, workspace,
-                               log.report, result);
-    if (lines != nullptr) *lines = log.reported();
-    return gdt;
-}
-
-TEST(CompareGdt, CountsResiduesOfTheExperimentWithinFourDistances) {
-    std::string lines;
-    EXPECT_EQ(gdtOf(coil(40, 1), coil(40, 1), &lines).gdt, 100.0);
-    EXPECT_THAT(lines, HasSubstr("Percentage aligned at distance 1.000 = 100.00\n"
-                                 "Percentage aligned at distance 2.000 = 100.00\n"
-                                 "Percentage aligned at distance 4.000 = 100.00\n"
-                                 "Percentage aligned at distance 8.000 = 100.00\n"));
-    // Ten of forty residues are missing, and of the rest nothing deviates.
-    EXPECT_DOUBLE_EQ(gdtOf(coil(40, 1), withoutResidues(coil(40, 1), 0, 10)).gdt, 75.0);
-    EXPECT_EQ(gdtOf(coil(40, 1), coil(40, 1), nullptr, 0.0).gdt, 0.0);  // nothing is below 0
 }
 
 TEST(CompareGdt, AgreesWithACountUnderItsSuperposition) {
     const Chain experiment = coil(100, 9);
-    const Chain prediction = moved(shaken(experiment, 4.0, 3));
-    const GdtResult gdt = gdtOf(experiment, prediction);
-    ASSERT_TRUE(gdt.superposition);
-    Chain placed = prediction;
-    applySuperposition(*gdt.superposition, placed);
-    double sum = 0.0;
-    for (const double r : {1.0, 2.0, 4.0, 8.0}) {
-        for (std::size_t i = 0; i < 100; ++i) {
-            const Atom &a = placed.atoms[i], &b = experiment.atoms[i];
-            sum += std::hypot(a.x - b.x, a.y - b.y, a.z - b.z) < r ? 0.25 : 0.0;
+    const auto gdtOf = [&](const Chain& prediction, double cutoff) {
+        CapturedLog log;
+        ComparisonParameters parameters = defaultParameters();
+        parameters.gdtCutoff = cutoff;
+        ComparisonWorkspace workspace;
+        ComparisonResult result;
+        GdtResult gdt = compareGdt(prepared(experiment), prepared(prediction), parameters,
+                                   workspace, log.report, result);
+        if (gdt.superposition) {
+            const Rotation& rotation = result.iterations.at(0).superposition.rotation;
+            for (std::size_t k = 0; k < 9; ++k)
+                EXPECT_NEAR(gdt.superposition->rotation[k], rotation[k], 1e-9);
         }
+        return gdt;
+    };
+    const Chain prediction = moved(withoutResidues(shaken(experiment, 4.0, 3), 0, 10));
+    for (const double cutoff : {4.0, 6.0}) {
+        const GdtResult gdt = gdtOf(prediction, cutoff);
+        ASSERT_TRUE(gdt.superposition);
+        Chain placed = prediction;
+        applySuperposition(*gdt.superposition, placed);
+        double sum = 0.0;  // of 100 residues at four distances
+        for (const double factor : {0.25, 0.5, 1.0, 2.0}) {
+            for (std::size_t i = 0; i < placed.atoms.size(); ++i) {
+                const Atom &a = placed.atoms[i], &b = experiment.atoms[i + 10];
+                const double distance = std::hypot(a.x - b.x, a.y - b.y, a.z - b.z);
+                sum += distance < factor * cutoff ? 0.25 : 0.0;
+            }
+        }
+        EXPECT_NEAR(gdt.gdt, sum, 1e-9);
+        EXPECT_GT(gdt.gdt, 10.0);
+        EXPECT_LT(gdt.gdt, 80.0);
     }
-    EXPECT_NEAR(gdt.gdt, sum, 1e-9);
-    EXPECT_GT(gdt.gdt, 10.0);
-    EXPECT_FALSE(gdtOf(helix(3), helix(3)).superposition);
+    EXPECT_EQ(gdtOf(experiment, 0.0).gdt, 0.0);  // nothing is below 0
+    EXPECT_FALSE(gdtOf(withoutResidues(experiment, 3, 100), 4.0).superposition);
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 #include "compare/mapping.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "compare/comparing.h"
@@ -41,64 +40,37 @@ std::vector<std::int32_t> partnersByRule(const Chain& experiment, const Chain& p
     return partners;
 }
 
-struct MappingCase {
-    const char* name;
-    std::vector<int> experiment, prediction;
-    std::string experimentCodes, predictionCodes;
-};
-
-void PrintTo(const MappingCase& mapping, std::ostream* out) {
-    *out << mapping.name;
-}
-
-class MappingRule : public testing::TestWithParam<MappingCase> {};
-
-TEST_P(MappingRule, DecidesThePartners) {
-    const Chain experiment = numbered(GetParam().experiment, GetParam().experimentCodes);
-    const Chain prediction = numbered(GetParam().prediction, GetParam().predictionCodes);
-    CapturedLog log;
-    ResidueMapping mapping;
-    mapByResidue(prepared(experiment), prepared(prediction), mapping, log.report);
-    const auto expected = partnersByRule(experiment, prediction);
-    EXPECT_EQ(mapping.predictionPartner, expected);
-    for (std::size_t i = 0; i < expected.size(); ++i) {
-        if (expected[i] < 0) continue;
-        EXPECT_EQ(mapping.experimentPartner[static_cast<std::size_t>(expected[i])],
-                  static_cast<std::int32_t>(i));
-    }
-    EXPECT_TRUE(std::is_sorted(
-        mapping.pairs.begin(), mapping.pairs.end(),
-        [](const MatchedPair& a, const MatchedPair& b) { return a.prediction < b.prediction; }));
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    , MappingRule,
-    testing::Values(MappingCase{"SameNumbers", {1, 2, 3}, {1, 2, 3}, "", ""},
-                    MappingCase{"Shifted", {5, 6, 7, 8}, {3, 4, 5, 6}, "", ""},
-                    MappingCase{"Gaps", {1, 2, 5, 6, 9}, {2, 3, 5, 9, 10}, "", ""},
-                    MappingCase{"Falling", {403, 404, 3, 4}, {3, 4, 403, 404}, "", ""},
-                    MappingCase{"Negative", {-2, -1, 0, 1}, {-1, 0, 1, 2}, "", ""},
-                    MappingCase{"Repeated", {7, 7, 7, 8}, {7, 8, 7}, "", ""},
-                    MappingCase{"InsertionCodes", {52, 52, 53}, {52, 52, 53}, " A ", "A  "},
-                    MappingCase{"NothingShared", {1, 2}, {3, 4}, "", ""}),
-    [](const auto& test) { return test.param.name; });
-
-TEST(MapByResidue, NamesResiduesWithoutPartnerAtLevelSix) {
-    for (const int level : {5, 6}) {
-        CapturedLog log(1, level);
+TEST(MapByResidue, PairsByNumberAndInsertionCode) {
+    struct Case {
+        const char* name;
+        std::vector<int> experiment, prediction;
+        std::string experimentCodes = "", predictionCodes = "";
+    };
+    for (const Case& c :
+         {Case{"shifted", {5, 6, 7, 8}, {3, 4, 5, 6}}, Case{"gaps", {1, 2, 5, 6, 9}, {2, 5, 9, 10}},
+          Case{"falling", {403, 404, 3, 4}, {3, 4, 403, 404}},
+          Case{"negative", {-2, -1, 0, 1}, {-1, 0, 1, 2}},
+          Case{"repeated", {7, 7, 7, 8}, {7, 8, 7}},
+          Case{"insertion codes", {52, 52, 53}, {52, 52, 53}, " A ", "A  "},
+          Case{"nothing shared", {1, 2}, {3, 4}}}) {
+        const Chain experiment = numbered(c.experiment, c.experimentCodes);
+        const Chain prediction = numbered(c.prediction, c.predictionCodes);
+        CapturedLog log;
         ResidueMapping mapping;
-        mapByResidue(prepared(numbered({1, 2})), prepared(numbered({2, 27}, " A")), mapping,
-                     log.report);
-        EXPECT_EQ(log.reported(), level == 6 ? "Residue 27A not found in reference\n" : "");
+        mapByResidue(prepared(experiment), prepared(prediction), mapping, log.report);
+        const auto expected = partnersByRule(experiment, prediction);
+        EXPECT_EQ(mapping.predictionPartner, expected) << c.name;
+        std::size_t pairs = 0;
+        for (std::size_t i = 0; i < expected.size(); ++i) {
+            if (expected[i] < 0) continue;
+            const auto partner = static_cast<std::size_t>(expected[i]);
+            EXPECT_EQ(mapping.experimentPartner[partner], static_cast<std::int32_t>(i)) << c.name;
+            ASSERT_LT(pairs, mapping.pairs.size()) << c.name;
+            EXPECT_EQ(mapping.pairs[pairs].prediction, i) << c.name;
+            EXPECT_EQ(mapping.pairs[pairs++].experiment, partner) << c.name;
+        }
+        EXPECT_EQ(mapping.pairs.size(), pairs) << c.name;
     }
-}
-
-TEST(PrepareChain, PrintsTheSequenceInFastaForm) {
-    CapturedLog log(1, 5);
-    prepareChain(calphaChain(std::vector<Place>(61, Place{}), std::string(60, 'W') + "G"),
-                 AtomSelection::Calpha, {}, log.report);
-    const std::string ten = "WWWWWWWWWW ";
-    EXPECT_EQ(log.reported(), ">made\n" + ten + ten + ten + ten + ten + ten + "\nG\n");
 }
 
 TEST(PrepareChain, TakesFourBackboneAtomsOfAResidueForBackboneFits) {

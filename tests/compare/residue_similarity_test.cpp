@@ -12,81 +12,48 @@
 namespace tervolanda::test {
 namespace {
 
-using Vector = std::array<double, 3>;
-
-const double kExpected = std::sqrt(2.0 - 2.84 / std::sqrt(7.0));
-
-Points pointsOf(const std::vector<Vector>& vectors) {
+Points pointsOf(const std::vector<Place>& vectors) {
     Points points;
-    for (const Vector& v : vectors)
+    for (const Place& v : vectors)
         points.append(v[0], v[1], v[2]);
     return points;
 }
 
-float scoreOf(const std::vector<Vector>& experiment, const std::vector<Vector>& prediction) {
+float scoreOf(const std::vector<Place>& experiment, const std::vector<Place>& prediction) {
     Matrix<float> scores;
     scoreFragments(pointsOf(experiment), pointsOf(prediction), scores);
     EXPECT_EQ(scores.values().size(), 1U);
     return scores.at(0, 0);
 }
 
-// The fragment of 7 that begins at `first`.
-std::vector<Vector> vectorsOf(const Points& points, std::size_t first) {
-    std::vector<Vector> vectors;
-    for (std::size_t k = first; k < first + 7; ++k)
-        vectors.push_back({points.x[k], points.y[k], points.z[k]});
-    return vectors;
+// The RMSD of two fragments about their common origin: with the opposite of every vector added,
+// that is their centre.
+double literalRmsd(const Points& experiment, std::size_t j, const Points& prediction,
+                   std::size_t i) {
+    const auto both = [](const Points& points, std::size_t first) {
+        std::vector<Place> places;
+        for (std::size_t k = first; k < first + kFragmentLength; ++k) {
+            places.push_back({points.x[k], points.y[k], points.z[k]});
+            places.push_back({-points.x[k], -points.y[k], -points.z[k]});
+        }
+        return places;
+    };
+    return literalFit(both(prediction, i), both(experiment, j)).rmsd;
 }
 
 // Unit vectors that turn by `angle` each about z and have the rise `z`.
-std::vector<Vector> turning(double angle, double z) {
-    std::vector<Vector> vectors;
+std::vector<Place> turning(double angle, double z) {
+    std::vector<Place> vectors;
     const double radius = std::sqrt(1.0 - z * z);
     for (int k = 0; k < 7; ++k)
         vectors.push_back({radius * std::cos(k * angle), radius * std::sin(k * angle), z});
     return vectors;
 }
 
-// The largest eigenvalue of Horn's matrix by a slow, safe road: powers of the matrix, shifted so
-// that no eigenvalue is negative.
-double slowRmsd(const std::vector<Vector>& experiment, const std::vector<Vector>& prediction) {
-    double m[3][3] = {};
-    double squares = 0.0;
-    for (std::size_t k = 0; k < 7; ++k) {
-        for (std::size_t a = 0; a < 3; ++a) {
-            squares += prediction[k][a] * prediction[k][a] + experiment[k][a] * experiment[k][a];
-            for (std::size_t b = 0; b < 3; ++b)
-                m[a][b] += prediction[k][a] * experiment[k][b];
-        }
-    }
-    const double horn[4][4] = {
-        {m[0][0] + m[1][1] + m[2][2], m[1][2] - m[2][1], m[2][0] - m[0][2], m[0][1] - m[1][0]},
-        {m[1][2] - m[2][1], m[0][0] - m[1][1] - m[2][2], m[0][1] + m[1][0], m[2][0] + m[0][2]},
-        {m[2][0] - m[0][2], m[0][1] + m[1][0], -m[0][0] + m[1][1] - m[2][2], m[1][2] + m[2][1]},
-        {m[0][1] - m[1][0], m[2][0] + m[0][2], m[1][2] + m[2][1], -m[0][0] - m[1][1] + m[2][2]}};
-    std::array<double, 4> q = {0.5, 0.4, 0.3, 0.2};
-    double root = 0.0;
-    for (int step = 0; step < 20000; ++step) {
-        std::array<double, 4> next{};
-        double length = 0.0;
-        for (std::size_t a = 0; a < 4; ++a) {
-            next[a] = 7.0 * q[a];
-            for (std::size_t b = 0; b < 4; ++b)
-                next[a] += horn[a][b] * q[b];
-            length += next[a] * next[a];
-        }
-        length = std::sqrt(length);
-        for (std::size_t a = 0; a < 4; ++a)
-            q[a] = next[a] / length;
-        root = length - 7.0;
-    }
-    return std::sqrt(std::max(0.0, squares - 2.0 * root) / 7.0);
-}
-
 TEST(FragmentScores, AreTenForOneShapeInAnyOrientation) {
     const auto helix = turning(1.745, 0.4);
     auto turned = helix;
-    for (Vector& v : turned)
+    for (Place& v : turned)
         v = {v[2], v[0], v[1]};
     EXPECT_FLOAT_EQ(scoreOf(helix, helix), 10.0F);
     EXPECT_NEAR(scoreOf(helix, turned), 10.0, 1e-5);
@@ -98,17 +65,18 @@ TEST(FragmentScores, AreTenForOneShapeInAnyOrientation) {
     EXPECT_LT(scoreOf(turning(1.745, 0.4), turning(-1.745, 0.4)), 6.0F);
 }
 
-TEST(FragmentScores, AgreeWithASlowSolutionAtEveryPlaceOfTheMatrix) {
+TEST(FragmentScores, AgreeWithALiteralFitAtEveryPlaceOfTheMatrix) {
     const Points experiment = unitVectors(prepared(coil(81, 5)).points);  // more than one block
     const Points prediction = unitVectors(prepared(coil(10, 6)).points);
+    const double unrelated = std::sqrt(2.0 - 2.84 / std::sqrt(7.0));
     Matrix<float> scores;
     scoreFragments(experiment, prediction, scores);
     ASSERT_EQ(scores.rows(), 3U);
     ASSERT_EQ(scores.columns(), 74U);
     for (std::size_t i = 0; i < 3; ++i) {
         for (std::size_t j = 0; j < 74; j += 7) {
-            const double slow = slowRmsd(vectorsOf(experiment, j), vectorsOf(prediction, i));
-            const double expected = 10.0 * std::max(0.0, (kExpected - slow) / kExpected);
+            const double rmsd = literalRmsd(experiment, j, prediction, i);
+            const double expected = 10.0 * std::max(0.0, (unrelated - rmsd) / unrelated);
             EXPECT_NEAR(scores.at(i, j), expected, 1e-4) << i << ", " << j;
         }
     }

@@ -89,6 +89,23 @@ TEST(Superposition, OfPlanarAndCollinearSetsIsAProperRotation) {
     }
 }
 
+// On a line the two largest eigenvalues are one, and Newton's method has nothing to go by.
+TEST(Superposition, OfALineOntoItselfIsExactInEveryDirection) {
+    std::mt19937 engine(1);
+    for (std::size_t round = 0; round < 2000; ++round) {
+        Place step;
+        for (double& component : step)
+            component = static_cast<double>(engine()) / 2147483648.0 - 1.0;
+        std::vector<Place> places(4 + round % 30);
+        for (std::size_t i = 0; i < places.size(); ++i) {
+            for (std::size_t k = 0; k < 3; ++k)
+                places[i][k] = 3.8 * static_cast<double>(i) * step[k];
+        }
+        const Chain line = calphaChain(places);
+        ASSERT_LT(rmsdOf(line, line).value_or(1.0), 1e-7) << round;
+    }
+}
+
 TEST(Superposition, MovesThePredictionOntoTheExperiment) {
     const Chain experiment = coil(30, 5);
     Chain prediction = moved(experiment);

@@ -28,36 +28,22 @@ TEST(ExpandAsFormat, LeavesAloneWhatIsNoConversion) {
 TEST(ExpandAsFormat, WritesZerosAsPrintfDoes) {
 #define EXPECT_AS_PRINTF(pattern, zero) EXPECT_EQ(expandAsFormat(pattern), format(pattern, zero))
     EXPECT_AS_PRINTF("[%5d]", 0);
-    EXPECT_AS_PRINTF("[%-5d]", 0);
     EXPECT_AS_PRINTF("[%05d]", 0);
-    EXPECT_AS_PRINTF("[%+d]", 0);
-    EXPECT_AS_PRINTF("[% d]", 0);
     EXPECT_AS_PRINTF("[%+05d]", 0);
     EXPECT_AS_PRINTF("[%.0d]", 0);
     EXPECT_AS_PRINTF("[%6.3d]", 0);
-    EXPECT_AS_PRINTF("[%ld]", 0L);
     EXPECT_AS_PRINTF("[%lli]", 0LL);
-    EXPECT_AS_PRINTF("[%u]", 0U);
     EXPECT_AS_PRINTF("[%#x]", 0U);
-    EXPECT_AS_PRINTF("[%#o]", 0U);
     EXPECT_AS_PRINTF("[%#.0o]", 0U);
     EXPECT_AS_PRINTF("[%04X]", 0U);
-    EXPECT_AS_PRINTF("[%f]", 0.0);
-    EXPECT_AS_PRINTF("[%8.2f]", 0.0);
     EXPECT_AS_PRINTF("[%08.2f]", 0.0);
     EXPECT_AS_PRINTF("[%+.0F]", 0.0);
     EXPECT_AS_PRINTF("[%#.0f]", 0.0);
-    EXPECT_AS_PRINTF("[%e]", 0.0);
     EXPECT_AS_PRINTF("[%.2E]", 0.0);
-    EXPECT_AS_PRINTF("[%g]", 0.0);
     EXPECT_AS_PRINTF("[%#g]", 0.0);
     EXPECT_AS_PRINTF("[%#.0G]", 0.0);
-    EXPECT_AS_PRINTF("[%5g]", 0.0);
-    EXPECT_AS_PRINTF("[%a]", 0.0);
     EXPECT_AS_PRINTF("[%010.2A]", 0.0);
     EXPECT_AS_PRINTF("[%Lf]", 0.0L);
-    EXPECT_AS_PRINTF("[%s]", "");
-    EXPECT_AS_PRINTF("[%5s]", "");
     EXPECT_AS_PRINTF("[%-5.2s]", "");
 #undef EXPECT_AS_PRINTF
 }

@@ -82,13 +82,18 @@ TEST(Log, NamesTheProgramByTheTextBehindTheLastSlash) {
     EXPECT_EQ(log.programName(), "plain");
 }
 
-TEST(Log, SaysWhenNotEveryByteArrived) {
-    const FileHandle full(std::fopen("/dev/full", "w"));
-    ASSERT_NE(full, nullptr);
-    Log log(full.get(), stderr);
-    EXPECT_TRUE(log.flush());
-    log.info(0, "lost");
-    EXPECT_FALSE(log.flush());
+TEST(FaultReport, CountsWhatIsTooMuchToList) {
+    CapturedLog captured;
+    FaultReport report(captured.log);
+    report.error(FaultReport::kMostLines - 1, "a");
+    report.error(UINT64_MAX / 2, "b");
+    report.error(1, "c");
+    report.finish();
+    const std::string lines = captured.error();
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), '\n'), FaultReport::kMostLines + 1);
+    EXPECT_TRUE(
+        lines.ends_with("ERROR : a\nERROR : b\nERROR : 9223372036854775807 more faults of this "
+                        "kind are not listed\n"));
 }
 
 TEST(LogDeathTest, AbendWritesItsLineAtAnyLevelAndExitsWithStatusOne) {
@@ -98,24 +103,6 @@ TEST(LogDeathTest, AbendWritesItsLineAtAnyLevelAndExitsWithStatusOne) {
         log.abend("No file '%s'", "a%s.pdb");
     };
     EXPECT_EXIT(abend(), testing::ExitedWithCode(1), "^ABEND : No file 'a%s.pdb'\n$");
-}
-
-TEST(LogDeathTest, ALogFileThatCannotBeOpenedIsFatal) {
-    EXPECT_EXIT(Log().openLogFile("/nowhere/run.log"), testing::ExitedWithCode(1),
-                "^ABEND : Failed to open log file '/nowhere/run.log' - Unknown error.\n$");
-}
-
-TEST(LogDeathTest, AbendFinishesTheLogFile) {
-    test::TemporaryFolder folder;
-    const std::string path = folder / "run.log";
-    const auto abend = [&path] {
-        Log log;
-        log.openLogFile(path);
-        log.abend("over");
-    };
-    EXPECT_EXIT(abend(), testing::ExitedWithCode(1), "^$");
-    EXPECT_EQ(test::readFile(path),
-              "INFO  : Successfully started log file '" + path + "'\nABEND : over\n");
 }
 
 TEST(Report, WritesByLevelInItsTwoForms) {

@@ -5,7 +5,6 @@
 #include <string>
 #include <vector>
 
-#include "driver/log.h"
 #include "support/support.h"
 
 namespace tervolanda {
@@ -51,32 +50,6 @@ TEST(CommandLine, ChoosesBetweenTextsAndARun) {
     for (const auto& test : cases) {
         EXPECT_EQ(lineOf(test.values).request, test.request) << testing::PrintToString(test.values);
     }
-}
-
-TEST(Settings, HasItsDefaults) {
-    const Settings settings = settingsOf({});
-    EXPECT_EQ(settings.experimentFile, "a.pdb");
-    EXPECT_EQ(settings.predictionFile, "b.pdb");
-    EXPECT_EQ(settings.listFile, std::nullopt);
-    const ComparisonParameters& comparison = settings.comparison;
-    EXPECT_EQ(comparison.distanceCutoff, 0.0);
-    EXPECT_EQ(comparison.iterations, 1U);
-    EXPECT_EQ(comparison.minIterationPairs, 4);
-    EXPECT_EQ(comparison.seedLevels, 2);
-    EXPECT_EQ(comparison.optimisations, 0);
-    EXPECT_EQ(comparison.gapOpen, -0.6);
-    EXPECT_EQ(comparison.gdtCutoff, 4.0);
-    EXPECT_EQ(comparison.contactDistance, 7.5);
-    EXPECT_TRUE(comparison.scorePoor);
-    EXPECT_TRUE(comparison.rankByTM);
-    EXPECT_TRUE(settings.alignOutput);
-    EXPECT_FALSE(settings.outputOptionGiven);
-    EXPECT_EQ(settings.urmsdFlags, UrmsdCompute);
-    EXPECT_EQ(settings.readFlags, 0x32);
-    EXPECT_EQ(settings.juryScore, 0.2);
-    EXPECT_EQ(settings.juryPairs, 20);
-    EXPECT_EQ(settings.logLevel, 1);
-    EXPECT_EQ(settings.lineWrap, 60);
 }
 
 TEST(Settings, PutsEveryValueInItsPlace) {
@@ -193,28 +166,6 @@ TEST(Settings, CopiesATextBeforeLaterScansRewriteIt) {
     EXPECT_EQ(lineOf({"-e", "1-a.pdb", "-l", "x"}).settings.experimentFile, "1-a.pdb");
 }
 
-TEST(CommandLine, WritesTheHelpLineOnlyWhereALevelWasGiven) {
-    for (const bool given : {false, true}) {
-        CapturedLog captured;
-        std::vector<std::string> values = {"tervolanda", "-l", "x"};
-        if (given) values.insert(values.end(), {"-L", "3"});
-        readCommandLine(values, captured.log);
-        EXPECT_EQ(captured.output(), given ? "INFO  : help\n" : "");
-        EXPECT_EQ(captured.log.logLevel(), given ? 3 : 1);
-    }
-}
-
-TEST(CommandLine, OpensTheLogFileBehindTheHelpLine) {
-    const TemporaryFolder folder;
-    CapturedLog captured;
-    const std::string path = folder / "run.log";
-    readCommandLine({"bin/tervolanda", "-l", "x", "-L", "1", "-log", path}, captured.log);
-    EXPECT_EQ(captured.output(), "INFO  : help\n");
-    EXPECT_TRUE(captured.log.flush());
-    EXPECT_EQ(test::readFile(path), "INFO  : Successfully started log file '" + path + "'\n");
-    EXPECT_EQ(captured.log.programName(), "tervolanda");
-}
-
 TEST(PositionalForm, FindsThePlainArguments) {
     const TemporaryFolder folder;
     const std::string a = folder.write("a.pdb", "");
@@ -246,44 +197,9 @@ TEST(PositionalForm, FindsThePlainArguments) {
     }
 }
 
-TEST(PositionalForm, CountsADashAsAFile) {
-    const TemporaryFolder folder;
-    const std::string a = folder.write("a.pdb", "");
-    const Settings settings = lineOf({"-", a}).settings;
-    EXPECT_EQ(settings.predictionFile, "-");
-    EXPECT_EQ(settings.experimentFile, a);
-}
-
 TEST(PositionalForm, IsNotLookedAtWhereAModeIsGiven) {
     const Settings settings = lineOf({"-l", "list", "nowhere.pdb", "gone.pdb"}).settings;
     EXPECT_EQ(settings.predictionFile, std::nullopt);
-}
-
-TEST(PositionalFormDeathTest, NamesTheFileThatCannotBeOpened) {
-    const TemporaryFolder folder;
-    const std::string a = folder.write("a.pdb", "");
-    const std::string directory = folder.path().string();
-    const struct {
-        std::vector<std::string> values;
-        std::string name;
-    } cases[] = {
-        {{"-e", a, "-p"}, "-e"},  // no two plain arguments: the first two as they stand
-        {{a, "nowhere.pdb"}, "nowhere.pdb"},
-        {{"gone.pdb", "nowhere.pdb"}, "gone.pdb"},
-        {{directory, a}, directory},
-        {{"-V", "x"}, "-V"},
-        {{"1-abc.pdb", a}, "-abc.pdb"},
-    };
-    for (const auto& test : cases) {
-        EXPECT_EXIT(
-            {
-                Log log;
-                std::vector<std::string> values = test.values;
-                values.insert(values.begin(), "tervolanda");
-                readCommandLine(values, log);
-            },
-            testing::ExitedWithCode(1), "ABEND : Failed to read PDB file '" + test.name + "'\n$");
-    }
 }
 
 }  // namespace

@@ -114,6 +114,15 @@ Chain shaken(Chain chain, double size, std::uint32_t seed) {
     return chain;
 }
 
+Chain renumbered(Chain chain, int first, int step) {
+    for (std::size_t i = 0; i < chain.atoms.size(); ++i)
+        chain.atoms[i].residueNumber =
+            static_cast<std::int16_t>(first + step * static_cast<int>(i));
+    Log log;
+    buildResidues(chain, log);
+    return chain;
+}
+
 TemporaryFolder::TemporaryFolder() {
     std::string pattern = (std::filesystem::temp_directory_path() / "tervolanda.XXXXXX").string();
     if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("no temporary folder");

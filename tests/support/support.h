@@ -32,6 +32,9 @@ Chain moved(Chain chain);
 // Every coordinate displaced by up to `size` Å, evenly distributed.
 Chain shaken(Chain chain, double size, std::uint32_t seed);
 
+// The chain with other residue numbers: `first`, `first + step` and so on.
+Chain renumbered(Chain chain, int first, int step = 1);
+
 // A folder that is removed with all that is in it.
 class TemporaryFolder {
  public:

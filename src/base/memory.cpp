@@ -1,0 +1,46 @@
+// Systems promise more memory than there is, and end the process that takes them at their word.
+#include "base/memory.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <limits>
+#include <optional>
+#include <string_view>
+
+#include "base/file.h"
+#include "base/text.h"
+
+namespace tervolanda {
+
+namespace {
+
+// The memory that the control group of the process may use, as the kernel's file of that name
+// tells it; the largest number when there is no limit.
+std::uint64_t memoryLimitIn(const char* path) {
+    const FileHandle file = openForReading(path);
+    if (file) {
+        LineReader lines(file.get());
+        const std::optional<std::string_view> line = lines.next();
+        if (line) {
+            if (const auto limit = digitsOnly(trimBlanks(*line))) return *limit;
+        }
+    }
+    return std::numeric_limits<std::uint64_t>::max();
+}
+
+}  // namespace
+
+std::uint64_t usableMemory() {
+    const long pages = sysconf(_SC_PHYS_PAGES);
+    const long pageSize = sysconf(_SC_PAGESIZE);
+    std::uint64_t memory = std::numeric_limits<std::uint64_t>::max();
+    if (pages > 0 && pageSize > 0) {
+        memory = static_cast<std::uint64_t>(pages) * static_cast<std::uint64_t>(pageSize);
+    }
+    memory = std::min(memory, memoryLimitIn("/sys/fs/cgroup/memory.max"));
+    memory = std::min(memory, memoryLimitIn("/sys/fs/cgroup/memory/memory.limit_in_bytes"));
+    return memory / 4 * 3;
+}
+
+}  // namespace tervolanda

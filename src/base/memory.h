@@ -1,0 +1,11 @@
+// How much memory a run may use.
+#pragma once
+
+#include <cstdint>
+
+namespace tervolanda {
+
+// Three quarters of the memory of the machine, or of the container the process runs in, bytes.
+std::uint64_t usableMemory();
+
+}  // namespace tervolanda
