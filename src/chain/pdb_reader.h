@@ -55,7 +55,8 @@ class RecordScanner {
     void finish();
 
  private:
-    void search(bool isEnd);
+    // Takes the records in `text`; returns how many characters of it are done with.
+    std::size_t search(std::string_view text, bool isEnd);
 
     RecordTaker& taker_;
     std::string pending_;
