@@ -123,12 +123,12 @@ Cut searchThreshold(std::span<const Join> tree, std::size_t models, const Cluste
     const auto wanted = static_cast<std::size_t>(
         std::lower_bound(largest.begin(), largest.end(), settings.initialSize) - largest.begin());
     ThresholdSequence threshold(settings.threshold, settings.maxThreshold, settings.thresholdStep);
-    const bool printsSteps = log.logLevel() > 2;
-    if (!printsSteps && wanted > 0) {
-        threshold.advanceTo(wanted < largest.size() ? tree[wanted - 1].distance
-                                                    : std::numeric_limits<double>::infinity());
-    }
-    while (true) {
+    const std::size_t printedSteps = log.logLevel() > 2 ? kMostPrintedSteps : 0;
+    for (std::size_t step = 0;; ++step) {
+        if (step == printedSteps && wanted > 0) {
+            threshold.advanceTo(wanted < largest.size() ? tree[wanted - 1].distance
+                                                        : std::numeric_limits<double>::infinity());
+        }
         const std::size_t joins = joinsWithin(tree, threshold.value());
         const std::uint32_t size = largest[joins];
         log.info(2, "Threshold = %6.3f, clusters = %d, largest cluster = %d", threshold.value(),

@@ -104,9 +104,11 @@ std::size_t NeighbourClustering::searchFirstCluster() {
     log_.info(2, "Processing threshold %g -> %g (interval %g)", settings_.threshold,
               settings_.maxThreshold, settings_.thresholdStep);
     const std::size_t wanted = std::max(settings_.initialSize, 2U);  // there is no cluster of one
-    const bool printsSteps = log_.logLevel() > 2;
-    if (!printsSteps) threshold_.advanceTo(thresholdForNeighbours(distances_, wanted - 1));
-    while (true) {
+    const std::size_t printedSteps = log_.logLevel() > 2 ? kMostPrintedSteps : 0;
+    for (std::size_t step = 0;; ++step) {
+        if (step == printedSteps) {
+            threshold_.advanceTo(thresholdForNeighbours(distances_, wanted - 1));
+        }
         countNeighbours();
         const Candidate best = bestCandidate();
         if (best.size > 0) {

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <string>
 
@@ -243,6 +244,12 @@ TEST(HierarchicalClustering, EndsAtTheSameCutWhetherStepsArePrintedOrNot) {
             EXPECT_EQ(quiet.substr(quiet.find(" Clusters @") - 2),
                       steps.substr(steps.find(" Clusters @") - 2));
         }
+    }
+    // Not each of 10^16 steps is printed.
+    for (const int method : {1, 5}) {
+        const std::string steps = printed(twoPairs(), {0.5, 1e300, 0.05, 9, 9, method, 0.0}, 3);
+        EXPECT_NEAR(static_cast<double>(std::count(steps.begin(), steps.end(), '\n')), 10000.0,
+                    50.0);
     }
 }
 
