@@ -83,6 +83,15 @@ void roundToThousandths(Chain& chain) {
     }
 }
 
+// With three decimals, as files have them: sums of such coordinates are exact.
+Chain asWritten(Chain chain) {
+    for (Atom& atom : chain.atoms) {
+        for (double* const value : {&atom.x, &atom.y, &atom.z})
+            *value = std::round(*value * 1000.0) / 1000.0;
+    }
+    return chain;
+}
+
 // Holds a comparison against the literal search of the same mapped pairs.
 void expectLiteralResult(const Compared& compared, const ComparisonParameters& parameters) {
     CapturedLog log;
@@ -116,9 +125,13 @@ void expectLiteralResultOnBothKernels(const Chain& experiment, const Chain& pred
 
 TEST_P(MaxSubSearch, AgreesWithTheLiteralOneOnBothKernels) {
     for (std::uint32_t seed = 0; seed < 60; ++seed) {
-        const Chain experiment = coil(5 + 3 * seed % 97, seed);
+        Chain experiment = coil(5 + 3 * seed % 97, seed);
         Chain prediction = partlyLike(experiment, seed);
         if (seed % 3 == 1) prediction = withoutResidues(prediction, 0, experiment.atoms.size() / 9);
+        if (seed % 2 == 1) {
+            experiment = asWritten(experiment);
+            prediction = asWritten(prediction);
+        }
         ComparisonParameters parameters = defaultParameters();
         GetParam().change(parameters);
         SCOPED_TRACE(seed);
