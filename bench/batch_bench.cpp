@@ -60,8 +60,11 @@ void maxSubBatch(benchmark::State& state) {
     countPairs(state, count);
 }
 
-BENCHMARK_CAPTURE(rmsdBatch, without_urmsd, false)->Arg(300)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(rmsdBatch, with_urmsd, true)->Arg(300)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(rmsdBatch, without_urmsd, false)
+    ->Arg(300)
+    ->Arg(1000)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(rmsdBatch, with_urmsd, true)->Arg(300)->Arg(1000)->Unit(benchmark::kMillisecond);
 BENCHMARK(maxSubBatch)->Arg(60)->Unit(benchmark::kMillisecond);
 
 }  // namespace

@@ -2,6 +2,7 @@
 // prepared once, a pair is compared once, and all pairs share one workspace and one result object,
 // so that nothing is allocated per pair.
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 #include <span>
@@ -62,6 +63,7 @@ void forAllPairs(const ChainList& models, const char* what, Log& log, Report& re
                  const Begin& begin, const Compare& compare) {
     const auto n = static_cast<long>(models.chains.size());
     const long total = n * (n - 1) / 2;
+    const bool namesModels = report.reportsFrom(3);
     long counter = 0;
     for (std::size_t i = 1; i < models.chains.size(); ++i) {
         begin(i);
@@ -69,8 +71,10 @@ void forAllPairs(const ChainList& models, const char* what, Log& log, Report& re
             if (counter % kPairsPerProgressLine == 0) {
                 log.progress(0, "Processed %ld of %ld %ss", counter, total, what);
             }
-            report.reportFrom(3, "%s vs. %s\n", models.chains[j].fileName.c_str(),
-                              models.chains[i].fileName.c_str());
+            if (namesModels) {
+                report.reportFrom(3, "%s vs. %s\n", models.chains[j].fileName.c_str(),
+                                  models.chains[i].fileName.c_str());
+            }
             compare(i, j);
             ++counter;
         }
@@ -134,11 +138,39 @@ class MaxSubRecorder {
 constexpr double kNoFit = -1.0;
 constexpr std::uint32_t kFewestPairs = 3;
 
+// Pairs are recorded below the diagonal, row by row, and mirrored at the end.
 void recordRmsd(std::size_t i, std::size_t j, const RmsdResult& result, RmsdBatch& batch) {
     const bool isMapped = result.rmsd || result.pairs >= kFewestPairs;
-    setBoth(batch.rmsd, i, j, static_cast<float>(result.rmsd.value_or(kNoFit)));
-    setBoth(batch.urmsd, i, j, static_cast<float>(result.rmsd ? result.urmsd : 0.0));
-    setBoth(batch.pairs, i, j, isMapped ? result.pairs : 0U);
+    batch.rmsd.at(i, j) = static_cast<float>(result.rmsd.value_or(kNoFit));
+    batch.urmsd.at(i, j) = static_cast<float>(result.rmsd ? result.urmsd : 0.0);
+    batch.pairs.at(i, j) = isMapped ? result.pairs : 0U;
+}
+
+// Records a row of pairs that have all atoms of their models in common.  The RMSD of a pair that
+// needs a comparison of its own becomes NaN.
+void recordRow(std::size_t i, const RmsdRow& row, std::uint32_t atoms, RmsdBatch& batch) {
+    for (std::size_t j = 0; j < i; ++j) {
+        const double rmsd = std::isnan(row.urmsd[j]) ? row.urmsd[j] : row.rmsd[j];
+        batch.rmsd.at(i, j) = static_cast<float>(rmsd);
+        batch.urmsd.at(i, j) = static_cast<float>(row.urmsd[j]);
+        batch.pairs.at(i, j) = atoms;
+    }
+}
+
+// Copies what is below the diagonal to above it, in tiles that the cache holds: column by column
+// each value would fetch a line of its own.
+template <typename Value>
+void mirror(Matrix<Value>& matrix) {
+    constexpr std::size_t kTile = 32;
+    const std::size_t n = matrix.rows();
+    for (std::size_t top = 0; top < n; top += kTile) {
+        for (std::size_t left = 0; left <= top; left += kTile) {
+            for (std::size_t i = top; i < std::min(top + kTile, n); ++i) {
+                for (std::size_t j = left; j < std::min(left + kTile, i); ++j)
+                    matrix.at(j, i) = matrix.at(i, j);
+            }
+        }
+    }
 }
 
 }  // namespace
@@ -196,21 +228,26 @@ RmsdBatch compareAllRmsd(const ChainList& models, const ComparisonParameters& pa
     const bool wantsDetails = report.reportsFrom(5) || options.selection != AtomSelection::Calpha;
     const PositionalRmsd positional(wantsDetails ? std::span<const CoordinateSet>() : sets,
                                     rmsdOptions.urmsd, workspace.kernels());
-    RmsdRow row;
+    constexpr std::size_t kRows = PositionalRmsd::kRowsAtOnce;
+    std::array<RmsdRow, kRows> rows;
     const auto begin = [&](std::size_t i) {
-        if (!wantsDetails) positional.compareWithEarlier(i, row);
+        if (wantsDetails) return;
+        if (i == 1 || i % kRows == 0) {
+            const std::size_t first = i - i % kRows;
+            const std::size_t count = std::min(kRows, sets.size() - first);
+            positional.compareWithEarlier(first, std::span(rows).first(count));
+        }
+        recordRow(i, rows[i % kRows], static_cast<std::uint32_t>(sets[i].size()), batch);
     };
     RmsdResult result;
     forAllPairs(models, "RMSD", log, report, begin, [&](std::size_t i, std::size_t j) {
-        if (!wantsDetails && !std::isnan(row.rmsd[j]) && !std::isnan(row.urmsd[j])) {
-            result.rmsd = row.rmsd[j];
-            result.urmsd = row.urmsd[j];
-            result.pairs = static_cast<std::uint32_t>(sets[i].size());
-        } else {
-            compareRmsd(sets[i], sets[j], rmsdOptions, workspace, report, result);
-        }
+        if (!wantsDetails && !std::isnan(batch.rmsd.at(i, j))) return;
+        compareRmsd(sets[i], sets[j], rmsdOptions, workspace, report, result);
         recordRmsd(i, j, result, batch);
     });
+    mirror(batch.rmsd);
+    if (rmsdOptions.urmsd) mirror(batch.urmsd);
+    mirror(batch.pairs);
     return batch;
 }
 

@@ -109,7 +109,7 @@ struct Kernels {
                        std::size_t words, SubsetSums& sums);
     // Solves `count` problems, 1 to 8.  A problem's answer does not depend on its neighbours.
     void (*solveRotations)(RotationProblem* const* problems, std::size_t count);
-    // Sums of p_a e_b at 3 a + b.
+    // Sums of p_a e_b at 3 a + b, over one block or more.
     void (*sumProducts)(const PointBlock* prediction, const PointBlock* experiment,
                         std::size_t blocks, std::array<double, 9>& product);
     // Solves `count` problems, 1 to 8.  A problem's answer does not depend on its neighbours.

@@ -3,6 +3,7 @@
 // prefixes are part of the output format.
 #pragma once
 
+#include <chrono>
 #include <csignal>
 #include <cstdarg>
 #include <cstdint>
@@ -34,7 +35,8 @@ class Log {
     void setLogLevel(int level) { logLevel_ = level; }
 
     [[gnu::format(printf, 3, 4)]] void info(int detail, const char* pattern, ...);
-    // An information line without line end that the next progress line overwrites.
+    // An information line without line end that the next progress line overwrites.  It is flushed
+    // unless another one was just before.
     [[gnu::format(printf, 3, 4)]] void progress(int detail, const char* pattern, ...);
     [[gnu::format(printf, 3, 4)]] void warn(int detail, const char* pattern, ...);
     [[gnu::format(printf, 3, 4)]] void error(int detail, const char* pattern, ...);
@@ -73,6 +75,7 @@ class Log {
                                                  const char* pattern, std::va_list arguments);
     bool isWritten(LogLevel severity, int detail) const;
     void standProgress(std::size_t width);
+    bool isProgressShown();
     [[noreturn]] void exitWithFailure();
 
     std::FILE* output_;
@@ -82,6 +85,7 @@ class Log {
     std::string programName_ = "unknown";
     std::string message_, line_;     // scratch: a batch allocates nothing for its progress lines
     std::size_t progressWidth_ = 0;  // characters of the progress line now standing; 0 for none
+    std::chrono::steady_clock::time_point progressShown_{};  // when one was last flushed
     volatile std::sig_atomic_t* progressDescriptor_ = nullptr;
     int logLevel_ = 1;
     bool failed_ = false;
