@@ -23,15 +23,22 @@ FileHandle openForReading(const std::string& path) {
     return file;
 }
 
+void LineReader::enlarge() {
+    auto larger = std::make_unique_for_overwrite<char[]>(capacity_ * 2);  // NOLINT(*-c-arrays)
+    std::memcpy(larger.get(), buffer_.get(), end_);
+    buffer_ = std::move(larger);
+    capacity_ *= 2;
+}
+
 bool LineReader::fill() {
     if (finished_) return false;
     if (begin_ > 0) {
-        std::memmove(buffer_.data(), buffer_.data() + begin_, end_ - begin_);
+        std::memmove(buffer_.get(), buffer_.get() + begin_, end_ - begin_);
         end_ -= begin_;
         begin_ = 0;
     }
-    if (end_ == buffer_.size()) buffer_.resize(buffer_.size() * 2);
-    const std::size_t got = std::fread(buffer_.data() + end_, 1, buffer_.size() - end_, file_);
+    if (end_ == capacity_) enlarge();
+    const std::size_t got = std::fread(buffer_.get() + end_, 1, capacity_ - end_, file_);
     exceeded_ = got > left_;
     if (exceeded_ || got == 0) {
         finished_ = true;
@@ -48,7 +55,7 @@ std::optional<std::string_view> LineReader::next(std::size_t limit) {
     for (;;) {
         const std::size_t pending = end_ - begin_;
         const std::size_t window = std::min(pending, limit);
-        const char* const start = buffer_.data() + begin_;
+        const char* const start = buffer_.get() + begin_;
         const void* const newline =
             window > searched ? std::memchr(start + searched, '\n', window - searched) : nullptr;
         std::size_t length = 0;
@@ -62,7 +69,7 @@ std::optional<std::string_view> LineReader::next(std::size_t limit) {
             if (pending == 0) return std::nullopt;
             length = pending;
         }
-        const std::string_view line(buffer_.data() + begin_, length);
+        const std::string_view line(buffer_.get() + begin_, length);
         begin_ += length;
         return line;
     }

@@ -7,7 +7,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "base/signals.h"
 
@@ -26,7 +25,7 @@ class LineReader {
  public:
     // The stream is lent, not closed.  Reading ends where there are more than `most` bytes.
     explicit LineReader(std::FILE* file, std::size_t most = kNoLimit)
-        : file_(file), buffer_(kBlock), left_(most) {}
+        : file_(file), buffer_(std::make_unique_for_overwrite<char[]>(kBlock)), left_(most) {}
     // The next line, valid until the next call; none at the end of the file or after a read error.
     // A line longer than `limit` characters comes in pieces of that length.
     std::optional<std::string_view> next(std::size_t limit = kNoLimit);
@@ -39,10 +38,12 @@ class LineReader {
 
  private:
     bool fill();  // appends a block; false when there is no more
+    void enlarge();
 
     static constexpr std::size_t kBlock = std::size_t{1} << 16;
     std::FILE* file_;
-    std::vector<char> buffer_;
+    std::unique_ptr<char[]> buffer_;  // NOLINT(*-avoid-c-arrays): a vector would be filled first
+    std::size_t capacity_ = kBlock;
     std::size_t begin_ = 0;
     std::size_t end_ = 0;
     std::size_t left_;  // bytes that may still come

@@ -202,11 +202,12 @@ std::string readAtOnce(const std::string& path, const struct stat& status) {
 std::optional<std::string> inflateWhole(std::string packed) {
     constexpr int kGzipFormat = 16 + MAX_WBITS;
     constexpr std::size_t kShortestStream = 18;
+    constexpr std::size_t kLargestFactor = 1032;  // deflate makes nothing shorter
     if (packed.size() < kShortestStream) return std::nullopt;
     std::size_t length = 0;  // stands in the last four bytes
     for (std::size_t i = 1; i <= 4; ++i)
         length = length << 8 | static_cast<unsigned char>(packed[packed.size() - i]);
-    if (length > kMostAtOnce) return std::nullopt;
+    if (length > std::min(kMostAtOnce, kLargestFactor * packed.size())) return std::nullopt;
     std::string text(length, '\0');
     z_stream stream{};
     if (inflateInit2(&stream, kGzipFormat) != Z_OK) return std::nullopt;

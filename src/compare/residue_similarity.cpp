@@ -23,6 +23,7 @@ using Lane = std::array<double, kBlock>;
 
 // What a block needs and leaves.
 struct Block {
+    std::size_t count;                // fragments, at most kBlock
     std::array<Lane, 9> correlation;  // prediction by experiment, divided by half the squares
     Lane halfSquares;                 // half the sum of squares of both fragments
     Lane c2, c1, c0;                  // the polynomial
@@ -41,8 +42,7 @@ std::vector<double> fragmentSquares(const Points& vectors, std::size_t fragments
     return squares;
 }
 
-// Correlates prediction fragment i with the experiment fragments from j on.  The experiment has
-// entries for a whole block behind its last fragment.
+// Correlates prediction fragment i with the experiment fragments from j on.
 void correlate(const Points& experiment, std::size_t j, const Points& prediction, std::size_t i,
                Block& block) {
     const std::array<const double*, 3> p = {prediction.x.data() + i, prediction.y.data() + i,
@@ -52,7 +52,7 @@ void correlate(const Points& experiment, std::size_t j, const Points& prediction
     for (std::size_t a = 0; a < 3; ++a) {
         for (std::size_t b = 0; b < 3; ++b) {
             Lane& sums = block.correlation[3 * a + b];
-            for (std::size_t lane = 0; lane < kBlock; ++lane) {
+            for (std::size_t lane = 0; lane < block.count; ++lane) {
                 const double* const from = e[b] + lane;
                 sums[lane] = ((p[a][0] * from[0] + p[a][1] * from[1]) +
                               (p[a][2] * from[2] + p[a][3] * from[3])) +
@@ -65,7 +65,7 @@ void correlate(const Points& experiment, std::size_t j, const Points& prediction
 // Scales the correlations, so that no root is above 1, and makes the polynomials of them.
 void makePolynomials(Block& block) {
     auto& m = block.correlation;
-    for (std::size_t i = 0; i < kBlock; ++i) {
+    for (std::size_t i = 0; i < block.count; ++i) {
         const double scale = 1.0 / block.halfSquares[i];
         const double xx = m[0][i] * scale, xy = m[1][i] * scale, xz = m[2][i] * scale;
         const double yx = m[3][i] * scale, yy = m[4][i] * scale, yz = m[5][i] * scale;
@@ -98,12 +98,12 @@ void findRoots(Block& block) {
     constexpr double kSmallStep = 1e-9;  // the step after such a one changes nothing
     block.root.fill(1.0);
     for (int step = 0; step < kUsualSteps; ++step) {
-        for (std::size_t i = 0; i < kBlock; ++i) {
+        for (std::size_t i = 0; i < block.count; ++i) {
             block.change[i] = newtonStep(block.root[i], block.c2[i], block.c1[i], block.c0[i]);
             block.root[i] -= block.change[i];
         }
     }
-    for (std::size_t i = 0; i < kBlock; ++i) {
+    for (std::size_t i = 0; i < block.count; ++i) {
         for (int step = kUsualSteps; step < kMostSteps && block.change[i] > kSmallStep; ++step) {
             block.change[i] = newtonStep(block.root[i], block.c2[i], block.c1[i], block.c0[i]);
             block.root[i] -= block.change[i];
@@ -158,18 +158,16 @@ void scoreFragments(const Points& experimentVectors, const Points& predictionVec
     scores.assign(rows, columns, 0.0F);
     const std::vector<double> ofRows = fragmentSquares(predictionVectors, rows);
     const std::vector<double> ofColumns = fragmentSquares(experimentVectors, columns);
-    Points experiment = experimentVectors;
-    experiment.resize(experimentVectors.size() + kBlock);  // so that every block is whole
     Block block;
     for (std::size_t i = 0; i < rows; ++i) {
         for (std::size_t j = 0; j < columns; j += kBlock) {
             const std::size_t count = std::min(kBlock, columns - j);
-            block.halfSquares.fill(1.0);
+            block.count = count;
             for (std::size_t lane = 0; lane < count; ++lane) {
                 const double half = 0.5 * (ofRows[i] + ofColumns[j + lane]);
-                if (half > 0.0) block.halfSquares[lane] = half;
+                block.halfSquares[lane] = half > 0.0 ? half : 1.0;
             }
-            correlate(experiment, j, predictionVectors, i, block);
+            correlate(experimentVectors, j, predictionVectors, i, block);
             makePolynomials(block);
             findRoots(block);
             storeScores(block, scores.row(i).subspan(j, count));
