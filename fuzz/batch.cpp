@@ -29,7 +29,7 @@ ChainList makeModels(FuzzedDataProvider& input, Log& log) {
     ChainList models;
     Chain first = makeChain(input);
     std::uint32_t number = 0;
-    for (int more = input.ConsumeIntegralInRange(1, 4); more >= 0; --more) {
+    for (int more = input.ConsumeIntegralInRange(1, 3); more >= 0; --more) {
         Chain model =
             input.ConsumeIntegralInRange(0, 3) > 0 ? makeVariant(first, input) : makeChain(input);
         buildResidues(model, log);
@@ -95,7 +95,7 @@ void compareSubsets(const ChainList& models, FuzzedDataProvider& input, Log& log
     parameters.iterations = input.PickValueInArray({1U, 3U});
     parameters.rankByTM = parameters.iterations == 1 && input.ConsumeBool();
     parameters.normLength = input.PickValueInArray({0, 0, 10});
-    parameters.sequenceIndependent = input.ConsumeIntegralInRange(0, 3) == 0;
+    parameters.sequenceIndependent = input.ConsumeIntegralInRange(0, 7) == 7;  // slow
     TransformationSpool spool(kFile, models, log);
     const PairSink sink = [&](std::size_t i, std::size_t j, const ComparisonResult& result) {
         spool.add(i, j, result);

@@ -289,7 +289,7 @@ def batch_seeds():
             yield "batch", f"{name}-{is_whole}", reversed_bytes(choices + [0, 1, 0, 1, 3])
     chain, variant = PAIRS["bent"]
     models = ([1] + variant + [0]) * 2
-    for name, end in {"domains": [1, 0, 1, 2], "structure": [0, 1, 0, 0, 9]}.items():
+    for name, end in {"domains": [1, 0, 1, 2], "structure": [0, 1, 0, 7, 9]}.items():
         yield "batch", name, reversed_bytes([0, 0] + chain + [0] + models + end)
 
 

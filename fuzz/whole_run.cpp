@@ -30,7 +30,7 @@ using namespace tervolanda::fuzz;
 
 namespace {
 
-constexpr std::size_t kMostModels = 4;
+constexpr std::size_t kMostModels = 3;
 
 // The input files of all runs.
 struct Files {
