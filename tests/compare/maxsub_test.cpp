@@ -85,10 +85,7 @@ void roundToThousandths(Chain& chain) {
 
 // With three decimals, as files have them: sums of such coordinates are exact.
 Chain asWritten(Chain chain) {
-    for (Atom& atom : chain.atoms) {
-        for (double* const value : {&atom.x, &atom.y, &atom.z})
-            *value = std::round(*value * 1000.0) / 1000.0;
-    }
+    roundToThousandths(chain);
     return chain;
 }
 
@@ -121,6 +118,20 @@ void expectLiteralResultOnBothKernels(const Chain& experiment, const Chain& pred
     const Compared plain = compare(experiment, prediction, parameters, 1, portableKernels());
     EXPECT_EQ(found.result.tm, plain.result.tm);
     EXPECT_EQ(found.result.maxsub, plain.result.maxsub);
+}
+
+// No rotation about the line is better than another: seeds on it need the general fit.
+TEST(Search, FindsAStraightPartWhateverFollows) {
+    constexpr std::uint32_t kStraight = 30;
+    Chain experiment = coil(kStraight + 80, 1), prediction = coil(kStraight + 80, 2);
+    for (std::uint32_t i = 0; i < kStraight; ++i) {
+        experiment.atoms[i].x = prediction.atoms[i].x = 2.28 * i;
+        experiment.atoms[i].y = prediction.atoms[i].y = 3.04 * i;
+        experiment.atoms[i].z = prediction.atoms[i].z = 50.0;
+    }
+    const Compared found = compare(experiment, moved(prediction));
+    EXPECT_GE(found.result.pairs, kStraight);
+    EXPECT_LT(found.result.rmsd, 1.0);
 }
 
 TEST_P(MaxSubSearch, AgreesWithTheLiteralOneOnBothKernels) {
