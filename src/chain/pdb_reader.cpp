@@ -122,11 +122,18 @@ double coordinate(const Record& record, std::size_t first) {
 }
 
 // A number in six columns, with two decimals as a rule: a blank before and a zero behind them make
-// it the same number with three.  There are columns on both sides.
-double shortReal(const Record& record, std::size_t first) {
-    const std::uint64_t columns = packedColumns(record.columns(first - 1, first + 6).data());
-    return fieldReal(record.columns(first, first + 5),
-                     (columns & 0x00FFFFFFFFFFFF00) | 0x3000000000000020);
+// it the same number with three.  There are columns on both sides.  Most numbers are the same as in
+// the record before, the `latest`: all occupancies, and the B-factors of a residue in a prediction.
+// Looking at that first takes a tenth off reading all atoms of plain files.
+template <typename ShortNumber>
+double shortReal(const Record& record, std::size_t first, ShortNumber& latest) {
+    const std::uint64_t columns =
+        (packedColumns(record.columns(first - 1, first + 6).data()) & 0x00FFFFFFFFFFFF00) |
+        0x3000000000000020;
+    if (columns != latest.columns) {
+        latest = {columns, fieldReal(record.columns(first, first + 5), columns)};
+    }
+    return latest.value;
 }
 
 void takePlacement(const Record& record, Atom& atom) {
@@ -138,10 +145,8 @@ void takePlacement(const Record& record, Atom& atom) {
     atom.z = coordinate(record, 47);
 }
 
-// What only records of full width have.
-void takeFullWidthFields(const Record& record, Atom& atom) {
-    atom.occupancy = shortReal(record, 55);
-    atom.bFactor = shortReal(record, 61);
+// The texts that only records of full width have.
+void takeFullWidthTexts(const Record& record, Atom& atom) {
     assign(atom.segmentId, record.columns(73, 76));
     assign(atom.element, record.columns(77, 78));
     assign(atom.charge, record.columns(79, 80));
@@ -343,7 +348,10 @@ void RecordTaker::take(std::string_view line) {
     atom.residueNumber = residue.number;
     atom.classification = classification;
     takePlacement(record, atom);
-    if (record.isFull()) takeFullWidthFields(record, atom);
+    if (!record.isFull()) return;
+    atom.occupancy = shortReal(record, 55, latestOccupancy_);
+    atom.bFactor = shortReal(record, 61, latestBFactor_);
+    takeFullWidthTexts(record, atom);
 }
 
 namespace {

@@ -31,6 +31,12 @@ class RecordTaker {
         bool isTaken = true;
     };
 
+    // A number in six columns, and these as one.
+    struct ShortNumber {
+        std::uint64_t columns = 0;  // as none are
+        double value = 0.0;
+    };
+
     bool isSelected(std::uint32_t classification) const;
     const ResidueColumns& residueOf(std::string_view columns);
     Chain& chainOf(char id);
@@ -42,6 +48,7 @@ class RecordTaker {
     // What the latest records had: the next one mostly has the same.
     std::size_t latest_ = 0;  // the chain that took an atom
     ResidueColumns latestResidue_;
+    ShortNumber latestOccupancy_, latestBFactor_;
 };
 
 // Finds records in text that arrives in blocks, cut anywhere.  A record begins at "ATOM" and two

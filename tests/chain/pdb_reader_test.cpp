@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <zlib.h>
 
+#include <array>
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
@@ -102,6 +103,21 @@ TEST(Record, NumbersAreConvertedAsDecimals) {
         record.replace(38, 8, field);
         RecordTaker(ReadAllAtoms, none, set).take(record);
         EXPECT_EQ(set.chains.at(0).atoms.at(0).y, value) << "'" << field << "'";
+    }
+}
+
+TEST(Record, ShortNumbersAreNotThoseOfTheRecordBefore) {
+    ChainSet set;
+    const ResidueExclusions none;
+    RecordTaker taker(ReadAllAtoms, none, set);
+    constexpr std::array kNumbers = {0.0, 1.0, 0.5, -0.5, 99.99};
+    std::mt19937 engine(5);
+    for (int i = 0; i < 100; ++i) {
+        const double occupancy = kNumbers[engine() % 5], bFactor = kNumbers[engine() % 5];
+        std::string record = kFull;
+        taker.take(record.replace(54, 12, format("%6.2f%6.2f", occupancy, bFactor)));
+        EXPECT_EQ(set.chains.at(0).atoms.back().occupancy, occupancy);
+        EXPECT_EQ(set.chains.at(0).atoms.back().bFactor, bFactor);
     }
 }
 
