@@ -26,7 +26,7 @@ struct RmsdRow {
 // and 6 µs.
 class PositionalRmsd {
  public:
-    // The sets hold C-alpha atoms.  They are lent.
+    // The sets hold C-alpha atoms.  The kernels are lent.
     PositionalRmsd(std::span<const CoordinateSet> sets, bool withUrmsd, const Kernels& kernels);
 
     // So many rows at a time: each earlier chain is then read once for all of them, in 0.94 of the
