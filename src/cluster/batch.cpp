@@ -56,8 +56,7 @@ DistanceMatrix matrixWithDiagonal(std::size_t n, float diagonal) {
 }
 
 // Calls compare(i, j) for all i > j, with the progress lines of a batch ("Processed ... `what`s")
-// and, in verbose runs, the names of the two models.
-// Before the pairs of model i it calls begin(i).
+// and, in verbose runs, the names of the two models.  Before the pairs of model i comes begin(i).
 template <typename Begin, typename Compare>
 void forAllPairs(const ChainList& models, const char* what, Log& log, Report& report,
                  const Begin& begin, const Compare& compare) {
@@ -83,21 +82,6 @@ void forAllPairs(const ChainList& models, const char* what, Log& log, Report& re
 }
 
 constexpr auto kNothingToBegin = [](std::size_t) {};
-
-void reportSuperposition(const Superposition& superposition, Report& report) {
-    const auto& experiment = superposition.experimentCentre;
-    const auto& prediction = superposition.predictionCentre;
-    const auto& r = superposition.rotation;
-    report.reportFrom(3, "Center Pred. %10.6f %10.6f %10.6f\n", prediction[0], prediction[1],
-                      prediction[2]);
-    report.reportFrom(3, "Center Exp.  %10.6f %10.6f %10.6f\n", experiment[0], experiment[1],
-                      experiment[2]);
-    report.reportFrom(3, "Translation  %10.6f %10.6f %10.6f\n", experiment[0] - prediction[0],
-                      experiment[1] - prediction[1], experiment[2] - prediction[2]);
-    report.reportFrom(3, "Rot. Mat.    %10.6f %10.6f %10.6f\n", r[0], r[1], r[2]);
-    report.reportFrom(3, "             %10.6f %10.6f %10.6f\n", r[3], r[4], r[5]);
-    report.reportFrom(3, "             %10.6f %10.6f %10.6f\n", r[6], r[7], r[8]);
-}
 
 // Puts the results of MaxSub searches into the matrices.
 class MaxSubRecorder {
@@ -193,7 +177,7 @@ MaxSubBatch compareAllMaxSub(const ChainList& models, const ComparisonParameters
         }
         if (!sink) return;
         if (!result.iterations.empty()) {
-            reportSuperposition(result.iterations.front().superposition, report);
+            reportSuperposition(result.iterations.front().superposition, 3, report);
         }
         sink(i, j, result);
     });

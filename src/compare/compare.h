@@ -208,6 +208,9 @@ struct NativeContacts {
 NativeContacts nativeContacts(const Chain& prediction, const Chain& experiment, double distance,
                               int gap);
 
+// The lines of a fit: centres, translation, rotation.  Written at report level `atLeast` or more.
+void reportSuperposition(const Superposition& superposition, int atLeast, Report& report);
+
 // Prints the two sequences one above the other, "|" between pairs of a MaxSub subset, "'" between
 // other mapped pairs, in blocks of `lineWrap` columns.  Written at report level 4 or more.
 void printAlignment(const CoordinateSet& experiment, const CoordinateSet& prediction,

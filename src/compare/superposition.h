@@ -108,11 +108,8 @@ Rotation asRotation(const Quaternion& quaternion);
 // The rotation that does first `first` and then `second`, by way of quaternions.
 Rotation compose(const Rotation& second, const Rotation& first);
 
-// Replaces points, at least one, by the vectors from each to the next, of length 1; those shorter
+// Replaces points by the vectors from each to the next, of length 1; those shorter
 // than 1e-6 Å keep their length.
 void makeUnitVectors(Points& points);
-
-// The lines of a fit: centres, translation, rotation.  Written at report level `atLeast` or more.
-void reportSuperposition(const Superposition& superposition, int atLeast, Report& report);
 
 }  // namespace tervolanda
