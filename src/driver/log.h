@@ -26,7 +26,7 @@ class Log {
  public:
     Log() : Log(stdout, stderr) {}
     // The streams are lent and stay open.
-    Log(std::FILE* output, std::FILE* error) : output_(output), error_(error) {}
+    Log(std::FILE* output, std::FILE* error);
     Log(const Log&) = delete;
     Log& operator=(const Log&) = delete;
 
@@ -35,8 +35,8 @@ class Log {
     void setLogLevel(int level) { logLevel_ = level; }
 
     [[gnu::format(printf, 3, 4)]] void info(int detail, const char* pattern, ...);
-    // An information line without line end that the next progress line overwrites.  It is flushed
-    // unless another one was just before.
+    // An information line without line end that the next progress line overwrites.  It is flushed;
+    // off a terminal only where no other one was just before.
     [[gnu::format(printf, 3, 4)]] void progress(int detail, const char* pattern, ...);
     [[gnu::format(printf, 3, 4)]] void warn(int detail, const char* pattern, ...);
     [[gnu::format(printf, 3, 4)]] void error(int detail, const char* pattern, ...);
@@ -75,7 +75,7 @@ class Log {
                                                  const char* pattern, std::va_list arguments);
     bool isWritten(LogLevel severity, int detail) const;
     void standProgress(std::size_t width);
-    bool isProgressShown();
+    bool showsProgressNow();
     [[noreturn]] void exitWithFailure();
 
     std::FILE* output_;
@@ -86,6 +86,7 @@ class Log {
     std::string message_, line_;     // scratch: a batch allocates nothing for its progress lines
     std::size_t progressWidth_ = 0;  // characters of the progress line now standing; 0 for none
     std::chrono::steady_clock::time_point progressShown_{};  // when one was last flushed
+    bool isTerminal_;
     volatile std::sig_atomic_t* progressDescriptor_ = nullptr;
     int logLevel_ = 1;
     bool failed_ = false;
