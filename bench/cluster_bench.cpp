@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "base/file.h"
+#include "base/log.h"
 #include "cluster/cluster.h"
-#include "driver/log.h"
 
 namespace {
 

@@ -5,8 +5,8 @@
 #include <span>
 #include <string_view>
 
+#include "base/log.h"
 #include "cluster/cluster.h"
-#include "driver/log.h"
 
 namespace tervolanda::fuzz {
 

@@ -11,9 +11,9 @@
 #include <string>
 #include <vector>
 
+#include "base/log.h"
 #include "base/memory.h"
 #include "base/signals.h"
-#include "driver/log.h"
 #include "driver/run.h"
 
 namespace {

@@ -2,10 +2,10 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include <tervolanda/base/log.h>
 #include <tervolanda/chain/chain.h>
 #include <tervolanda/compare/compare.h>
 #include <tervolanda/compare/workspace.h>
-#include <tervolanda/driver/log.h>
 
 using namespace tervolanda;
 

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "driver/log.h"
+#include "base/log.h"
 
 namespace tervolanda {
 

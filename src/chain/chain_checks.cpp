@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "driver/log.h"
+#include "base/log.h"
 
 namespace tervolanda {
 

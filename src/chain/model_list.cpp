@@ -2,8 +2,8 @@
 #include <utility>
 
 #include "base/file.h"
+#include "base/log.h"
 #include "chain/chain.h"
-#include "driver/log.h"
 
 namespace tervolanda {
 

@@ -15,8 +15,8 @@
 #include <vector>
 
 #include "base/file.h"
+#include "base/log.h"
 #include "chain/chain_checks.h"
-#include "driver/log.h"
 
 namespace tervolanda {
 

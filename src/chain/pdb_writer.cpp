@@ -4,7 +4,7 @@
 
 #include "base/file.h"
 #include "base/format.h"
-#include "driver/log.h"
+#include "base/log.h"
 
 namespace tervolanda {
 

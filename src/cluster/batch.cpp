@@ -7,10 +7,10 @@
 #include <limits>
 #include <span>
 
+#include "base/log.h"
 #include "cluster/cluster.h"
 #include "compare/positional_rmsd.h"
 #include "compare/workspace.h"
-#include "driver/log.h"
 
 namespace tervolanda {
 

@@ -5,8 +5,8 @@
 
 #include <algorithm>
 
+#include "base/log.h"
 #include "cluster/thresholds.h"
-#include "driver/log.h"
 
 namespace tervolanda {
 

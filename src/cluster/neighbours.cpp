@@ -8,8 +8,8 @@
 #include <numeric>
 #include <vector>
 
+#include "base/log.h"
 #include "cluster/thresholds.h"
-#include "driver/log.h"
 
 namespace tervolanda {
 

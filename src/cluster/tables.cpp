@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <climits>
 
-#include "driver/log.h"
+#include "base/log.h"
 
 namespace tervolanda {
 

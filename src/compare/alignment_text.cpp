@@ -2,8 +2,8 @@
 // written block by block.
 #include <algorithm>
 
+#include "base/log.h"
 #include "compare/compare.h"
-#include "driver/log.h"
 
 namespace tervolanda {
 

@@ -3,8 +3,8 @@
 // superposition; scores and pairs add up.
 #include <algorithm>
 
+#include "base/log.h"
 #include "compare/maxsub.h"
-#include "driver/log.h"
 
 namespace tervolanda {
 

@@ -1,7 +1,7 @@
 // One superposition serves all four distances, that of the MaxSub subset: the percentages are those
 // of the superposition that the MaxSub score was taken from.
+#include "base/log.h"
 #include "compare/workspace.h"
-#include "driver/log.h"
 
 namespace tervolanda {
 

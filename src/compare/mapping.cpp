@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <numeric>
 
+#include "base/log.h"
 #include "compare/secondary_structure.h"
-#include "driver/log.h"
 
 namespace tervolanda {
 

@@ -3,13 +3,13 @@
 // and go on while that helps.  The best pass is scored once more, and that is the result.
 #include "compare/maxsub.h"
 
-#include <algorithm>
 #include <cmath>
 #include <numeric>
 #include <optional>
 #include <utility>
 
-#include "driver/log.h"
+#include "base/log.h"
+#include "compare/tm_scale.h"
 
 namespace tervolanda {
 
@@ -258,17 +258,6 @@ class PassLoop {
 };
 
 }  // namespace
-
-double distanceScale(double length, double scaleFactor) {
-    constexpr double kSmallest = 0.5;
-    if (!(length > 14.0)) return kSmallest;
-    const double scale = (1.24 * std::pow(length - 15.0, 0.33333) - 1.8) * scaleFactor;
-    return std::max(scale, kSmallest);
-}
-
-double clampedDistanceScale(double length, double scaleFactor) {
-    return std::clamp(distanceScale(length, scaleFactor), 3.5, 8.0);
-}
 
 SearchResult searchMaxSub(const CoordinateSet& experiment, const CoordinateSet& prediction,
                           const ComparisonParameters& parameters, const SearchTask& task,

@@ -9,13 +9,6 @@
 
 namespace tervolanda {
 
-// Length-dependent distance scale of the TM-score, Å (Zhang & Skolnick 2004), times `scaleFactor`;
-// at least 0.5.  The exponent is the decimal 0.33333 and not a third: scores must not change in
-// the last printed digit.
-double distanceScale(double length, double scaleFactor);
-// The same, held within 3.5 to 8 Å.
-double clampedDistanceScale(double length, double scaleFactor);
-
 // What one search is asked beyond the parameters.
 struct SearchTask {
     std::uint32_t iteration = 1;       // domain iteration, for the report lines

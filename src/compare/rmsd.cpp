@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "base/log.h"
 #include "compare/workspace.h"
-#include "driver/log.h"
 
 namespace tervolanda {
 

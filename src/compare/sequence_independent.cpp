@@ -10,9 +10,9 @@
 
 #include "base/file.h"
 #include "base/format.h"
-#include "compare/maxsub.h"
+#include "base/log.h"
 #include "compare/residue_similarity.h"
-#include "driver/log.h"
+#include "compare/tm_scale.h"
 
 namespace tervolanda {
 

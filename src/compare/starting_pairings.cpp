@@ -9,8 +9,8 @@
 #include <cmath>
 #include <utility>
 
-#include "compare/maxsub.h"
 #include "compare/residue_similarity.h"
+#include "compare/tm_scale.h"
 
 namespace tervolanda {
 

@@ -13,7 +13,7 @@
 #include <utility>
 
 #include "base/format.h"
-#include "driver/log.h"
+#include "base/log.h"
 
 namespace tervolanda {
 

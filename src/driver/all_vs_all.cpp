@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "base/format.h"
+#include "base/log.h"
 #include "cluster/cluster.h"
-#include "driver/log.h"
 #include "driver/model_input.h"
 #include "driver/modes.h"
 #include "driver/result_output.h"

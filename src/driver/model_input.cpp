@@ -4,7 +4,7 @@
 #include <optional>
 #include <utility>
 
-#include "driver/log.h"
+#include "base/log.h"
 
 namespace tervolanda {
 

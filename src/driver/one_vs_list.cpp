@@ -10,10 +10,10 @@
 #include <vector>
 
 #include "base/format.h"
+#include "base/log.h"
 #include "compare/compare.h"
 #include "compare/workspace.h"
 #include "driver/format_expansion.h"
-#include "driver/log.h"
 #include "driver/model_input.h"
 #include "driver/modes.h"
 #include "driver/result_output.h"

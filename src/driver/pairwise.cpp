@@ -4,9 +4,9 @@
 #include <cstdlib>
 #include <string>
 
+#include "base/log.h"
 #include "compare/compare.h"
 #include "compare/workspace.h"
-#include "driver/log.h"
 #include "driver/model_input.h"
 #include "driver/modes.h"
 #include "driver/result_output.h"

@@ -5,7 +5,7 @@
 #include <cmath>
 
 #include "base/format.h"
-#include "driver/log.h"
+#include "base/log.h"
 
 namespace tervolanda {
 

@@ -5,9 +5,9 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "base/log.h"
 #include "chain/chain.h"
 #include "driver/help_text.h"
-#include "driver/log.h"
 #include "driver/modes.h"
 #include "driver/settings.h"
 

@@ -7,8 +7,8 @@
 #include <string_view>
 
 #include "base/file.h"
+#include "base/log.h"
 #include "driver/arguments.h"
-#include "driver/log.h"
 
 namespace tervolanda {
 

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "driver/log.h"
+#include "base/log.h"
 
 namespace tervolanda {
 

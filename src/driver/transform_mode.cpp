@@ -2,8 +2,8 @@
 #include <cstdlib>
 #include <optional>
 
+#include "base/log.h"
 #include "cluster/cluster.h"
-#include "driver/log.h"
 #include "driver/modes.h"
 #include "driver/result_output.h"
 #include "resultfiles/resultfiles.h"

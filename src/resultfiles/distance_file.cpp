@@ -9,8 +9,8 @@
 #include <string_view>
 #include <utility>
 
+#include "base/log.h"
 #include "base/text.h"
-#include "driver/log.h"
 
 namespace tervolanda {
 

@@ -8,7 +8,7 @@
 
 #include "base/file.h"
 #include "base/format.h"
-#include "driver/log.h"
+#include "base/log.h"
 #include "resultfiles/resultfiles.h"
 
 namespace tervolanda {

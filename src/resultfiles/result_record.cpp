@@ -8,9 +8,9 @@
 #include <limits>
 
 #include "base/format.h"
+#include "base/log.h"
 #include "base/memory.h"
 #include "base/text.h"
-#include "driver/log.h"
 
 namespace tervolanda {
 

@@ -13,8 +13,8 @@
 #include <utility>
 
 #include "base/format.h"
+#include "base/log.h"
 #include "base/text.h"
-#include "driver/log.h"
 #include "resultfiles/transformation_spool.h"
 
 namespace tervolanda {

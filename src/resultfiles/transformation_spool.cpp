@@ -11,8 +11,8 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "base/log.h"
 #include "compare/compare.h"
-#include "driver/log.h"
 
 namespace tervolanda {
 

@@ -5,9 +5,9 @@
 #include <utility>
 #include <vector>
 
+#include "base/log.h"
 #include "cluster/cluster.h"
 #include "compare/workspace.h"
-#include "driver/log.h"
 #include "support/support.h"
 
 namespace tervolanda {

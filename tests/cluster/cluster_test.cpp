@@ -4,8 +4,8 @@
 #include <gtest/gtest.h>
 
 #include "base/format.h"
+#include "base/log.h"
 #include "cluster/matrices.h"
-#include "driver/log.h"
 #include "support/support.h"
 
 namespace tervolanda {

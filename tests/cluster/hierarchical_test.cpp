@@ -8,8 +8,8 @@
 #include <string>
 
 #include "base/format.h"
+#include "base/log.h"
 #include "cluster/matrices.h"
-#include "driver/log.h"
 #include "support/support.h"
 
 namespace tervolanda {

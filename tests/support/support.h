@@ -11,8 +11,8 @@
 #include <string_view>
 #include <vector>
 
+#include "base/log.h"
 #include "chain/chain.h"
-#include "driver/log.h"
 
 namespace tervolanda::test {
 

@@ -8,15 +8,26 @@ import tempfile
 import unittest
 
 CHECK_LAYERS = pathlib.Path(__file__).parents[2] / "tools" / "check_layers"
+ROOMS = """# room | front doors | may include | library | untraced
+base        | all     | | |
+chain       | chain.h | base | chain.h |
+chain/input | input.h | base chain | |
+compare     | compare.h | base chain | | yes
+export      | export.h | base | |
+driver      | run.h | all | |
+"""
 
 
-def check(path, line):
-    """Exit status and output for a checkout with one file that holds one line."""
+def check(files):
+    """Exit status and output for a checkout with these files: each a path and what it includes."""
     with tempfile.TemporaryDirectory() as folder:
-        (pathlib.Path(folder) / "src").mkdir()
-        source = pathlib.Path(folder) / path
-        source.parent.mkdir(parents=True, exist_ok=True)
-        source.write_text(f"// first line\n{line}\n")
+        top = pathlib.Path(folder)
+        doors = ("chain/chain.h", "chain/input/input.h", "compare/compare.h", "driver/run.h")
+        for path in [f"src/{door}" for door in doors] + list(files):
+            (top / path).parent.mkdir(parents=True, exist_ok=True)
+            lines = [f'#  include "{target}"\n' for target in files.get(path, ())]
+            (top / path).write_text("// first line\n" + "".join(lines))
+        (top / "src" / "rooms").write_text(ROOMS)
         run = subprocess.run(
             [sys.executable, CHECK_LAYERS, folder], capture_output=True, text=True, check=False
         )
@@ -28,31 +39,49 @@ class CheckLayers(unittest.TestCase):
         for path, target in [
             ("src/compare/maxsub.cpp", "chain/chain.h"),
             ("src/compare/maxsub.cpp", "compare/kernels.h"),
-            ("src/cluster/batch.cpp", "compare/workspace.h"),
-            ("src/chain/pdb_reader.cpp", "base/text.h"),
-            ("src/chain/pdb_reader.cpp", "driver/log.h"),
-            ("src/main.cpp", "resultfiles/resultfiles.h"),
+            ("src/chain/input/pdb.cpp", "chain/chain.h"),
+            ("src/chain/input/pdb.cpp", "base/text.h"),
+            ("src/compare/compare.cpp", "compare/maxsub.h"),
+            ("src/main.cpp", "chain/input/input.h"),
             ("tests/compare/maxsub_test.cpp", "support/support.h"),
+            ("tests/chain/pdb_test.cpp", "chain/input/pdb.h"),
         ]:
             with self.subTest(path=path, target=target):
-                self.assertEqual(check(path, f'#include "{target}"')[0], 0)
+                self.assertEqual(check({path: [target]})[0], 0)
 
     def test_rejects(self):
         for path, target, reason in [
-            ("src/base/text.cpp", "driver/log.h", "above base"),
-            ("src/driver/log.h", "chain/chain.h", "above log"),
-            ("src/chain/chain.h", "compare/compare.h", "above chain"),
-            ("src/compare/maxsub.cpp", "driver/settings.h", "above compare"),
-            ("src/cluster/batch.cpp", "compare/kernels.h", "not a front door of compare"),
-            ("src/driver/pairwise.cpp", "chain/residue_codes.h", "not a front door of chain"),
-            ("tests/cluster/batch_test.cpp", "compare/maxsub.h", "not a front door of compare"),
+            ("src/base/text.cpp", "chain/chain.h", "in chain, which base may not include"),
+            ("src/chain/atom.cpp", "chain/input/input.h", "in chain/input, which chain may not"),
+            ("src/chain/input/pdb.cpp", "chain/codes.h", "not a front door of chain"),
+            ("src/export/a.cpp", "compare/compare.h", "in compare, which export may not"),
+            ("src/compare/maxsub.cpp", "driver/run.h", "in driver, which compare may not"),
+            ("src/driver/pairwise.cpp", "chain/codes.h", "not a front door of chain"),
+            ("tests/compare/maxsub_test.cpp", "chain/codes.h", "not a front door of chain"),
             ("src/compare/maxsub.cpp", "kernels.h", "in no room"),
+            ("src/compare/maxsub.cpp", "compare/new/a.h", "in no room"),
         ]:
             with self.subTest(path=path, target=target):
-                status, output = check(path, f'#  include "{target}"')
+                status, output = check({path: [target]})
                 self.assertEqual(status, 1)
                 self.assertIn(f'{path}:2: "{target}"', output)
                 self.assertIn(reason, output)
+
+    def test_rejects_files_in_a_circle_but_for_a_front_door(self):
+        circle = {
+            "src/compare/a.h": ["compare/b.h"],
+            "src/compare/b.cpp": ["compare/c.h"],
+            "src/compare/c.h": ["compare/a.h"],
+        }
+        self.assertIn("circle: compare/a, compare/b, compare/c\n", check(circle)[1])
+        facade = {
+            "src/compare/compare.cpp": ["compare/a.h"],
+            "src/compare/a.h": ["compare/compare.h"],
+        }
+        self.assertEqual(check(facade)[0], 0)
+
+    def test_rejects_a_room_without_its_front_door(self):
+        self.assertIn("src/export/export.h: a front door", check({"src/export/a.cpp": []})[1])
 
 
 if __name__ == "__main__":

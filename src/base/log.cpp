@@ -1,6 +1,6 @@
 // One routine writes every line; the entry points differ in severity only.  A progress line stays
 // unfinished on the output, and its width is remembered so that the next one can run back over it.
-#include "driver/log.h"
+#include "base/log.h"
 
 #include <unistd.h>
 

@@ -1,5 +1,5 @@
 // The lines of the log to the byte: scripts read them.
-#include "driver/log.h"
+#include "base/log.h"
 
 #include <gtest/gtest.h>
 

@@ -1,0 +1,21 @@
+// The scale makes scores of chains of any length comparable: it grows with the distance that two
+// unrelated chains of that length have.
+#include "compare/tm_scale.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace tervolanda {
+
+double distanceScale(double length, double scaleFactor) {
+    constexpr double kSmallest = 0.5;
+    if (!(length > 14.0)) return kSmallest;
+    const double scale = (1.24 * std::pow(length - 15.0, 0.33333) - 1.8) * scaleFactor;
+    return std::max(scale, kSmallest);
+}
+
+double clampedDistanceScale(double length, double scaleFactor) {
+    return std::clamp(distanceScale(length, scaleFactor), 3.5, 8.0);
+}
+
+}  // namespace tervolanda

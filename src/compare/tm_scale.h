@@ -1,0 +1,13 @@
+// The distance scale of the TM-score.
+#pragma once
+
+namespace tervolanda {
+
+// Length-dependent distance scale of the TM-score, Å (Zhang & Skolnick 2004), times `scaleFactor`;
+// at least 0.5.  The exponent is the decimal 0.33333 and not a third: scores must not change in
+// the last printed digit.
+double distanceScale(double length, double scaleFactor);
+// The same, held within 3.5 to 8 Å.
+double clampedDistanceScale(double length, double scaleFactor);
+
+}  // namespace tervolanda
