@@ -108,14 +108,12 @@ void readSearchOptions(Arguments& arguments, Settings& settings) {
     comparison.rankByTM = !settings.rankMS;
 }
 
-// How many arguments behind argument i belong to it.
-std::size_t valuesBehind(const Arguments& arguments, std::size_t i) {
-    if (i + 1 == arguments.count()) return 0;
-    if (arguments[i] == "-gdt") return isWellFormedReal(arguments[i + 1]) ? 1 : 0;
-    return std::find(kValuedOptions.begin(), kValuedOptions.end(), arguments[i]) !=
-                   kValuedOptions.end()
-               ? 1
-               : 0;
+// Whether an argument is the value of the one before it, whatever stands before that: in
+// "-T -N 60" the number belongs to -N.  REQUIRES: i > 0.
+bool isValue(const Arguments& arguments, std::size_t i) {
+    const std::string& before = arguments[i - 1];
+    if (before == "-gdt") return isWellFormedReal(arguments[i]);
+    return std::find(kValuedOptions.begin(), kValuedOptions.end(), before) != kValuedOptions.end();
 }
 
 // Positions of the two files of the form "prediction experiment [cut-off]": the first two arguments
@@ -125,11 +123,8 @@ std::array<std::size_t, 2> findPlainArguments(const Arguments& arguments) {
     std::array<std::size_t, 2> plain{};
     std::size_t found = 0;
     for (std::size_t i = 1; i < arguments.count() && found < plain.size(); ++i) {
-        if (arguments[i].starts_with('-') && arguments[i] != "-") {
-            i += valuesBehind(arguments, i);
-        } else {
-            plain[found++] = i;
-        }
+        const bool isOption = arguments[i].starts_with('-') && arguments[i] != "-";
+        if (!isOption && !isValue(arguments, i)) plain[found++] = i;
     }
     if (found < plain.size()) return {1, 2};
     return plain;

@@ -187,6 +187,8 @@ TEST(PositionalForm, FindsThePlainArguments) {
         {{"-unknown", a, b}, 0.0},     // takes no value
         {{"-e", "c.pdb", a, b}, 0.0},  // half of the explicit form does not count
         {{"-exclude", "x", a, b}, 0.0},
+        {{"-T", "-N", "60", a, b, "3"}, 3.0},  // -N is the value of -T and has one itself
+        {{"-gdt", "-e", "c.pdb", a, b}, 0.0},  // so is -e, which passes for a number
     };
     for (const auto& test : cases) {
         const Settings settings = lineOf(test.values).settings;
