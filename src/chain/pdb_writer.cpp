@@ -1,5 +1,5 @@
-// ATOM records in two layouts.  Every coordinate has exactly eight columns: one that needs more
-// loses its last characters, and nothing behind it shifts.
+// ATOM records in two layouts, whose columns never shift: a number that needs more than its columns
+// loses its last characters, and serial numbers begin again after 99999.
 #include "chain/pdb_writer.h"
 
 #include "base/file.h"
@@ -11,11 +11,24 @@ namespace tervolanda {
 namespace {
 
 constexpr std::size_t kCoordinateWidth = 8;
+constexpr std::size_t kFactorWidth = 6;  // occupancy and B-factor
 
 std::string coordinate(double value) {
     std::string text = format("%8.3f", withoutNegativeZero(value, 3));
     text.resize(kCoordinateWidth);
     return text;
+}
+
+std::string factor(double value) {
+    std::string text = format("%6.2f", withoutNegativeZero(value, 2));
+    text.resize(kFactorWidth);
+    return text;
+}
+
+// 1 follows 99999, the largest number that the five columns of a serial number hold.
+int printedSerial(int serial) {
+    constexpr int kMost = 99999;
+    return serial > kMost ? (serial - 1) % kMost + 1 : serial;
 }
 
 std::string coordinates(const Atom& atom) {
@@ -41,16 +54,16 @@ void writeSet(OutputFile& file, const ChainSet& set) {
 }  // namespace
 
 std::string formatAtomLine(const Atom& atom) {
-    return format("ATOM  %5d %4s %3s  %4d%c   %s\n", atom.serial, atom.name.text(),
+    return format("ATOM  %5d %4s %3s  %4d%c   %s\n", printedSerial(atom.serial), atom.name.text(),
                   atom.residueName.text(), atom.residueNumber, atom.insertionCode,
                   coordinates(atom).c_str());
 }
 
 std::string formatFullAtomLine(const Atom& atom, int serial) {
-    return format("ATOM  %5d %4s%c%3s %c%4d%c   %s%6.2f%6.2f      %-4s%2s%2s\n", serial,
+    return format("ATOM  %5d %4s%c%3s %c%4d%c   %s%s%s      %-4s%2s%2s\n", printedSerial(serial),
                   atom.name.text(), atom.alternateLocation, atom.residueName.text(), atom.chainId,
                   atom.residueNumber, atom.insertionCode, coordinates(atom).c_str(),
-                  withoutNegativeZero(atom.occupancy, 2), withoutNegativeZero(atom.bFactor, 2),
+                  factor(atom.occupancy).c_str(), factor(atom.bFactor).c_str(),
                   atom.segmentId.text(), atom.element.text(), atom.charge.text());
 }
 

@@ -40,6 +40,17 @@ const char* const kSerineLine =
 TEST(AtomLines, HaveTheirColumnsAndCutCoordinates) {
     EXPECT_EQ(formatAtomLine(serine()), "ATOM     77  OG  SER   -12B   12345.67   0.000  -1.500\n");
     EXPECT_EQ(formatFullAtomLine(serine(), 1), kSerineLine);
+    Atom wide = serine();
+    wide.occupancy = -1000.25;
+    wide.bFactor = 99999.0;
+    EXPECT_EQ(formatFullAtomLine(wide, 199999).substr(54, 12), "-1000.99999.");
+    for (const auto& [serial, shown] :
+         {std::pair(99999, "99999"), {100000, "    1"}, {199999, "    1"}}) {
+        wide.serial = serial;
+        EXPECT_EQ(formatFullAtomLine(wide, serial).substr(6, 5), shown);
+        EXPECT_EQ(formatFullAtomLine(wide, serial).size(), 81U);
+        EXPECT_EQ(formatAtomLine(wide).substr(6, 5), shown);
+    }
 }
 
 TEST(ChainFiles, HaveTheirHeadersAndReadBack) {
