@@ -28,6 +28,20 @@ std::string_view withoutLeadingBlanks(std::string_view text) {
     return text;
 }
 
+// Whether a decimal number that no double can hold is too small for one, not too large: its first
+// digit other than 0 stands after the point once the exponent is applied.
+bool isTooSmall(std::string_view number) {
+    const std::size_t mark = std::min(number.find_first_of("eE"), number.size());
+    const std::string_view digits = number.substr(0, mark);
+    const std::size_t point = std::min(digits.find('.'), digits.size());
+    const std::size_t first = std::min(digits.find_first_of("123456789"), digits.size());
+    const auto place = static_cast<std::int64_t>(point) - static_cast<std::int64_t>(first);
+    constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max() / 2;
+    const std::int64_t exponent =
+        mark < number.size() ? leadingInteger(number.substr(mark + 1)) : 0;
+    return std::clamp(exponent, -kMost, kMost) + place < 0;
+}
+
 }  // namespace
 
 double leadingReal(std::string_view field) {
@@ -53,7 +67,9 @@ std::optional<double> wholeReal(std::string_view field) {
     const char* const last = field.data() + field.size();
     double value = 0.0;
     const auto [end, error] = std::from_chars(field.data(), last, value);
-    if (error != std::errc{} || end != last || !std::isfinite(value)) return std::nullopt;
+    if (end != last) return std::nullopt;
+    if (error == std::errc::result_out_of_range && isTooSmall(field)) return 0.0;
+    if (error != std::errc{} || !std::isfinite(value)) return std::nullopt;
     return value;
 }
 

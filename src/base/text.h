@@ -39,7 +39,8 @@ double leadingReal(std::string_view field);
 // The same for a whole number; saturates at the limits of the type.
 std::int64_t leadingInteger(std::string_view field);
 
-// A field that is completely a number (a leading plus sign accepted), else none.
+// A field that is completely a number (a leading plus sign accepted), else none.  A real number too
+// small for a double is 0, one too large is none.
 std::optional<double> wholeReal(std::string_view field);
 std::optional<std::int64_t> wholeInteger(std::string_view field);
 

@@ -35,7 +35,15 @@ TEST(LeadingInteger, TakesTheWholeNumberAtTheFrontAndSaturates) {
 TEST(WholeNumbers, RefuseAnythingBehindOrBeforeThem) {
     EXPECT_EQ(wholeReal("+1.5"), 1.5);
     EXPECT_EQ(wholeInteger("-3"), -3);
-    for (const char* text : {"", "1x", " 1", "1 ", "nan", "inf", "0x1", "+-1"}) {
+    for (const char* text : {"1e-400", "-0.5e-999999999999999999999", "0e99999", "0.0"})
+        EXPECT_EQ(wholeReal(text), 0.0) << text;
+    EXPECT_EQ(wholeReal("4e-320"), 4e-320);
+    EXPECT_EQ(wholeReal(std::string(400, '0') + "1"), 1.0);
+    EXPECT_EQ(wholeReal("." + std::string(400, '0') + "1"), 0.0);
+    for (const char* text : {"1e400", "-1e400", "0.5e99999999999999999999"})
+        EXPECT_FALSE(wholeReal(text)) << text;
+    EXPECT_FALSE(wholeReal(std::string(400, '9')));
+    for (const char* text : {"", "1x", " 1", "1 ", "nan", "inf", "0x1", "+-1", "1e-400x"}) {
         EXPECT_FALSE(wholeReal(text)) << text;
         EXPECT_FALSE(wholeInteger(text)) << text;
     }
