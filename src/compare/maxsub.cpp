@@ -18,6 +18,7 @@ namespace {
 constexpr std::size_t kFewestMapped = 5;    // a search needs as many mapped pairs
 constexpr std::size_t kFewestSelected = 3;  // a smaller selection is none
 constexpr double kConvergedTm = 0.001;      // passes that change the TM-score less are the last
+constexpr std::uint32_t kFreePasses = 100;  // after so many a mapping that returns ends the passes
 
 // The constants of one pass.
 struct PassScale {
@@ -208,7 +209,19 @@ class PassLoop {
             return false;
         }
         std::swap(workspace_.mapping, next);
-        return true;
+        return !hasReturned(pass);
+    }
+
+    // Whether the mapping after `pass` is one of earlier passes.  What a pass finds depends on its
+    // mapping alone, so nothing new would come.  Mappings are compared with one that is renewed
+    // whenever the number of passes has doubled: that finds a circle of any length (Brent 1980).
+    bool hasReturned(std::uint32_t pass) {
+        if (pass < kFreePasses) return false;
+        if (workspace_.mapping == remembered_) return true;
+        if (pass != rememberAt_) return false;
+        remembered_ = workspace_.mapping;
+        rememberAt_ = 2 * pass;
+        return false;
     }
 
     // The final scoring, with the mapping and the subset of the best pass.
@@ -255,6 +268,8 @@ class PassLoop {
     SubsetScore bestPass_;
     double bestCutoff_ = 0.0;
     bool found_ = false;
+    ResidueMapping remembered_;
+    std::uint32_t rememberAt_ = kFreePasses;  // passes
 };
 
 }  // namespace
