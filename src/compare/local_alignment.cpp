@@ -21,6 +21,7 @@ constexpr unsigned kSkipRow = 3;
 constexpr unsigned kStepMask = 3;
 constexpr unsigned kColumnGapOn = 4;  // a gap of columns that ends here began further left
 constexpr unsigned kRowGapOn = 8;     // a gap of rows that ends here began further up
+constexpr unsigned kAlike = 16;       // the similarity is not 0
 
 constexpr float kNever = -std::numeric_limits<float>::infinity();
 
@@ -34,6 +35,7 @@ float bounded(double penalty) {
 
 void LocalAligner::prepare(std::size_t rows, std::size_t columns) {
     columns_ = columns;
+    similarity_.resize(columns);
     scores_.assign(columns + 1, 0.0F);
     unskipped_.assign(columns + 1, 0.0F);
     paired_.resize(columns);
@@ -42,9 +44,9 @@ void LocalAligner::prepare(std::size_t rows, std::size_t columns) {
     steps_.resize(rows * columns);
 }
 
-float LocalAligner::fillRow(const float* similarity, std::uint8_t* steps, float open,
-                            float affine) {
+float LocalAligner::fillRow(std::uint8_t* steps, float open, float affine) {
     const std::size_t n = columns_;
+    const float* const similarity = similarity_.data();
     float* const scores = scores_.data();
     float* const unskipped = unskipped_.data();
     float* const paired = paired_.data();
@@ -53,7 +55,8 @@ float LocalAligner::fillRow(const float* similarity, std::uint8_t* steps, float 
     for (std::size_t j = 0; j < n; ++j) {
         const float opened = scores[j + 1] + open;
         const float extended = rowGap[j] + affine;
-        steps[j] = static_cast<std::uint8_t>(extended > opened ? kRowGapOn : kStop);
+        steps[j] = static_cast<std::uint8_t>((extended > opened ? kRowGapOn : kStop) |
+                                             (similarity[j] != 0.0F ? kAlike : kStop));
         rowGap[j] = std::max(extended, opened);
         paired[j] = scores[j] + similarity[j];
         unskipped[j + 1] = std::max(std::max(paired[j], rowGap[j]), 0.0F);
@@ -78,8 +81,7 @@ float LocalAligner::fillRow(const float* similarity, std::uint8_t* steps, float 
     return highest;
 }
 
-void LocalAligner::traceBack(const Matrix<float>& similarity, Cell end,
-                             std::vector<AlignedPair>& pairs) const {
+void LocalAligner::traceBack(Cell end, std::vector<AlignedPair>& pairs) const {
     // Counted from 1: the border of the matrix is 0.
     std::size_t i = end.row + 1;
     std::size_t j = end.column + 1;
@@ -91,7 +93,7 @@ void LocalAligner::traceBack(const Matrix<float>& similarity, Cell end,
         if (step == kPair) {
             --i;
             --j;
-            if (similarity.at(i, j) != 0.0F) {
+            if ((steps & kAlike) != 0) {
                 pairs.push_back({static_cast<std::uint32_t>(i), static_cast<std::uint32_t>(j)});
             }
         } else if (step == kSkipColumn) {
@@ -105,7 +107,7 @@ void LocalAligner::traceBack(const Matrix<float>& similarity, Cell end,
     std::reverse(pairs.begin(), pairs.end());
 }
 
-float LocalAligner::align(const Matrix<float>& similarity, const GapPenalties& penalties,
+float LocalAligner::align(const SimilarityRows& similarity, const GapPenalties& penalties,
                           std::vector<AlignedPair>& pairs) {
     pairs.clear();
     prepare(similarity.rows(), similarity.columns());
@@ -114,14 +116,14 @@ float LocalAligner::align(const Matrix<float>& similarity, const GapPenalties& p
     float highest = 0.0F;
     Cell end;
     for (std::size_t i = 0; i < similarity.rows(); ++i) {
-        const float ofRow =
-            fillRow(similarity.row(i).data(), steps_.data() + i * columns_, open, affine);
+        similarity.fillRow(i, similarity_);
+        const float ofRow = fillRow(steps_.data() + i * columns_, open, affine);
         if (!(ofRow > highest)) continue;
         highest = ofRow;
         const auto first = std::find(scores_.begin() + 1, scores_.end(), highest);
         end = {i, static_cast<std::size_t>(first - scores_.begin()) - 1};
     }
-    if (highest > 0.0F) traceBack(similarity, end, pairs);
+    if (highest > 0.0F) traceBack(end, pairs);
     return highest;
 }
 

@@ -3,9 +3,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <vector>
-
-#include "base/matrix.h"
 
 namespace tervolanda {
 
@@ -24,15 +23,27 @@ struct AlignedPair {
     bool operator==(const AlignedPair&) const = default;
 };
 
+// What an alignment goes by, made a row at a time: a matrix of two long chains need not fit memory.
+class SimilarityRows {
+ public:
+    virtual std::size_t rows() const = 0;
+    virtual std::size_t columns() const = 0;
+    // Fills one row; `similarities` has an entry a column.  They are finite.
+    virtual void fillRow(std::size_t row, std::span<float> similarities) const = 0;
+
+ protected:
+    ~SimilarityRows() = default;
+};
+
 // The local alignment of highest score (Smith & Waterman 1981) with affine gaps (Gotoh 1982).
-// Keeps its memory from call to call.
+// Keeps its memory from call to call, a byte for each pair of a row and a column.
 class LocalAligner {
  public:
     // Aligns the rows of `similarity` (prediction) with its columns (experiment) and stores in
     // `pairs` the pairs of non-zero similarity, rows and columns ascending; none when no similarity
     // is positive.  Among equal steps the diagonal is preferred, then skipping a column; of equal
-    // ends the first, row by row, is taken.  Similarities are finite.  Returns the score.
-    float align(const Matrix<float>& similarity, const GapPenalties& penalties,
+    // ends the first, row by row, is taken.  Returns the score.
+    float align(const SimilarityRows& similarity, const GapPenalties& penalties,
                 std::vector<AlignedPair>& pairs);
 
  private:
@@ -42,14 +53,14 @@ class LocalAligner {
     };
 
     void prepare(std::size_t rows, std::size_t columns);
-    // Fills the scores of one row and its steps; returns the highest score.
-    float fillRow(const float* similarity, std::uint8_t* steps, float open, float affine);
-    void traceBack(const Matrix<float>& similarity, Cell end,
-                   std::vector<AlignedPair>& pairs) const;
+    // Fills the scores of one row and its steps from `similarity_`; returns the highest score.
+    float fillRow(std::uint8_t* steps, float open, float affine);
+    void traceBack(Cell end, std::vector<AlignedPair>& pairs) const;
 
     std::size_t columns_ = 0;
     // One entry a column.  Those of `scores_` (of the row above, then of the row itself) and
     // `unskipped_` come behind an entry for the border of the matrix, 0.
+    std::vector<float> similarity_;  // of the row under work
     std::vector<float> scores_;
     std::vector<float> unskipped_;     // score without a gap of columns at the end
     std::vector<float> paired_;        // score with the two residues paired

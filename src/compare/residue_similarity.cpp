@@ -31,9 +31,10 @@ struct Block {
 };
 
 // Sums of squares of every fragment.
-std::vector<double> fragmentSquares(const Points& vectors, std::size_t fragments) {
-    std::vector<double> squares(fragments, 0.0);
-    for (std::size_t i = 0; i < fragments; ++i) {
+std::vector<double> fragmentSquares(const Points& vectors) {
+    if (vectors.size() < kFragmentLength) return {};
+    std::vector<double> squares(vectors.size() - kFragmentLength + 1, 0.0);
+    for (std::size_t i = 0; i < squares.size(); ++i) {
         for (std::size_t k = i; k < i + kFragmentLength; ++k) {
             squares[i] += vectors.x[k] * vectors.x[k] + vectors.y[k] * vectors.y[k] +
                           vectors.z[k] * vectors.z[k];
@@ -147,31 +148,29 @@ Points unitVectors(const Points& points) {
     return vectors;
 }
 
-void scoreFragments(const Points& experimentVectors, const Points& predictionVectors,
-                    Matrix<float>& scores) {
-    if (std::min(experimentVectors.size(), predictionVectors.size()) < kFragmentLength) {
-        scores.assign(0, 0, 0.0F);
-        return;
+FragmentScores::FragmentScores(const Points& experimentVectors, const Points& predictionVectors)
+    : experiment_(experimentVectors),
+      prediction_(predictionVectors),
+      experimentSquares_(fragmentSquares(experimentVectors)),
+      predictionSquares_(fragmentSquares(predictionVectors)) {
+    if (experimentSquares_.empty() || predictionSquares_.empty()) {
+        experimentSquares_.clear();
+        predictionSquares_.clear();
     }
-    const std::size_t rows = predictionVectors.size() - kFragmentLength + 1;
-    const std::size_t columns = experimentVectors.size() - kFragmentLength + 1;
-    scores.assign(rows, columns, 0.0F);
-    const std::vector<double> ofRows = fragmentSquares(predictionVectors, rows);
-    const std::vector<double> ofColumns = fragmentSquares(experimentVectors, columns);
+}
+
+void FragmentScores::fillRow(std::size_t row, std::span<float> scores) const {
     Block block;
-    for (std::size_t i = 0; i < rows; ++i) {
-        for (std::size_t j = 0; j < columns; j += kBlock) {
-            const std::size_t count = std::min(kBlock, columns - j);
-            block.count = count;
-            for (std::size_t lane = 0; lane < count; ++lane) {
-                const double half = 0.5 * (ofRows[i] + ofColumns[j + lane]);
-                block.halfSquares[lane] = half > 0.0 ? half : 1.0;
-            }
-            correlate(experimentVectors, j, predictionVectors, i, block);
-            makePolynomials(block);
-            findRoots(block);
-            storeScores(block, scores.row(i).subspan(j, count));
+    for (std::size_t j = 0; j < scores.size(); j += kBlock) {
+        block.count = std::min(kBlock, scores.size() - j);
+        for (std::size_t lane = 0; lane < block.count; ++lane) {
+            const double half = 0.5 * (predictionSquares_[row] + experimentSquares_[j + lane]);
+            block.halfSquares[lane] = half > 0.0 ? half : 1.0;
         }
+        correlate(experiment_, j, prediction_, row, block);
+        makePolynomials(block);
+        findRoots(block);
+        storeScores(block, scores.subspan(j, block.count));
     }
 }
 
@@ -179,28 +178,27 @@ double similarityReach(double length) {
     return 1.5 * std::pow(length, 0.3) + 3.5;
 }
 
-void scoreDistances(const CoordinateSet& experiment, const CoordinateSet& prediction,
-                    const Superposition& superposition, double scale, double reach,
-                    Matrix<float>& scores) {
-    const std::size_t columns = experiment.size();
-    scores.assign(prediction.size(), columns, 0.0F);
-    const double perScaleSquared = 1.0 / (scale * scale);
-    const double limit = reach * reach;
-    const double* const x = experiment.points.x.data();
-    const double* const y = experiment.points.y.data();
-    const double* const z = experiment.points.z.data();
-    for (std::size_t i = 0; i < prediction.size(); ++i) {
-        const auto [px, py, pz] = superposition.apply(
-            prediction.points.x[i], prediction.points.y[i], prediction.points.z[i]);
-        float* const row = scores.row(i).data();
-        for (std::size_t j = 0; j < columns; ++j) {
-            const double dx = px - x[j];
-            const double dy = py - y[j];
-            const double dz = pz - z[j];
-            const double squared = (dx * dx + dy * dy) + dz * dz;
-            const double similarity = 1.0 / (1.0 + squared * perScaleSquared);
-            row[j] = squared <= limit ? static_cast<float>(similarity) : 0.0F;
-        }
+DistanceScores::DistanceScores(const CoordinateSet& experiment, const CoordinateSet& prediction,
+                               const Superposition& superposition, double scale, double reach)
+    : experiment_(experiment),
+      prediction_(prediction),
+      superposition_(superposition),
+      perScaleSquared_(1.0 / (scale * scale)),
+      limit_(reach * reach) {}
+
+void DistanceScores::fillRow(std::size_t row, std::span<float> scores) const {
+    const double* const x = experiment_.points.x.data();
+    const double* const y = experiment_.points.y.data();
+    const double* const z = experiment_.points.z.data();
+    const Points& from = prediction_.points;
+    const auto [px, py, pz] = superposition_.apply(from.x[row], from.y[row], from.z[row]);
+    for (std::size_t j = 0; j < scores.size(); ++j) {
+        const double dx = px - x[j];
+        const double dy = py - y[j];
+        const double dz = pz - z[j];
+        const double squared = (dx * dx + dy * dy) + dz * dz;
+        const double similarity = 1.0 / (1.0 + squared * perScaleSquared_);
+        scores[j] = squared <= limit_ ? static_cast<float>(similarity) : 0.0F;
     }
 }
 

@@ -3,9 +3,11 @@
 #pragma once
 
 #include <cstddef>
+#include <span>
+#include <vector>
 
-#include "base/matrix.h"
 #include "compare/compare.h"
+#include "compare/local_alignment.h"
 
 namespace tervolanda {
 
@@ -16,20 +18,43 @@ inline constexpr std::size_t kFragmentLength = 7;
 // is, and one that is not finite is 0.  One fewer than points.
 Points unitVectors(const Points& points);
 
-// Fills `scores` (prediction fragments x experiment fragments) for two sets of unit vectors:
-// 10 max(0, (U - u) / U), u the RMSD of the two fragments of 7 vectors after the best rotation
-// about their common origin and U its expected value for unrelated fragments (Ortiz, Strauss &
-// Olmea 2002).  Empty when either set has fewer than 7 vectors.
-void scoreFragments(const Points& experimentVectors, const Points& predictionVectors,
-                    Matrix<float>& scores);
+// The scores of all fragments of two sets of unit vectors, prediction fragments by experiment
+// fragments: 10 max(0, (U - u) / U), u the RMSD of the two fragments of 7 vectors after the best
+// rotation about their common origin and U its expected value for unrelated fragments (Ortiz,
+// Strauss & Olmea 2002).  Empty when either set has fewer than 7 vectors.  The vectors are lent.
+class FragmentScores final : public SimilarityRows {
+ public:
+    FragmentScores(const Points& experimentVectors, const Points& predictionVectors);
+    std::size_t rows() const override { return predictionSquares_.size(); }
+    std::size_t columns() const override { return experimentSquares_.size(); }
+    void fillRow(std::size_t row, std::span<float> scores) const override;
+
+ private:
+    const Points& experiment_;
+    const Points& prediction_;
+    std::vector<double> experimentSquares_, predictionSquares_;  // one a fragment
+};
 
 // Distance beyond which residues of chains of this length are not alike, Å.
 double similarityReach(double length);
 
-// Fills `scores` (prediction x experiment): 1 / (1 + (d / scale)^2) for a pair at distance d of at
-// most `reach` under the superposition, else 0.  Scale and reach in Å.
-void scoreDistances(const CoordinateSet& experiment, const CoordinateSet& prediction,
-                    const Superposition& superposition, double scale, double reach,
-                    Matrix<float>& scores);
+// The similarities of all residues under a superposition, prediction by experiment:
+// 1 / (1 + (d / scale)^2) for a pair at distance d of at most `reach`, else 0.  Scale and reach in
+// Å.  The sets are lent.
+class DistanceScores final : public SimilarityRows {
+ public:
+    DistanceScores(const CoordinateSet& experiment, const CoordinateSet& prediction,
+                   const Superposition& superposition, double scale, double reach);
+    std::size_t rows() const override { return prediction_.size(); }
+    std::size_t columns() const override { return experiment_.size(); }
+    void fillRow(std::size_t row, std::span<float> scores) const override;
+
+ private:
+    const CoordinateSet& experiment_;
+    const CoordinateSet& prediction_;
+    Superposition superposition_;
+    double perScaleSquared_;  // Å^-2
+    double limit_;            // Å^2
+};
 
 }  // namespace tervolanda

@@ -6,7 +6,7 @@
 #include "compare/sequence_independent.h"
 
 #include <algorithm>
-#include <span>
+#include <string>
 
 #include "base/file.h"
 #include "base/format.h"
@@ -51,11 +51,42 @@ void setMapping(const Pairing& pairing, const MappingTask& task, ResidueMapping&
     mapping.collectPairs();
 }
 
-double mean(std::span<const float> values) {
+double mean(const SimilarityRows& similarity) {
+    std::vector<float> row(similarity.columns());
     double sum = 0.0;
-    for (const float value : values)
-        sum += static_cast<double>(value);
-    return values.empty() ? 0.0 : sum / static_cast<double>(values.size());
+    for (std::size_t i = 0; i < similarity.rows(); ++i) {
+        similarity.fillRow(i, row);
+        for (const float value : row)
+            sum += static_cast<double>(value);
+    }
+    const std::size_t cells = similarity.rows() * similarity.columns();
+    return cells == 0 ? 0.0 : sum / static_cast<double>(cells);
+}
+
+void writeMatrix(const SimilarityRows& similarity, const std::string& fileName, bool fragments,
+                 OutputFile& file) {
+    file.print("# View similarity matrix with following command\n");
+    file.print(
+        "# matrix2png -data %s -b -bkgcolor white -mincolor green -maxcolor red -missingcolor grey "
+        "-size 10:10 -range 0:%d > out.png\n",
+        fileName.c_str(), fragments ? 10 : 1);
+    file.write("*");
+    for (std::size_t j = 1; j <= similarity.columns(); ++j)
+        file.print("\t%zu", j);
+    file.write("\n");
+    std::vector<float> row(similarity.columns());
+    for (std::size_t i = 0; i < similarity.rows(); ++i) {
+        similarity.fillRow(i, row);
+        file.print("%zu", i + 1);
+        for (const float value : row) {
+            if (fragments) {
+                file.print("\t%.1f", static_cast<double>(value));
+            } else {
+                file.print("\t%g", static_cast<double>(value));
+            }
+        }
+        file.write("\n");
+    }
 }
 
 }  // namespace
@@ -70,10 +101,10 @@ void StructureMapper::mapByShape(const MappingTask& task, const Kernels& kernels
             5, "Not enough unit vectors for sequence independant alignment (%u vs %u)\n",
             static_cast<unsigned>(ofPrediction.size()), static_cast<unsigned>(ofExperiment.size()));
     } else {
-        scoreFragments(ofExperiment, ofPrediction, similarity_);
-        dump(task, 0, Cells::FragmentScores, report);
+        const FragmentScores similarity(ofExperiment, ofPrediction);
+        dump(task, 0, Cells::FragmentScores, similarity, report);
         const GapPenalties penalties = penaltiesOf(task.parameters);
-        scratch_.aligner.align(similarity_, penalties, fragments_);
+        scratch_.aligner.align(similarity, penalties, fragments_);
         pairFragments(fragments_, pairing_);
         StartingPairings(task.experiment, task.prediction, penalties, kernels, scratch_)
             .improve(pairing_);
@@ -91,20 +122,19 @@ void StructureMapper::mapByDistance(const MappingTask& task, const Superposition
     const double reach = similarityReach(length);
     report.reportFrom(6, "Opt  %u: Generating similarity matrix using d0 = %.2f : dmax = %.2f\n",
                       pass, scale, reach);
-    scoreDistances(task.experiment, task.prediction, superposition, scale, reach, similarity_);
+    const DistanceScores similarity(task.experiment, task.prediction, superposition, scale, reach);
     if (report.reportsFrom(6)) {
-        report.reportFrom(6, "Opt  %u: Average similarity score = %.3f\n", pass,
-                          mean(similarity_.values()));
+        report.reportFrom(6, "Opt  %u: Average similarity score = %.3f\n", pass, mean(similarity));
     }
-    dump(task, pass, Cells::Similarities, report);
-    scratch_.aligner.align(similarity_, penaltiesOf(task.parameters), pairing_);
+    dump(task, pass, Cells::Similarities, similarity, report);
+    scratch_.aligner.align(similarity, penaltiesOf(task.parameters), pairing_);
     setMapping(pairing_, task, mapping);
     report.reportFrom(6, "Opt  %u: Mapped %u residues\n", pass,
                       static_cast<unsigned>(mapping.size()));
 }
 
 void StructureMapper::dump(const MappingTask& task, std::uint32_t pass, Cells cells,
-                           Report& report) {
+                           const SimilarityRows& similarity, Report& report) {
     if (!task.parameters.similarityMatrix || dumpFailed_) return;
     const std::string fileName = format("align.matrix.%u.%u", task.iteration, pass);
     OutputFile file(fileName);
@@ -113,34 +143,10 @@ void StructureMapper::dump(const MappingTask& task, std::uint32_t pass, Cells ce
         report.reportFrom(5, "Failed to open alignment similarity matrix '%s'\n", fileName.c_str());
         return;
     }
-    writeMatrix(file, fileName, cells);
+    writeMatrix(similarity, fileName, cells == Cells::FragmentScores, file);
     if (file.commit()) return;
     dumpFailed_ = true;
     report.incompleteFile(fileName);
-}
-
-void StructureMapper::writeMatrix(OutputFile& file, const std::string& fileName,
-                                  Cells cells) const {
-    file.print("# View similarity matrix with following command\n");
-    file.print(
-        "# matrix2png -data %s -b -bkgcolor white -mincolor green -maxcolor red -missingcolor grey "
-        "-size 10:10 -range 0:%d > out.png\n",
-        fileName.c_str(), cells == Cells::FragmentScores ? 10 : 1);
-    file.write("*");
-    for (std::size_t j = 1; j <= similarity_.columns(); ++j)
-        file.print("\t%zu", j);
-    file.write("\n");
-    for (std::size_t i = 0; i < similarity_.rows(); ++i) {
-        file.print("%zu", i + 1);
-        for (const float value : similarity_.row(i)) {
-            if (cells == Cells::FragmentScores) {
-                file.print("\t%.1f", static_cast<double>(value));
-            } else {
-                file.print("\t%g", static_cast<double>(value));
-            }
-        }
-        file.write("\n");
-    }
 }
 
 }  // namespace tervolanda

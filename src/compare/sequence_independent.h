@@ -2,18 +2,14 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
 #include <vector>
 
-#include "base/matrix.h"
 #include "compare/compare.h"
 #include "compare/kernels.h"
 #include "compare/mapping.h"
 #include "compare/starting_pairings.h"
 
 namespace tervolanda {
-
-class OutputFile;
 
 // What is to be mapped.
 struct MappingTask {
@@ -43,10 +39,9 @@ class StructureMapper {
 
     // Writes the matrix to "align.matrix.<iteration>.<pass>" in the working folder, if asked for.
     // The alignment before the first pass is that of pass 0.
-    void dump(const MappingTask& task, std::uint32_t pass, Cells cells, Report& report);
-    void writeMatrix(OutputFile& file, const std::string& fileName, Cells cells) const;
+    void dump(const MappingTask& task, std::uint32_t pass, Cells cells,
+              const SimilarityRows& similarity, Report& report);
 
-    Matrix<float> similarity_;  // prediction x experiment, residues or fragments
     StartScratch scratch_;
     Pairing fragments_, pairing_;
     bool dumpFailed_ = false;  // from then on nothing is dumped

@@ -106,9 +106,9 @@ StartingPairings::Judged StartingPairings::refine(Pairing& pairing) {
 }
 
 void StartingPairings::align(const Superposition& superposition, Pairing& pairing) {
-    scoreDistances(experiment_, prediction_, superposition, scale_, similarityReach(length_),
-                   scratch_.similarity);
-    scratch_.aligner.align(scratch_.similarity, penalties_, pairing);
+    const DistanceScores similarity(experiment_, prediction_, superposition, scale_,
+                                    similarityReach(length_));
+    scratch_.aligner.align(similarity, penalties_, pairing);
 }
 
 void StartingPairings::considerCandidate(Pairing& best) {

@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <vector>
 
-#include "base/matrix.h"
 #include "compare/compare.h"
 #include "compare/kernels.h"
 #include "compare/local_alignment.h"
@@ -20,7 +19,6 @@ struct StartScratch {
     PairedPoints pairs, gathered;
     std::vector<double> squared;
     std::vector<std::uint32_t> subset;
-    Matrix<float> similarity;
     LocalAligner aligner;
     Pairing candidate, next;
 };

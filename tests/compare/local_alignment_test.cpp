@@ -8,6 +8,9 @@
 #include <cmath>
 #include <optional>
 #include <random>
+#include <span>
+
+#include "base/matrix.h"
 
 namespace tervolanda {
 namespace {
@@ -22,10 +25,23 @@ Matrix<float> matrixOf(const std::vector<std::vector<float>>& rows) {
     return matrix;
 }
 
+class MatrixRows final : public SimilarityRows {
+ public:
+    explicit MatrixRows(const Matrix<float>& matrix) : matrix_(matrix) {}
+    std::size_t rows() const override { return matrix_.rows(); }
+    std::size_t columns() const override { return matrix_.columns(); }
+    void fillRow(std::size_t row, std::span<float> similarities) const override {
+        std::copy(matrix_.row(row).begin(), matrix_.row(row).end(), similarities.begin());
+    }
+
+ private:
+    const Matrix<float>& matrix_;
+};
+
 std::vector<AlignedPair> aligned(const Matrix<float>& similarity, GapPenalties penalties) {
     LocalAligner aligner;
     std::vector<AlignedPair> pairs;
-    aligner.align(similarity, penalties, pairs);
+    aligner.align(MatrixRows(similarity), penalties, pairs);
     return pairs;
 }
 
@@ -90,7 +106,8 @@ TEST(LocalAligner, FindsTheBestScoreByDefinitionAndPairsThatHaveIt) {
         const GapPenalties& penalties = kPenalties[static_cast<std::size_t>(trial) % 6];
         const Matrix<float> similarity = randomMatrix(engine);
         std::vector<AlignedPair> pairs;
-        const double score = static_cast<double>(aligner.align(similarity, penalties, pairs));
+        const double score =
+            static_cast<double>(aligner.align(MatrixRows(similarity), penalties, pairs));
         ASSERT_EQ(score, ByDefinition(similarity, penalties).best()) << "trial " << trial;
         // With all other similarities forbidden the pairs alone must still reach that score.
         Matrix<float> only(similarity.rows(), similarity.columns());
@@ -155,9 +172,9 @@ TEST(LocalAligner, TakesPenaltiesThatAreNoneAsTheNearestThatAre) {
 TEST(LocalAligner, ForgetsTheMatrixBefore) {
     LocalAligner aligner;
     std::vector<AlignedPair> pairs;
-    aligner.align(Matrix<float>(40, 30, 1.0F), {-1.0, 0.0}, pairs);
+    aligner.align(MatrixRows(Matrix<float>(40, 30, 1.0F)), {-1.0, 0.0}, pairs);
     EXPECT_EQ(pairs.size(), 30U);
-    aligner.align(matrixOf({{0, 0}, {0, 1}, {0, 0}}), {-1.0, 0.0}, pairs);
+    aligner.align(MatrixRows(matrixOf({{0, 0}, {0, 1}, {0, 0}})), {-1.0, 0.0}, pairs);
     EXPECT_THAT(pairs, ElementsAre(AlignedPair{1, 1}));
 }
 

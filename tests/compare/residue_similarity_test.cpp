@@ -7,6 +7,7 @@
 #include <cmath>
 #include <vector>
 
+#include "base/matrix.h"
 #include "compare/comparing.h"
 
 namespace tervolanda::test {
@@ -19,9 +20,19 @@ Points pointsOf(const std::vector<Place>& vectors) {
     return points;
 }
 
+Matrix<float> matrixOf(const SimilarityRows& similarity) {
+    Matrix<float> matrix(similarity.rows(), similarity.columns());
+    for (std::size_t i = 0; i < matrix.rows(); ++i)
+        similarity.fillRow(i, matrix.row(i));
+    return matrix;
+}
+
+Matrix<float> fragmentScores(const Points& experiment, const Points& prediction) {
+    return matrixOf(FragmentScores(experiment, prediction));
+}
+
 float scoreOf(const std::vector<Place>& experiment, const std::vector<Place>& prediction) {
-    Matrix<float> scores;
-    scoreFragments(pointsOf(experiment), pointsOf(prediction), scores);
+    const auto scores = fragmentScores(pointsOf(experiment), pointsOf(prediction));
     EXPECT_EQ(scores.values().size(), 1U);
     return scores.at(0, 0);
 }
@@ -69,8 +80,7 @@ TEST(FragmentScores, AgreeWithALiteralFitAtEveryPlaceOfTheMatrix) {
     const Points experiment = unitVectors(prepared(coil(81, 5)).points);  // more than one block
     const Points prediction = unitVectors(prepared(coil(10, 6)).points);
     const double unrelated = std::sqrt(2.0 - 2.84 / std::sqrt(7.0));
-    Matrix<float> scores;
-    scoreFragments(experiment, prediction, scores);
+    const auto scores = fragmentScores(experiment, prediction);
     ASSERT_EQ(scores.rows(), 3U);
     ASSERT_EQ(scores.columns(), 74U);
     for (std::size_t i = 0; i < 3; ++i) {
@@ -90,15 +100,14 @@ TEST(FragmentScores, StayFiniteForAbsurdVectors) {
     for (int i = 0; i < 12; ++i)
         equal.append(1.0, 2.0, 3.0);
     for (const Points& points : {far, equal}) {
-        Matrix<float> scores;
-        scoreFragments(unitVectors(points), unitVectors(points), scores);
+        const auto scores = fragmentScores(unitVectors(points), unitVectors(points));
         EXPECT_EQ(scores.rows(), 5U);
         for (const float score : scores.values())
             EXPECT_TRUE(score >= 0.0F && score <= 10.0F);
     }
-    Matrix<float> scores(3, 3);
-    scoreFragments(unitVectors(prepared(coil(7, 1)).points), unitVectors(far), scores);
-    EXPECT_EQ(scores.values().size(), 0U);
+    EXPECT_TRUE(fragmentScores(unitVectors(prepared(coil(7, 1)).points), unitVectors(far))
+                    .values()
+                    .empty());
 }
 
 TEST(UnitVectors, HaveLengthOneUnlessThePointsNearlyCoincide) {
@@ -118,8 +127,7 @@ TEST(DistanceScores, CountTheReachItselfAndNothingBeyond) {
     const CoordinateSet prediction = prepared(calphaChain({{1, 0, 0}, {1, 5, 0}}));
     Superposition shift;
     shift.predictionCentre = {1.0, 0.0, 0.0};
-    Matrix<float> scores;
-    scoreDistances(experiment, prediction, shift, 3.0, 6.0, scores);
+    const auto scores = matrixOf(DistanceScores(experiment, prediction, shift, 3.0, 6.0));
     ASSERT_EQ(scores.rows(), 2U);
     ASSERT_EQ(scores.columns(), 5U);
     EXPECT_FLOAT_EQ(scores.at(0, 0), 1.0F);

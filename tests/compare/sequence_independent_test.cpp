@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -94,6 +95,30 @@ TEST(Remapping, CorrectsNumbersThatAreShifted) {
     // d0(100) and the reach at 100 residues, by hand.
     EXPECT_THAT(remapped.lines,
                 HasSubstr("Opt  1: Generating similarity matrix using d0 = 3.65 : dmax = 9.47\n"));
+}
+
+// Passes may go round in a circle of mappings.  That ends behind a hundred passes, with what a
+// hundred of them find.
+TEST(Remapping, EndsWhenMappingsGoRoundInACircle) {
+    int circles = 0;
+    for (std::uint32_t seed = 1; seed <= 60; ++seed) {
+        const Chain experiment = coil(80, seed);
+        const Chain prediction = coil(10 + 10 * (seed % 3), 1000 + seed);
+        ComparisonParameters parameters = defaultParameters();
+        parameters.maximiseTM = seed % 2 == 0;
+        parameters.optimisations = 100;
+        const Compared hundred = compare(experiment, prediction, parameters, 5);
+        if (hundred.lines.find("Opt  100: Pairs") == std::string::npos) continue;
+        ++circles;
+        parameters.optimisations = std::numeric_limits<int>::max();
+        const Compared endless = compare(experiment, prediction, parameters, 5);
+        EXPECT_THAT(endless.lines,
+                    AllOf(HasSubstr("Opt  101: Pairs"), Not(HasSubstr("Opt  201:"))));
+        EXPECT_EQ(endless.result.partners, hundred.result.partners);
+        EXPECT_EQ(endless.result.tm, hundred.result.tm);
+        EXPECT_EQ(endless.result.pairs, hundred.result.pairs);
+    }
+    EXPECT_GE(circles, 3);
 }
 
 TEST(SequenceIndependent, DomainsAreFoundOneAfterTheOther) {
