@@ -3,7 +3,7 @@
 // to far.
 #include <benchmark/benchmark.h>
 
-#include "cluster/cluster.h"
+#include "cluster/batch/batch.h"
 #include "support/support.h"
 
 namespace tervolanda {

@@ -11,7 +11,7 @@
 
 #include "base/file.h"
 #include "chains.h"
-#include "cluster/cluster.h"
+#include "cluster/batch/batch.h"
 #include "compare/workspace.h"
 #include "result_checks.h"
 #include "resultfiles/distance_file.h"
@@ -116,8 +116,10 @@ void compareSubsets(const ChainList& models, FuzzedDataProvider& input, Log& log
     FUZZ_REQUIRE(writeMaxSubFile(kFile, models, batch.scores, batch.pairs, modelIds(models), log) ==
                  FileOutcome::Written);
     requireReadBack(batch, models, log);
-    requireClusters(batch.scores, modelIds(models),
-                    makeClusterSettings(input.ConsumeIntegral<std::uint8_t>(), 1.0), &models, log);
+    requireClusters(
+        batch.scores, {modelIds(models), &models},
+        makeClusterSettings(input.ConsumeIntegral<std::uint8_t>(), MatrixValues::Similarities),
+        log);
 }
 
 // A batch has a shorter way to an RMSD than a fit.
@@ -151,8 +153,9 @@ void compareWhole(const ChainList& models, FuzzedDataProvider& input, Log& log, 
     requireSingleFits(batch, models, options, report);
     requireReadBack(batch.rmsd, models, log);
     requireReadBack(batch.urmsd, models, log);
-    requireClusters(batch.rmsd, modelIds(models),
-                    makeClusterSettings(input.ConsumeIntegral<std::uint8_t>(), 0.0), &models, log);
+    requireClusters(
+        batch.rmsd, {modelIds(models), &models},
+        makeClusterSettings(input.ConsumeIntegral<std::uint8_t>(), MatrixValues::Distances), log);
 }
 
 }  // namespace

@@ -87,7 +87,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     requireDifferentIds(file.ids);
     requireReadBack(file, chains, quiet.log);
-    requireClusters(file.matrix, file.ids, makeClusterSettings(control >> 1, 0.0), nullptr,
-                    quiet.log);
+    requireClusters(file.matrix, {file.ids},
+                    makeClusterSettings(control >> 1, MatrixValues::Distances), quiet.log);
     return 0;
 }

@@ -36,34 +36,37 @@ void requireDifferentIds(std::span<const std::uint32_t> ids) {
     FUZZ_REQUIRE(different.size() == ids.size());
 }
 
-ClusterSettings makeClusterSettings(unsigned int choice, double conversion) {
+ClusterSettings makeClusterSettings(unsigned int choice, MatrixValues values) {
     constexpr std::array<double, 4> kSteps = {0.05, 0.0, 1e-9, 10.0};
     ClusterSettings settings;
-    settings.method = static_cast<int>(choice % 6);
+    settings.method = static_cast<ClusterMethod>(choice % 5);
+    settings.values = values;
     settings.threshold = choice % 7 == 0 ? 4.0 : 0.5;
     settings.maxThreshold = choice % 5 == 0 ? 1e30 : 8.0;
     settings.thresholdStep = kSteps[choice % 4];
     settings.initialSize = choice % 8;
     settings.minSize = choice % 3;
-    settings.conversion = conversion;
+    settings.triedOneByOne = choice % 6 == 0 ? 100 : 0;
     return settings;
 }
 
-void requireClusters(DistanceMatrix matrix, std::span<const std::uint32_t> ids,
-                     const ClusterSettings& settings, const ChainList* names, Log& log) {
-    const ClusterAssignment found = clusterModels(matrix, ids, settings, names, log);
-    if (settings.method == 0) {
-        FUZZ_REQUIRE(found.cluster.empty() && found.count == 0);
-        return;
+void requireClusters(DistanceMatrix matrix, const ModelLabels& models,
+                     const ClusterSettings& settings, Log& log) {
+    const std::optional<Clustering> found = clusterModels(matrix, settings);
+    FUZZ_REQUIRE(found.has_value());
+    printClustering(*found, models, log);
+    const ClusterAssignment& clusters = found->clusters;
+    const std::uint32_t first = clustersByLinkage(settings.method) ? 0 : 1;
+    FUZZ_REQUIRE(clusters.cluster.size() == models.ids.size());
+    std::vector<std::uint32_t> sizes(first + clusters.count);
+    for (const std::uint32_t cluster : clusters.cluster)
+        ++sizes.at(cluster);
+    FUZZ_REQUIRE(found->centroids.size() == clusters.count);
+    for (std::uint32_t c = 0; c < clusters.count; ++c) {
+        const Centroid& centroid = found->centroids[c];
+        FUZZ_REQUIRE(clusters.cluster.at(centroid.model) == first + c);
+        FUZZ_REQUIRE(centroid.size > 0 && centroid.size == sizes[first + c]);
     }
-    const bool isByNeighbours = settings.method >= 4;
-    FUZZ_REQUIRE(found.cluster.size() == ids.size());
-    std::set<std::uint32_t> numbers(found.cluster.begin(), found.cluster.end());
-    if (isByNeighbours) numbers.erase(0);  // stands for none
-    FUZZ_REQUIRE(numbers.size() == found.count);
-    if (found.count == 0) return;
-    FUZZ_REQUIRE(*numbers.begin() == (isByNeighbours ? 1U : 0U));
-    FUZZ_REQUIRE(*numbers.rbegin() == found.count - (isByNeighbours ? 0U : 1U));
 }
 
 }  // namespace tervolanda::fuzz

@@ -7,6 +7,7 @@
 
 #include "base/log.h"
 #include "cluster/cluster.h"
+#include "export/export.h"
 
 namespace tervolanda::fuzz {
 
@@ -17,11 +18,11 @@ bool declaresUnhandySize(std::string_view text);
 void requireDifferentIds(std::span<const std::uint32_t> ids);
 
 // A way to cluster, by a number.
-ClusterSettings makeClusterSettings(unsigned int choice, double conversion);
+ClusterSettings makeClusterSettings(unsigned int choice, MatrixValues values);
 
-// Clusters a copy of the matrix: every model is in one cluster or, with the nearest-neighbour
-// methods, in none, and no cluster is empty.
-void requireClusters(DistanceMatrix matrix, std::span<const std::uint32_t> ids,
-                     const ClusterSettings& settings, const ChainList* names, Log& log);
+// Clusters a copy of the matrix and prints the tables: every model is in one cluster or, with the
+// nearest-neighbour methods, in none; no cluster is empty, and its centroid is one of its members.
+void requireClusters(DistanceMatrix matrix, const ModelLabels& models,
+                     const ClusterSettings& settings, Log& log);
 
 }  // namespace tervolanda::fuzz

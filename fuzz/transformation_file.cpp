@@ -87,8 +87,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     requireDifferentIds(file.ids);
     requireRanking(file, control / 255.0);
-    requireClusters(file.scores, file.ids, makeClusterSettings(control, 1.0), &file.chains,
-                    quiet.log);
+    requireClusters(file.scores, {file.ids, &file.chains},
+                    makeClusterSettings(control, MatrixValues::Similarities), quiet.log);
     // A row that no chain record names cannot be written.
     const auto& chains = file.chains.chains;
     const bool isNamed = std::none_of(chains.begin(), chains.end(),

@@ -12,9 +12,9 @@ namespace tervolanda {
 
 namespace {
 
-void convertToDistances(DistanceMatrix& matrix, double conversion) {
-    for (float& entry : matrix.values()) {
-        entry = static_cast<float>(conversion - static_cast<double>(entry));
+void convertToDistances(DistanceMatrix& similarities) {
+    for (float& entry : similarities.values()) {
+        entry = static_cast<float>(1.0 - static_cast<double>(entry));
     }
 }
 
@@ -48,19 +48,24 @@ std::vector<Sum> rowSums(const Matrix<Value>& matrix) {
 
 }  // namespace
 
-ClusterAssignment clusterModels(DistanceMatrix& matrix, std::span<const std::uint32_t> ids,
-                                const ClusterSettings& settings, const ChainList* names, Log& log) {
-    if (settings.method == 0) return {};
-    const bool holdsSimilarities = settings.conversion != 0.0;
-    if (holdsSimilarities) convertToDistances(matrix, settings.conversion);
+std::optional<Clustering> clusterModels(DistanceMatrix& matrix, const ClusterSettings& settings) {
+    const bool holdsSimilarities = settings.values == MatrixValues::Similarities;
+    if (holdsSimilarities) convertToDistances(matrix);
     ClusterSettings used = settings;
     used.maxThreshold = std::max(settings.maxThreshold, settings.threshold);
     const DistanceView distances(matrix, /*hasFailedFits=*/!holdsSimilarities);
-    ClusterTables tables(ids, names, log);
-    if (settings.method == 4 || settings.method == 5) {
-        return clusterByNeighbours(distances, used, tables);
+    switch (settings.method) {
+        case ClusterMethod::NeighboursMinSize:
+        case ClusterMethod::NeighboursAbsoluteSize:
+            return clusterByNeighbours(distances, used);
+        case ClusterMethod::AverageLinkage:
+            return clusterHierarchically(distances, Linkage::Average, used);
+        case ClusterMethod::MaximumLinkage:
+            return clusterHierarchically(distances, Linkage::Maximum, used);
+        case ClusterMethod::SingleLinkage:
+            break;
     }
-    return clusterHierarchically(distances, used, tables);
+    return clusterHierarchically(distances, Linkage::Single, used);
 }
 
 std::vector<std::uint32_t> orderByRowSum(const PairMatrix& matrix, bool descending) {

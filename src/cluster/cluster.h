@@ -1,50 +1,101 @@
-// Sets of models: the matrices of an all-versus-all run, 3D-Jury ranking, and clustering.
+// Clustering of models and 3D-Jury ranking: matrices and settings in, trees, clusters and ranks
+// out.  Models are known by their positions in the matrix; nothing here knows names, prints, or
+// asks where the values came from.
 #pragma once
 
 #include <cstdint>
-#include <functional>
-#include <span>
+#include <optional>
 #include <vector>
 
 #include "base/matrix.h"
-#include "chain/chain.h"
-#include "compare/compare.h"
 
 namespace tervolanda {
-
-class Log;
-class Report;
 
 // N x N values by model position in list order: similarities, or distances in Å.
 using DistanceMatrix = Matrix<float>;
 // N x N counts of residue pairs; the diagonal holds each model's residue count.
 using PairMatrix = Matrix<std::uint32_t>;
 
-// How to cluster.
+// --- Clustering ----------------------------------------------------------------------------------
+
+// The first three build a tree and cut it.  The others let the model with the most neighbours take
+// them, then the next: all of them, or the nearest up to the wanted size of a cluster.
+enum class ClusterMethod : std::uint8_t {
+    SingleLinkage,
+    AverageLinkage,
+    MaximumLinkage,
+    NeighboursMinSize,
+    NeighboursAbsoluteSize,
+};
+
+inline bool clustersByLinkage(ClusterMethod method) {
+    return method <= ClusterMethod::MaximumLinkage;
+}
+
+// What a matrix holds.  The distance of two models with a similarity s is 1 - s.
+enum class MatrixValues : std::uint8_t { Distances, Similarities };
+
 struct ClusterSettings {
-    double threshold = 0.0;     // initial distance threshold
-    double maxThreshold = 0.0;  // raised to `threshold` when below it
+    ClusterMethod method = ClusterMethod::NeighboursAbsoluteSize;
+    MatrixValues values = MatrixValues::Distances;
+    double threshold = 0.0;  // the first distance threshold tried
+    double maxThreshold = 0.0;
     double thresholdStep = 0.0;
     std::uint32_t initialSize = 50;  // wanted size
     std::uint32_t minSize = 5;       // nearest-neighbour clustering: of every later cluster
-    int method = 5;                  // 0 none, 1 single, 2 average, 3 maximum linkage, 4 neighbour
-                                     // pairs (min size), 5 neighbour pairs (absolute size)
-    double conversion = 0.0;         // not 0: the matrix holds similarities, distance =
-                                     // conversion - value
+    // So many thresholds are tried one by one, then those are passed over of which it is known that
+    // they do not end the search: a huge maximum is no reason to try without end.  The clusters do
+    // not depend on it, only what is told of the search.
+    std::size_t triedOneByOne = 0;
 };
 
-// A partition of the models.  Hierarchical clustering numbers clusters from 0 and assigns every
-// model; nearest-neighbour clustering numbers them from 1 and leaves models with 0 unassigned.
+// A join of two clusters.  A child is a model's position, or -(k + 1) for the earlier join k; the
+// first child is the one whose first model stands earlier in the list.
+struct Join {
+    std::int64_t first = 0;
+    std::int64_t second = 0;
+    double distance = 0.0;  // infinite where no member of one cluster has a distance to the other
+};
+
+// What a threshold would give.
+struct ThresholdTrial {
+    double threshold = 0.0;
+    std::uint32_t clusters = 0;  // by linkage only
+    std::uint32_t largest = 0;   // models in the largest; by neighbours 0 when no model has any
+};
+
+// A partition of the models.  Clustering by linkage numbers clusters from 0 and assigns every
+// model; clustering by neighbours numbers them from 1 and leaves models with 0 unassigned.
 struct ClusterAssignment {
     std::vector<std::uint32_t> cluster;  // one per model position
     std::uint32_t count = 0;
 };
 
-// Clusters the models by the settings' method and prints tree, clusters and centroids.  The matrix
-// is changed in place when it is converted.  `names` gives the file names for the lines that show
-// them; without it the short line forms are printed.  Method 0 clusters nothing.
-ClusterAssignment clusterModels(DistanceMatrix& matrix, std::span<const std::uint32_t> ids,
-                                const ClusterSettings& settings, const ChainList* names, Log& log);
+// The model that stands for a cluster.  By linkage it is the medoid: the member with the smallest
+// sum of distances to the others, of equal ones the first.  By neighbours it is the one that took
+// them.
+struct Centroid {
+    std::uint32_t model = 0;  // position
+    std::uint32_t size = 0;   // members of the cluster, the centroid included
+    double spread = 0.0;      // its sum of distances to the members, over the size
+};
+
+struct Clustering {
+    ClusterSettings settings;           // as used: the maximum is not below the first threshold
+    std::vector<Join> tree;             // by ascending distance; empty with neighbours
+    std::vector<ThresholdTrial> tried;  // in order
+    bool reachedSize = false;           // the last of these gave a cluster of the wanted size
+    double threshold = 0.0;             // the last of these
+    ClusterAssignment clusters;
+    std::vector<Centroid> centroids;  // one a cluster, in the order of their numbers
+};
+
+// Clusters the models of an N x N matrix, N = 0 included.  Of similarities the distances take their
+// place in the matrix.  None when a negative step leads away from the maximum: clustering by
+// neighbours then has no clusters, clustering by linkage tries the first threshold alone.
+std::optional<Clustering> clusterModels(DistanceMatrix& matrix, const ClusterSettings& settings);
+
+// --- Ranking -------------------------------------------------------------------------------------
 
 // 3D-Jury (Ginalski et al. 2003): a model's score is the sum of its pair counts, its own included,
 // over the models with at least `scoreThreshold` and `pairThreshold`; both limits are inclusive and
@@ -57,45 +108,8 @@ struct JuryScore {
 std::vector<JuryScore> rankByJury(const DistanceMatrix& scores, const PairMatrix& pairs,
                                   double scoreThreshold, std::uint32_t pairThreshold);
 
-// --- Batches -------------------------------------------------------------------------------------
-
-// Called for every pair after its comparison: matrix positions i > j and what was found.  The
-// comparison's experiment is model i, its prediction model j.
-using PairSink = std::function<void(std::size_t i, std::size_t j, const ComparisonResult& result)>;
-
-// All pairs of a list by the MaxSub search.
-struct MaxSubBatch {
-    DistanceMatrix scores;  // TM-score, or MaxSub when ranking by it; 1 on the diagonal.  (j, i) is
-                            // (i, j) renormalised to the other model's length: not symmetric
-    DistanceMatrix rmsd;    // of the subsets, Å; 0 with several domain iterations
-    PairMatrix pairs;
-};
-struct GdtBatch {
-    DistanceMatrix gdt;  // 0 to 100, symmetric, 100 on the diagonal
-};
-struct RmsdBatch {
-    DistanceMatrix rmsd;   // Å; -1 where no fit was possible; 1 on the diagonal
-    DistanceMatrix urmsd;  // 0 on the diagonal, and where it was not asked for
-    PairMatrix pairs;
-};
-
-struct RmsdBatchOptions {
-    RmsdOptions rmsd;
-    AtomSelection selection = AtomSelection::Calpha;
-};
-
-// The batches write their progress to `log` and the details of comparisons to `report`.
-MaxSubBatch compareAllMaxSub(const ChainList& models, const ComparisonParameters& parameters,
-                             const PairSink& sink, Log& log, Report& report);
-GdtBatch compareAllGdt(const ChainList& models, const ComparisonParameters& parameters, Log& log,
-                       Report& report);
-RmsdBatch compareAllRmsd(const ChainList& models, const ComparisonParameters& parameters,
-                         const RmsdBatchOptions& options, Log& log, Report& report);
-
-// The model IDs in matrix order.
-std::vector<std::uint32_t> modelIds(const ChainList& models);
-
-// Model positions ordered by the sum of their matrix rows; equal sums keep list order, NaN last.
+// For callers of the library: model positions ordered by the sum of their matrix rows; equal sums
+// keep list order, NaN last.
 std::vector<std::uint32_t> orderByRowSum(const PairMatrix& matrix, bool descending);
 std::vector<std::uint32_t> orderByRowSum(const DistanceMatrix& matrix, bool descending);
 

@@ -1,4 +1,4 @@
-// Hierarchical clustering: the tree of joins, its cuts, and the tables that show them.
+// Hierarchical clustering: the tree of joins, its cuts, and the medoids of the clusters.
 #pragma once
 
 #include <cstddef>
@@ -7,21 +7,12 @@
 #include <vector>
 
 #include "cluster/distances.h"
-#include "cluster/tables.h"
 
 namespace tervolanda {
 
 // The distance between two clusters: the smallest, the mean or the largest of the distances between
 // a member of one and a member of the other.
 enum class Linkage : std::uint8_t { Single, Average, Maximum };
-
-// A join of two clusters.  A child is a model's position, or -(k + 1) for the earlier join k; the
-// first child is the one whose first model stands earlier in the list.
-struct Join {
-    std::int64_t first = 0;
-    std::int64_t second = 0;
-    double distance = 0.0;  // infinite where no member of one cluster has a distance to the other
-};
 
 // The joins of N models, N - 1 of them, by ascending distance; O(N^2) time.  Only the strict lower
 // triangle of the matrix is read.  Memory beside the matrix: N values for single linkage, a
@@ -41,16 +32,11 @@ ClusterAssignment cutTree(std::span<const Join> tree, std::size_t models, std::s
 
 // The member with the smallest sum of distances to the other members of its cluster; of equal ones
 // the first.  The lower triangle is read.
-struct Medoid {
-    std::uint32_t model = 0;  // position
-    std::uint32_t size = 0;   // members of the cluster
-    double spread = 0.0;      // that sum over the number of members
-};
-std::vector<Medoid> findMedoids(const DistanceView& distances, const ClusterAssignment& clusters);
+std::vector<Centroid> findMedoids(const DistanceView& distances, const ClusterAssignment& clusters);
 
 // Builds the tree and cuts it at the first threshold that gives a cluster of the wanted size, or at
-// the last; prints tree, clusters and medoids.
-ClusterAssignment clusterHierarchically(const DistanceView& distances,
-                                        const ClusterSettings& settings, ClusterTables& tables);
+// the last.
+Clustering clusterHierarchically(const DistanceView& distances, Linkage linkage,
+                                 const ClusterSettings& settings);
 
 }  // namespace tervolanda

@@ -2,9 +2,9 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 
 #include "cluster/distances.h"
-#include "cluster/tables.h"
 
 namespace tervolanda {
 
@@ -12,9 +12,9 @@ namespace tervolanda {
 // the threshold; infinite when no threshold gives as many.  REQUIRES: wanted > 0.
 double thresholdForNeighbours(const DistanceView& distances, std::size_t wanted);
 
-// Clusters by method 4 (clusters of any size) or 5 (clusters of the wanted size at most) and prints
-// the clusters.  The whole matrix is read, row by row, but for its diagonal.
-ClusterAssignment clusterByNeighbours(const DistanceView& distances,
-                                      const ClusterSettings& settings, ClusterTables& tables);
+// Clusters by one of the two methods of neighbours; none when the step leads away from the maximum.
+// The whole matrix is read, row by row, but for its diagonal.
+std::optional<Clustering> clusterByNeighbours(const DistanceView& distances,
+                                              const ClusterSettings& settings);
 
 }  // namespace tervolanda

@@ -5,10 +5,6 @@
 
 namespace tervolanda {
 
-// A search that prints its steps goes on without after so many: a huge maximum is no reason to
-// print without end.
-inline constexpr std::size_t kMostPrintedSteps = 10000;
-
 // start, start + step, (start + step) + step, ...: each value is the rounded sum of the one before
 // and the step, so that the values are not those of start + k * step.  The last value is the first
 // one that is not below `most`, or from which the step leads no higher (0, negative, too small).

@@ -11,7 +11,7 @@
 
 #include "base/format.h"
 #include "base/log.h"
-#include "cluster/cluster.h"
+#include "cluster/batch/batch.h"
 #include "driver/model_input.h"
 #include "driver/modes.h"
 #include "driver/result_output.h"
@@ -63,10 +63,9 @@ Average averageOfPairs(const DistanceMatrix& matrix) {
     return average;
 }
 
-void cluster(DistanceMatrix matrix, const ChainList& models, const Settings& settings,
-             double conversion, Log& log) {
-    if (settings.clusterMethod == 0) return;
-    clusterModels(matrix, modelIds(models), clusterSettings(settings, conversion), &models, log);
+void cluster(DistanceMatrix matrix, MatrixValues values, const ChainList& models,
+             const Settings& settings, Log& log) {
+    clusterAndPrint(matrix, values, {modelIds(models), &models}, settings, log);
 }
 
 MaxSubBatch timedMaxSub(const ChainList& models, const Settings& settings, const PairSink& sink,
@@ -106,8 +105,8 @@ int compareListMaxSub(const ChainList& models, const Settings& settings, Log& lo
         status |= exitStatus(writeMaxSubFile(*settings.liteResultFile, models, batch.scores,
                                              batch.pairs, modelIds(models), log));
     }
-    printJuryTable(batch.scores, batch.pairs, models, settings, log);
-    cluster(std::move(batch.scores), models, settings, 1.0, log);
+    rankAndPrint(batch.scores, batch.pairs, models, settings, log);
+    cluster(std::move(batch.scores), MatrixValues::Similarities, models, settings, log);
     return status;
 }
 
@@ -132,7 +131,7 @@ int compareListGdt(const ChainList& models, const Settings& settings, Log& log, 
     // Clustering takes similarities from 0 to 1.
     for (float& value : batch.gdt.values())
         value /= 100.0F;
-    cluster(std::move(batch.gdt), models, settings, 1.0, log);
+    cluster(std::move(batch.gdt), MatrixValues::Similarities, models, settings, log);
     return status;
 }
 
@@ -176,7 +175,7 @@ int compareListRmsd(const ChainList& models, const Settings& settings, Log& log,
                  average.count);
     }
     const int status = writeRmsdFiles(batch, models, settings, log);
-    cluster(std::move(batch.rmsd), models, settings, 0.0, log);
+    cluster(std::move(batch.rmsd), MatrixValues::Distances, models, settings, log);
     return status;
 }
 

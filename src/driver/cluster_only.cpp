@@ -4,7 +4,6 @@
 #include <optional>
 
 #include "base/log.h"
-#include "cluster/cluster.h"
 #include "driver/modes.h"
 #include "driver/result_output.h"
 #include "resultfiles/resultfiles.h"
@@ -14,7 +13,7 @@ namespace tervolanda {
 int runClusterOnly(const Settings& settings, Log& log) {
     std::optional<DistanceFile> file = readDistanceFile(*settings.distanceFile, nullptr, log);
     if (!file) return EXIT_SUCCESS;  // a file with gaps is reported and is no failure
-    clusterModels(file->matrix, file->ids, clusterSettings(settings, 0.0), nullptr, log);
+    clusterAndPrint(file->matrix, MatrixValues::Distances, {file->ids}, settings, log);
     return EXIT_SUCCESS;
 }
 

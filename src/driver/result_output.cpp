@@ -11,11 +11,27 @@ namespace tervolanda {
 
 namespace {
 
-constexpr const char* kRule = "======================================";
-
 // Counts of the settings are signed, those of clustering are not; below zero is none.
 std::uint32_t asCount(int value) {
     return static_cast<std::uint32_t>(std::max(value, 0));
+}
+
+// A way of clustering by its number on the command line; none for 0.
+std::optional<ClusterMethod> clusterMethod(int number) {
+    switch (number) {
+        case 0:
+            return std::nullopt;
+        case 2:
+            return ClusterMethod::AverageLinkage;
+        case 3:
+            return ClusterMethod::MaximumLinkage;
+        case 4:
+            return ClusterMethod::NeighboursMinSize;
+        case 5:
+            return ClusterMethod::NeighboursAbsoluteSize;
+        default:  // every other number stands for single linkage
+            return ClusterMethod::SingleLinkage;
+    }
 }
 
 }  // namespace
@@ -60,31 +76,32 @@ std::string contactText(const Chain& experiment, const Chain& prediction,
     return format("NC=%6.2f%% (%u/%u)", contacts.percentage(), contacts.matched, contacts.native);
 }
 
-void printJuryTable(const DistanceMatrix& scores, const PairMatrix& pairs, const ChainList& chains,
-                    const Settings& settings, Log& log) {
-    log.info(0, "%s", kRule);
-    log.info(0, "3Djury (Threshold: >%6d pairs @ >%6.3f)", settings.juryPairs, settings.juryScore);
-    log.info(0, "%s", kRule);
-    log.info(0, "%-7s  %-7s  %-7s     %s", "Rank", "Model", "Pairs", "File");
-    std::size_t rank = 0;
-    for (const JuryScore& entry :
-         rankByJury(scores, pairs, settings.juryScore, asCount(settings.juryPairs))) {
-        const Chain& model = chains.chains[entry.model];
-        log.info(0, "%5zu :  %7u  %7u       %s", ++rank, model.number, entry.score,
-                 model.fileName.c_str());
-    }
+void rankAndPrint(const DistanceMatrix& scores, const PairMatrix& pairs, const ChainList& chains,
+                  const Settings& settings, Log& log) {
+    const std::vector<JuryScore> ranking =
+        rankByJury(scores, pairs, settings.juryScore, asCount(settings.juryPairs));
+    printJuryTable(ranking, {settings.juryScore, settings.juryPairs}, chains, log);
 }
 
-ClusterSettings clusterSettings(const Settings& settings, double conversion) {
-    ClusterSettings cluster;
-    cluster.threshold = settings.threshold;
-    cluster.maxThreshold = settings.maxThreshold;
-    cluster.thresholdStep = settings.thresholdStep;
-    cluster.initialSize = asCount(settings.initialClusterSize);
-    cluster.minSize = asCount(settings.minClusterSize);
-    cluster.method = settings.clusterMethod;
-    cluster.conversion = conversion;
-    return cluster;
+void clusterAndPrint(DistanceMatrix& matrix, MatrixValues values, const ModelLabels& models,
+                     const Settings& settings, Log& log) {
+    const std::optional<ClusterMethod> method = clusterMethod(settings.clusterMethod);
+    if (!method) return;
+    ClusterSettings asked;
+    asked.method = *method;
+    asked.values = values;
+    asked.threshold = settings.threshold;
+    asked.maxThreshold = settings.maxThreshold;
+    asked.thresholdStep = settings.thresholdStep;
+    asked.initialSize = asCount(settings.initialClusterSize);
+    asked.minSize = asCount(settings.minClusterSize);
+    asked.triedOneByOne = log.logLevel() > 2 ? kMostPrintedThresholds : 0;
+    if (const std::optional<Clustering> found = clusterModels(matrix, asked)) {
+        printClustering(*found, models, log);
+    } else {
+        log.error(0, "Unable to converge %f to %f using adjustment %f", settings.threshold,
+                  settings.maxThreshold, settings.thresholdStep);
+    }
 }
 
 int exitStatus(FileOutcome outcome) {

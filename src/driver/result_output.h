@@ -11,6 +11,7 @@
 #include "cluster/cluster.h"
 #include "compare/compare.h"
 #include "driver/settings.h"
+#include "export/export.h"
 #include "resultfiles/resultfiles.h"
 
 namespace tervolanda {
@@ -44,11 +45,13 @@ std::string contactText(const Chain& experiment, const Chain& prediction,
                         const ComparisonParameters& parameters);
 
 // Ranks the models by 3D-Jury and prints the table.  `chains` holds the models in matrix order.
-void printJuryTable(const DistanceMatrix& scores, const PairMatrix& pairs, const ChainList& chains,
-                    const Settings& settings, Log& log);
+void rankAndPrint(const DistanceMatrix& scores, const PairMatrix& pairs, const ChainList& chains,
+                  const Settings& settings, Log& log);
 
-// How the settings want a matrix clustered; `conversion` as in ClusterSettings.
-ClusterSettings clusterSettings(const Settings& settings, double conversion);
+// Clusters the models of a matrix, in which distances take the place of similarities, and prints
+// the clusters.  Nothing for method 0.
+void clusterAndPrint(DistanceMatrix& matrix, MatrixValues values, const ModelLabels& models,
+                     const Settings& settings, Log& log);
 
 // The exit status that follows from writing a result file: 1 for one that is not complete.
 int exitStatus(FileOutcome outcome);

@@ -1,3 +1,5 @@
+#include "cluster/batch/batch.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -6,7 +8,6 @@
 #include <vector>
 
 #include "base/log.h"
-#include "cluster/cluster.h"
 #include "compare/workspace.h"
 #include "support/support.h"
 

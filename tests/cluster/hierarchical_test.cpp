@@ -1,6 +1,5 @@
 #include "cluster/hierarchical.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -8,19 +7,15 @@
 #include <string>
 
 #include "base/format.h"
-#include "base/log.h"
 #include "cluster/matrices.h"
-#include "support/support.h"
 
 namespace tervolanda {
 namespace {
 
-using test::countedIds;
 using test::kInfinite;
 using test::kNaN;
 using test::randomMatrix;
 using test::symmetricMatrix;
-using testing::ElementsAre;
 using Members = std::vector<std::uint32_t>;
 
 // The linkage distance by its definition, from all pairs of members.
@@ -179,15 +174,10 @@ TEST(Medoids, HaveTheSmallestSumOfDistances) {
     DistanceMatrix matrix = symmetricMatrix(6, {9, 1, 9, 2, 9, 3, 9, 6, 9, 9, 9, 9, 9, 9, 9});
     matrix.at(0, 2) = 100.0F;  // not in the lower triangle
     const ClusterAssignment clusters{{0, 1, 0, 0, 1, 2}, 3};
-    const std::vector<Medoid> medoids = findMedoids(DistanceView(matrix, true), clusters);
-    ASSERT_EQ(medoids.size(), 3U);
-    EXPECT_EQ(medoids[0].model, 0U);
-    EXPECT_EQ(medoids[0].size, 3U);
-    EXPECT_DOUBLE_EQ(medoids[0].spread, 1.0);
-    EXPECT_EQ(medoids[1].model, 1U);
-    EXPECT_DOUBLE_EQ(medoids[1].spread, 3.0);
-    EXPECT_EQ(medoids[2].model, 5U);
-    EXPECT_DOUBLE_EQ(medoids[2].spread, 0.0);
+    std::string found;
+    for (const Centroid& medoid : findMedoids(DistanceView(matrix, true), clusters))
+        found += format("%u of %u: %.17g, ", medoid.model, medoid.size, medoid.spread);
+    EXPECT_EQ(found, "0 of 3: 1, 1 of 2: 3, 5 of 1: 0, ");
 }
 
 // Distances 1 (models 0, 1), 2 (models 2, 3) and between these pairs 4, 5, 6, 7.
@@ -195,70 +185,91 @@ DistanceMatrix twoPairs() {
     return symmetricMatrix(4, {1, 4, 6, 5, 7, 2});
 }
 
-std::string printed(DistanceMatrix matrix, const ClusterSettings& settings, int logLevel = 1) {
-    test::CapturedLog captured(logLevel);
-    clusterModels(matrix, countedIds(matrix.rows()), settings, nullptr, captured.log);
-    EXPECT_EQ(captured.error(), "");
-    return captured.output();
+ClusterSettings searching(double first, double most, double step, std::uint32_t wanted) {
+    ClusterSettings settings;
+    settings.method = ClusterMethod::SingleLinkage;
+    settings.threshold = first;
+    settings.maxThreshold = most;
+    settings.thresholdStep = step;
+    settings.initialSize = wanted;
+    return settings;
 }
 
 TEST(HierarchicalClustering, EndsItsSearchWhereItShould) {
     struct Case {
         const char* name;
-        double threshold, most, step;
-        std::uint32_t wanted;
-        const char* line;
+        ClusterSettings settings;
+        std::uint32_t clusters;
+        double threshold;
+        bool reached;
     };
     // Single linkage joins at 1, 2 and 4.
     const Case cases[] = {
-        {"maximum raised", 5.0, 3.0, 0.5, 9, "1 Clusters @ Threshold  5.000 (5)"},
-        {"wanted size 1", 0.5, 3.0, 0.5, 1, "4 Clusters @ Threshold  0.500 (0.5)"},
-        {"wanted size 0", 0.5, 3.0, 0.5, 0, "4 Clusters @ Threshold  0.500 (0.5)"},
-        {"at the distance", 1.0, 3.0, 0.5, 2, "3 Clusters @ Threshold  1.000 (1)"},
-        {"more than there are", 0.5, 6.0, 2.0, 5, "1 Clusters @ Threshold  6.500 (6.5)"},
-        {"above the maximum", 0.5, 3.0, 2.0, 3, "1 Clusters @ Threshold  4.500 (4.5)"},
-        {"step 0", 0.5, 3.0, 0.0, 3, "4 Clusters @ Threshold  0.500 (0.5)"},
-        {"negative step", 0.5, 3.0, -1.0, 3, "4 Clusters @ Threshold  0.500 (0.5)"},
-        {"step without effect", 0.5, 3.0, 1e-300, 3, "4 Clusters @ Threshold  0.500 (0.5)"},
-        {"tiny steps", 0.5, 3.0, 1e-14, 2, "3 Clusters @ Threshold  1.000 (1)"},
-        {"huge", 1e308, 1.1e308, 1e308, 9, "1 Clusters @ Threshold    inf (inf)"},
+        {"maximum raised", searching(5.0, 3.0, 0.5, 9), 1, 5.0, false},
+        {"wanted size 1", searching(0.5, 3.0, 0.5, 1), 4, 0.5, true},
+        {"wanted size 0", searching(0.5, 3.0, 0.5, 0), 4, 0.5, true},
+        {"at the distance", searching(1.0, 3.0, 0.5, 2), 3, 1.0, true},
+        {"more than there are", searching(0.5, 6.0, 2.0, 5), 1, 6.5, false},
+        {"above the maximum", searching(0.5, 3.0, 2.0, 3), 1, 4.5, true},
+        {"step 0", searching(0.5, 3.0, 0.0, 3), 4, 0.5, false},
+        {"negative step", searching(0.5, 3.0, -1.0, 3), 4, 0.5, false},
+        {"step without effect", searching(0.5, 3.0, 1e-300, 3), 4, 0.5, false},
+        {"tiny steps", searching(0.5, 3.0, 1e-14, 2), 3, 1.0, true},
+        {"huge", searching(1e308, 1.1e308, 1e308, 9), 1, HUGE_VAL, false},
     };
     for (const Case& test : cases) {
         SCOPED_TRACE(test.name);
-        const ClusterSettings settings{
-            test.threshold, test.most, test.step, test.wanted, 5, 1, 0.0};
-        EXPECT_THAT(printed(twoPairs(), settings), testing::HasSubstr(test.line));
+        DistanceMatrix matrix = twoPairs();
+        const Clustering found = clusterModels(matrix, test.settings).value();
+        EXPECT_EQ(found.clusters.count, test.clusters);
+        EXPECT_FLOAT_EQ(static_cast<float>(found.threshold), static_cast<float>(test.threshold));
+        EXPECT_EQ(found.reachedSize, test.reached);
+        EXPECT_EQ(found.settings.maxThreshold,
+                  std::max(test.settings.threshold, test.settings.maxThreshold));
     }
-    // Every other code is single linkage, too.
-    EXPECT_THAT(printed(twoPairs(), {3.0, 8.0, 1.0, 4, 5, 9, 0.0}),
-                testing::HasSubstr("Pairwise single linkage clustering\n"));
 }
 
-TEST(HierarchicalClustering, EndsAtTheSameCutWhetherStepsArePrintedOrNot) {
-    for (int method = 1; method <= 3; ++method) {
+TEST(HierarchicalClustering, EndsAtTheSameCutHoweverManyThresholdsItTries) {
+    for (const auto method : {ClusterMethod::SingleLinkage, ClusterMethod::AverageLinkage,
+                              ClusterMethod::MaximumLinkage}) {
         for (std::uint32_t wanted = 0; wanted < 42; wanted += 3) {
-            const ClusterSettings settings{0.1, 6.0, 0.037, wanted, 5, method, 0.0};
-            const DistanceMatrix matrix = randomMatrix(40, wanted + 1);
-            const std::string quiet = printed(matrix, settings);
-            const std::string steps = printed(matrix, settings, 3);
-            EXPECT_EQ(quiet.substr(quiet.find(" Clusters @") - 2),
-                      steps.substr(steps.find(" Clusters @") - 2));
+            DistanceMatrix matrix = randomMatrix(40, wanted + 1);
+            ClusterSettings settings = searching(0.1, 6.0, 0.037, wanted);
+            settings.method = method;
+            const Clustering quick = clusterModels(matrix, settings).value();
+            settings.triedOneByOne = 1000;
+            const Clustering all = clusterModels(matrix, settings).value();
+            EXPECT_EQ(quick.threshold, all.threshold);
+            EXPECT_EQ(quick.clusters.cluster, all.clusters.cluster);
+            EXPECT_LE(quick.tried.size(), 2U);
+            double threshold = 0.1;
+            for (const ThresholdTrial& trial : all.tried) {
+                EXPECT_EQ(trial.threshold, threshold);
+                EXPECT_EQ(trial.clusters, 40 - joinsWithin(all.tree, threshold));
+                threshold += 0.037;
+            }
+            EXPECT_EQ(all.tried.back().threshold, all.threshold);
         }
     }
-    // Not each of 10^16 steps is printed.
-    for (const int method : {1, 5}) {
-        const std::string steps = printed(twoPairs(), {0.5, 1e300, 0.05, 9, 9, method, 0.0}, 3);
-        EXPECT_NEAR(static_cast<double>(std::count(steps.begin(), steps.end(), '\n')), 10000.0,
-                    50.0);
+    // Not each of 10^16 thresholds is tried.
+    for (const auto method :
+         {ClusterMethod::SingleLinkage, ClusterMethod::NeighboursAbsoluteSize}) {
+        DistanceMatrix matrix = twoPairs();
+        ClusterSettings settings = searching(0.5, 1e300, 0.05, 9);
+        settings.method = method;
+        settings.triedOneByOne = 100;
+        EXPECT_EQ(clusterModels(matrix, settings)->tried.size(), 101U);
     }
 }
 
-TEST(HierarchicalClustering, OfNoModelOrOneIsATableOfThatSize) {
-    const ClusterSettings settings{1.0, 2.0, 0.5, 50, 5, 1, 0.0};
-    EXPECT_THAT(printed(DistanceMatrix(1, 1, 1.0F), settings),
-                testing::HasSubstr("INFO  : 1 Clusters @ Threshold  2.000 (2)\n"));
-    EXPECT_THAT(printed(DistanceMatrix(), settings),
-                testing::HasSubstr("INFO  : 0 Clusters @ Threshold  2.000 (2)\n"));
+TEST(HierarchicalClustering, OfNoModelOrOneHasAsManyClusters) {
+    for (const std::uint32_t n : {0U, 1U}) {
+        DistanceMatrix matrix(n, n, 1.0F);
+        const Clustering found = clusterModels(matrix, searching(1.0, 2.0, 0.5, 50)).value();
+        EXPECT_EQ(found.clusters.count, n);
+        EXPECT_EQ(found.centroids.size(), n);
+        EXPECT_EQ(found.threshold, 2.0);
+    }
 }
 
 }  // namespace

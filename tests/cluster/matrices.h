@@ -38,12 +38,4 @@ inline DistanceMatrix randomMatrix(std::size_t n, std::uint32_t seed, int levels
     return matrix;
 }
 
-// IDs 1, 2, ... as a list without gaps has them.
-inline std::vector<std::uint32_t> countedIds(std::size_t n) {
-    std::vector<std::uint32_t> ids(n);
-    for (std::size_t i = 0; i < n; ++i)
-        ids[i] = static_cast<std::uint32_t>(i + 1);
-    return ids;
-}
-
 }  // namespace tervolanda::test

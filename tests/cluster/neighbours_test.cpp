@@ -1,37 +1,31 @@
 #include "cluster/neighbours.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
-#include <string>
+#include <utility>
+#include <vector>
 
-#include "base/format.h"
-#include "base/log.h"
 #include "cluster/matrices.h"
-#include "support/support.h"
 
 namespace tervolanda {
 namespace {
 
-using test::countedIds;
 using test::kInfinite;
 using test::kNaN;
 using test::randomMatrix;
 using test::symmetricMatrix;
-using testing::HasSubstr;
 
-struct Printed {
-    ClusterAssignment clusters;
-    std::string text;
-    std::string error;
-};
-
-Printed clusterAtLevel(int logLevel, DistanceMatrix matrix, const ClusterSettings& settings) {
-    test::CapturedLog captured(logLevel);
-    ClusterAssignment clusters =
-        clusterModels(matrix, countedIds(matrix.rows()), settings, nullptr, captured.log);
-    return {std::move(clusters), captured.output(), captured.error()};
+ClusterSettings searching(double first, double most, double step, std::uint32_t wanted,
+                          std::uint32_t fewest) {
+    ClusterSettings settings;
+    settings.threshold = first;
+    settings.maxThreshold = most;
+    settings.thresholdStep = step;
+    settings.initialSize = wanted;
+    settings.minSize = fewest;
+    return settings;
 }
 
 // The same clustering as one would do it by hand: every count anew at every step.
@@ -41,6 +35,10 @@ struct CountedAnew {
     std::vector<std::uint32_t> cluster = std::vector<std::uint32_t>(matrix.rows());
     std::uint32_t count = 0;
     double threshold = 0.0;
+    bool reachedSize = false;
+    std::vector<std::pair<double, std::size_t>> tried{};
+    std::vector<std::size_t> centroids{};
+    std::vector<double> spreads{};
 
     bool isNeighbour(std::size_t i, std::size_t j) const {
         const float d = matrix.at(i, j);
@@ -66,11 +64,18 @@ struct CountedAnew {
         std::sort(near.begin(), near.end());
         cluster[centroid] = ++count;
         std::size_t size = 1;
+        double sum = 0.0;
         for (const auto& neighbour : near) {
-            if (settings.method == 5 && size >= settings.initialSize) break;
+            if (settings.method == ClusterMethod::NeighboursAbsoluteSize &&
+                size >= settings.initialSize) {
+                break;
+            }
             cluster[neighbour.second] = count;
+            sum += static_cast<double>(neighbour.first);
             ++size;
         }
+        centroids.push_back(centroid);
+        spreads.push_back(sum / static_cast<double>(size));
         return size;
     }
     void run() {
@@ -78,7 +83,9 @@ struct CountedAnew {
         for (threshold = settings.threshold;; threshold += settings.thresholdStep) {
             const auto [model, candidate] = best();
             size = candidate;
+            tried.emplace_back(threshold, size);
             if (size > 0 && size >= settings.initialSize) {
+                reachedSize = true;
                 size = form(model);
                 break;
             }
@@ -101,23 +108,32 @@ TEST(NeighbourClustering, AgreesWithCountingAnewAtEveryStep) {
         for (float& entry : matrix.values()) {
             if (generator() % 8U == 0) entry = generator() % 2U == 0 ? kNaN : -1.0F;
         }
-        ClusterSettings settings;
-        settings.threshold = static_cast<double>(generator() % 30U) / 10.0;
-        settings.maxThreshold = settings.threshold + static_cast<double>(generator() % 40U) / 10.0;
-        settings.thresholdStep = 0.1 + static_cast<double>(generator() % 10U) / 10.0;
-        settings.initialSize = static_cast<std::uint32_t>(generator() % (n + 3));
-        settings.minSize = static_cast<std::uint32_t>(generator() % 6U);
-        settings.method = 4 + round % 2;
+        const double first = static_cast<double>(generator() % 30U) / 10.0;
+        const double most = first + static_cast<double>(generator() % 40U) / 10.0;
+        const double step = 0.1 + static_cast<double>(generator() % 10U) / 10.0;
+        const auto wanted = static_cast<std::uint32_t>(generator() % (n + 3));
+        ClusterSettings settings =
+            searching(first, most, step, wanted, static_cast<std::uint32_t>(generator() % 6U));
+        if (round % 2 == 0) settings.method = ClusterMethod::NeighboursMinSize;
         CountedAnew expected{matrix, settings};
         expected.run();
-        for (const int logLevel : {1, 3}) {
-            const Printed found = clusterAtLevel(logLevel, matrix, settings);
+        for (const std::size_t triedOneByOne : {0U, 1000U}) {
+            settings.triedOneByOne = triedOneByOne;
+            const Clustering found = clusterModels(matrix, settings).value();
             ASSERT_EQ(found.clusters.cluster, expected.cluster) << "round " << round;
             EXPECT_EQ(found.clusters.count, expected.count);
-            EXPECT_THAT(found.text,
-                        HasSubstr(expected.count > 0
-                                      ? format(" @ Threshold %6.3f (Ass", expected.threshold)
-                                      : format("upper threshold %.3f\n", expected.threshold)));
+            EXPECT_EQ(found.threshold, expected.threshold);
+            EXPECT_EQ(found.reachedSize, expected.reachedSize);
+            ASSERT_EQ(found.centroids.size(), expected.count);
+            for (std::size_t c = 0; c < expected.count; ++c) {
+                EXPECT_EQ(found.centroids[c].model, expected.centroids[c]);
+                EXPECT_NEAR(found.centroids[c].spread, expected.spreads[c], 1e-12);
+            }
+            if (triedOneByOne == 0) continue;
+            ASSERT_EQ(found.tried.size(), expected.tried.size());
+            for (std::size_t k = 0; k < found.tried.size(); ++k)
+                EXPECT_EQ(std::pair(found.tried[k].threshold, std::size_t{found.tried[k].largest}),
+                          expected.tried[k]);
         }
     }
 }
@@ -132,36 +148,31 @@ DistanceMatrix starAndPair() {
                                9.0F, 9.0F, 9.0F, 9.0F, 9.0F, 9.0F});
 }
 
-TEST(NeighbourClustering, SaysWhenNoClusterIsAssigned) {
-    const auto lastLine = [](const ClusterSettings& settings, const DistanceMatrix& matrix) {
-        const Printed printed = clusterAtLevel(1, matrix, settings);
-        EXPECT_EQ(printed.clusters.count, 0U);
-        return printed.text.substr(printed.text.rfind('\n', printed.text.size() - 2) + 1);
+TEST(NeighbourClustering, EndsWithoutAClusterAtTheLastThreshold) {
+    const auto lastOf = [](const ClusterSettings& settings, DistanceMatrix matrix) {
+        const Clustering found = clusterModels(matrix, settings).value();
+        EXPECT_EQ(found.clusters.count, 0U);
+        EXPECT_FALSE(found.reachedSize);
+        return found.threshold;
     };
-    const char* const atTwo = "INFO  : No clusters assigned at upper threshold 2.000\n";
-    const ClusterSettings settings{1.0, 2.0, 0.25, 9, 5, 5, 0.0};
-    EXPECT_EQ(lastLine(settings, starAndPair()), atTwo);
-    EXPECT_EQ(lastLine(settings, DistanceMatrix()), atTwo);
-    EXPECT_EQ(lastLine({1.0, 2.0, 0.25, 0, 0, 5, 0.0}, DistanceMatrix(1, 1, 0.0F)), atTwo);
+    EXPECT_EQ(lastOf(searching(1.0, 2.0, 0.25, 9, 5), starAndPair()), 2.0);
+    EXPECT_EQ(lastOf(searching(1.0, 2.0, 0.25, 9, 5), DistanceMatrix()), 2.0);
+    EXPECT_EQ(lastOf(searching(1.0, 2.0, 0.25, 0, 0), DistanceMatrix(1, 1, 0.0F)), 2.0);
     // Nothing brings models without a distance together.
-    for (const float none : {-1.0F, kNaN, kInfinite, -kInfinite}) {
-        EXPECT_EQ(lastLine({2.0, 2.0, 0.25, 2, 0, 4, 0.0}, DistanceMatrix(5, 5, none)), atTwo);
-    }
+    ClusterSettings settings = searching(2.0, 2.0, 0.25, 2, 0);
+    settings.method = ClusterMethod::NeighboursMinSize;
+    for (const float none : {-1.0F, kNaN, kInfinite, -kInfinite})
+        EXPECT_EQ(lastOf(settings, DistanceMatrix(5, 5, none)), 2.0);
     // Steps that do not raise the threshold.
-    const char* const atOne = "INFO  : No clusters assigned at upper threshold 1.000\n";
     for (const double step : {0.0, 1e-300})
-        EXPECT_EQ(lastLine({1.0, 2.0, step, 9, 5, 5, 0.0}, starAndPair()), atOne);
+        EXPECT_EQ(lastOf(searching(1.0, 2.0, step, 9, 5), starAndPair()), 1.0);
 }
 
 TEST(NeighbourClustering, RefusesAThresholdThatFallsAwayFromTheMaximum) {
-    ClusterSettings settings{1.0, 2.0, -0.25, 2, 2, 5, 0.0};
-    const Printed refused = clusterAtLevel(1, starAndPair(), settings);
-    EXPECT_EQ(refused.error,
-              "ERROR : Unable to converge 1.000000 to 2.000000 using adjustment -0.250000\n");
-    EXPECT_EQ(refused.text, "");
-    EXPECT_EQ(refused.clusters.count, 0U);
-    settings.maxThreshold = 0.5;  // raised to the threshold, so that there is nothing to refuse
-    EXPECT_EQ(clusterAtLevel(1, starAndPair(), settings).error, "");
+    DistanceMatrix matrix = starAndPair();
+    EXPECT_FALSE(clusterModels(matrix, searching(1.0, 2.0, -0.25, 2, 2)));
+    // A maximum below is raised to the threshold, so that there is nothing to refuse.
+    EXPECT_TRUE(clusterModels(matrix, searching(1.0, 0.5, -0.25, 2, 2)));
 }
 
 }  // namespace

@@ -7,7 +7,7 @@
 #include <random>
 #include <vector>
 
-#include "cluster/cluster.h"
+#include "cluster/batch/batch.h"
 #include "cluster/matrices.h"
 #include "compare/workspace.h"
 #include "support/support.h"
@@ -158,10 +158,13 @@ TEST(Lists, InAnotherOrderHaveTheSameClustersAndJuryScores) {
         }
         const std::vector<std::size_t> order = shuffled(kModels, seed);
         const auto clustersOf = [seed](DistanceMatrix distances) {
-            test::CapturedLog captured;
-            const ClusterSettings settings{1.0, 6.0, 0.01, 8, 4, 1 + static_cast<int>(seed % 3)};
-            const auto ids = test::countedIds(kModels);
-            return clusterModels(distances, ids, settings, nullptr, captured.log);
+            ClusterSettings settings;
+            settings.method = static_cast<ClusterMethod>(seed % 3);
+            settings.threshold = 1.0;
+            settings.maxThreshold = 6.0;
+            settings.thresholdStep = 0.01;
+            settings.initialSize = 8;
+            return clusterModels(distances, settings)->clusters;
         };
         const ClusterAssignment first = clustersOf(matrix);
         const ClusterAssignment second = clustersOf(reordered(matrix, order));

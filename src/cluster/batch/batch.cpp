@@ -1,6 +1,8 @@
 // Batches: every model of a list is compared with every other one.  A model's coordinates are
 // prepared once, a pair is compared once, and all pairs share one workspace and one result object,
 // so that nothing is allocated per pair.
+#include "cluster/batch/batch.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -8,7 +10,6 @@
 #include <span>
 
 #include "base/log.h"
-#include "cluster/cluster.h"
 #include "compare/positional_rmsd.h"
 #include "compare/workspace.h"
 

@@ -1,0 +1,237 @@
+// A clustering as the tables of a log: the tree, how the threshold was found, the clusters and
+// their centroids.  Models, clusters and nodes are numbered here as people see them: models by
+// their IDs, clusters from 1, the nodes of a tree 0, -1, -2 and so on.  Lines come by the ten
+// thousand, so a name is looked up in an index and not searched for in the list.
+#include <algorithm>
+#include <climits>
+#include <numeric>
+#include <unordered_map>
+#include <vector>
+
+#include "base/log.h"
+#include "export/export.h"
+
+namespace tervolanda {
+
+namespace {
+
+// A number as the tables show it with three decimals: what would read "-0.000" is 0.
+double shown(double value) {
+    return value <= 0.0 && value > -0.0005 ? 0.0 : value;
+}
+
+// The lines of one clustering.  All that is handed over is lent.
+class ClusterTables {
+ public:
+    ClusterTables(const Clustering& clustering, const ModelLabels& models, Log& log);
+
+    void printTree();
+    void printNeighbourHeading();
+    // One line for each threshold tried, but for those at which no model has a neighbour.
+    void printSearch();
+    void printCentroidHeader();
+    void printCentroids();
+    // One line a model, ordered by cluster and then by position.
+    void printAssignment();
+    void printRule(int detail = 0) { log_.info(detail, "======================================"); }
+
+ private:
+    bool isHierarchical() const;
+    const char* linkageWord() const;
+    const char* name(std::size_t model) const;
+    long itemNumber(std::int64_t child) const;
+    const char* itemName(std::int64_t child) const;
+    void printJoin(std::size_t k);
+    void printCentroid(std::uint32_t cluster, const Centroid& centroid);
+    void printItem(std::size_t model, std::uint32_t cluster);
+
+    const Clustering& clustering_;
+    const std::span<const std::uint32_t> ids_;
+    std::unordered_map<std::uint32_t, const char*> nameOf_;  // by ID; for look-ups alone
+    int nameWidth_ = 0;                                      // characters of the longest name
+    bool haveNames_;
+    Log& log_;
+};
+
+ClusterTables::ClusterTables(const Clustering& clustering, const ModelLabels& models, Log& log)
+    : clustering_(clustering), ids_(models.ids), haveNames_(models.chains != nullptr), log_(log) {
+    if (!haveNames_) return;
+    std::size_t longest = 0;
+    nameOf_.reserve(models.chains->chains.size());
+    for (const Chain& chain : models.chains->chains) {
+        nameOf_.emplace(chain.number, chain.fileName.c_str());
+        longest = std::max(longest, chain.fileName.size());
+    }
+    nameWidth_ = static_cast<int>(std::min<std::size_t>(longest, INT_MAX));
+}
+
+const char* ClusterTables::name(std::size_t model) const {
+    const auto found = nameOf_.find(ids_[model]);
+    return found == nameOf_.end() ? "" : found->second;
+}
+
+const char* ClusterTables::linkageWord() const {
+    switch (clustering_.settings.method) {
+        case ClusterMethod::AverageLinkage:
+            return "average";
+        case ClusterMethod::MaximumLinkage:
+            return "maximum";
+        default:
+            return "single";
+    }
+}
+
+long ClusterTables::itemNumber(std::int64_t child) const {
+    return child < 0 ? static_cast<long>(child + 1)
+                     : static_cast<long>(ids_[static_cast<std::size_t>(child)]);
+}
+
+const char* ClusterTables::itemName(std::int64_t child) const {
+    return child < 0 ? "" : name(static_cast<std::size_t>(child));
+}
+
+void ClusterTables::printJoin(std::size_t k) {
+    const Join& join = clustering_.tree[k];
+    const int number = -static_cast<int>(k);
+    const long first = itemNumber(join.first);
+    const long second = itemNumber(join.second);
+    const double distance = shown(join.distance);
+    if (haveNames_) {
+        log_.info(0, "%5d :  %7ld  %7ld       %6.3f  %-*s  %-*s", number, first, second, distance,
+                  nameWidth_, itemName(join.first), nameWidth_, itemName(join.second));
+    } else {
+        log_.info(0, "%5d :  %7ld  %7ld       %6.3f", number, first, second, distance);
+    }
+}
+
+void ClusterTables::printTree() {
+    printRule();
+    log_.info(0, "Pairwise %s linkage clustering", linkageWord());
+    printRule();
+    log_.info(0, "Hierarchical Tree");
+    printRule();
+    log_.info(1, "The two columns contain the numbers of the nodes that were");
+    log_.info(1, "joined. Original elements are numbered by ID, ");
+    log_.info(1, "nodes are numbered { 0,  ...,  -(nelements-1) }. The distance");
+    log_.info(1, "between the two subnodes that were joined is shown.");
+    printRule(1);
+    log_.info(0, "%-5s    %-7s  %-7s     %s", "Node", "Item 1", "Item 2", "Distance");
+    for (std::size_t k = 0; k < clustering_.tree.size(); ++k)
+        printJoin(k);
+    printRule();
+}
+
+void ClusterTables::printNeighbourHeading() {
+    printRule();
+    log_.info(0, "Nearest Neighbour clustering");
+    printRule();
+}
+
+void ClusterTables::printSearch() {
+    const ClusterSettings& settings = clustering_.settings;
+    log_.info(2, "Processing threshold %g -> %g (interval %g)", settings.threshold,
+              settings.maxThreshold, settings.thresholdStep);
+    for (const ThresholdTrial& trial : clustering_.tried) {
+        if (isHierarchical()) {
+            log_.info(2, "Threshold = %6.3f, clusters = %d, largest cluster = %d", trial.threshold,
+                      static_cast<int>(trial.clusters), static_cast<int>(trial.largest));
+        } else if (trial.largest > 0) {
+            log_.info(2, "Threshold = %6.3f, largest cluster = %d", trial.threshold,
+                      static_cast<int>(trial.largest));
+        }
+    }
+}
+
+void ClusterTables::printCentroidHeader() {
+    log_.info(0, "Centroids");
+    printRule();
+    log_.info(0, "%-7s  %-7s  %-7s     %s", "Cluster", "Centroid", "Size", "Spread");
+}
+
+void ClusterTables::printCentroid(std::uint32_t cluster, const Centroid& centroid) {
+    const std::uint32_t id = ids_[centroid.model];
+    const double spread = shown(centroid.spread);
+    if (haveNames_) {
+        log_.info(0, "%5u :  %7u  %7u       %6.3f  %-s", cluster, id, centroid.size, spread,
+                  name(centroid.model));
+    } else {
+        log_.info(0, "%5u :  %7u  %7u       %6.3f", cluster, id, centroid.size, spread);
+    }
+}
+
+void ClusterTables::printCentroids() {
+    std::uint32_t cluster = 0;
+    for (const Centroid& centroid : clustering_.centroids)
+        printCentroid(++cluster, centroid);
+}
+
+void ClusterTables::printItem(std::size_t model, std::uint32_t cluster) {
+    if (haveNames_) {
+        log_.info(0, "%5u :  %7u                        %-s", ids_[model], cluster, name(model));
+    } else {
+        log_.info(0, "%5u :  %7u", ids_[model], cluster);
+    }
+}
+
+void ClusterTables::printAssignment() {
+    printRule();
+    log_.info(0, "%-5s    %-7s", "Item", "Cluster");
+    const std::vector<std::uint32_t>& cluster = clustering_.clusters.cluster;
+    std::vector<std::uint32_t> order(cluster.size());
+    std::iota(order.begin(), order.end(), 0U);
+    std::stable_sort(order.begin(), order.end(), [&cluster](std::uint32_t a, std::uint32_t b) {
+        return cluster[a] < cluster[b];
+    });
+    const std::uint32_t first = isHierarchical() ? 1 : 0;  // the number shown for cluster 0
+    for (const std::uint32_t model : order)
+        printItem(model, cluster[model] + first);
+    printRule();
+}
+
+bool ClusterTables::isHierarchical() const {
+    return clustersByLinkage(clustering_.settings.method);
+}
+
+void printHierarchical(const Clustering& clustering, ClusterTables& tables, Log& log) {
+    tables.printTree();
+    tables.printSearch();
+    log.info(0, "%d Clusters @ Threshold %6.3f (%g)", static_cast<int>(clustering.clusters.count),
+             clustering.threshold, clustering.threshold);
+    tables.printAssignment();
+    tables.printCentroidHeader();
+    tables.printCentroids();
+    tables.printRule();
+}
+
+// Clusters that were formed although the wanted size was not reached stand without a heading.
+void printNeighbours(const Clustering& clustering, ClusterTables& tables, Log& log) {
+    tables.printNeighbourHeading();
+    tables.printSearch();
+    if (clustering.clusters.count == 0) {
+        log.info(0, "No clusters assigned at upper threshold %.3f", clustering.threshold);
+        return;
+    }
+    if (clustering.reachedSize) tables.printCentroidHeader();
+    tables.printCentroids();
+    const std::vector<std::uint32_t>& cluster = clustering.clusters.cluster;
+    const auto assigned =
+        cluster.size() - static_cast<std::size_t>(std::count(cluster.begin(), cluster.end(), 0U));
+    tables.printRule();
+    log.info(0, "%d Clusters @ Threshold %6.3f (Assigned %d / %d)",
+             static_cast<int>(clustering.clusters.count), clustering.threshold,
+             static_cast<int>(assigned), static_cast<int>(cluster.size()));
+    tables.printAssignment();
+}
+
+}  // namespace
+
+void printClustering(const Clustering& clustering, const ModelLabels& models, Log& log) {
+    ClusterTables tables(clustering, models, log);
+    if (clustersByLinkage(clustering.settings.method)) {
+        printHierarchical(clustering, tables, log);
+    } else {
+        printNeighbours(clustering, tables, log);
+    }
+}
+
+}  // namespace tervolanda

@@ -1,0 +1,23 @@
+// The 3D-Jury ranking as a table.  Its heading says ">" although both limits are inclusive: scripts
+// that look for the heading rely on it.
+#include "base/log.h"
+#include "export/export.h"
+
+namespace tervolanda {
+
+void printJuryTable(std::span<const JuryScore> ranking, const JuryThresholds& thresholds,
+                    const ChainList& chains, Log& log) {
+    constexpr const char* kRule = "======================================";
+    log.info(0, "%s", kRule);
+    log.info(0, "3Djury (Threshold: >%6d pairs @ >%6.3f)", thresholds.pairs, thresholds.score);
+    log.info(0, "%s", kRule);
+    log.info(0, "%-7s  %-7s  %-7s     %s", "Rank", "Model", "Pairs", "File");
+    std::size_t rank = 0;
+    for (const JuryScore& entry : ranking) {
+        const Chain& model = chains.chains[entry.model];
+        log.info(0, "%5zu :  %7u  %7u       %s", ++rank, model.number, entry.score,
+                 model.fileName.c_str());
+    }
+}
+
+}  // namespace tervolanda
