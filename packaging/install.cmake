@@ -8,8 +8,9 @@ install(FILES packaging/completion/tervolanda.bash
 install(FILES packaging/completion/_tervolanda
         DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
 # The documents keep their places beside each other, so that their links lead somewhere.
-install(FILES README.md CHANGELOG.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
-install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} PATTERN tervolanda.1 EXCLUDE)
+install(FILES README.md ARCHITECTURE.md CONTRIBUTING.md CHANGELOG.md LICENSE
+        DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR}
         PATTERN make_examples.py EXCLUDE PATTERN *.rsm EXCLUDE PATTERN align.matrix.* EXCLUDE
         PATTERN build EXCLUDE)

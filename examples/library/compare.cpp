@@ -20,7 +20,8 @@ int main(int argc, char** argv) {
     if (!prediction || !experiment) return EXIT_FAILURE;
 
     ComparisonParameters parameters;
-    parameters.seedLevels = 2;  // as the program searches
+    parameters.seedLevels = 2;  // these two make the search that of the program
+    parameters.minIterationPairs = 4;
     Report silent(log, 0);
     ComparisonWorkspace workspace;  // one for each thread
     ComparisonResult result;

@@ -97,5 +97,5 @@ std::optional<std::filesystem::path> realStructures();
 // Ends a test as skipped, visibly, where the real structures are absent.
 #define TERVOLANDA_NEED_REAL_STRUCTURES(variable)                                \
     const auto variable##Folder = ::tervolanda::test::realStructures();          \
-    if (!variable##Folder) GTEST_SKIP() << "no folder of real structures found"; \
+    if (!variable##Folder) GTEST_SKIP() << "no folder of real structures (TERVOLANDA_TEST_DATA)"; \
     const std::filesystem::path& variable = *variable##Folder

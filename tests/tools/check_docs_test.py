@@ -20,6 +20,15 @@ def check(*lines):
         return subprocess.run(command, capture_output=True, check=False).returncode
 
 
+def check_links(text):
+    """Exit status for a document with this text beside an image and another document."""
+    with tempfile.TemporaryDirectory() as folder:
+        for name, content in [("a.md", text), ("b.md", "# One (and) two"), ("c.png", "")]:
+            (pathlib.Path(folder) / name).write_text(content)
+        command = [sys.executable, CHECK_DOCS, "--links", folder]
+        return subprocess.run(command, capture_output=True, check=False).returncode
+
+
 class CheckDocs(unittest.TestCase):
     def test_accepts(self):
         for lines in [
@@ -47,6 +56,17 @@ class CheckDocs(unittest.TestCase):
         ]:
             with self.subTest(lines=lines):
                 self.assertEqual(check(*lines), 1)
+
+    def test_follows_links(self):
+        for text, status in [
+            ("[b](b.md) ![c](c.png) [web](https://example.org/none)", 0),
+            ("[b](b.md#one-and-two) [a](#title)\n# Title", 0),
+            ("[d](d.md)", 1),
+            ("[b](b.md#three)", 1),
+            ("no link", 1),
+        ]:
+            with self.subTest(text=text):
+                self.assertEqual(check_links(text), status)
 
 
 if __name__ == "__main__":
