@@ -2,7 +2,8 @@
 """Makes the example structures: a small invented protein and models of it, good and bad.
 
 The folder gets the experiment and eight models with their backbone, its folder decoys/ a set of 24
-models of the same protein as a prediction might give them: C-alpha atoms only, in no order.
+models of the same protein as a prediction might give them: C-alpha atoms only, in no order.  The file
+entry.pdb is built as entries of a databank are: models, chains, alternate locations, HETATM records.
 
 No structure here exists in nature.  A chain is built atom by atom from its backbone torsions with
 ideal bond lengths and angles (Engh and Huber 1991), so that whatever the torsions are its geometry
@@ -28,7 +29,7 @@ assert len(SEQUENCE) == len(STATES) == len(RELATIVE)
 NAMES = {
     "A": "ALA", "D": "ASP", "E": "GLU", "F": "PHE", "G": "GLY", "I": "ILE", "K": "LYS",
     "L": "LEU", "M": "MET", "N": "ASN", "P": "PRO", "Q": "GLN", "R": "ARG", "S": "SER",
-    "T": "THR", "V": "VAL", "Y": "TYR",
+    "T": "THR", "V": "VAL", "Y": "TYR", "MSE": "MSE",
 }  # fmt: skip
 TORSIONS = {"H": (-61.0, -44.0), "E": (-119.0, 128.0)}  # phi, psi in degrees
 LOOP_BASINS = [(-65.0, -35.0), (-70.0, 145.0), (-115.0, 125.0), (-90.0, 0.0), (58.0, 40.0)]
@@ -152,9 +153,9 @@ def somewhere(seed):
     return tuple(tuple(point) for point in points)
 
 
-def atom_record(serial, name, code, number, place_):
+def atom_record(serial, name, code, number, place_, chain="A", location=" ", kind="ATOM"):
     return (
-        f"ATOM  {serial:5d}  {name:<3s} {NAMES[code]} A{number:4d}    "
+        f"{kind:<6s}{serial:5d}  {name:<3s}{location}{NAMES[code]} {chain}{number:4d}    "
         f"{place_[0]:8.3f}{place_[1]:8.3f}{place_[2]:8.3f}{1.0:6.2f}{20.0:6.2f}"
         f"          {name[0]:>2s}  "
     )
@@ -175,6 +176,36 @@ def write(path, title, torsions, seed, first=1, only_ca=False, sequence=SEQUENCE
             lines.append(atom_record(serial, name, code, number + shift, place_))
     lines += ["TER".ljust(80), "END".ljust(80)]
     path.write_text("\n".join(lines) + "\n", encoding="ascii")
+
+
+def entry_chain(torsions, chain, seed, sequence):
+    """The C-alpha records of a chain; residue 1 is a selenomethionine, 30 and 31 have two places."""
+    lines = []
+    residues = build(torsions, somewhere(seed))
+    for number, (code, residue) in enumerate(zip(sequence, residues), start=1):
+        here = residue["CA"]
+        kind = "ATOM"
+        if code == "M":
+            code, kind = "MSE", "HETATM"
+        places = [(" ", here)]
+        if number in (30, 31):
+            places = [("A", here), ("B", tuple(x + 0.4 for x in here))]
+        for location, place_ in places:
+            serial = len(lines) + 1
+            lines.append(atom_record(serial, "CA", code, number, place_, chain, location, kind))
+    return lines + ["TER".ljust(80)]
+
+
+def write_entry(path, native):
+    """Three models of two chains: A, the protein, and B, its last 19 residues alone."""
+    lines = ["HEADER    INVENTED STRUCTURE: THREE MODELS OF TWO CHAINS".ljust(80)]
+    for model in (1, 2, 3):
+        lines.append(f"MODEL     {model:4d}".ljust(80))
+        torsions = perturbed(native, 500 + model, 1.5)
+        lines += entry_chain(torsions, "A", 20, SEQUENCE)
+        lines += entry_chain(torsions[HINGE + 1 :], "B", 21, SEQUENCE[HINGE + 1 :])
+        lines.append("ENDMDL".ljust(80))
+    path.write_text("\n".join([*lines, "END".ljust(80)]) + "\n", encoding="ascii")
 
 
 def write_list(path, comment, names):
@@ -226,6 +257,7 @@ def main():
         write(folder / f"{name}.pdb", f"Invented model: {title}", torsions, seed, first)
     write(folder / "relative.pdb", "Invented structure: a relative, numbered 101 to 156",
           perturbed(native, 18, 2.0), seed=10, first=6, sequence=RELATIVE, shift=95)
+    write_entry(folder / "entry.pdb", native)
     write_list(folder / "models.txt",
                "Models of the example protein, one a line; what follows a # is a comment.",
                [f"{name}.pdb" for name, *_ in models])
