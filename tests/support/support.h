@@ -95,7 +95,7 @@ std::optional<std::filesystem::path> realStructures();
 }  // namespace tervolanda::test
 
 // Ends a test as skipped, visibly, where the real structures are absent.
-#define TERVOLANDA_NEED_REAL_STRUCTURES(variable)                                \
-    const auto variable##Folder = ::tervolanda::test::realStructures();          \
+#define TERVOLANDA_NEED_REAL_STRUCTURES(variable)                                                 \
+    const auto variable##Folder = ::tervolanda::test::realStructures();                           \
     if (!variable##Folder) GTEST_SKIP() << "no folder of real structures (TERVOLANDA_TEST_DATA)"; \
     const std::filesystem::path& variable = *variable##Folder
