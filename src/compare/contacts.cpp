@@ -9,6 +9,7 @@
 #include <unordered_map>
 
 #include "compare/compare.h"
+#include "compare/tolerance.h"
 
 namespace tervolanda {
 
@@ -103,11 +104,11 @@ NativeContacts nativeContacts(const Chain& prediction, const Chain& experiment, 
     if (!(distance >= 0.0)) return contacts;
     const BetaSet native = betaAtoms(experiment);
     const BetaSet predicted = betaAtoms(prediction);
-    const double limit = distance * distance;
+    const double limit = inclusiveLimit(distance * distance);
     const auto isContact = [&](const Beta& a, const Beta& b) {
         return std::abs(a.number - b.number) >= gap && squaredDistance(a, b) <= limit;
     };
-    const Grid grid(native.atoms, distance);
+    const Grid grid(native.atoms, inclusiveLimit(distance));  // longer than a contact
     for (std::size_t i = 0; i < native.atoms.size(); ++i) {
         const Beta& a = native.atoms[i];
         const auto inPrediction = predicted.byKey.find(a.key);

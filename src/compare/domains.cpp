@@ -13,11 +13,12 @@ namespace {
 class DomainIterations {
  public:
     DomainIterations(const CoordinateSet& experiment, const CoordinateSet& prediction,
-                     const ComparisonParameters& parameters, ComparisonWorkspace& workspace,
-                     Report& report, ComparisonResult& result)
+                     const ComparisonParameters& parameters, Calibration calibration,
+                     ComparisonWorkspace& workspace, Report& report, ComparisonResult& result)
         : experiment_(experiment),
           prediction_(prediction),
           parameters_(parameters),
+          calibration_(calibration),
           workspace_(workspace),
           report_(report),
           result_(result),
@@ -28,6 +29,7 @@ class DomainIterations {
         for (std::uint32_t iteration = 1; iteration <= most_; ++iteration) {
             const SearchResult found = search(iteration);
             if (iteration == 1) keepFirst(found);
+            if (calibration_ == Calibration::Once) cutoff_ = found.distanceCutoff;
             const double score = significantScore(found);
             if (score == 0.0) {
                 // Without a superposition no residue counts as paired.
@@ -56,7 +58,7 @@ class DomainIterations {
 
  private:
     SearchResult search(std::uint32_t iteration) {
-        const SearchTask task{iteration, experiment_.size()};
+        const SearchTask task{iteration, experiment_.size(), calibration_, cutoff_};
         if (iteration == 1) {
             return searchMaxSub(experiment_, prediction_, parameters_, task, workspace_, report_);
         }
@@ -119,6 +121,8 @@ class DomainIterations {
     const CoordinateSet& experiment_;
     const CoordinateSet& prediction_;
     const ComparisonParameters& parameters_;
+    Calibration calibration_;
+    double cutoff_ = 0.0;  // of all iterations, Å; 0 as long as each makes its own
     ComparisonWorkspace& workspace_;
     Report& report_;
     ComparisonResult& result_;
@@ -136,10 +140,18 @@ void ComparisonResult::clear() {
     partners.clear();
 }
 
+void searchDomains(const CoordinateSet& experiment, const CoordinateSet& prediction,
+                   const ComparisonParameters& parameters, Calibration calibration,
+                   ComparisonWorkspace& workspace, Report& report, ComparisonResult& result) {
+    DomainIterations(experiment, prediction, parameters, calibration, workspace, report, result)
+        .run();
+}
+
 void compareMaxSub(const CoordinateSet& experiment, const CoordinateSet& prediction,
                    const ComparisonParameters& parameters, ComparisonWorkspace& workspace,
                    Report& report, ComparisonResult& result) {
-    DomainIterations(experiment, prediction, parameters, workspace, report, result).run();
+    searchDomains(experiment, prediction, parameters, Calibration::EverySearch, workspace, report,
+                  result);
 }
 
 }  // namespace tervolanda

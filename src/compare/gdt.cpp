@@ -1,11 +1,16 @@
 // One superposition serves all four distances, that of the MaxSub subset: the percentages are those
 // of the superposition that the MaxSub score was taken from.
 #include "base/log.h"
+#include "compare/maxsub.h"
+#include "compare/tolerance.h"
 #include "compare/workspace.h"
 
 namespace tervolanda {
 
 namespace {
+
+// Two pairs leave the rotation about their line open, one leaves any.
+constexpr std::size_t kFewestFitted = 3;
 
 // The first iteration's mapping as pairs in mapped order, and its subset as positions in them.
 void restoreFirstIteration(const ComparisonResult& result, std::vector<MatchedPair>& mapped,
@@ -30,9 +35,10 @@ void restoreFirstIteration(const ComparisonResult& result, std::vector<MatchedPa
 GdtResult compareGdt(const CoordinateSet& experiment, const CoordinateSet& prediction,
                      const ComparisonParameters& parameters, ComparisonWorkspace& workspace,
                      Report& report, ComparisonResult& result) {
-    compareMaxSub(experiment, prediction, parameters, workspace, report, result);
+    searchDomains(experiment, prediction, parameters, Calibration::Once, workspace, report, result);
     if (result.iterations.empty()) return {};
     restoreFirstIteration(result, workspace.mapping.pairs, workspace.current);
+    if (workspace.current.size() < kFewestFitted) return {};
     workspace.placePairs(experiment, prediction, workspace.mapping.pairs);
     const auto fit =
         fitPairs(workspace.pairs, workspace.current, workspace.kernels(), workspace.gathered);
@@ -42,7 +48,7 @@ GdtResult compareGdt(const CoordinateSet& experiment, const CoordinateSet& predi
     double radius = 0.25 * parameters.gdtCutoff;
     double sum = 0.0;
     for (int cutoff = 0; cutoff < 4; ++cutoff) {
-        const double limit = radius * radius;
+        const double limit = exclusiveLimit(radius * radius);
         std::size_t count = 0;
         for (const double squared : workspace.squaredDeviation)
             count += squared < limit ? 1U : 0U;

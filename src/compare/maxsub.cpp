@@ -10,6 +10,7 @@
 
 #include "base/log.h"
 #include "compare/tm_scale.h"
+#include "compare/tolerance.h"
 
 namespace tervolanda {
 
@@ -61,6 +62,7 @@ std::optional<ScoredFit> scoreSubset(const PassScale& scale, CutoffLimit limit, 
     if (!fit) return std::nullopt;
     squaredDeviations(workspace.pairs, *fit, workspace.kernels(), workspace.squaredDeviation);
     const double cutoffSquared = scale.cutoff * scale.cutoff;
+    const double inside = inclusiveLimit(cutoffSquared), outside = exclusiveLimit(cutoffSquared);
     std::vector<std::uint32_t>& counted = workspace.current;
     counted.clear();
     double total = 0.0, subsetTotal = 0.0, tmSum = 0.0, maxsubSum = 0.0;
@@ -68,8 +70,7 @@ std::optional<ScoredFit> scoreSubset(const PassScale& scale, CutoffLimit limit, 
         const double squared = workspace.squaredDeviation[i];
         total += squared;
         tmSum += 1.0 / (1.0 + squared / scale.tmScaleSquared);
-        const bool counts =
-            limit == CutoffLimit::Inclusive ? squared <= cutoffSquared : squared < cutoffSquared;
+        const bool counts = limit == CutoffLimit::Inclusive ? squared <= inside : squared < outside;
         if (!counts) continue;
         counted.push_back(i);
         subsetTotal += squared;
@@ -112,7 +113,7 @@ class PassLoop {
         calibrate();
         double previousTm = 0.0;
         for (std::uint32_t pass = 1;; ++pass) {
-            if (pass > 1 && parameters_.maximiseTM) calibrate();
+            if (pass > 1 && recalibrates()) calibrate();
             if (!runPass(pass)) break;
             if (isLastPass(pass, previousTm)) break;
             previousTm = score_.tm;
@@ -127,6 +128,8 @@ class PassLoop {
         const auto mapped = static_cast<double>(workspace_.mapping.size());
         if (parameters_.distanceCutoff != 0.0) {
             scale_.cutoff = parameters_.distanceCutoff;
+        } else if (task_.cutoff != 0.0) {
+            scale_.cutoff = task_.cutoff;
         } else if (parameters_.maximiseTM) {
             scale_.cutoff = clampedDistanceScale(mapped, parameters_.thresholdScale);
         } else {
@@ -134,7 +137,12 @@ class PassLoop {
         }
     }
 
-    // One search and its scoring; false when there is no subset to go on with.
+    bool recalibrates() const {
+        return parameters_.maximiseTM && task_.calibration == Calibration::EverySearch;
+    }
+
+    // One search and its scoring; false when there is no subset to go on with.  In the search by
+    // TM-score that is the set with the highest score, however few of its pairs the cut-off leaves.
     bool runPass(std::uint32_t pass) {
         workspace_.placePairs(experiment_, prediction_, workspace_.mapping.pairs);
         report_.reportFrom(5, "Opt  %u: Experiment and Prediction share %d C-alpha atoms\n", pass,
@@ -145,10 +153,11 @@ class PassLoop {
             const auto scored = scoreSubset(scale_, CutoffLimit::Inclusive, parameters_.scorePoor,
                                             parameters_.maximiseTM, workspace_, workspace_.best);
             if (scored) score_ = scored->score;
+            if (!scored) workspace_.best.clear();
         } else {
             report_.reportFrom(4, "Failed to find a subset!\n");
         }
-        if (score_.pairs < kFewestSelected) return false;
+        if (workspace_.best.size() < kFewestSelected) return false;
         rememberIfBest();
         report_.reportFrom(
             5, "Opt  %u: Pairs=%4d, RMSD=%6.3f, MAXSUB=%5.3f. Len=%4d. gRMSD=%6.3f, TM=%5.3f\n",
@@ -170,8 +179,8 @@ class PassLoop {
     }
 
     void rememberIfBest() {
-        const bool better =
-            parameters_.maximiseTM ? score_.tm > bestPass_.tm : score_.pairs > bestPass_.pairs;
+        const bool better = parameters_.maximiseTM ? isHigherTm(score_.tm, bestPass_.tm)
+                                                   : score_.pairs > bestPass_.pairs;
         if (found_ && !better) return;
         found_ = true;
         bestPass_ = score_;

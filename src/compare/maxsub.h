@@ -9,10 +9,16 @@
 
 namespace tervolanda {
 
+// Where no cut-off is given: whether every search makes its own from the pairs it maps (and with
+// -TM every pass), or the first for all.
+enum class Calibration : std::uint8_t { EverySearch, Once };
+
 // What one search is asked beyond the parameters.
 struct SearchTask {
     std::uint32_t iteration = 1;       // domain iteration, for the report lines
     std::size_t experimentLength = 0;  // full length of the experiment, by which scores are divided
+    Calibration calibration = Calibration::EverySearch;
+    double cutoff = 0.0;  // Å, of an earlier search; 0 calibrates one
 };
 
 // What one search found; its mapping and subset lie in the workspace (bestMapping and
@@ -31,5 +37,10 @@ struct SearchResult {
 SearchResult searchMaxSub(const CoordinateSet& experiment, const CoordinateSet& prediction,
                           const ComparisonParameters& parameters, const SearchTask& task,
                           ComparisonWorkspace& workspace, Report& report);
+
+// compareMaxSub with a choice of calibration.
+void searchDomains(const CoordinateSet& experiment, const CoordinateSet& prediction,
+                   const ComparisonParameters& parameters, Calibration calibration,
+                   ComparisonWorkspace& workspace, Report& report, ComparisonResult& result);
 
 }  // namespace tervolanda

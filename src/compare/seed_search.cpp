@@ -18,6 +18,8 @@
 #include <optional>
 #include <utility>
 
+#include "compare/tolerance.h"
+
 namespace tervolanda {
 
 namespace {
@@ -238,11 +240,13 @@ class SeedSearch {
         }
     }
 
-    // Selects into scratch_.next; its size, 0 when it is too small.
+    // Selects into scratch_.next; its size, 0 when it is too small.  The search by TM-score grows
+    // by distance alone.
     std::uint32_t select(const SeedPath& path, double radius) {
         const double r = radius * SearchPairs::kPerAngstrom;
+        const bool growsForTm = task_.maximiseTM && path.stage == SeedStage::Growth;
         std::uint32_t size = 0;
-        if (task_.byRmsd && !task_.maximiseTM) {
+        if (task_.byRmsd && !growsForTm) {
             kernels_.squaredDeviations(pairs_.arrays(), pairs_.size(), path.problem.motion,
                                        scratch_.squared.data());
             selectByRmsd(scratch_.squared, r, scratch_.order, scratch_.selected);
@@ -250,7 +254,8 @@ class SeedSearch {
             size = static_cast<std::uint32_t>(scratch_.selected.size());
         } else {
             size = kernels_.selectWithin(pairs_.arrays(), pairs_.rounded(), pairs_.size(),
-                                         path.problem.motion, r * r, scratch_.next.data());
+                                         path.problem.motion, inclusiveLimit(r * r),
+                                         scratch_.next.data());
         }
         return size < kFewestSelected ? 0 : size;
     }
@@ -352,7 +357,7 @@ class SeedSearch {
                                    scratch_.squared.data());
         const double tm =
             kernels_.tmSum(scratch_.squared.data(), pairs_.size(), scaleSquared) / task_.normLength;
-        if (!(tm > path.bestTm)) return;
+        if (!isHigherTm(tm, path.bestTm)) return;
         keep(path, path.current, path.size);
         path.bestTm = tm;
     }
@@ -360,7 +365,7 @@ class SeedSearch {
     // Holds a path's candidate against the best so far.
     void judge(const SeedPath& path) {
         if (task_.maximiseTM) {
-            if (path.bestSize > 0 && path.bestTm > bestTm_) {
+            if (path.bestSize > 0 && isHigherTm(path.bestTm, bestTm_)) {
                 scratch_.best = path.best;
                 bestSize_ = path.bestSize;
                 bestTm_ = path.bestTm;
@@ -369,12 +374,13 @@ class SeedSearch {
         }
         if (path.bestSize <= kFewestSelected || path.bestSize < bestSize_) return;
         const double rmsd = candidateRmsd(path);
-        if (path.bestSize == bestSize_ && !(rmsd < bestRmsd_)) return;
+        if (path.bestSize == bestSize_ && !isLowerRmsd(rmsd, bestRmsd_)) return;
         scratch_.best = path.best;
         bestSize_ = path.bestSize;
         bestRmsd_ = rmsd;
     }
 
+    // Å
     double candidateRmsd(const SeedPath& path) {
         kernels_.squaredDeviations(pairs_.arrays(), pairs_.size(), path.bestMotion,
                                    scratch_.squared.data());
@@ -382,7 +388,7 @@ class SeedSearch {
         double sum = 0.0;
         for (const std::uint32_t pair : scratch_.selected)
             sum += scratch_.squared[pair];
-        return std::sqrt(sum / static_cast<double>(path.bestSize));
+        return std::sqrt(sum / static_cast<double>(path.bestSize)) / SearchPairs::kPerAngstrom;
     }
 
     const SeedSearchTask& task_;
@@ -390,7 +396,7 @@ class SeedSearch {
     SeedSearchScratch& scratch_;
     const SearchPairs& pairs_;
     std::uint32_t bestSize_ = 0;
-    double bestRmsd_ = 0.0;
+    double bestRmsd_ = 0.0;  // Å
     double bestTm_ = 0.0;
 };
 
@@ -538,18 +544,6 @@ bool searchSeeds(const PairedPoints& pairs, const SeedSearchTask& task, const Ke
     return SeedSearch(task, kernels, scratch).run(best);
 }
 
-void selectWithin(std::span<const double> squaredDeviation, double radius,
-                  std::vector<std::uint32_t>& selected) {
-    const double limit = radius * radius;
-    selected.resize(squaredDeviation.size());
-    std::size_t count = 0;
-    for (std::uint32_t i = 0; i < squaredDeviation.size(); ++i) {
-        selected[count] = i;
-        count += squaredDeviation[i] <= limit ? 1U : 0U;
-    }
-    selected.resize(count);
-}
-
 void selectByRmsd(std::span<const double> squaredDeviation, double radius,
                   std::vector<std::uint32_t>& order, std::vector<std::uint32_t>& selected) {
     order.resize(squaredDeviation.size());
@@ -561,7 +555,7 @@ void selectByRmsd(std::span<const double> squaredDeviation, double radius,
         }
         return a < b;
     });
-    const double limit = radius * radius;
+    const double limit = inclusiveLimit(radius * radius);
     double sum = 0.0;
     std::size_t count = 0;
     while (count < order.size()) {

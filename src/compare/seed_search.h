@@ -133,9 +133,6 @@ struct SeedSearchScratch {
 bool searchSeeds(const PairedPoints& pairs, const SeedSearchTask& task, const Kernels& kernels,
                  SeedSearchScratch& scratch, std::vector<std::uint32_t>& best);
 
-// The pairs with squared deviation of at most radius^2, ascending.
-void selectWithin(std::span<const double> squaredDeviation, double radius,
-                  std::vector<std::uint32_t>& selected);
 // The pairs taken by ascending deviation while their RMSD stays at most `radius`, ascending.
 // `order` is scratch.
 void selectByRmsd(std::span<const double> squaredDeviation, double radius,

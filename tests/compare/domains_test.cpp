@@ -67,6 +67,28 @@ TEST(DomainIterations, CountAtTheThresholdsThemselves) {
     }
 }
 
+// The cut-off follows from all mapped pairs, and later iterations have fewer.
+TEST(CompareGdt, CalibratesTheCutoffOnceForAllIterations) {
+    const Chain chain = coil(120, 4);
+    const CoordinateSet experiment = prepared(chain), prediction = prepared(hinged(chain));
+    for (const bool maximiseTM : {false, true}) {
+        CapturedLog log;
+        ComparisonParameters parameters = iterating(2);
+        parameters.maximiseTM = maximiseTM;
+        parameters.thresholdScale = 1.5;  // beyond the least cut-off with maximiseTM
+        ComparisonWorkspace workspace;
+        ComparisonResult result;
+        compareMaxSub(experiment, prediction, parameters, workspace, log.report, result);
+        ASSERT_EQ(result.iterations.size(), 2U);
+        const double first = result.iterations[0].distanceCutoff;
+        EXPECT_LT(result.iterations[1].distanceCutoff, first);
+        compareGdt(experiment, prediction, parameters, workspace, log.report, result);
+        ASSERT_EQ(result.iterations.size(), 2U);
+        EXPECT_EQ(result.iterations[0].distanceCutoff, first);
+        EXPECT_EQ(result.iterations[1].distanceCutoff, first);
+    }
+}
+
 TEST(CompareGdt, AgreesWithACountUnderItsSuperposition) {
     const Chain experiment = coil(100, 9);
     const auto gdtOf = [&](const Chain& prediction, double cutoff) {

@@ -101,7 +101,7 @@ class Search {
         current_ = best_;
         fit();
         LiteralResult scored = score(false);
-        if (scored.pairs < 3) {
+        if (scored.pairs < 3 && !parameters_.maximiseTM) {
             scored.pairs = 0;
             scored.maxsub = 0.0;
             scored.subset = result.subset;
@@ -126,22 +126,18 @@ class Search {
         }
     }
 
-    std::size_t select(double radius) {
+    std::size_t select(double radius, bool byRmsd) {
+        const double limit = radius * radius * (1 + 1e-10);
         std::vector<std::size_t> order(n_);
         std::iota(order.begin(), order.end(), std::size_t{0});
-        if (parameters_.maxRMSD && !parameters_.maximiseTM) {
-            std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
-                return squared_[a] < squared_[b];
-            });
-        }
+        if (byRmsd) order = byDeviation(limit);
         std::size_t count = 0;
         double sum = 0.0;
         bool adding = true;
         for (const std::size_t i : order) {
-            bool take = squared_[i] <= radius * radius;
-            if (parameters_.maxRMSD && !parameters_.maximiseTM) {
-                adding = adding &&
-                         (sum + squared_[i]) / static_cast<double>(count + 1) <= radius * radius;
+            bool take = squared_[i] <= limit;
+            if (byRmsd) {
+                adding = adding && (sum + squared_[i]) / static_cast<double>(count + 1) <= limit;
                 take = adding;
             }
             current_[i] = take;
@@ -153,11 +149,34 @@ class Search {
         return count;
     }
 
+    // Ascending; those that deviate as much as the first that does not fit in any more go by their
+    // positions.
+    std::vector<std::size_t> byDeviation(double limit) const {
+        std::vector<std::size_t> order(n_);
+        std::iota(order.begin(), order.end(), std::size_t{0});
+        std::stable_sort(order.begin(), order.end(),
+                         [&](std::size_t a, std::size_t b) { return squared_[a] < squared_[b]; });
+        double sum = 0.0, count = 0.0;
+        for (const std::size_t i : order) {
+            sum += squared_[i];
+            count += 1.0;
+            if (sum / count <= limit) continue;
+            const double out = squared_[i];
+            const auto equals = [&](std::size_t k) {
+                return std::abs(squared_[k] - out) <= 1e-10 * out;
+            };
+            const auto first = std::find_if(order.begin(), order.end(), equals);
+            std::sort(first, std::find_if_not(first, order.end(), equals));
+            break;
+        }
+        return order;
+    }
+
     void judgeTm() {
         double sum = 0.0;
         for (const double e : squared_)
             sum += 1.0 / (1.0 + e / (scale_ * scale_));
-        if (sum / norm_ > bestTm_) {
+        if (sum / norm_ * (1 - 1e-12) > bestTm_) {
             bestTm_ = sum / norm_;
             best_ = current_;
             bestSize_ = static_cast<std::size_t>(std::count(best_.begin(), best_.end(), true));
@@ -170,14 +189,16 @@ class Search {
             fit();
             if (parameters_.maximiseTM) judgeTm();
             const double r = k * cutoff_ * 0.25;
-            if ((parameters_.maximiseTM || r >= 0.5) && select(r) == 0) current_ = seed_;
+            if (!parameters_.maximiseTM && r < 0.5) continue;
+            const bool byRmsd = parameters_.maxRMSD && !parameters_.maximiseTM;
+            if (select(r, byRmsd) == 0) current_ = seed_;
         }
         for (int selections = 1;; ++selections) {
             const auto size =
                 static_cast<std::size_t>(std::count(current_.begin(), current_.end(), true));
             fit();
             if (parameters_.maximiseTM) judgeTm();
-            const std::size_t selected = select(cutoff_);
+            const std::size_t selected = select(cutoff_, parameters_.maxRMSD);
             if (selected == 0) {
                 current_ = seed_;
                 break;
@@ -187,7 +208,7 @@ class Search {
         }
         if (parameters_.maximiseTM) return 0;
         fit();
-        return select(cutoff_);
+        return select(cutoff_, parameters_.maxRMSD);
     }
 
     void searchAll() {
@@ -206,7 +227,7 @@ class Search {
                 current_ = seed_;
                 const std::size_t size = extend();
                 if (size > 3 &&
-                    (size > bestSize_ || (size == bestSize_ && selectedRmsd_ < bestRmsd_))) {
+                    (size > bestSize_ || (size == bestSize_ && selectedRmsd_ < bestRmsd_ - 1e-9))) {
                     best_ = current_;
                     bestSize_ = size;
                     bestRmsd_ = selectedRmsd_;
@@ -225,7 +246,7 @@ class Search {
             const double e = squared_[i];
             total += e;
             result.tm += 1.0 / (1.0 + e / (scale_ * scale_)) / norm_;
-            if (strict ? e >= limit : e > limit) continue;
+            if (strict ? e >= limit * (1 - 1e-10) : e > limit * (1 + 1e-10)) continue;
             result.subset[i] = true;
             ++result.pairs;
             inside += e;
