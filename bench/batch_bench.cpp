@@ -36,8 +36,9 @@ void rmsdBatch(benchmark::State& state, bool urmsd) {
     RmsdBatchOptions options;
     options.rmsd.urmsd = urmsd;
     const FileHandle nowhere(std::fopen("/dev/null", "w"));
-    Log log(nowhere.get(), nowhere.get());
-    Report report(log, 1, nowhere.get());
+    LineStreams streams(nowhere.get(), nowhere.get(), nowhere.get());
+    Log log(streams.sink());
+    Report report(log, 1);
     for (auto _ : state) {
         benchmark::DoNotOptimize(
             compareAllRmsd(models, ComparisonParameters(), options, log, report).rmsd.at(1, 0));
@@ -51,8 +52,9 @@ void maxSubBatch(benchmark::State& state) {
     ComparisonParameters parameters;
     parameters.seedLevels = 2;
     const FileHandle nowhere(std::fopen("/dev/null", "w"));
-    Log log(nowhere.get(), nowhere.get());
-    Report report(log, 1, nowhere.get());
+    LineStreams streams(nowhere.get(), nowhere.get(), nowhere.get());
+    Log log(streams.sink());
+    Report report(log, 1);
     for (auto _ : state) {
         benchmark::DoNotOptimize(
             compareAllMaxSub(models, parameters, nullptr, log, report).scores.at(1, 0));

@@ -5,13 +5,10 @@
 #include <benchmark/benchmark.h>
 
 #include <cmath>
-#include <cstdio>
 #include <cstdlib>
 #include <random>
 #include <vector>
 
-#include "base/file.h"
-#include "base/log.h"
 #include "cluster/cluster.h"
 
 namespace {

@@ -110,8 +110,9 @@ void compareSubsets(const ChainList& models, FuzzedDataProvider& input, Log& log
             FUZZ_REQUIRE(batch.pairs.at(i, j) == batch.pairs.at(j, i));
         }
     }
-    FUZZ_REQUIRE(writeTransformationFile(kFile, models, batch.scores, batch.pairs, spool,
-                                         modelIds(models), log) == FileOutcome::Written);
+    const auto outcome = writeTransformationFile(kFile, models, batch.scores, batch.pairs, spool,
+                                                 modelIds(models), log);
+    FUZZ_REQUIRE(std::get<FileOutcome>(outcome) == FileOutcome::Written);
     requireReadBack(batch, models, log);
     FUZZ_REQUIRE(writeMaxSubFile(kFile, models, batch.scores, batch.pairs, modelIds(models), log) ==
                  FileOutcome::Written);
@@ -164,8 +165,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     FuzzedDataProvider input(data, size);
     const ScratchFolder folder;
     QuietLog quiet;
-    TextSink reported;
-    Report report(quiet.log, input.PickValueInArray({1, 5}), reported.stream());
+    Report report(quiet.log, input.PickValueInArray({1, 5}));
     const bool isWhole = input.ConsumeBool();
     const ChainList models = makeModels(input, quiet.log);
     if (isWhole) {

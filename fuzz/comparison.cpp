@@ -158,9 +158,8 @@ void requireSameBits(const ComparisonResult& a, const ComparisonResult& b) {
 }
 
 struct Outputs {
-    explicit Outputs(int reportLevel) : report(quiet.log, reportLevel, reported.stream()) {}
+    explicit Outputs(int reportLevel) : report(quiet.log, reportLevel) {}
     QuietLog quiet;
-    TextSink reported;
     Report report;
 };
 

@@ -51,10 +51,6 @@ TextSink& standardOutputSink() {
     return sink;
 }
 
-void throwFatalEnd() {
-    throw FatalEnd{};
-}
-
 }  // namespace
 
 // Freed memory is given out again sooner, and the places of allocation are kept short: both cost a
@@ -126,8 +122,10 @@ const std::string& ScratchFolder::path() {
 }
 
 QuietLog::QuietLog()
-    : output_(outputSink()), error_(errorSink()), log(output_.stream(), error_.stream()) {
-    log.setFatalEnd(throwFatalEnd);
+    : output_(outputSink()),
+      error_(errorSink()),
+      streams(output_.stream(), error_.stream(), output_.stream()),
+      log(streams.sink()) {
     output_.clear();
     error_.clear();
 }

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "base/line_streams.h"
 #include "base/log.h"
 
 namespace tervolanda::fuzz {
@@ -67,10 +68,7 @@ class ScratchFolder {
     int before_;  // the directory to go back to
 };
 
-// What Log::abend() throws here.
-struct FatalEnd {};
-
-// A log into memory whose fatal end is an exception.  The streams are shared by all: one at a time.
+// A log into memory.  The streams are shared by all: one at a time.
 class QuietLog {
  public:
     QuietLog();
@@ -82,6 +80,7 @@ class QuietLog {
     TextSink& error_;
 
  public:
+    LineStreams streams;
     Log log;
 };
 

@@ -165,15 +165,10 @@ Outcome runProgram(const std::vector<std::string>& arguments) {
     QuietLog quiet;
     takeStandardOutput();
     Outcome outcome;
-    bool isFatal = false;
-    try {
-        outcome.status = run(arguments, quiet.log);
-    } catch (const FatalEnd&) {
-        isFatal = true;
-    }
+    outcome.status = run(arguments, quiet.streams);
     outcome.output = takeStandardOutput() + quiet.output();
     outcome.errors = quiet.error();
-    FUZZ_REQUIRE(isFatal == (outcome.errors.find("ABEND : ") != std::string::npos));
+    const bool isFatal = outcome.errors.find("ABEND : ") != std::string::npos;
     FUZZ_REQUIRE(isFatal == (outcome.status != EXIT_SUCCESS));
     return outcome;
 }

@@ -1,4 +1,4 @@
-// The entry: surroundings that a run can rely on, a log, and the run.
+// The entry: surroundings that a run can rely on, the streams, and the run.
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
@@ -6,12 +6,13 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstdlib>
 #include <new>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
-#include "base/log.h"
+#include "base/line_streams.h"
 #include "base/memory.h"
 #include "base/signals.h"
 #include "driver/run.h"
@@ -79,14 +80,14 @@ int main(int argc, char** argv) {
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
     catchEndingSignals();
-    tervolanda::Log log;
-    log.tellProgress(&progressDescriptor);
+    tervolanda::LineStreams streams;
+    streams.tellProgress(&progressDescriptor);
     try {
         limitMemory();
-        return tervolanda::run(std::vector<std::string>(argv, argv + argc), log);
+        return tervolanda::run(std::vector<std::string>(argv, argv + argc), streams);
     } catch (const std::bad_alloc&) {
-        log.abendOutOfMemory();
     } catch (const std::length_error&) {  // an array larger than any memory
-        log.abendOutOfMemory();
     }
+    streams.writeOutOfMemory();
+    return EXIT_FAILURE;
 }

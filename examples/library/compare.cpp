@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include <tervolanda/base/line_streams.h>
 #include <tervolanda/base/log.h>
 #include <tervolanda/chain/chain.h>
 #include <tervolanda/compare/compare.h>
@@ -14,7 +15,8 @@ int main(int argc, char** argv) {
         std::fputs("usage: compare prediction experiment\n", stderr);
         return EXIT_FAILURE;
     }
-    Log log;  // says on standard error what is wrong with a file
+    LineStreams streams;  // says on standard error what is wrong with a file
+    Log log(streams.sink());
     const std::optional<Chain> prediction = readChain(argv[1], {}, {}, log);
     const std::optional<Chain> experiment = readChain(argv[2], {}, {}, log);
     if (!prediction || !experiment) return EXIT_FAILURE;

@@ -12,6 +12,7 @@
 #include "base/format.h"
 #include "base/log.h"
 #include "cluster/batch/batch.h"
+#include "driver/abend.h"
 #include "driver/model_input.h"
 #include "driver/modes.h"
 #include "driver/result_output.h"
@@ -98,8 +99,9 @@ int compareListMaxSub(const ChainList& models, const Settings& settings, Log& lo
     }
     int status = EXIT_SUCCESS;
     if (settings.resultFile) {
-        status |= exitStatus(writeTransformationFile(*settings.resultFile, models, batch.scores,
-                                                     batch.pairs, *spool, modelIds(models), log));
+        status |= exitStatus(
+            orAbend(writeTransformationFile(*settings.resultFile, models, batch.scores, batch.pairs,
+                                            *spool, modelIds(models), log)));
     }
     if (settings.liteResultFile) {
         status |= exitStatus(writeMaxSubFile(*settings.liteResultFile, models, batch.scores,
@@ -184,7 +186,7 @@ int compareListRmsd(const ChainList& models, const Settings& settings, Log& log,
 int runAllVsAll(const Settings& settings, const ResidueExclusions& exclusions, Log& log) {
     Report report(log, settings.logLevel);
     const ChainList models = readModels(settings, exclusions, log);
-    if (models.chains.size() < 2) log.abend("Not enough structures for all vs. all clustering");
+    if (models.chains.size() < 2) abend("Not enough structures for all vs. all clustering");
     switch (comparisonKind(settings)) {
         case ComparisonKind::Gdt:
             return compareListGdt(models, settings, log, report);

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "base/log.h"
+#include "driver/abend.h"
 
 namespace tervolanda {
 
@@ -34,7 +35,7 @@ Chain readStructure(const std::string& path, std::uint16_t flags,
     ReadRequest request;
     request.options = flags;
     std::optional<Chain> chain = readChain(path, request, exclusions, log);
-    if (!chain) log.abend("Failed to read PDB file '%s'", path.c_str());
+    if (!chain) abend("Failed to read PDB file '%s'", path.c_str());
     return std::move(*chain);
 }
 
@@ -47,9 +48,9 @@ ChainList readModels(const Settings& settings, const ResidueExclusions& exclusio
     std::uint32_t counter = 0;
     const std::size_t read = readModelList(path, counter, request, exclusions, log, models);
     if (read == 0 && kind == ComparisonKind::Rmsd) {
-        log.abend("Failed to read PDB list file '%s'", path.c_str());
+        abend("Failed to read PDB list file '%s'", path.c_str());
     }
-    if (read == 0) log.abend("Failed to read PDB list file");
+    if (read == 0) abend("Failed to read PDB list file");
     log.info(0, "Successfully read %zu %s structures", read,
              kind == ComparisonKind::MaxSub ? "Chain" : "PDB");
     return models;

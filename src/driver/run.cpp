@@ -4,9 +4,12 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <utility>
 
+#include "base/line_streams.h"
 #include "base/log.h"
 #include "chain/chain.h"
+#include "driver/abend.h"
 #include "driver/help_text.h"
 #include "driver/modes.h"
 #include "driver/settings.h"
@@ -50,26 +53,46 @@ int perform(const CommandLine& line, Log& log) {
     return EXIT_SUCCESS;
 }
 
+void startLogFile(const std::string& path, LineStreams& streams, Log& log) {
+    FileHandle file(std::fopen(path.c_str(), "wb"));
+    if (!file) abend("Failed to open log file '%s' - %s", path.c_str(), systemErrorText());
+    streams.useLogFile(std::move(file));
+    log.info(0, "Successfully started log file '%s'", path.c_str());
+}
+
 // Flushes what is still on its way.  What has not arrived is reported by a log of its own, since
 // the run's may be what failed.
-bool everythingArrived(const CommandLine& line, Log& log) {
-    const bool logged = log.flush();
+bool everythingArrived(const CommandLine& line, LineStreams& streams) {
+    const bool logged = streams.flush();
     const bool printed = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+    if (logged && printed) return true;
+    LineStreams standardStreams;
+    Log log(standardStreams.sink());
     if (!printed) {
-        Log().error(0, "Failed to write to standard output - %s", systemErrorText());
-    } else if (!logged) {
-        Log().error(0, "Failed to write log file '%s' - %s",
-                    line.settings.logFile.value_or("").c_str(), systemErrorText());
+        log.error(0, "Failed to write to standard output - %s", systemErrorText());
+    } else {
+        log.error(0, "Failed to write log file '%s' - %s",
+                  line.settings.logFile.value_or("").c_str(), systemErrorText());
     }
-    return logged && printed;
+    return false;
 }
 
 }  // namespace
 
-int run(const std::vector<std::string>& arguments, Log& log) {
-    const CommandLine line = readCommandLine(arguments, log);
-    const int status = perform(line, log);
-    return everythingArrived(line, log) && !log.hasIncompleteFile() ? status : EXIT_FAILURE;
+int run(const std::vector<std::string>& arguments, LineStreams& streams) {
+    Log log(streams.sink());
+    try {
+        const CommandLine line = readCommandLine(arguments, log);
+        if (line.request == Request::Run && line.settings.logFile) {
+            startLogFile(*line.settings.logFile, streams, log);
+        }
+        const int status = perform(line, log);
+        const bool arrived = everythingArrived(line, streams);
+        return arrived && !log.hasIncompleteFile() ? status : EXIT_FAILURE;
+    } catch (const Abend& end) {
+        streams.write(LogLevel::Abend, end.what());
+        return EXIT_FAILURE;
+    }
 }
 
 }  // namespace tervolanda

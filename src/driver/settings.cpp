@@ -8,6 +8,7 @@
 
 #include "base/file.h"
 #include "base/log.h"
+#include "driver/abend.h"
 #include "driver/arguments.h"
 
 namespace tervolanda {
@@ -131,11 +132,11 @@ std::array<std::size_t, 2> findPlainArguments(const Arguments& arguments) {
 }
 
 // REQUIRES: at least two arguments behind the program name.
-void takePositionalForm(const Arguments& arguments, Settings& settings, Log& log) {
+void takePositionalForm(const Arguments& arguments, Settings& settings) {
     const auto [prediction, experiment] = findPlainArguments(arguments);
     for (const std::size_t i : {prediction, experiment}) {
         if (arguments[i] != "-" && !openForReading(arguments[i])) {
-            log.abend("Failed to read PDB file '%s'", arguments[i].c_str());
+            abend("Failed to read PDB file '%s'", arguments[i].c_str());
         }
     }
     settings.predictionFile = arguments[prediction];
@@ -171,10 +172,6 @@ void resolveRun(Arguments& arguments, Settings& settings, Log& log) {
     if (arguments.hasFlag("-urmsd")) settings.urmsdFlags |= UrmsdRotate;
     settings.logLevel = std::max(settings.logLevel, 1);
     log.setLogLevel(settings.logLevel);
-    if (settings.logFile) {
-        log.setProgramName(arguments[0]);
-        log.openLogFile(*settings.logFile);
-    }
 }
 
 }  // namespace
@@ -196,7 +193,7 @@ CommandLine readCommandLine(std::vector<std::string> values, Log& log) {
     const bool hasWork = !texts.help && !texts.extendedHelp && arguments.count() > 2;
     const bool hasMode = settings.listFile || settings.transformFile || settings.distanceFile ||
                          (settings.predictionFile && settings.experimentFile);
-    if (hasWork && !hasMode) takePositionalForm(arguments, settings, log);
+    if (hasWork && !hasMode) takePositionalForm(arguments, settings);
     line.request = chooseRequest(texts, hasWork);
     if (line.request != Request::Run) return line;
     // The level is still the number that was given, -1 without one: the line appears only in runs

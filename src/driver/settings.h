@@ -70,8 +70,8 @@ struct CommandLine {
     Settings settings;
 };
 
-// Reads the command line from the arguments, the program name first.  Sets the log's level and, for
-// a run, opens its file.  A file of the positional form that cannot be opened is fatal.
+// Reads the command line from the arguments, the program name first.  Sets the log's level.  A file
+// of the positional form that cannot be opened is fatal.
 CommandLine readCommandLine(std::vector<std::string> values, Log& log);
 
 }  // namespace tervolanda

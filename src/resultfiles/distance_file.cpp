@@ -185,17 +185,17 @@ bool reportMissingDistances(const DistanceFile& distances, Log& log) {
     return uniqueIds && report.count() == 0;
 }
 
-std::optional<DistanceFile> readDistanceFile(const std::string& path, ChainList* chains, Log& log) {
+std::variant<std::optional<DistanceFile>, FormatError> readDistanceFile(const std::string& path,
+                                                                        ChainList* chains,
+                                                                        Log& log) {
     log.info(0, "Reading distance file %s", path.c_str());
     const FileHandle file = openForReading(path);
-    if (!file) log.abend("Can't open distance file '%s' - %s", path.c_str(), systemErrorText());
+    if (!file) return cannotOpen("distance file", path);
     auto parsed = parseDistanceFile(file.get(), chains);
-    if (const auto* error = std::get_if<FormatError>(&parsed)) {
-        log.abend("%s", error->message.c_str());
-    }
-    auto& distances = std::get<DistanceFile>(parsed);
-    if (!reportMissingDistances(distances, log)) return std::nullopt;
-    return std::move(distances);
+    if (auto* error = std::get_if<FormatError>(&parsed)) return std::move(*error);
+    std::optional<DistanceFile> distances(std::get<DistanceFile>(std::move(parsed)));
+    if (!reportMissingDistances(*distances, log)) distances.reset();
+    return distances;
 }
 
 }  // namespace tervolanda

@@ -51,6 +51,10 @@ std::optional<FormatError> RecordLines::error() const {
         format("No result file: over %zu bytes of it are no records", kLongestRecord)};
 }
 
+FormatError cannotOpen(const char* kind, const std::string& path) {
+    return {format("Can't open %s '%s' - %s", kind, path.c_str(), systemErrorText())};
+}
+
 FormatError faultyLine(std::string_view text, std::string_view line) {
     FormatError error{std::string(text)};
     error.message += '\'';

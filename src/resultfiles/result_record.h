@@ -16,11 +16,6 @@
 
 namespace tervolanda {
 
-// Why a file is not one of the expected format: the text of the message.
-struct FormatError {
-    std::string message;
-};
-
 inline constexpr std::string_view kSizeKey = "SIZE :";
 inline constexpr std::string_view kChainKey = "PDB  :";
 
@@ -41,7 +36,10 @@ class RecordLines {
     std::size_t ignored_ = 0;  // characters
 };
 
-// `pattern` is the text of a message up to the line that is at fault; the line follows in quotes.
+// For a file, called `kind` in messages, that cannot be read.
+FormatError cannotOpen(const char* kind, const std::string& path);
+
+// `text` is that of a message up to the line that is at fault; the line follows in quotes.
 FormatError faultyLine(std::string_view text, std::string_view line);
 
 // A whole number from 1 to the largest ID; none for any other field.

@@ -7,6 +7,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <variant>
 #include <vector>
 
 #include "chain/chain.h"
@@ -23,6 +24,12 @@ class Report;
 // (which leaves an older file as it was) must make the run end with status 1.
 enum class FileOutcome : std::uint8_t { Written, NotCreated, Incomplete };
 
+// Why a file cannot be read, is not of its format, or cannot be written from what was found: the
+// text of a message.  Nothing is logged yet; the run is to end with it.
+struct FormatError {
+    std::string message;
+};
+
 // --- Distance file -------------------------------------------------------------------------------
 
 // Writes the values below the diagonal of the N x N `matrix`.  `chains` and `ids` name its rows.
@@ -35,10 +42,12 @@ struct DistanceFile {
     std::vector<std::uint32_t> ids;  // one a row, by first appearance in the file
 };
 
-// Reads a distance file; a format error is fatal.  When `chains` is given the chain records are
-// read, too: each adds a chain that has only its number and file name.  None, after ERROR lines,
-// when IDs or distances are missing: the run then ends, with status 0.
-std::optional<DistanceFile> readDistanceFile(const std::string& path, ChainList* chains, Log& log);
+// Reads a distance file.  When `chains` is given the chain records are read, too: each adds a chain
+// that has only its number and file name.  None, after ERROR lines, when IDs or distances are
+// missing: the run then ends, with status 0.
+std::variant<std::optional<DistanceFile>, FormatError> readDistanceFile(const std::string& path,
+                                                                        ChainList* chains,
+                                                                        Log& log);
 
 // --- MaxSub file ---------------------------------------------------------------------------------
 
@@ -72,11 +81,12 @@ class TransformationSpool {
 };
 
 // Writes the full file: a transformation and a position record for every pair of models.  A pair
-// that the spool has not seen, or with another number of residue pairs than `pairs` says, is fatal.
-FileOutcome writeTransformationFile(const std::string& path, const ChainList& chains,
-                                    const DistanceMatrix& scores, const PairMatrix& pairs,
-                                    const TransformationSpool& transformations,
-                                    std::span<const std::uint32_t> ids, Log& log);
+// that the spool has not seen, or with another number of residue pairs than `pairs` says, is an
+// error, and no file is written.
+std::variant<FileOutcome, FormatError> writeTransformationFile(
+    const std::string& path, const ChainList& chains, const DistanceMatrix& scores,
+    const PairMatrix& pairs, const TransformationSpool& transformations,
+    std::span<const std::uint32_t> ids, Log& log);
 
 struct MaxSubFile {
     ChainList chains;                // N chains in row order that have only number and file name
@@ -85,10 +95,10 @@ struct MaxSubFile {
     std::vector<std::uint32_t> ids;  // one a row
 };
 
-// Reads a lite or a full MaxSub file; a format error is fatal.  Transformations and positions are
-// checked, not kept.  None, after ERROR lines, when IDs or scores are missing: the run then ends
-// with status 1.
-std::optional<MaxSubFile> readMaxSubFile(const std::string& path, Log& log);
+// Reads a lite or a full MaxSub file.  Transformations and positions are checked, not kept.  None,
+// after ERROR lines, when IDs or scores are missing: the run then ends with status 1.
+std::variant<std::optional<MaxSubFile>, FormatError> readMaxSubFile(const std::string& path,
+                                                                    Log& log);
 
 // --- RasMol scripts ------------------------------------------------------------------------------
 

@@ -110,18 +110,19 @@ void writePositions(OutputFile& output, std::uint32_t id1, std::uint32_t id2,
     output.write(line);
 }
 
-// What is wrong with the spool, as the text of the fatal message.
-std::optional<std::string> spoolFault(const TransformationSpool::Storage& spool,
+std::optional<FormatError> spoolFault(const TransformationSpool::Storage& spool,
                                       const PairMatrix& pairs, std::span<const std::uint32_t> ids) {
     for (std::size_t i = 1; i < ids.size(); ++i) {
         for (std::size_t j = 0; j < i; ++j) {
             const long id1 = ids[i];
             const long id2 = ids[j];
             if (!spool.has(i, j)) {
-                return format("Missing MaxSub positions count for %ld vs. %ld", id1, id2);
+                return FormatError{
+                    format("Missing MaxSub positions count for %ld vs. %ld", id1, id2)};
             }
             if (spool.matched(i, j) != pairs.at(i, j)) {
-                return format("Currupt MaxSub positions list for %ld vs. %ld", id1, id2);
+                return FormatError{
+                    format("Currupt MaxSub positions list for %ld vs. %ld", id1, id2)};
             }
         }
     }
@@ -180,24 +181,21 @@ FileOutcome writeMaxSubFile(const std::string& path, const ChainList& chains,
     return finishFile(output, path, log);
 }
 
-FileOutcome writeTransformationFile(const std::string& path, const ChainList& chains,
-                                    const DistanceMatrix& scores, const PairMatrix& pairs,
-                                    const TransformationSpool& transformations,
-                                    std::span<const std::uint32_t> ids, Log& log) {
+std::variant<FileOutcome, FormatError> writeTransformationFile(
+    const std::string& path, const ChainList& chains, const DistanceMatrix& scores,
+    const PairMatrix& pairs, const TransformationSpool& transformations,
+    std::span<const std::uint32_t> ids, Log& log) {
     log.info(0, "Printing MaxSub output file %s", path.c_str());
-    std::optional<OutputFile> output(std::in_place, path);
-    if (!openMaxSubFile(*output, path, log)) return FileOutcome::NotCreated;
+    OutputFile output(path);
+    if (!openMaxSubFile(output, path, log)) return FileOutcome::NotCreated;
     TransformationSpool::Storage& spool = transformations.storage();
-    if (const auto fault = spoolFault(spool, pairs, ids)) {
-        output.reset();  // the fatal end would leave the unfinished file behind
-        log.abend("%s", fault->c_str());
-    }
-    writeHead(*output, chains, ids.size(), kChainKey);
-    if (!spool.flush() || !writePairSections(*output, spool, scores, pairs, ids)) {
+    if (auto fault = spoolFault(spool, pairs, ids)) return *std::move(fault);
+    writeHead(output, chains, ids.size(), kChainKey);
+    if (!spool.flush() || !writePairSections(output, spool, scores, pairs, ids)) {
         log.error(0, "Failed to write file '%s' - %s", path.c_str(), systemErrorText());
         return FileOutcome::Incomplete;
     }
-    return finishFile(*output, path, log);
+    return finishFile(output, path, log);
 }
 
 // --- Reading -------------------------------------------------------------------------------------
@@ -475,14 +473,13 @@ bool reportMissingMaxSubRecords(const ParsedMaxSubFile& parsed, Log& log) {
     return complete;
 }
 
-std::optional<MaxSubFile> readMaxSubFile(const std::string& path, Log& log) {
+std::variant<std::optional<MaxSubFile>, FormatError> readMaxSubFile(const std::string& path,
+                                                                    Log& log) {
     log.info(0, "Reading MaxSub file %s", path.c_str());
     const FileHandle file = openForReading(path);
-    if (!file) log.abend("Can't open MaxSub file '%s' - %s", path.c_str(), systemErrorText());
+    if (!file) return cannotOpen("MaxSub file", path);
     auto result = parseMaxSubFile(file.get());
-    if (const auto* error = std::get_if<FormatError>(&result)) {
-        log.abend("%s", error->message.c_str());
-    }
+    if (auto* error = std::get_if<FormatError>(&result)) return std::move(*error);
     auto& parsed = std::get<ParsedMaxSubFile>(result);
     if (!reportMissingMaxSubRecords(parsed, log)) return std::nullopt;
     return std::move(parsed.file);

@@ -50,20 +50,35 @@ TEST(Log, EndsAProgressLineBeforeAnyOtherLineAndOnlyOnce) {
     EXPECT_EQ(captured.reported(), "d\n");
 }
 
-TEST(Log, SendsEverythingToTheLogFileAndRewritesNothingThere) {
+TEST(Log, SendsEverythingButReportsToTheLogFileAndRewritesNothingThere) {
     test::TemporaryFolder folder;
-    const std::string path = folder.write("run.log", "an older and longer text that has to go\n");
     CapturedLog captured;
-    captured.log.openLogFile(path);
+    captured.log.progress(0, "under way");
+    captured.streams.useLogFile(FileHandle(std::fopen((folder / "run.log").c_str(), "wb")));
     captured.log.progress(0, "1 of 2");
     captured.log.progress(0, "2 of 2");
     captured.log.error(0, "gone");
     captured.report.report(0, "RMSD\n");
-    EXPECT_TRUE(captured.log.flush());
-    EXPECT_EQ(test::readFile(path), "INFO  : Successfully started log file '" + path +
-                                        "'\nINFO  : 1 of 2\nINFO  : 2 of 2\nERROR : gone\n");
-    EXPECT_EQ(captured.output() + captured.error(), "");
+    EXPECT_TRUE(captured.streams.flush());
+    EXPECT_EQ(test::readFile(folder / "run.log"), "INFO  : 1 of 2\nINFO  : 2 of 2\nERROR : gone\n");
+    EXPECT_EQ(captured.output() + captured.error(), "INFO  : under way\n");
     EXPECT_EQ(captured.reported(), "RMSD\n");
+}
+
+TEST(Log, HandsAnySinkEachLineWithWhatItIs) {
+    std::string text;
+    Log log([&text](LogLevel severity, std::string_view line) {
+        text += std::to_string(static_cast<int>(severity)) + std::string(prefixOf(severity));
+        (text += line) += '|';
+    });
+    log.progress(0, "%d of %d", 1, 2);
+    Report(log, 1).report(0, "a %s\n", "b");
+    log.error(9, "c");
+    log.incompleteFile("d");
+    EXPECT_EQ(text,
+              "5INFO  : 1 of 2|6a b\n|2ERROR : c|"
+              "2ERROR : Failed to write file 'd' - Unknown error.|");
+    EXPECT_TRUE(log.hasIncompleteFile());
 }
 
 TEST(Log, KeepsTextFromOutsideAndLinesOfAnyLengthWhole) {
@@ -71,15 +86,6 @@ TEST(Log, KeepsTextFromOutsideAndLinesOfAnyLengthWhole) {
     const std::string name(10000, '%');
     captured.log.info(0, "File '%s'", name.c_str());
     EXPECT_EQ(captured.output(), "INFO  : File '" + name + "'\n");
-}
-
-TEST(Log, NamesTheProgramByTheTextBehindTheLastSlash) {
-    Log log;
-    EXPECT_EQ(log.programName(), "unknown");
-    log.setProgramName("/usr/bin/tervolanda");
-    EXPECT_EQ(log.programName(), "tervolanda");
-    log.setProgramName("plain");
-    EXPECT_EQ(log.programName(), "plain");
 }
 
 TEST(FaultReport, CountsWhatIsTooMuchToList) {
@@ -94,15 +100,6 @@ TEST(FaultReport, CountsWhatIsTooMuchToList) {
     EXPECT_TRUE(
         lines.ends_with("ERROR : a\nERROR : b\nERROR : 9223372036854775807 more faults of this "
                         "kind are not listed\n"));
-}
-
-TEST(LogDeathTest, AbendWritesItsLineAtAnyLevelAndExitsWithStatusOne) {
-    const auto abend = [] {
-        Log log;
-        log.setLogLevel(-1);
-        log.abend("No file '%s'", "a%s.pdb");
-    };
-    EXPECT_EXIT(abend(), testing::ExitedWithCode(1), "^ABEND : No file 'a%s.pdb'\n$");
 }
 
 TEST(Report, WritesByLevelInItsTwoForms) {

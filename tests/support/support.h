@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "base/line_streams.h"
 #include "base/log.h"
 #include "chain/chain.h"
 
@@ -69,11 +70,13 @@ class MemoryStream {
     std::FILE* file_;
 };
 
-// A log whose two streams, and a report whose output, are texts.
+// A log and a report whose streams are texts.
 class CapturedLog {
  public:
     explicit CapturedLog(int logLevel = 1, int reportLevel = 1)
-        : log(output_.stream(), error_.stream()), report(log, reportLevel, reported_.stream()) {
+        : streams(output_.stream(), error_.stream(), reported_.stream()),
+          log(streams.sink()),
+          report(log, reportLevel) {
         log.setLogLevel(logLevel);
     }
     std::string output() { return output_.text(); }
@@ -84,6 +87,7 @@ class CapturedLog {
     MemoryStream output_, error_, reported_;
 
  public:
+    LineStreams streams;
     Log log;
     Report report;
 };

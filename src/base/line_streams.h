@@ -1,0 +1,62 @@
+// The sink that the program uses: an output and an error stream, or a log file in their place.
+#pragma once
+
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <string>
+#include <string_view>
+
+#include "base/file.h"
+#include "base/log.h"
+
+namespace tervolanda {
+
+// Information goes to the output stream, warnings and errors to the error stream, flushed, and
+// after all output.  A progress line stays unfinished on the output, and the next one runs back
+// over it; it is flushed, off a terminal only where no other one was just before.
+class LineStreams {
+ public:
+    // The streams are lent and stay open.
+    LineStreams() : LineStreams(stdout, stderr, stdout) {}
+    LineStreams(std::FILE* output, std::FILE* error, std::FILE* report);
+    LineStreams(const LineStreams&) = delete;
+    LineStreams& operator=(const LineStreams&) = delete;
+
+    LineSink sink() {
+        return [this](LogLevel severity, std::string_view text) { write(severity, text); };
+    }
+    void write(LogLevel severity, std::string_view text);
+    // The ABEND line for a lack of memory, without any allocation.
+    void writeOutOfMemory();
+
+    // From here on every line, but no report, goes to the file, and nothing is overwritten there.
+    void useLogFile(FileHandle file);
+
+    // `descriptor`, which is lent, holds from now on the descriptor on which a progress line stands
+    // unfinished, and -1 when none does: a signal handler needs it.
+    void tellProgress(volatile std::sig_atomic_t* descriptor) { progressDescriptor_ = descriptor; }
+
+    // Flushes all lines that were written; false when not every byte of them arrived.
+    bool flush();
+
+ private:
+    void writeReport(std::string_view text);
+    void layOutProgress(std::string_view text);
+    void endProgress();
+    void standProgress(std::size_t width);
+    bool showsProgressNow();
+
+    std::FILE* output_;
+    std::FILE* error_;
+    std::FILE* report_;
+    FileHandle logFile_;             // output and error stream once it is open
+    std::string line_;               // scratch
+    std::size_t progressWidth_ = 0;  // characters of the progress line now standing; 0 for none
+    std::chrono::steady_clock::time_point progressShown_{};  // when one was last flushed
+    bool isTerminal_;
+    volatile std::sig_atomic_t* progressDescriptor_ = nullptr;
+    bool failed_ = false;
+};
+
+}  // namespace tervolanda

@@ -1,0 +1,20 @@
+// An exception instead of exit(): whatever the run has begun is taken back on the way out, and a
+// program around the run lives on.
+#include "driver/abend.h"
+
+#include <cstdarg>
+#include <string>
+
+#include "base/format.h"
+
+namespace tervolanda {
+
+void abend(const char* pattern, ...) {
+    std::va_list arguments;
+    va_start(arguments, pattern);
+    const std::string message = formatList(pattern, arguments);
+    va_end(arguments);
+    throw Abend(message);
+}
+
+}  // namespace tervolanda
