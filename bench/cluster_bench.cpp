@@ -5,10 +5,12 @@
 #include <benchmark/benchmark.h>
 
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <random>
 #include <vector>
 
+#include "base/file.h"
 #include "cluster/cluster.h"
 
 namespace {
