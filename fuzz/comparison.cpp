@@ -12,7 +12,7 @@
 
 #include "chains.h"
 #include "compare/compare.h"
-#include "compare/kernels.h"
+#include "compare/fit/kernels.h"
 #include "compare/workspace.h"
 #include "support.h"
 

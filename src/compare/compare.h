@@ -3,7 +3,6 @@
 // between calls; what a call may touch stands in its signature.
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -12,6 +11,8 @@
 #include <vector>
 
 #include "chain/chain.h"
+#include "compare/fit/fit.h"
+#include "compare/pairing/pairing.h"
 
 namespace tervolanda {
 
@@ -45,78 +46,12 @@ struct ComparisonParameters {
     double gdtCutoff = 4.0;  // GDT looks at 1/4, 1/2, 1 and 2 times this, Å
 };
 
-// A rigid motion that puts the prediction onto the experiment:
-// p' = rotation (p - predictionCentre) + experimentCentre.  Å; the rotation row by row.
-struct Superposition {
-    std::array<double, 3> experimentCentre{};
-    std::array<double, 3> predictionCentre{};
-    std::array<double, 9> rotation{1.0, 0.0, 0.0, 0.0, 1.0, 0.0, 0.0, 0.0, 1.0};
-
-    std::array<double, 3> apply(double x, double y, double z) const {
-        const double px = x - predictionCentre[0];
-        const double py = y - predictionCentre[1];
-        const double pz = z - predictionCentre[2];
-        return {rotation[0] * px + rotation[1] * py + rotation[2] * pz + experimentCentre[0],
-                rotation[3] * px + rotation[4] * py + rotation[5] * pz + experimentCentre[1],
-                rotation[6] * px + rotation[7] * py + rotation[8] * pz + experimentCentre[2]};
-    }
-};
-
 // Moves every atom of a chain.
 void applySuperposition(const Superposition& superposition, Chain& chain);
 
-// Coordinates as the kernels want them, Å: three arrays of one length.
-struct Points {
-    std::vector<double> x, y, z;
-
-    std::size_t size() const { return x.size(); }
-    void resize(std::size_t n) {
-        x.resize(n);
-        y.resize(n);
-        z.resize(n);
-    }
-    void append(double px, double py, double pz) {
-        x.push_back(px);
-        y.push_back(py);
-        z.push_back(pz);
-    }
-};
-
-enum class AtomSelection : std::uint8_t { Calpha, Backbone };
-
-// The selected atoms of a chain, a record each, in chain order.  All arrays have one entry a record
-// unless they say otherwise.
-struct CoordinateSet {
-    Points points;  // Å
-    std::vector<std::int32_t> residueNumber;
-    std::vector<char> insertionCode;
-    std::vector<std::uint32_t> residueIndex;  // position of the residue in its chain
-    std::vector<std::int32_t> residueKey;     // residue number x 256 + insertion code
-    std::vector<std::uint8_t> atomKey;        // which backbone atom: 1 is the C-alpha
-    std::vector<std::uint32_t> byKey;         // record numbers sorted by residue and atom key
-    std::string sequence;                     // one-letter codes
-    std::string secondaryStructure;           // H, E or C; filled in sequence-independent mode
-    double gyrationRadius = 0.0;              // Å, all C-alpha atoms of the chain
-    std::size_t residues = 0;                 // of the chain, with or without a selected atom
-    std::int64_t firstResidue = 0;            // residue key of the chain's first
-    std::int64_t lastResidue = 0;             // and last residue
-
-    std::size_t size() const { return points.size(); }
-};
-
-inline constexpr std::uint8_t kCalphaKey = 1;
-
-// Turns a chain into its coordinate set.  At report level 5 the chain is printed in FASTA form.
+// The same for what `parameters` ask for.
 CoordinateSet prepareChain(const Chain& chain, AtomSelection selection,
                            const ComparisonParameters& parameters, Report& report);
-
-// One residue pair of a MaxSub subset: record positions, 0-based, and the domain iteration (0 for
-// the first) whose subset it is in.
-struct MatchedPair {
-    std::uint32_t experiment = 0;
-    std::uint32_t prediction = 0;
-    std::uint32_t iteration = 0;
-};
 
 // One MaxSub domain: the superposition and what was found under it.
 struct DomainIteration {

@@ -9,7 +9,7 @@
 #include <unordered_map>
 
 #include "compare/compare.h"
-#include "compare/tolerance.h"
+#include "compare/fit/tolerance.h"
 
 namespace tervolanda {
 

@@ -1,8 +1,8 @@
 // One superposition serves all four distances, that of the MaxSub subset: the percentages are those
 // of the superposition that the MaxSub score was taken from.
 #include "base/log.h"
+#include "compare/fit/tolerance.h"
 #include "compare/maxsub.h"
-#include "compare/tolerance.h"
 #include "compare/workspace.h"
 
 namespace tervolanda {

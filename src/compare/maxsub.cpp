@@ -9,8 +9,8 @@
 #include <utility>
 
 #include "base/log.h"
-#include "compare/tm_scale.h"
-#include "compare/tolerance.h"
+#include "compare/fit/tm_scale.h"
+#include "compare/fit/tolerance.h"
 
 namespace tervolanda {
 
@@ -36,6 +36,16 @@ struct SubsetScore {
     double maxsub = 0.0;
     double tm = 0.0;
 };
+
+MappingTask mappingTask(const CoordinateSet& experiment, const CoordinateSet& prediction,
+                        const ComparisonParameters& parameters, const SearchTask& task) {
+    return {experiment,
+            prediction,
+            {parameters.gapOpen, parameters.gapAffine},
+            parameters.thresholdScale,
+            parameters.similarityMatrix,
+            task.iteration};
+}
 
 // Which pairs a scoring counts.  The limit is inside during the search and outside in the final
 // scoring: reported subsets depend on it.
@@ -205,7 +215,7 @@ class PassLoop {
             fitPairs(workspace_.pairs, workspace_.best, workspace_.kernels(), workspace_.gathered);
         if (!fit) return false;
         ResidueMapping& next = workspace_.nextMapping;
-        workspace_.mapper.mapByDistance({experiment_, prediction_, parameters_, task_.iteration},
+        workspace_.mapper.mapByDistance(mappingTask(experiment_, prediction_, parameters_, task_),
                                         asSuperposition(workspace_.pairs, *fit), pass, next,
                                         report_);
         if (next.size() < kFewestMapped) {
@@ -291,7 +301,7 @@ SearchResult searchMaxSub(const CoordinateSet& experiment, const CoordinateSet& 
     report.reportFrom(4, "Iter %u: Experiment size=%4d\n", task.iteration,
                       static_cast<int>(experiment.size()));
     if (parameters.sequenceIndependent) {
-        workspace.mapper.mapByShape({experiment, prediction, parameters, task.iteration},
+        workspace.mapper.mapByShape(mappingTask(experiment, prediction, parameters, task),
                                     workspace.kernels(), workspace.mapping, report);
     } else {
         mapByResidue(experiment, prediction, workspace.mapping, report);

@@ -10,7 +10,7 @@
 #include <numeric>
 #include <tuple>
 
-#include "compare/superposition.h"
+#include "compare/fit/superposition.h"
 
 namespace tervolanda {
 

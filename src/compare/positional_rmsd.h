@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "compare/compare.h"
-#include "compare/kernels.h"
+#include "compare/fit/kernels.h"
 
 namespace tervolanda {
 

@@ -18,7 +18,7 @@
 #include <optional>
 #include <utility>
 
-#include "compare/tolerance.h"
+#include "compare/fit/tolerance.h"
 
 namespace tervolanda {
 

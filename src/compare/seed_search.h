@@ -6,8 +6,8 @@
 #include <span>
 #include <vector>
 
-#include "compare/kernels.h"
-#include "compare/superposition.h"
+#include "compare/fit/kernels.h"
+#include "compare/fit/superposition.h"
 
 namespace tervolanda {
 

@@ -5,11 +5,11 @@
 #include <vector>
 
 #include "compare/compare.h"
-#include "compare/kernels.h"
-#include "compare/mapping.h"
+#include "compare/fit/kernels.h"
+#include "compare/fit/superposition.h"
+#include "compare/pairing/mapping.h"
+#include "compare/pairing/sequence_independent.h"
 #include "compare/seed_search.h"
-#include "compare/sequence_independent.h"
-#include "compare/superposition.h"
 
 namespace tervolanda {
 

@@ -7,7 +7,7 @@
 #include <cmath>
 
 #include "compare/comparing.h"
-#include "compare/tm_scale.h"
+#include "compare/fit/tm_scale.h"
 
 namespace tervolanda::test {
 namespace {

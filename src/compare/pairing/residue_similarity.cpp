@@ -6,7 +6,7 @@
 // c2 = -2 |M|^2, c1 = -8 det M, and c0 = |M|^4 - 4 |cof M|^2, |.| being the root of the sum of
 // squares.  Newton's method finds the largest root from above (Theobald 2005).  The loops run over
 // a block of experiment fragments, so that the compiler turns them into vector instructions.
-#include "compare/residue_similarity.h"
+#include "compare/pairing/residue_similarity.h"
 
 #include <algorithm>
 #include <array>

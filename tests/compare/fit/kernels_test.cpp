@@ -1,5 +1,5 @@
 // The kernels of all instruction sets against plain loops.
-#include "compare/kernels.h"
+#include "compare/fit/kernels.h"
 
 #include <gtest/gtest.h>
 

@@ -4,7 +4,7 @@
 // four patterns.  Hydrogens are placed, since most files have none.  With C-alpha atoms alone, a
 // helix shows in the distances along the chain, and a strand in the distances along the chain and
 // to a neighbouring strand.
-#include "compare/secondary_structure.h"
+#include "compare/pairing/secondary_structure.h"
 
 #include <algorithm>
 #include <array>

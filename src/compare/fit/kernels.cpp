@@ -1,7 +1,7 @@
 // One body, two instruction sets: the same source in two namespaces, the second compiled for AVX2,
 // and a table of functions picked once.  A whole file compiled with AVX2 would let inline library
 // code with AVX leak to processors without it; this cannot, as the body calls no library code.
-#include "compare/kernels.h"
+#include "compare/fit/kernels.h"
 
 #include <cstring>
 
@@ -13,7 +13,7 @@ namespace tervolanda {
 
 namespace portable {
 namespace {
-#include "compare/kernels_body.inc"
+#include "compare/fit/kernels_body.inc"
 }  // namespace
 }  // namespace portable
 
@@ -27,7 +27,7 @@ namespace {
 namespace avx2 {
 namespace {
 #define TERVOLANDA_AVX2
-#include "compare/kernels_body.inc"
+#include "compare/fit/kernels_body.inc"
 #undef TERVOLANDA_AVX2
 }  // namespace
 }  // namespace avx2

@@ -7,8 +7,8 @@
 #include <optional>
 #include <span>
 
-#include "compare/compare.h"
-#include "compare/kernels.h"
+#include "compare/fit/fit.h"
+#include "compare/fit/kernels.h"
 
 namespace tervolanda {
 

@@ -4,10 +4,10 @@
 #include <cstdint>
 #include <vector>
 
-#include "compare/compare.h"
-#include "compare/kernels.h"
-#include "compare/mapping.h"
-#include "compare/starting_pairings.h"
+#include "compare/fit/kernels.h"
+#include "compare/pairing/local_alignment.h"
+#include "compare/pairing/mapping.h"
+#include "compare/pairing/starting_pairings.h"
 
 namespace tervolanda {
 
@@ -15,8 +15,10 @@ namespace tervolanda {
 struct MappingTask {
     const CoordinateSet& experiment;
     const CoordinateSet& prediction;
-    const ComparisonParameters& parameters;
-    std::uint32_t iteration = 1;  // domain iteration, for report lines and file names
+    GapPenalties penalties;
+    double thresholdScale = 1.0;    // factor on the length-dependent distance scale
+    bool similarityMatrix = false;  // dump the similarity matrices
+    std::uint32_t iteration = 1;    // domain iteration, for report lines and file names
 };
 
 // Makes residue mappings from structure, with the scratch that takes.

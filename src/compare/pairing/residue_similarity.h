@@ -6,8 +6,8 @@
 #include <span>
 #include <vector>
 
-#include "compare/compare.h"
-#include "compare/local_alignment.h"
+#include "compare/pairing/local_alignment.h"
+#include "compare/pairing/pairing.h"
 
 namespace tervolanda {
 

@@ -5,10 +5,10 @@
 #include <cstdint>
 #include <vector>
 
-#include "compare/compare.h"
-#include "compare/kernels.h"
-#include "compare/local_alignment.h"
-#include "compare/superposition.h"
+#include "compare/fit/kernels.h"
+#include "compare/fit/superposition.h"
+#include "compare/pairing/local_alignment.h"
+#include "compare/pairing/pairing.h"
 
 namespace tervolanda {
 

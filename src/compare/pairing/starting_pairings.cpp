@@ -3,14 +3,14 @@
 // starts are tried.  Shifting one chain along the other finds what matches without gaps; fragments
 // superposed in turn find what one rigid motion explains.  Whatever start is taken, the search that
 // follows does the rest: here it is enough to be near.
-#include "compare/starting_pairings.h"
+#include "compare/pairing/starting_pairings.h"
 
 #include <algorithm>
 #include <cmath>
 #include <utility>
 
-#include "compare/residue_similarity.h"
-#include "compare/tm_scale.h"
+#include "compare/fit/tm_scale.h"
+#include "compare/pairing/residue_similarity.h"
 
 namespace tervolanda {
 

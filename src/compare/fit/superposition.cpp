@@ -5,21 +5,18 @@
 // is a column of the adjugate of the matrix less the eigenvalue (Liu, Agrafiotis & Theobald 2010,
 // J. Comput. Chem. 31:1561).  Where two eigenvalues nearly meet the adjugate loses its digits, and
 // Jacobi rotations, which do not, take over.
-#include "compare/superposition.h"
+#include "compare/fit/superposition.h"
 
 #include <algorithm>
 #include <cmath>
 #include <tuple>
 #include <utility>
 
-#include "base/format.h"
-#include "base/log.h"
-
 namespace tervolanda {
 
 namespace {
 
-#include "compare/quaternion_body.inc"
+#include "compare/fit/quaternion_body.inc"
 
 using Vector4 = std::array<double, 4>;  // w, x, y, z
 
@@ -308,35 +305,6 @@ void makeUnitVectors(Points& points) {
         points.z[i] = z * scale;
     }
     points.resize(n);
-}
-
-void applySuperposition(const Superposition& superposition, Chain& chain) {
-    for (Atom& atom : chain.atoms) {
-        const auto moved = superposition.apply(atom.x, atom.y, atom.z);
-        atom.x = moved[0];
-        atom.y = moved[1];
-        atom.z = moved[2];
-    }
-}
-
-void reportSuperposition(const Superposition& superposition, int atLeast, Report& report) {
-    if (!report.reportsFrom(atLeast)) return;
-    const auto number = [](double value) { return withoutNegativeZero(value, 6); };
-    const auto& p = superposition.predictionCentre;
-    const auto& e = superposition.experimentCentre;
-    const auto& r = superposition.rotation;
-    report.reportFrom(atLeast, "Center Pred. %10.6f %10.6f %10.6f\n", number(p[0]), number(p[1]),
-                      number(p[2]));
-    report.reportFrom(atLeast, "Center Exp.  %10.6f %10.6f %10.6f\n", number(e[0]), number(e[1]),
-                      number(e[2]));
-    report.reportFrom(atLeast, "Translation  %10.6f %10.6f %10.6f\n", number(e[0] - p[0]),
-                      number(e[1] - p[1]), number(e[2] - p[2]));
-    report.reportFrom(atLeast, "Rot. Mat.    %10.6f %10.6f %10.6f\n", number(r[0]), number(r[1]),
-                      number(r[2]));
-    report.reportFrom(atLeast, "             %10.6f %10.6f %10.6f\n", number(r[3]), number(r[4]),
-                      number(r[5]));
-    report.reportFrom(atLeast, "             %10.6f %10.6f %10.6f\n", number(r[6]), number(r[7]),
-                      number(r[8]));
 }
 
 }  // namespace tervolanda

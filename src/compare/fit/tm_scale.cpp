@@ -1,6 +1,6 @@
 // The scale makes scores of chains of any length comparable: it grows with the distance that two
 // unrelated chains of that length have.
-#include "compare/tm_scale.h"
+#include "compare/fit/tm_scale.h"
 
 #include <algorithm>
 #include <cmath>

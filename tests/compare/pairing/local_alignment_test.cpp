@@ -1,4 +1,4 @@
-#include "compare/local_alignment.h"
+#include "compare/pairing/local_alignment.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -3,7 +3,7 @@
 // scores are kept; the way back needs one byte a cell.  A row is filled in three loops so that the
 // compiler can use vector instructions for the first and the last: only skipped columns depend on
 // the cell to their left.
-#include "compare/local_alignment.h"
+#include "compare/pairing/local_alignment.h"
 
 #include <algorithm>
 #include <limits>

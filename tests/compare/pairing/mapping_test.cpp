@@ -1,4 +1,4 @@
-#include "compare/mapping.h"
+#include "compare/pairing/mapping.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "compare/superposition.h"
+#include "compare/fit/superposition.h"
 
 #include <gtest/gtest.h>
 

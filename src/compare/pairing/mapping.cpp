@@ -1,12 +1,12 @@
 // Turns chains into coordinate sets and pairs their records.  Every set carries its records sorted
 // by key, so that pairing two sets is one walk along both, whatever their numbering looks like.
-#include "compare/mapping.h"
+#include "compare/pairing/mapping.h"
 
 #include <algorithm>
 #include <numeric>
 
 #include "base/log.h"
-#include "compare/secondary_structure.h"
+#include "compare/pairing/secondary_structure.h"
 
 namespace tervolanda {
 
@@ -93,10 +93,10 @@ std::size_t endOfRun(const CoordinateSet& set, std::size_t first) {
 }  // namespace
 
 CoordinateSet prepareChain(const Chain& chain, AtomSelection selection,
-                           const ComparisonParameters& parameters, Report& report) {
+                           SecondaryStructure structureShown, Report& report) {
     CoordinateSet set;
-    const std::string structure =
-        parameters.sequenceIndependent ? secondaryStructure(chain) : std::string();
+    const bool isAssigned = structureShown == SecondaryStructure::Assigned;
+    const std::string structure = isAssigned ? secondaryStructure(chain) : std::string();
     reserve(chain.residues.size(), set);
     // Atoms behind a residue that fell apart belong to no residue; they count from its number on.
     std::uint32_t residue = 0;
@@ -121,7 +121,7 @@ CoordinateSet prepareChain(const Chain& chain, AtomSelection selection,
     if (!report.reportsFrom(5)) return set;
     report.reportFrom(5, ">%s\n%s\n", chain.fileName.c_str(),
                       inFastaForm(oneLetterSequence(chain)).c_str());
-    if (parameters.sequenceIndependent) {
+    if (isAssigned) {
         report.reportFrom(5, ">%s : SS\n%s\n", chain.fileName.c_str(),
                           inFastaForm(structure).c_str());
     }

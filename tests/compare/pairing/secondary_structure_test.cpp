@@ -1,4 +1,4 @@
-#include "compare/secondary_structure.h"
+#include "compare/pairing/secondary_structure.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -3,7 +3,7 @@
 // Strauss & Olmea 2002), and the matrix of their scores is aligned; where that leads nowhere other
 // starts are tried.  Once a search has superposed that pairing, distances tell more than shapes:
 // all residue pairs are scored by the TM-score's term (Zhang & Skolnick 2004) and aligned again.
-#include "compare/sequence_independent.h"
+#include "compare/pairing/sequence_independent.h"
 
 #include <algorithm>
 #include <string>
@@ -11,8 +11,8 @@
 #include "base/file.h"
 #include "base/format.h"
 #include "base/log.h"
-#include "compare/residue_similarity.h"
-#include "compare/tm_scale.h"
+#include "compare/fit/tm_scale.h"
+#include "compare/pairing/residue_similarity.h"
 
 namespace tervolanda {
 
@@ -21,10 +21,6 @@ namespace {
 // The residue in the middle of a fragment, and the residues of a fragment: one more than vectors.
 constexpr std::uint32_t kMiddle = kFragmentLength / 2;
 constexpr std::uint32_t kFragmentResidues = kFragmentLength + 1;
-
-GapPenalties penaltiesOf(const ComparisonParameters& parameters) {
-    return {parameters.gapOpen, parameters.gapAffine};
-}
 
 // Fragments stand for their middle residues; the first and the last of the alignment for the
 // residues before and behind their middle as well, which no other fragment can stand for.
@@ -103,10 +99,9 @@ void StructureMapper::mapByShape(const MappingTask& task, const Kernels& kernels
     } else {
         const FragmentScores similarity(ofExperiment, ofPrediction);
         dump(task, 0, Cells::FragmentScores, similarity, report);
-        const GapPenalties penalties = penaltiesOf(task.parameters);
-        scratch_.aligner.align(similarity, penalties, fragments_);
+        scratch_.aligner.align(similarity, task.penalties, fragments_);
         pairFragments(fragments_, pairing_);
-        StartingPairings(task.experiment, task.prediction, penalties, kernels, scratch_)
+        StartingPairings(task.experiment, task.prediction, task.penalties, kernels, scratch_)
             .improve(pairing_);
     }
     setMapping(pairing_, task, mapping);
@@ -118,7 +113,7 @@ void StructureMapper::mapByDistance(const MappingTask& task, const Superposition
                                     std::uint32_t pass, ResidueMapping& mapping, Report& report) {
     const auto length =
         static_cast<double>(std::min(task.experiment.size(), task.prediction.size()));
-    const double scale = distanceScale(length, task.parameters.thresholdScale);
+    const double scale = distanceScale(length, task.thresholdScale);
     const double reach = similarityReach(length);
     report.reportFrom(6, "Opt  %u: Generating similarity matrix using d0 = %.2f : dmax = %.2f\n",
                       pass, scale, reach);
@@ -127,7 +122,7 @@ void StructureMapper::mapByDistance(const MappingTask& task, const Superposition
         report.reportFrom(6, "Opt  %u: Average similarity score = %.3f\n", pass, mean(similarity));
     }
     dump(task, pass, Cells::Similarities, similarity, report);
-    scratch_.aligner.align(similarity, penaltiesOf(task.parameters), pairing_);
+    scratch_.aligner.align(similarity, task.penalties, pairing_);
     setMapping(pairing_, task, mapping);
     report.reportFrom(6, "Opt  %u: Mapped %u residues\n", pass,
                       static_cast<unsigned>(mapping.size()));
@@ -135,7 +130,7 @@ void StructureMapper::mapByDistance(const MappingTask& task, const Superposition
 
 void StructureMapper::dump(const MappingTask& task, std::uint32_t pass, Cells cells,
                            const SimilarityRows& similarity, Report& report) {
-    if (!task.parameters.similarityMatrix || dumpFailed_) return;
+    if (!task.similarityMatrix || dumpFailed_) return;
     const std::string fileName = format("align.matrix.%u.%u", task.iteration, pass);
     OutputFile file(fileName);
     if (!file.isOpen()) {

@@ -1,4 +1,4 @@
-#include "compare/residue_similarity.h"
+#include "compare/pairing/residue_similarity.h"
 
 #include <gtest/gtest.h>
 

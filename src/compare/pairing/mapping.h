@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "compare/compare.h"
+#include "compare/pairing/pairing.h"
 
 namespace tervolanda {
 

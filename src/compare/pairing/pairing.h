@@ -1,0 +1,55 @@
+// Chains as comparisons see them, and pairs of their residues.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "chain/chain.h"
+#include "compare/fit/fit.h"
+
+namespace tervolanda {
+
+class Report;
+
+enum class AtomSelection : std::uint8_t { Calpha, Backbone };
+
+// The selected atoms of a chain, a record each, in chain order.  All arrays have one entry a record
+// unless they say otherwise.
+struct CoordinateSet {
+    Points points;  // Å
+    std::vector<std::int32_t> residueNumber;
+    std::vector<char> insertionCode;
+    std::vector<std::uint32_t> residueIndex;  // position of the residue in its chain
+    std::vector<std::int32_t> residueKey;     // residue number x 256 + insertion code
+    std::vector<std::uint8_t> atomKey;        // which backbone atom: 1 is the C-alpha
+    std::vector<std::uint32_t> byKey;         // record numbers sorted by residue and atom key
+    std::string sequence;                     // one-letter codes
+    std::string secondaryStructure;           // H, E or C; filled in sequence-independent mode
+    double gyrationRadius = 0.0;              // Å, all C-alpha atoms of the chain
+    std::size_t residues = 0;                 // of the chain, with or without a selected atom
+    std::int64_t firstResidue = 0;            // residue key of the chain's first
+    std::int64_t lastResidue = 0;             // and last residue
+
+    std::size_t size() const { return points.size(); }
+};
+
+inline constexpr std::uint8_t kCalphaKey = 1;
+
+// Whether a coordinate set carries the secondary structure: pairing by structure shows it.
+enum class SecondaryStructure : std::uint8_t { Omitted, Assigned };
+
+// Turns a chain into its coordinate set.  At report level 5 the chain is printed in FASTA form.
+CoordinateSet prepareChain(const Chain& chain, AtomSelection selection,
+                           SecondaryStructure structure, Report& report);
+
+// One residue pair of a MaxSub subset: record positions, 0-based, and the domain iteration (0 for
+// the first) whose subset it is in.
+struct MatchedPair {
+    std::uint32_t experiment = 0;
+    std::uint32_t prediction = 0;
+    std::uint32_t iteration = 0;
+};
+
+}  // namespace tervolanda
