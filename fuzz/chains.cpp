@@ -10,7 +10,8 @@
 #include <set>
 #include <tuple>
 
-#include "chain/pdb_reader.h"
+#include "chain/input/chain_builder.h"
+#include "chain/input/pdb_columns.h"
 #include "support.h"
 
 namespace tervolanda::fuzz {
@@ -106,12 +107,12 @@ void requireClose(double written, double read) {
 void requireSound(const ChainSet& set, const ReadRequest& request) {
     FUZZ_REQUIRE(!set.chains.empty());
     FUZZ_REQUIRE((request.options & ReadSingleChain) == 0 || set.chains.size() == 1);
-    std::set<char> ids;
+    std::set<std::string> names;
     for (const Chain& chain : set.chains) {
-        FUZZ_REQUIRE(ids.insert(chain.id).second);
+        FUZZ_REQUIRE(names.insert(chain.name).second);
         std::size_t calphas = 0;
         for (const Atom& atom : chain.atoms) {
-            FUZZ_REQUIRE(atom.chainId == chain.id);
+            FUZZ_REQUIRE(atom.chainId == chain.letter());
             FUZZ_REQUIRE(std::isfinite(atom.x) && std::isfinite(atom.y) && std::isfinite(atom.z));
             FUZZ_REQUIRE(std::isfinite(atom.occupancy) && std::isfinite(atom.bFactor));
             FUZZ_REQUIRE(atom.residueType == residueIndex(atom.residueName.view()));
@@ -126,7 +127,7 @@ void requireSound(const ChainSet& set, const ReadRequest& request) {
 }
 
 void requireSameAtoms(const Chain& a, const Chain& b) {
-    FUZZ_REQUIRE(a.id == b.id && a.atoms.size() == b.atoms.size());
+    FUZZ_REQUIRE(a.name == b.name && a.atoms.size() == b.atoms.size());
     for (std::size_t i = 0; i < a.atoms.size(); ++i) {
         const Atom& first = a.atoms[i];
         const Atom& second = b.atoms[i];
@@ -143,11 +144,11 @@ void requireWritable(const Chain& chain) {
         if (hasNul(atom) || !fitsSixColumns(atom.occupancy) || !fitsSixColumns(atom.bFactor))
             continue;
         FUZZ_REQUIRE(line.size() == 81);
-        ChainSet set;
         const ResidueExclusions none;
-        RecordTaker(ReadAllAtoms, none, set).take(line);
-        FUZZ_REQUIRE(set.chains.size() == 1);
-        const Atom& read = set.chains[0].atoms.at(0);
+        ChainBuilder builder(Selection(), none);
+        AtomRecordReader(builder).take(line);
+        FUZZ_REQUIRE(builder.chains().size() == 1);
+        const Atom& read = builder.chains()[0].atoms.at(0);
         requireSameTexts(atom, read);
         requireClose(atom.x, read.x);
         requireClose(atom.y, read.y);
@@ -255,11 +256,12 @@ std::vector<Chain> takeRecords(const std::vector<std::string_view>& records, std
         const Atom atom = literalAtom(line, isFull);
         if (exclusions.excludes(std::string_view(line).substr(22, 5))) continue;
         if (atom.residueType > kLastAminoAcid || !isWanted(atom, options)) continue;
-        auto chain = std::find_if(chains.begin(), chains.end(),
-                                  [&](const Chain& known) { return known.id == atom.chainId; });
+        auto chain = std::find_if(chains.begin(), chains.end(), [&](const Chain& known) {
+            return known.letter() == atom.chainId;
+        });
         if (chain == chains.end()) {
             chain = chains.insert(chains.end(), Chain{});
-            chain->id = atom.chainId;
+            chain->name = std::string(1, atom.chainId);
         }
         chain->atoms.push_back(atom);
     }
@@ -305,7 +307,7 @@ void addAtom(Chain& chain, const char* name, const char* residue, int number, ch
     atom.classification = classifyAtomName(name, atom.residueType);
     atom.residueNumber = static_cast<std::int16_t>(number);
     atom.insertionCode = insertion;
-    atom.chainId = chain.id;
+    atom.chainId = chain.letter();
     atom.x = place[0];
     atom.y = place[1];
     atom.z = place[2];
@@ -375,7 +377,7 @@ void throwFar(Chain& chain, FuzzedDataProvider& input) {
 
 Chain makeChain(FuzzedDataProvider& input) {
     Chain chain;
-    chain.id = 'A';
+    chain.name = "A";
     const int kind = input.ConsumeIntegralInRange(0, 4);
     const int length = input.ConsumeIntegralInRange(0, kLongestChain);
     const bool hasBackbone = input.ConsumeBool();

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "chain/chain.h"
+#include "chain/input/input.h"
 
 namespace tervolanda::fuzz {
 

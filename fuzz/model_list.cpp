@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "chain/chain.h"
+#include "chain/input/input.h"
 #include "chains.h"
 #include "support.h"
 
@@ -74,7 +74,7 @@ void requireModel(const Chain& model, const std::vector<std::string>& named,
         FUZZ_REQUIRE(!excluded.contains(keyOf(model.atoms[i])));
     const auto isLeft = [&](const char* key) { return excluded.contains(key) ? 0U : 1U; };
     const std::size_t expected =
-        model.id == 'B' ? 1 : isLeft("   1 ") + isLeft("   2 ") + isLeft("   2A");
+        model.name == "B" ? 1 : isLeft("   1 ") + isLeft("   2 ") + isLeft("   2A");
     FUZZ_REQUIRE(model.atoms.size() == expected);
 }
 

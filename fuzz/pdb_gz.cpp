@@ -12,8 +12,10 @@
 #include <string>
 #include <vector>
 
-#include "chain/chain.h"
-#include "chain/pdb_reader.h"
+#include "chain/input/chain_builder.h"
+#include "chain/input/input.h"
+#include "chain/input/pdb_columns.h"
+#include "chain/input/record_scanner.h"
 #include "chains.h"
 #include "support.h"
 
@@ -71,18 +73,18 @@ CompressedFile& theFile() {
 }
 
 // The chains of `text`, given to a scanner in blocks of sizes that the bytes say.
-ChainSet scannedInBlocks(std::string_view text, std::uint16_t options,
-                         const ResidueExclusions& exclusions, FuzzedDataProvider& input) {
-    ChainSet set;
-    RecordTaker taker(options, exclusions, set);
-    RecordScanner scanner(taker);
+std::vector<Chain> scannedInBlocks(std::string_view text, std::uint16_t options,
+                                   const ResidueExclusions& exclusions, FuzzedDataProvider& input) {
+    ChainBuilder builder(selectionOf(options), exclusions);
+    AtomRecordReader reader(builder);
+    RecordScanner scanner(reader);
     const auto most = input.ConsumeIntegralInRange<std::size_t>(1, 200);
     for (std::size_t length = 1; !text.empty(); length = length % most + 1) {
         scanner.append(text.substr(0, length));
         text.remove_prefix(std::min(length, text.size()));
     }
     scanner.finish();
-    return set;
+    return std::move(builder.chains());
 }
 
 void requireSameChains(const std::vector<Chain>& a, const std::vector<Chain>& b) {
@@ -139,7 +141,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::vector<Chain> literal =
         takeRecords(scannedRecords(text), request.options, exclusions);
     requireSameChains(set.value_or(ChainSet{}).chains, literal);
-    const ChainSet inBlocks = scannedInBlocks(text, request.options, exclusions, input);
-    requireSameChains(inBlocks.chains, literal);
+    requireSameChains(scannedInBlocks(text, request.options, exclusions, input), literal);
     return 0;
 }

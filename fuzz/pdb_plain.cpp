@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-#include "chain/chain.h"
+#include "chain/input/input.h"
 #include "chains.h"
 #include "support.h"
 

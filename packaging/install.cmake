@@ -18,8 +18,6 @@ install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR}
 # The library, for find_package(tervolanda) and the target tervolanda::tervolanda.  Its headers are
 # those that src/rooms names for other programs, and what these include.
 set_target_properties(tervolanda_core PROPERTIES EXPORT_NAME tervolanda OUTPUT_NAME tervolanda)
-set(TERVOLANDA_PUBLIC_HEADERS
-    chain/chain.h compare/compare.h compare/workspace.h cluster/cluster.h base/log.h)
 set(TERVOLANDA_STAGED_HEADERS ${PROJECT_BINARY_DIR}/staged/include)
 install(CODE "set(SOURCES \"${PROJECT_SOURCE_DIR}/src\")
 set(HEADERS \"${TERVOLANDA_PUBLIC_HEADERS}\")

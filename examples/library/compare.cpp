@@ -4,7 +4,7 @@
 
 #include <tervolanda/base/line_streams.h>
 #include <tervolanda/base/log.h>
-#include <tervolanda/chain/chain.h>
+#include <tervolanda/chain/input/input.h>
 #include <tervolanda/compare/compare.h>
 #include <tervolanda/compare/workspace.h>
 

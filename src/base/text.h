@@ -21,6 +21,8 @@ class FixedText {
         std::copy_n(text.begin(), std::min(text.size(), Width), characters_.begin());
         characters_[Width] = '\0';
     }
+    // The same for `text` of Width characters; takes less time.
+    void assign(std::string_view text) { std::copy_n(text.begin(), Width, characters_.begin()); }
     const char* text() const { return characters_.data(); }
     std::string_view view() const { return {characters_.data(), Width}; }
     char operator[](std::size_t i) const { return characters_[i]; }

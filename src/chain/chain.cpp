@@ -1,5 +1,5 @@
-// Residues are runs of atoms.  They are counted by their keys first, so that a residue whose atoms
-// are scattered over the file shows itself as one run more than there are keys.
+// Residues are runs of atoms.  They are counted by number and insertion code first, so that a
+// residue whose atoms are scattered over the file shows itself as one run more than there are keys.
 #include "chain/chain.h"
 
 #include <algorithm>
@@ -11,17 +11,13 @@ namespace tervolanda {
 
 namespace {
 
-std::int32_t keyOf(const Atom& atom) {
-    return atom.residueNumber * 256 + static_cast<unsigned char>(atom.insertionCode);
-}
-
-std::size_t countResidueKeys(const Chain& chain) {
-    std::vector<std::int32_t> keys;
+std::size_t countResidues(const Chain& chain) {
+    std::vector<ResidueId> ids;
     for (const Atom& atom : chain.atoms) {
-        if (keys.empty() || keys.back() != keyOf(atom)) keys.push_back(keyOf(atom));
+        if (ids.empty() || ids.back() != atom.residueId()) ids.push_back(atom.residueId());
     }
-    std::sort(keys.begin(), keys.end());
-    return static_cast<std::size_t>(std::unique(keys.begin(), keys.end()) - keys.begin());
+    std::sort(ids.begin(), ids.end());
+    return static_cast<std::size_t>(std::unique(ids.begin(), ids.end()) - ids.begin());
 }
 
 // Notes an atom that is the first of its kind in the residue.
@@ -41,11 +37,11 @@ void noteAtom(const Atom& atom, std::uint32_t position, Residue& residue) {
 
 void buildResidues(Chain& chain, Log& log) {
     chain.residues.clear();
-    const std::size_t count = countResidueKeys(chain);
+    const std::size_t count = countResidues(chain);
     chain.residues.reserve(count);
     for (std::uint32_t i = 0; i < chain.atoms.size(); ++i) {
         const Atom& atom = chain.atoms[i];
-        if (i == 0 || keyOf(atom) != keyOf(chain.atoms[i - 1])) {
+        if (i == 0 || atom.residueId() != chain.atoms[i - 1].residueId()) {
             if (chain.residues.size() == count) {
                 log.error(0, "Residue assignment error");
                 return;
@@ -60,26 +56,21 @@ void buildResidues(Chain& chain, Log& log) {
 
 double radiusOfGyration(const Chain& chain) {
     double n = 0.0;
-    double x = 0.0;
-    double y = 0.0;
-    double z = 0.0;
+    Vec3 sum;
     for (const Atom& atom : chain.atoms) {
         if (!atom.matches(kMaskCA)) continue;
         n += 1.0;
-        x += atom.x;
-        y += atom.y;
-        z += atom.z;
+        sum = sum + atom.place();
     }
     if (n == 0.0) return 0.0;
-    double sum = 0.0;
+    const Vec3 centre = sum / n;
+    double squares = 0.0;
     for (const Atom& atom : chain.atoms) {
         if (!atom.matches(kMaskCA)) continue;
-        const double dx = atom.x - x / n;
-        const double dy = atom.y - y / n;
-        const double dz = atom.z - z / n;
-        sum += dx * dx + dy * dy + dz * dz;
+        const Vec3 d = atom.place() - centre;
+        squares += dot(d, d);
     }
-    return std::sqrt(sum / n);
+    return std::sqrt(squares / n);
 }
 
 std::string oneLetterSequence(const Chain& chain) {

@@ -1,19 +1,24 @@
-// The chain model: atoms, residues and chains as plain values, and the ways they come in and go
-// out.  This is what the other rooms may use; what stands in the room's other headers is its own.
+// The chain model: atoms, residues and chains as plain values, the codes of residues and atom
+// names, and structures as records of PDB files.  How structures are read stands in
+// chain/input/input.h.
 #pragma once
 
+#include <compare>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_set>
 #include <vector>
 
 #include "base/text.h"
+#include "base/vec3.h"
 
 namespace tervolanda {
 
 class Log;
+class OutputFile;
+
+// --- Atoms, residues, chains ---------------------------------------------------------------------
 
 inline constexpr std::uint32_t kNoAtom = UINT32_MAX;
 
@@ -37,16 +42,27 @@ inline constexpr std::uint32_t kMaskC = 0x110042;
 inline constexpr std::uint32_t kMaskO = 0x110044;
 inline constexpr std::uint32_t kMaskCB = 0x110102;
 
+// What a structure file calls a residue: a number, and a letter where several residues share one.
+struct ResidueId {
+    std::int16_t number = 0;
+    char insertionCode = ' ';
+
+    // Both as one number: residues are told apart, paired and put in order by it.
+    std::int32_t key() const { return number * 256 + static_cast<unsigned char>(insertionCode); }
+    friend bool operator==(ResidueId a, ResidueId b) { return a.key() == b.key(); }
+    friend auto operator<=>(ResidueId a, ResidueId b) { return a.key() <=> b.key(); }
+};
+
 struct Atom {
     double x = 0.0, y = 0.0, z = 0.0;  // Å
     double occupancy = 1.0;
     double bFactor = 0.0;              // Å²
     std::uint32_t classification = 0;  // AtomNameBits
-    std::int32_t serial = 0;           // set by the code that writes, never read
+    std::int32_t serial = 0;           // for formatAtomLine(): no reader sets it
     std::int16_t residueNumber = 0;
     std::int16_t residueType = -1;  // row of the residue table, -1 for a name not in it
     char insertionCode = ' ';
-    char chainId = ' ';
+    char chainId = ' ';  // as records show it: the first character of the chain's name
     char alternateLocation = ' ';
     FixedText<4> name;
     FixedText<3> residueName;
@@ -55,6 +71,8 @@ struct Atom {
     FixedText<2> charge;
 
     bool matches(std::uint32_t mask) const { return (classification & mask) == mask; }
+    ResidueId residueId() const { return {residueNumber, insertionCode}; }
+    Vec3 place() const { return {x, y, z}; }
 };
 
 // A run of consecutive atoms with one residue number and insertion code.
@@ -69,7 +87,10 @@ struct Chain {
     std::vector<Residue> residues;  // as buildResidues() left them
     std::string fileName;           // the path as given
     std::uint32_t number = 0;       // 1-based position in its file, or model ID in a list
-    char id = ' ';                  // PDB chain identifier
+    std::string name = " ";         // what its file calls it; PDB files give one character
+
+    // What messages and records show of the name.
+    char letter() const { return name.empty() ? ' ' : name.front(); }
 };
 
 // The chains of one file, in order of first appearance.
@@ -95,13 +116,23 @@ double radiusOfGyration(const Chain& chain);
 // One letter a residue, from the residue names.
 std::string oneLetterSequence(const Chain& chain);
 
-// --- Residue codes -------------------------------------------------------------------------------
+// --- Codes and records ---------------------------------------------------------------------------
 
 // Row of the residue table for a three-letter name, -1 for none.
 int residueIndex(std::string_view name);
 // One-letter code of a three-letter name; "X" when there is none.  A third character "X" is "X" at
 // once, so that ASX and GLX read as "X" in sequences.
 char oneLetterCode(std::string_view name);
+// Classification of a four-character atom name in a residue of the given type.
+std::uint32_t classifyAtomName(std::string_view name, int residueType);
+
+// An ATOM record of 80 columns and a line end, with `serial` as its serial number.  Coordinates are
+// cut to eight characters, so that a huge one does not shift the columns.
+std::string formatFullAtomLine(const Atom& atom, int serial);
+
+// --- For callers of the library ------------------------------------------------------------------
+// The program needs none of these.
+
 // Three-letter name of the first row with this code; none when there is no such row.
 std::optional<std::string_view> threeLetterName(char code);
 // Three-letter name of a row, "UNK" for a number that is none.
@@ -110,90 +141,22 @@ std::string_view threeLetterNameOf(int index);
 char oneLetterOf(int index);
 // Row for an upper-case one-letter code, -1 for none.
 int indexOfCode(char letter);
-// Classification of a four-character atom name in a residue of the given type.
-std::uint32_t classifyAtomName(std::string_view name, int residueType);
 
-// --- Reading -------------------------------------------------------------------------------------
-
-// What is read of a file; one that holds more is refused.  No real file comes near, and a stream
-// that never ends gets there soon.
-inline constexpr std::size_t kLongestStructure = std::size_t{1} << 30;   // bytes, decompressed
-inline constexpr std::size_t kMostAtoms = std::size_t{1} << 24;          // of a structure file
-inline constexpr std::size_t kLongestList = std::size_t{1} << 26;        // bytes
-inline constexpr std::size_t kLongestExclusions = std::size_t{1} << 24;  // bytes
-
-// What to read and which checks to run; the bits are tested as documented at readStructureFile.
-enum ReadOptions : std::uint16_t {
-    ReadCheckGap = 0x0001,
-    ReadCalphaOnly = 0x0002,
-    ReadBackboneAndBeta = 0x0004,
-    ReadAllAtoms = 0x0008,
-    ReadCheckDuplicates = 0x0010,
-    ReadCheckAll = 0x0020,
-    ReadCheckCalphaDistance = 0x0040,
-    ReadStrictBackbone = 0x0080,
-    ReadSingleChain = 0x0100,
-    ReadCheckInsertionCodes = 0x0200,
-    ReadNoHydrogen = 0x0400,
-    ReadModelPrepare = 0x0800,
-    ReadCheckBreaks = 0x1000,
-    ReadCheckBackbone = 0x2000,
-    ReadCheckRadius = 0x4000,
-    ReadCompleteModel = 0x8000,
-};
-
-struct ReadRequest {
-    std::uint16_t options = ReadCalphaOnly | ReadCheckDuplicates | ReadCheckAll;
-    std::string templateSequence;  // expected one-letter codes by residue number; empty for none
-    std::size_t minimumCalphas = 0;
-    int maximumGap = 1;               // residue numbers, with ReadCheckGap
-    double maximumCompactness = 0.0;  // limit of ReadCheckRadius
-};
-
-// Residues that no read returns, each named by columns 23 to 27 of its atom records.
-class ResidueExclusions {
- public:
-    void add(std::string_view key) { keys_.emplace(key.substr(0, kKeyWidth)); }
-    // `columns` is the five characters of residue number and insertion code.
-    bool excludes(std::string_view columns) const {
-        return !keys_.empty() && keys_.contains(std::string(columns));
-    }
-    std::size_t size() const { return keys_.size(); }
-
-    static constexpr std::size_t kKeyWidth = 5;
-
- private:
-    std::unordered_set<std::string> keys_;
-};
-
-// Reads a structure file: PDB text, the same gzip-compressed (suffix ".gz"), or standard input
-// ("-").  Selects atoms by the first of ReadAllAtoms, ReadBackboneAndBeta and ReadCalphaOnly that
-// is set, checks every chain and drops those that fail.  None, after ERROR lines, when no chain is
-// left or, with ReadSingleChain, when the file has more than one.
-std::optional<ChainSet> readStructureFile(const std::string& path, const ReadRequest& request,
-                                          const ResidueExclusions& exclusions, Log& log);
-
-// The same for a file that must hold exactly one chain.
-std::optional<Chain> readChain(const std::string& path, const ReadRequest& request,
-                               const ResidueExclusions& exclusions, Log& log);
-
-// Reads the models that a list file names, one path a line, and appends those that can be read to
-// `list`; returns their number.  `counter` is the caller's running ID: it starts at 0, and every
-// line that names a file takes the next ID, whether the file can be read or not.
-std::size_t readModelList(const std::string& path, std::uint32_t& counter,
-                          const ReadRequest& request, const ResidueExclusions& exclusions, Log& log,
-                          ChainList& list);
-
-// Adds the keys of a residue exclusion file (the first five characters of every line).  False,
-// after an ERROR line, when it cannot be read.
-bool readResidueExclusionFile(const std::string& path, ResidueExclusions& exclusions, Log& log);
-
-// --- Writing -------------------------------------------------------------------------------------
-
-// An ATOM record of 54 columns and a line end: no chain, no alternate location.  Coordinates are
-// cut to eight characters, so that a huge one does not shift the columns.
+// An ATOM record of 54 columns and a line end, with the atom's own serial number: no chain, no
+// alternate location.  Coordinates are cut as above.
 std::string formatAtomLine(const Atom& atom);
-// An ATOM record of 80 columns and a line end, with `serial` as its serial number.
-std::string formatFullAtomLine(const Atom& atom, int serial);
+
+// A header of REMARK 99 lines, a full ATOM line for each atom with serial numbers from 1, and TER
+// when there was an atom.
+void writeChain(OutputFile& file, const Chain& chain);
+
+// Write a file that replaces an older one when it is complete; false when it is not.  With
+// `takeName` the chain or set then carries the last component of `path` as its file name.
+bool writeChainFile(Chain& chain, const std::string& path, bool takeName);
+bool writeChainSetFile(ChainSet& set, const std::string& path, bool takeName);
+
+// Writes each chain to "<directory>/model.<number>.pdb".  Goes on after a failure; true when every
+// file was written.
+bool writeModels(ChainSet& set, const std::string& directory, bool takeName, Log& log);
 
 }  // namespace tervolanda

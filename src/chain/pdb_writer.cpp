@@ -1,6 +1,6 @@
 // ATOM records in two layouts, whose columns never shift: a number that needs more than its columns
 // loses its last characters, and serial numbers begin again after 99999.
-#include "chain/pdb_writer.h"
+#include "chain/chain.h"
 
 #include "base/file.h"
 #include "base/format.h"

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <unordered_map>
 
+#include "base/vec3.h"
 #include "compare/compare.h"
 #include "compare/fit/tolerance.h"
 
@@ -16,22 +17,14 @@ namespace tervolanda {
 namespace {
 
 struct Beta {
-    std::int64_t key;  // residue number and insertion code
-    int number;
-    double x, y, z;
+    ResidueId residue;
+    Vec3 place;  // Å
 };
-
-double squaredDistance(const Beta& a, const Beta& b) {
-    const double dx = a.x - b.x;
-    const double dy = a.y - b.y;
-    const double dz = a.z - b.z;
-    return dx * dx + dy * dy + dz * dz;
-}
 
 // The beta atoms of a chain.  A residue that occurs twice counts by its first piece.
 struct BetaSet {
     std::vector<Beta> atoms;
-    std::unordered_map<std::int64_t, std::size_t> byKey;
+    std::unordered_map<std::int32_t, std::size_t> byKey;
 };
 
 BetaSet betaAtoms(const Chain& chain) {
@@ -39,10 +32,8 @@ BetaSet betaAtoms(const Chain& chain) {
     for (const Residue& residue : chain.residues) {
         if (residue.beta == kNoAtom) continue;
         const Atom& atom = chain.atoms[residue.beta];
-        const std::int64_t key =
-            atom.residueNumber * 256 + static_cast<unsigned char>(atom.insertionCode);
-        if (set.byKey.emplace(key, set.atoms.size()).second) {
-            set.atoms.push_back({key, atom.residueNumber, atom.x, atom.y, atom.z});
+        if (set.byKey.emplace(atom.residueId().key(), set.atoms.size()).second) {
+            set.atoms.push_back({atom.residueId(), atom.place()});
         }
     }
     return set;
@@ -90,7 +81,9 @@ class Grid {
         return static_cast<std::int64_t>(
             std::clamp(std::floor(coordinate / cellSize_), -kFar, kFar));
     }
-    Cell cellOf(const Beta& atom) const { return {along(atom.x), along(atom.y), along(atom.z)}; }
+    Cell cellOf(const Beta& atom) const {
+        return {along(atom.place.x), along(atom.place.y), along(atom.place.z)};
+    }
 
     double cellSize_;
     std::vector<Entry> entries_;
@@ -106,18 +99,20 @@ NativeContacts nativeContacts(const Chain& prediction, const Chain& experiment, 
     const BetaSet predicted = betaAtoms(prediction);
     const double limit = inclusiveLimit(distance * distance);
     const auto isContact = [&](const Beta& a, const Beta& b) {
-        return std::abs(a.number - b.number) >= gap && squaredDistance(a, b) <= limit;
+        const Vec3 between = a.place - b.place;
+        return std::abs(a.residue.number - b.residue.number) >= gap &&
+               dot(between, between) <= limit;
     };
     const Grid grid(native.atoms, inclusiveLimit(distance));  // longer than a contact
     for (std::size_t i = 0; i < native.atoms.size(); ++i) {
         const Beta& a = native.atoms[i];
-        const auto inPrediction = predicted.byKey.find(a.key);
+        const auto inPrediction = predicted.byKey.find(a.residue.key());
         grid.visitNear(a, [&](std::size_t j) {
             const Beta& b = native.atoms[j];
             if (j <= i || !isContact(a, b)) return;
             ++contacts.native;
             if (inPrediction == predicted.byKey.end()) return;
-            const auto partner = predicted.byKey.find(b.key);
+            const auto partner = predicted.byKey.find(b.residue.key());
             if (partner == predicted.byKey.end()) return;
             const bool kept =
                 isContact(predicted.atoms[inPrediction->second], predicted.atoms[partner->second]);

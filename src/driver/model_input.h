@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "chain/chain.h"
+#include "chain/input/input.h"
 #include "compare/compare.h"
 #include "driver/settings.h"
 

@@ -3,7 +3,7 @@
 // cannot go on without is fatal.
 #pragma once
 
-#include "chain/chain.h"
+#include "chain/input/input.h"
 #include "driver/settings.h"
 
 namespace tervolanda {

@@ -8,7 +8,7 @@
 
 #include "base/line_streams.h"
 #include "base/log.h"
-#include "chain/chain.h"
+#include "chain/input/input.h"
 #include "driver/abend.h"
 #include "driver/help_text.h"
 #include "driver/modes.h"

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "chain/chain.h"
+#include "chain/input/input.h"
 #include "compare/compare.h"
 
 namespace tervolanda {

@@ -1,4 +1,4 @@
-#include "chain/chain_checks.h"
+#include "chain/input/checks.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "chain/input/chain_geometry.h"
 #include "support/records.h"
 
 namespace tervolanda {
@@ -37,7 +38,7 @@ Outcome check(Chain& chain, unsigned options, int logLevel = 1, const char* sequ
     request.options = static_cast<std::uint16_t>(options);
     request.templateSequence = sequence;
     request.minimumCalphas = minimum;
-    const bool valid = checkChain(chain, request, captured.log);
+    const bool valid = checkChain(chain, checksOf(request), captured.log);
     return {valid, captured.error()};
 }
 
@@ -238,7 +239,7 @@ TEST(Residues, AreRunsOfOneNumberAndInsertionCodeWithTheirFirstBackboneAtoms) {
     EXPECT_EQ(residues, "0-5 N0 CA1 C-1 O-1 B3, 5-7 N-1 CA5 C-1 O6 B5, 7-8 N-1 CA-1 C7 O-1 B-1, ");
     EXPECT_EQ(captured.error(), "ERROR : Residue assignment error\n");
     EXPECT_EQ(oneLetterSequence(chain), "AGX");
-    removeResidue(chain, -1, 'A', captured.log);
+    removeResidue(chain, {-1, 'A'}, captured.log);
     EXPECT_EQ(captured.output(), "INFO  : Removing residue   -1A from chain 'A'\n");
     EXPECT_EQ(chain.atoms.size(), 8U);
 }
@@ -264,18 +265,16 @@ TEST(Beta, HasTheAnglesOfItsResidueTypeOnTheSideOfTheLAminoAcids) {
                                            {"PRO", 111.8, 103.0, 110.1},
                                            {"VAL", 111.2, 111.5, 109.1}}) {
         const double degree = std::acos(-1.0) / 180.0;
-        Atom n, ca, carbonyl;
-        n.x = 1.46;
-        carbonyl.x = 1.52 * std::cos(c.atCa * degree);
-        carbonyl.y = 1.52 * std::sin(c.atCa * degree);
-        const auto b = placeBeta(n, ca, carbonyl, residueIndex(c.name));
-        const double length = std::hypot(b[0], b[1], b[2]);
+        const Vec3 n{1.46, 0.0, 0.0};
+        const Vec3 carbonyl{1.52 * std::cos(c.atCa * degree), 1.52 * std::sin(c.atCa * degree), 0};
+        const Vec3 b = placeBeta(n, {}, carbonyl, residueIndex(c.name));
+        const double length = std::hypot(b.x, b.y, b.z);
         EXPECT_NEAR(length, 1.535, 0.02) << c.name;
-        EXPECT_NEAR(std::acos(b[0] / length) / degree, c.toN, 1.5) << c.name;
-        const double product = b[0] * carbonyl.x + b[1] * carbonyl.y;
+        EXPECT_NEAR(std::acos(b.x / length) / degree, c.toN, 1.5) << c.name;
+        const double product = dot(b, carbonyl);
         EXPECT_NEAR(std::acos(product / length / 1.52) / degree, c.toC, 1.5) << c.name;
         // Seen from the hydrogen carbonyl, side chain and nitrogen follow each other clockwise.
-        EXPECT_GT(b[2], 0.0) << c.name;
+        EXPECT_GT(b.z, 0.0) << c.name;
     }
 }
 

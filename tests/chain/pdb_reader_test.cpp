@@ -1,5 +1,3 @@
-#include "chain/pdb_reader.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <zlib.h>
@@ -13,6 +11,9 @@
 #include <string>
 #include <vector>
 
+#include "chain/input/chain_builder.h"
+#include "chain/input/pdb_columns.h"
+#include "chain/input/record_scanner.h"
 #include "support/records.h"
 
 namespace tervolanda {
@@ -37,19 +38,28 @@ std::string described(const Atom& a) {
 std::string described(const std::vector<Chain>& chains) {
     std::string text;
     for (const Chain& chain : chains) {
-        text += format("[%c %u]", chain.id, chain.number);
+        text += format("[%s %u]", chain.name.c_str(), chain.number);
         for (const Atom& atom : chain.atoms)
             text += described(atom) + "\n";
     }
     return text;
 }
 
-// The atoms of a record by its text.
+// Takes the atoms of the records that it is given.
+struct Taken {
+    explicit Taken(const Selection& selection = {}) : builder(selection, none) {}
+    void take(std::string_view record) { reader.take(record); }
+    const Atom& last() { return builder.chains().at(0).atoms.back(); }
+
+    ResidueExclusions none;
+    ChainBuilder builder;
+    AtomRecordReader reader{builder};
+};
+
 std::string taken(std::string_view record) {
-    ChainSet set;
-    const ResidueExclusions none;
-    RecordTaker(ReadAllAtoms, none, set).take(record);
-    return set.chains.empty() ? "none" : described(set.chains[0].atoms.at(0));
+    Taken all;
+    all.take(record);
+    return described(all.last());
 }
 
 TEST(Record, GivesItsColumns) {
@@ -96,28 +106,24 @@ TEST(Record, NumbersAreConvertedAsDecimals) {
         const double value = std::strtod(usual.c_str(), nullptr);
         cases.emplace_back(usual, std::isfinite(value) ? value : 0.0);
     }
-    const ResidueExclusions none;
+    Taken all;
     for (const auto& [field, value] : cases) {
-        ChainSet set;
         std::string record = kFull;
-        record.replace(38, 8, field);
-        RecordTaker(ReadAllAtoms, none, set).take(record);
-        EXPECT_EQ(set.chains.at(0).atoms.at(0).y, value) << "'" << field << "'";
+        all.take(record.replace(38, 8, field));
+        EXPECT_EQ(all.last().y, value) << "'" << field << "'";
     }
 }
 
 TEST(Record, ShortNumbersAreNotThoseOfTheRecordBefore) {
-    ChainSet set;
-    const ResidueExclusions none;
-    RecordTaker taker(ReadAllAtoms, none, set);
+    Taken all;
     constexpr std::array kNumbers = {0.0, 1.0, 0.5, -0.5, 99.99};
     std::mt19937 engine(5);
     for (int i = 0; i < 100; ++i) {
         const double occupancy = kNumbers[engine() % 5], bFactor = kNumbers[engine() % 5];
         std::string record = kFull;
-        taker.take(record.replace(54, 12, format("%6.2f%6.2f", occupancy, bFactor)));
-        EXPECT_EQ(set.chains.at(0).atoms.back().occupancy, occupancy);
-        EXPECT_EQ(set.chains.at(0).atoms.back().bFactor, bFactor);
+        all.take(record.replace(54, 12, format("%6.2f%6.2f", occupancy, bFactor)));
+        EXPECT_EQ(all.last().occupancy, occupancy);
+        EXPECT_EQ(all.last().bFactor, bFactor);
     }
 }
 
@@ -159,10 +165,10 @@ TEST(StructureFile, GroupsItsAtomsByChainAndDropsInvalidOnes) {
     const auto set = test::readText(text, {}, captured.log);
     ASSERT_TRUE(set);
     ASSERT_EQ(set->chains.size(), 2U);  // A has a duplicate
-    EXPECT_EQ(set->chains[0].id, 'B');
+    EXPECT_EQ(set->chains[0].name, "B");
     EXPECT_EQ(set->chains[0].number, 1U);
     EXPECT_EQ(set->chains[0].residues.size(), 2U);
-    EXPECT_EQ(set->chains[1].id, ' ');
+    EXPECT_EQ(set->chains[1].name, " ");
     EXPECT_EQ(set->chains[1].number, 3U);
     EXPECT_EQ(captured.error(),
               "ERROR : Chain 'A' has duplicate atoms:  CA   @ 1\n"
@@ -253,17 +259,15 @@ TEST(CompressedText, IsScannedForRecordsAnywhere) {
 }
 
 std::string scanned(const std::string& text, std::mt19937& engine, std::size_t longest) {
-    ChainSet set;
-    const ResidueExclusions none;
-    RecordTaker taker(ReadAllAtoms, none, set);
-    RecordScanner scanner(taker);
+    Taken all;
+    RecordScanner scanner(all.reader);
     for (std::size_t at = 0; at < text.size();) {
         const std::size_t length = 1 + engine() % longest;
         scanner.append(std::string_view(text).substr(at, length));
         at += length;
     }
     scanner.finish();
-    return described(set.chains);
+    return described(all.builder.chains());
 }
 
 TEST(RecordScanner, FindsTheSameRecordsHoweverTheTextIsCut) {
@@ -281,19 +285,17 @@ TEST(RecordScanner, FindsTheSameRecordsHoweverTheTextIsCut) {
 }
 
 TEST(RecordScanner, TakesLinearTimeOnHostileText) {
-    ChainSet set;
-    const ResidueExclusions none;
-    RecordTaker taker(ReadCalphaOnly, none, set);
+    Taken calphas({.kinds = AtomKinds::Calpha});
     for (const char* part : {"ATOM  ", "ATOM ", " "}) {
         std::string block;
         while (block.size() < 81)
             block += part;
-        RecordScanner scanner(taker);
+        RecordScanner scanner(calphas.reader);
         for (int i = 0; i < 100000; ++i)
             scanner.append(block);  // 8 MB; quadratic: hours
         scanner.finish();
     }
-    EXPECT_TRUE(set.chains.empty());
+    EXPECT_TRUE(calphas.builder.chains().empty());
 }
 
 // What a read of a real file gives: the C-alpha atoms of the chain that is kept, and its residues

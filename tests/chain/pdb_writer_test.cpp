@@ -1,5 +1,3 @@
-#include "chain/pdb_writer.h"
-
 #include <gtest/gtest.h>
 
 #include <filesystem>

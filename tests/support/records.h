@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "base/format.h"
-#include "chain/chain.h"
+#include "chain/input/input.h"
 #include "support/support.h"
 
 namespace tervolanda::test {

@@ -24,7 +24,7 @@ double distance(const Place& a, const Place& b) {
 
 Chain calphaChain(const std::vector<Place>& places, std::string_view sequence) {
     Chain chain;
-    chain.id = 'A';
+    chain.name = "A";
     chain.number = 1;
     chain.fileName = "made";
     for (std::size_t i = 0; i < places.size(); ++i) {
@@ -38,7 +38,7 @@ Chain calphaChain(const std::vector<Place>& places, std::string_view sequence) {
         atom.name = FixedText<4>(" CA ");
         atom.classification = classifyAtomName(atom.name.view(), type);
         atom.residueNumber = static_cast<std::int16_t>(i + 1);
-        atom.chainId = chain.id;
+        atom.chainId = chain.letter();
         chain.atoms.push_back(atom);
     }
     Log log;

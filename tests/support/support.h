@@ -13,7 +13,7 @@
 
 #include "base/line_streams.h"
 #include "base/log.h"
-#include "chain/chain.h"
+#include "chain/input/input.h"
 
 namespace tervolanda::test {
 

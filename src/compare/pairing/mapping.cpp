@@ -21,10 +21,6 @@ std::uint8_t backboneKey(const Atom& atom) {
     return 0;
 }
 
-std::int32_t keyOf(const Atom& atom) {
-    return atom.residueNumber * 256 + static_cast<unsigned char>(atom.insertionCode);
-}
-
 bool isSelected(std::uint8_t key, AtomSelection selection) {
     return selection == AtomSelection::Calpha ? key == kCalphaKey : key != 0;
 }
@@ -35,7 +31,7 @@ void appendRecord(const Atom& atom, std::uint8_t atomKey, std::uint32_t residue,
     set.residueNumber.push_back(atom.residueNumber);
     set.insertionCode.push_back(atom.insertionCode);
     set.residueIndex.push_back(residue);
-    set.residueKey.push_back(keyOf(atom));
+    set.residueKey.push_back(atom.residueId().key());
     set.atomKey.push_back(atomKey);
     set.sequence.push_back(oneLetterCode(atom.residueName.view()));
 }
@@ -115,8 +111,8 @@ CoordinateSet prepareChain(const Chain& chain, AtomSelection selection,
     set.gyrationRadius = radiusOfGyration(chain);
     set.residues = chain.residues.size();
     if (!chain.atoms.empty()) {
-        set.firstResidue = keyOf(chain.atoms.front());
-        set.lastResidue = keyOf(chain.atoms.back());
+        set.firstResidue = chain.atoms.front().residueId().key();
+        set.lastResidue = chain.atoms.back().residueId().key();
     }
     if (!report.reportsFrom(5)) return set;
     report.reportFrom(5, ">%s\n%s\n", chain.fileName.c_str(),

@@ -14,11 +14,11 @@
 #include <tuple>
 #include <vector>
 
+#include "base/vec3.h"
+
 namespace tervolanda {
 
 namespace {
-
-using Place = std::array<double, 3>;  // Å
 
 // Letters during the assignment; the last two become H.
 constexpr char kCoil = 'C';
@@ -33,27 +33,18 @@ constexpr double kBondEnergy = -0.5;       // kcal/mol; a hydrogen bond has less
 constexpr double kLowestEnergy = -9.9;     // kcal/mol; of atoms that nearly coincide
 constexpr double kSmallestDistance = 0.5;  // Å; atoms nearer than this nearly coincide
 
-Place difference(const Place& a, const Place& b) {
-    return {a[0] - b[0], a[1] - b[1], a[2] - b[2]};
-}
-
-double distance(const Place& a, const Place& b) {
-    const Place d = difference(a, b);
-    return std::sqrt(d[0] * d[0] + d[1] * d[1] + d[2] * d[2]);
-}
-
 // Visits all pairs a < b of `residues` whose places are nearer than `cutoff`, by a sweep along x.
 template <typename Visitor>
-void forNearPairs(const std::vector<Place>& places, std::vector<std::uint32_t> residues,
+void forNearPairs(const std::vector<Vec3>& places, std::vector<std::uint32_t> residues,
                   double cutoff, const Visitor& visit) {
     std::sort(residues.begin(), residues.end(), [&](std::uint32_t a, std::uint32_t b) {
-        return std::tie(places[a][0], a) < std::tie(places[b][0], b);
+        return std::tie(places[a].x, a) < std::tie(places[b].x, b);
     });
     for (std::size_t i = 0; i < residues.size(); ++i) {
-        const Place& from = places[residues[i]];
+        const Vec3& from = places[residues[i]];
         for (std::size_t j = i + 1; j < residues.size(); ++j) {
-            const Place& to = places[residues[j]];
-            if (!(to[0] - from[0] < cutoff)) break;
+            const Vec3& to = places[residues[j]];
+            if (!(to.x - from.x < cutoff)) break;
             if (!(distance(from, to) < cutoff)) continue;
             visit(std::min(residues[i], residues[j]), std::max(residues[i], residues[j]));
         }
@@ -62,7 +53,7 @@ void forNearPairs(const std::vector<Place>& places, std::vector<std::uint32_t> r
 
 // The peptide groups of a chain.
 struct Backbone {
-    std::vector<Place> n, ca, c, o, h;  // one entry a residue
+    std::vector<Vec3> n, ca, c, o, h;  // Å, one entry a residue
     std::vector<std::uint8_t> isComplete;
     std::vector<std::uint8_t> isDonor;       // has a hydrogen on its N
     std::vector<std::uint32_t> breaksSoFar;  // chain breaks before each residue
@@ -82,9 +73,9 @@ Backbone backboneOf(const Chain& chain) {
     backbone.isComplete.assign(size, 0);
     backbone.isDonor.assign(size, 0);
     backbone.breaksSoFar.assign(size, 0);
-    const auto take = [&](std::uint32_t atom, Place& place) {
+    const auto take = [&](std::uint32_t atom, Vec3& place) {
         if (atom == kNoAtom) return false;
-        place = {chain.atoms[atom].x, chain.atoms[atom].y, chain.atoms[atom].z};
+        place = chain.atoms[atom].place();
         return true;
     };
     for (std::size_t i = 0; i < size; ++i) {
@@ -101,10 +92,8 @@ Backbone backboneOf(const Chain& chain) {
         if (!joined || chain.atoms[residue.n].residueName.view() == "PRO") continue;
         // 1 Å from N, against the direction of the C=O bond before.
         const double length = distance(backbone.c[i - 1], backbone.o[i - 1]);
-        const Place along = difference(backbone.c[i - 1], backbone.o[i - 1]);
         if (!(length > 0.0)) continue;
-        for (std::size_t k = 0; k < 3; ++k)
-            backbone.h[i][k] = backbone.n[i][k] + along[k] / length;
+        backbone.h[i] = backbone.n[i] + (backbone.c[i - 1] - backbone.o[i - 1]) / length;
         backbone.isDonor[i] = 1;
     }
     return backbone;
@@ -302,7 +291,7 @@ class CalphaStructure {
         for (std::uint32_t i = 0; i < chain.residues.size(); ++i) {
             const std::uint32_t ca = chain.residues[i].ca;
             if (ca == kNoAtom) continue;
-            places_[i] = {chain.atoms[ca].x, chain.atoms[ca].y, chain.atoms[ca].z};
+            places_[i] = chain.atoms[ca].place();
             present_.push_back(i);
         }
         joined_.assign(chain.residues.size(), 0);
@@ -364,7 +353,7 @@ class CalphaStructure {
         }
     }
 
-    std::vector<Place> places_;
+    std::vector<Vec3> places_;
     std::vector<std::uint32_t> present_;  // residues with a C-alpha
     std::vector<std::uint8_t> joined_;    // to the residue before
     std::string letters_;

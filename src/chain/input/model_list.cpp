@@ -3,7 +3,7 @@
 
 #include "base/file.h"
 #include "base/log.h"
-#include "chain/chain.h"
+#include "chain/input/input.h"
 
 namespace tervolanda {
 

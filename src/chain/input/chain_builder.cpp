@@ -1,0 +1,43 @@
+// See chain_builder.h for the idea.
+#include "chain/input/chain_builder.h"
+
+namespace tervolanda {
+
+namespace {
+
+constexpr int kLastAminoAcid = 23;  // rows of the residue table after it are nucleotides
+
+}  // namespace
+
+void ChainBuilder::beginResidue(const ResidueLabel& label) {
+    model_.residueName = label.name;
+    model_.residueType = static_cast<std::int16_t>(residueIndex(label.name.view()));
+    model_.residueNumber = label.id.number;
+    model_.insertionCode = label.id.insertionCode;
+    model_.chainId = label.chain.empty() ? ' ' : label.chain.front();
+    chain_ = label.chain;
+    isWanted_ = model_.residueType <= kLastAminoAcid && !exclusions_.excludes(label.key);
+}
+
+std::vector<Atom>& ChainBuilder::currentAtoms() {
+    if (!chains_.empty() && chains_[current_].name == chain_) return chains_[current_].atoms;
+    for (current_ = 0; current_ < chains_.size(); ++current_) {
+        if (chains_[current_].name == chain_) return chains_[current_].atoms;
+    }
+    Chain& chain = chains_.emplace_back();
+    chain.name = chain_;
+    chain.number = static_cast<std::uint32_t>(chains_.size());
+    return chain.atoms;
+}
+
+Atom* ChainBuilder::add(std::string_view name) {
+    if (!isWanted_) return nullptr;
+    const std::uint32_t classification = classifyAtomName(name, model_.residueType);
+    if (!selection_.takes(classification) || ++atoms_ > kMostAtoms) return nullptr;
+    Atom& atom = currentAtoms().emplace_back(model_);
+    atom.name.assign(name);
+    atom.classification = classification;
+    return &atom;
+}
+
+}  // namespace tervolanda

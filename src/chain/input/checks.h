@@ -1,0 +1,13 @@
+// Whether a chain can be used.
+#pragma once
+
+#include "chain/input/request.h"
+
+namespace tervolanda {
+
+// Runs the checks; false when the chain is invalid, after an ERROR line for each fault (for the
+// first one without Checks::reportsAll).  Residues without a whole backbone may be removed and beta
+// carbons added; the chain is then without residues until they are built again.
+bool checkChain(Chain& chain, const Checks& checks, Log& log);
+
+}  // namespace tervolanda

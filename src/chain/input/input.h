@@ -1,0 +1,99 @@
+// How structures come in: files of one structure, lists of models, and the residues to leave out.
+// A file's bytes become text, a reader of its format makes atoms of the text, a builder makes
+// chains of the atoms that are wanted, and what the request asks for is checked.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_set>
+
+#include "chain/chain.h"
+
+namespace tervolanda {
+
+class Log;
+
+// What is read of a file; one that holds more is refused.  No real file comes near, and a stream
+// that never ends gets there soon.
+inline constexpr std::size_t kLongestStructure = std::size_t{1} << 30;   // bytes, decompressed
+inline constexpr std::size_t kMostAtoms = std::size_t{1} << 24;          // of a structure file
+inline constexpr std::size_t kLongestList = std::size_t{1} << 26;        // bytes
+inline constexpr std::size_t kLongestExclusions = std::size_t{1} << 24;  // bytes
+
+// Which atoms to keep and which checks to run.  ReadModelPrepare and ReadCompleteModel name steps
+// that this library does not have; the first of them still makes the checks run.
+enum ReadOptions : std::uint16_t {
+    ReadCheckGap = 0x0001,
+    ReadCalphaOnly = 0x0002,
+    ReadBackboneAndBeta = 0x0004,
+    ReadAllAtoms = 0x0008,
+    ReadCheckDuplicates = 0x0010,
+    ReadCheckAll = 0x0020,
+    ReadCheckCalphaDistance = 0x0040,
+    ReadStrictBackbone = 0x0080,
+    ReadSingleChain = 0x0100,
+    ReadCheckInsertionCodes = 0x0200,
+    ReadNoHydrogen = 0x0400,
+    ReadModelPrepare = 0x0800,
+    ReadCheckBreaks = 0x1000,
+    ReadCheckBackbone = 0x2000,
+    ReadCheckRadius = 0x4000,
+    ReadCompleteModel = 0x8000,
+};
+
+struct ReadRequest {
+    std::uint16_t options = ReadCalphaOnly | ReadCheckDuplicates | ReadCheckAll;
+    std::string templateSequence;  // expected one-letter codes by residue number; empty for none
+    std::size_t minimumCalphas = 0;
+    int maximumGap = 1;               // residue numbers, with ReadCheckGap
+    double maximumCompactness = 0.0;  // limit of ReadCheckRadius
+};
+
+// Residues that no read returns, each named as in columns 23 to 27 of a PDB file's records: the
+// number at the right of four characters, and the insertion code.
+class ResidueExclusions {
+ public:
+    void add(std::string_view key) { keys_.emplace(key.substr(0, kKeyWidth)); }
+    // `columns` is the five characters of residue number and insertion code.
+    bool excludes(std::string_view columns) const {
+        return !keys_.empty() && keys_.contains(std::string(columns));
+    }
+    std::size_t size() const { return keys_.size(); }
+
+    static constexpr std::size_t kKeyWidth = 5;
+
+ private:
+    std::unordered_set<std::string> keys_;
+};
+
+// Reads a structure file: PDB text, the same gzip-compressed (suffix ".gz"), or standard input
+// ("-").  Selects atoms by the first of ReadAllAtoms, ReadBackboneAndBeta and ReadCalphaOnly that
+// is set, checks every chain and drops those that fail.  None, after ERROR lines, when no chain is
+// left or, with ReadSingleChain, when the file has more than one.
+std::optional<ChainSet> readStructureFile(const std::string& path, const ReadRequest& request,
+                                          const ResidueExclusions& exclusions, Log& log);
+
+// The same for a file that must hold exactly one chain.
+std::optional<Chain> readChain(const std::string& path, const ReadRequest& request,
+                               const ResidueExclusions& exclusions, Log& log);
+
+// Reads the models that a list file names, one path a line, and appends those that can be read to
+// `list`; returns their number.  `counter` is the caller's running ID: it starts at 0, and every
+// line that names a file takes the next ID, whether the file can be read or not.
+std::size_t readModelList(const std::string& path, std::uint32_t& counter,
+                          const ReadRequest& request, const ResidueExclusions& exclusions, Log& log,
+                          ChainList& list);
+
+// Adds the keys of a residue exclusion file (the first five characters of every line).  False,
+// after an ERROR line, when it cannot be read.
+bool readResidueExclusionFile(const std::string& path, ResidueExclusions& exclusions, Log& log);
+
+// For callers of the library, the program itself does not need it: deletes every atom of this
+// residue, with an INFO line of level 1.  The chain is then without residues until they are built
+// again.
+void removeResidue(Chain& chain, ResidueId residue, Log& log);
+
+}  // namespace tervolanda

@@ -1,0 +1,42 @@
+// Makes atoms of the ATOM records of a PDB file.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+#include "base/text.h"
+
+namespace tervolanda {
+
+class ChainBuilder;
+
+inline constexpr std::size_t kPdbRecordWidth = 80;
+
+// A number in six columns, and these as one.
+struct ShortField {
+    std::uint64_t columns = 0;  // as no record has them
+    double value = 0.0;
+};
+
+// Takes the records of a file, one after the other, and offers their atoms to a builder.  Records
+// mostly repeat fields of the one before; what was made of these is kept, beside the characters
+// that it was made of.
+class AtomRecordReader {
+ public:
+    // The builder is lent.
+    explicit AtomRecordReader(ChainBuilder& builder) : builder_(builder) {}
+
+    // `line` begins with "ATOM" and may have its line end.  What stands after column 80 is no part
+    // of the record; columns that it does not have read as blanks.
+    void take(std::string_view line);
+
+ private:
+    void beginResidue(std::string_view columns);
+
+    ChainBuilder& builder_;
+    FixedText<10> residueColumns_{"\n"};  // of the latest record: 18 to 27; at first as none has
+    ShortField occupancy_, bFactor_;      // of the latest full record
+};
+
+}  // namespace tervolanda
