@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <cstdarg>
 #include <cstring>
@@ -102,6 +103,43 @@ int openUnnamed(const std::string& path) {
     return -1;
 }
 
+// A stream of an open descriptor, which is closed where there can be none.
+FileHandle streamOf(int descriptor, const char* mode) {
+    if (descriptor < 0) return nullptr;
+    FileHandle file(fdopen(descriptor, mode));
+    if (!file) close(descriptor);
+    return file;
+}
+
+// Takes room for `size` bytes in a file of `oldSize`; false, with the file as it was, where there
+// is none.  File systems that cannot tell pass.
+bool makeRoom(int descriptor, off_t oldSize, off_t size) {
+    const int error = size > oldSize ? posix_fallocate(descriptor, 0, size) : 0;
+    if (error == 0 || error == EOPNOTSUPP || error == EINVAL) return true;
+    return ftruncate(descriptor, oldSize) > 0;  // some have grown it; never true
+}
+
+bool copyAll(std::FILE* source, std::FILE* target) {
+    std::array<char, std::size_t{1} << 16> block{};
+    while (const std::size_t got = std::fread(block.data(), 1, block.size(), source)) {
+        if (std::fwrite(block.data(), 1, got, target) != got) return false;
+    }
+    return std::ferror(source) == 0 && std::fflush(target) == 0;
+}
+
+// Gives the regular file `path` the text of the file `source`.
+bool overwrite(const std::string& path, const std::string& source) {
+    const FileHandle from(std::fopen(source.c_str(), "rb"));
+    FileHandle to =
+        streamOf(open(path.c_str(), O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC), "wb");
+    struct stat text {};
+    struct stat old {};
+    return from && to && fstat(fileno(from.get()), &text) == 0 &&
+           fstat(fileno(to.get()), &old) == 0 && S_ISREG(old.st_mode) &&
+           makeRoom(fileno(to.get()), old.st_size, text.st_size) && copyAll(from.get(), to.get()) &&
+           ftruncate(fileno(to.get()), text.st_size) == 0 && std::fclose(to.release()) == 0;
+}
+
 constexpr std::size_t kSignalCheckStep = std::size_t{1} << 16;  // bytes
 
 }  // namespace
@@ -114,10 +152,7 @@ FileHandle openUnnamedBeside(const std::string& path) {
         descriptor = mkstemp(name.data());
         if (descriptor >= 0) unlink(name.c_str());
     }
-    if (descriptor < 0) return nullptr;
-    FileHandle file(fdopen(descriptor, "w+b"));
-    if (!file) close(descriptor);
-    return file;
+    return streamOf(descriptor, "w+b");
 }
 
 OutputFile::OutputFile(std::string path) : path_(std::move(path)) {
@@ -152,10 +187,9 @@ void OutputFile::openBeside() {
         descriptor = mkstemp(temporary_.data());
         if (descriptor < 0) temporary_.clear();
     }
-    if (descriptor >= 0) file_.reset(fdopen(descriptor, "wb"));
-    if (file_) return;
-    if (descriptor >= 0) close(descriptor);
-    discard();
+    file_ = streamOf(descriptor, "wb");
+    isNew_ = file_ != nullptr;
+    if (!isNew_) discard();
 }
 
 // A file without a name cannot replace another: it needs one for the moment before rename().
@@ -192,17 +226,24 @@ void OutputFile::print(const char* pattern, ...) {
 
 int OutputFile::makeExecutable() {
     if (!file_) return EBADF;
+    if (!isNew_) return 0;
     return fchmod(fileno(file_.get()), 0755) == 0 ? 0 : errno;
+}
+
+// A file that another is mounted over, as containers have them, cannot be replaced.
+bool OutputFile::takeName() {
+    if (std::rename(temporary_.c_str(), path_.c_str()) == 0) {
+        temporary_.clear();
+        return true;
+    }
+    return (errno == EBUSY || errno == EXDEV) && overwrite(path_, temporary_);
 }
 
 bool OutputFile::commit() {
     if (!file_) return false;
     if (isUnnamed_ && !failed_) failed_ = !takeTemporaryName();
     if (std::fclose(file_.release()) != 0) failed_ = true;
-    if (!failed_ && !temporary_.empty()) {
-        failed_ = std::rename(temporary_.c_str(), path_.c_str()) != 0;
-        if (!failed_) temporary_.clear();
-    }
+    if (!failed_ && !temporary_.empty()) failed_ = !takeName();
     discard();
     return !failed_;
 }

@@ -60,6 +60,8 @@ FileHandle openUnnamedBeside(const std::string& path);
 // new file beside it, which takes its name on commit(); where it names something else (a device, a
 // pipe, a symbolic link) that is opened and written directly.  Without commit() nothing is left
 // behind and an older file stays as it was, also when SIGINT, SIGTERM or SIGHUP ends the process.
+// A file that cannot be replaced, as one that is mounted into a container, is overwritten on
+// commit(), once there is room for all of the new text.
 class OutputFile {
  public:
     explicit OutputFile(std::string path);
@@ -71,7 +73,8 @@ class OutputFile {
     // After a failed write all later ones are skipped, and commit() says so.
     void write(std::string_view text);
     [[gnu::format(printf, 2, 3)]] void print(const char* pattern, ...);
-    // Makes the file executable for everybody (mode 0755): 0, or the error number.
+    // Makes a new file executable for everybody (mode 0755): 0, or the error number.  What is
+    // written directly keeps its mode: it may be anybody's.
     int makeExecutable();
     // Closes the file and gives it its name; true when every byte arrived.
     bool commit();
@@ -79,6 +82,7 @@ class OutputFile {
  private:
     void openBeside();
     bool takeTemporaryName();
+    bool takeName();
     void discard();
 
     std::string path_;
@@ -86,6 +90,7 @@ class OutputFile {
     std::optional<SignalHold> hold_;  // as long as there is one
     FileHandle file_;
     std::size_t writtenUnchecked_ = 0;  // bytes since signals were looked for
+    bool isNew_ = false;                // a file of our own beside the path
     bool isUnnamed_ = false;
     bool failed_ = false;
 };
