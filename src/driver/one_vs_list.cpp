@@ -16,6 +16,7 @@
 #include "driver/format_expansion.h"
 #include "driver/model_input.h"
 #include "driver/modes.h"
+#include "driver/outputs.h"
 #include "driver/result_output.h"
 #include "driver/timer.h"
 #include "resultfiles/resultfiles.h"
@@ -24,7 +25,6 @@ namespace tervolanda {
 
 namespace {
 
-constexpr const char* kScriptFile = "super.rsm";
 constexpr std::size_t kProgressStep = 20;  // models between two progress lines
 
 // What one model is listed by.
@@ -161,7 +161,7 @@ int writeSuperScript(const ListRun& run, const std::vector<ModelRecord>& records
     for (std::size_t i = 0; i < shown; ++i) {
         script.add(*records[i].model, records[i].score, records[i].superposition);
     }
-    return exitStatus(script.write(kScriptFile, log));
+    return exitStatus(script.write(kListScript, log));
 }
 
 // From the last record to the first.

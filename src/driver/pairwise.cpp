@@ -9,14 +9,13 @@
 #include "compare/workspace.h"
 #include "driver/model_input.h"
 #include "driver/modes.h"
+#include "driver/outputs.h"
 #include "driver/result_output.h"
 #include "resultfiles/resultfiles.h"
 
 namespace tervolanda {
 
 namespace {
-
-constexpr const char* kScriptFile = "align.rsm";
 
 // Single comparisons show their details unless a log level says otherwise.
 int pairwiseReportLevel(const Settings& settings) {
@@ -49,7 +48,7 @@ int comparePairMaxSub(const ScriptSubject& subject, const Settings& settings,
     printAlignment(subject.experimentSet, subject.predictionSet, result, settings.comparison,
                    settings.lineWrap, report);
     if (result.iterations.empty() || !settings.alignOutput) return EXIT_SUCCESS;
-    return exitStatus(writeMaxSubScript(kScriptFile, subject, result, settings.comparison,
+    return exitStatus(writeMaxSubScript(kPairScript, subject, result, settings.comparison,
                                         scriptAtoms(settings, result), log, report));
 }
 
@@ -76,7 +75,7 @@ int comparePairRmsd(const ScriptSubject& subject, const Settings& settings,
     }
     report.report(0, "%s\n", line.c_str());
     if (!result.rmsd || !settings.alignOutput) return EXIT_SUCCESS;
-    return exitStatus(writeRmsdScript(kScriptFile, subject, result, log, report));
+    return exitStatus(writeRmsdScript(kPairScript, subject, result, log, report));
 }
 
 }  // namespace

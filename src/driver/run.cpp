@@ -12,6 +12,7 @@
 #include "driver/abend.h"
 #include "driver/help_text.h"
 #include "driver/modes.h"
+#include "driver/outputs.h"
 #include "driver/settings.h"
 
 namespace tervolanda {
@@ -53,11 +54,15 @@ int perform(const CommandLine& line, Log& log) {
     return EXIT_SUCCESS;
 }
 
-void startLogFile(const std::string& path, LineStreams& streams, Log& log) {
-    FileHandle file(std::fopen(path.c_str(), "wb"));
-    if (!file) abend("Failed to open log file '%s' - %s", path.c_str(), systemErrorText());
+// The log file might be one of two outputs in one file: nothing is written before that is known.
+void startLog(const Settings& settings, LineStreams& streams, Log& log) {
+    if (const auto shared = sharedOutput(settings)) abend("%s", shared->c_str());
+    if (!settings.logFile) return;
+    const char* const path = settings.logFile->c_str();
+    FileHandle file(std::fopen(path, "wb"));
+    if (!file) abend("Failed to open log file '%s' - %s", path, systemErrorText());
     streams.useLogFile(std::move(file));
-    log.info(0, "Successfully started log file '%s'", path.c_str());
+    log.info(0, "Successfully started log file '%s'", path);
 }
 
 // Flushes what is still on its way.  What has not arrived is reported by a log of its own, since
@@ -83,9 +88,7 @@ int run(const std::vector<std::string>& arguments, LineStreams& streams) {
     Log log(streams.sink());
     try {
         const CommandLine line = readCommandLine(arguments, log);
-        if (line.request == Request::Run && line.settings.logFile) {
-            startLogFile(*line.settings.logFile, streams, log);
-        }
+        if (line.request == Request::Run) startLog(line.settings, streams, log);
         const int status = perform(line, log);
         const bool arrived = everythingArrived(line, streams);
         return arrived && !log.hasIncompleteFile() ? status : EXIT_FAILURE;

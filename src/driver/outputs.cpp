@@ -1,0 +1,108 @@
+// Two outputs of one file are found before anything is written.  Files that exist are the same by
+// their inodes, those that do not yet exist by the place that their paths lead to after all links.
+#include "driver/outputs.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <vector>
+
+#include "driver/model_input.h"
+#include "driver/settings.h"
+
+namespace tervolanda {
+
+namespace {
+
+struct Output {
+    std::string name;  // for the message
+    std::filesystem::path place;
+    bool exists = false;
+    struct stat status {};
+};
+
+// Where a file of this path would be made: links that lead nowhere yet are followed as far as the
+// system follows them.
+std::filesystem::path placeOf(std::filesystem::path path) {
+    constexpr int kMostLinks = 40;
+    std::error_code error;
+    for (int links = 0; links < kMostLinks && std::filesystem::is_symlink(path, error); ++links)
+        path = path.parent_path() / std::filesystem::read_symlink(path, error);
+    const std::filesystem::path whole = std::filesystem::absolute(path, error);
+    return error ? path : std::filesystem::weakly_canonical(whole, error);
+}
+
+void add(std::vector<Output>& outputs, const char* role, const std::optional<std::string>& path) {
+    if (!path || path->empty()) return;
+    Output output;
+    output.name = std::string(role) + " '" + *path + "'";
+    output.exists = stat(path->c_str(), &output.status) == 0;
+    output.place = placeOf(*path);
+    outputs.push_back(std::move(output));
+}
+
+void addStandardOutput(std::vector<Output>& outputs) {
+    Output output;
+    output.name = "standard output";
+    output.exists = fstat(STDOUT_FILENO, &output.status) == 0;
+    if (output.exists) outputs.push_back(std::move(output));
+}
+
+void addResultFiles(std::vector<Output>& outputs, const Settings& settings) {
+    const ComparisonKind kind = comparisonKind(settings);
+    add(outputs, "-R", settings.resultFile);
+    const bool oneOfBoth = kind == ComparisonKind::Rmsd && settings.resultFile;
+    if (kind != ComparisonKind::Gdt && !oneOfBoth) add(outputs, "-Rl", settings.liteResultFile);
+    if (kind == ComparisonKind::Rmsd) add(outputs, "-Ru", settings.urmsdResultFile);
+}
+
+// What the run writes, the matrices of -matrix apart, whose names no other output is likely to
+// have.
+std::vector<Output> outputsOf(const Settings& settings) {
+    std::vector<Output> outputs;
+    addStandardOutput(outputs);
+    add(outputs, "-log", settings.logFile);
+    if (settings.distanceFile || settings.transformFile) return outputs;
+    if (!settings.listFile) {
+        const bool hasScript = comparisonKind(settings) != ComparisonKind::Gdt;
+        if (hasScript && settings.alignOutput) add(outputs, "script", kPairScript);
+    } else if (settings.experimentFile) {
+        if (settings.superTop > 0) add(outputs, "script", kListScript);
+    } else {
+        addResultFiles(outputs, settings);
+    }
+    return outputs;
+}
+
+// Whether a matrix of -matrix may get this place: "align.matrix.I.P" in the working directory.
+bool isPlaceOfMatrix(const std::filesystem::path& place) {
+    std::error_code error;
+    return place.filename().string().starts_with("align.matrix.") &&
+           place.parent_path() == std::filesystem::current_path(error);
+}
+
+bool areOneFile(const Output& a, const Output& b) {
+    if (!a.exists && !b.exists) return a.place == b.place;
+    return a.exists && b.exists && S_ISREG(a.status.st_mode) &&
+           a.status.st_dev == b.status.st_dev && a.status.st_ino == b.status.st_ino;
+}
+
+}  // namespace
+
+std::optional<std::string> sharedOutput(const Settings& settings) {
+    const bool hasMatrices =
+        settings.comparison.similarityMatrix && settings.comparison.sequenceIndependent;
+    const std::vector<Output> outputs = outputsOf(settings);
+    for (std::size_t i = 0; i < outputs.size(); ++i) {
+        if (hasMatrices && isPlaceOfMatrix(outputs[i].place))
+            return "Two outputs in one file: " + outputs[i].name + " and -matrix";
+        for (std::size_t j = i + 1; j < outputs.size(); ++j) {
+            if (areOneFile(outputs[i], outputs[j]))
+                return "Two outputs in one file: " + outputs[i].name + " and " + outputs[j].name;
+        }
+    }
+    return std::nullopt;
+}
+
+}  // namespace tervolanda

@@ -1,0 +1,79 @@
+#include "driver/outputs.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "driver/settings.h"
+#include "support/support.h"
+
+namespace tervolanda {
+namespace {
+
+namespace fs = std::filesystem;
+
+bool areShared(const std::string& first, const std::string& second) {
+    Settings settings;
+    settings.listFile = "list";
+    settings.resultFile = first;
+    settings.liteResultFile = second;
+    return sharedOutput(settings).has_value();
+}
+
+TEST(SharedOutput, FindsOneFileUnderTwoNames) {
+    const test::TemporaryFolder folder;
+    const std::string old = folder.write("old", "");
+    const std::string other = folder.write("other", "");
+    fs::create_symlink("old", folder / "link");
+    fs::create_symlink("new", folder / "dangling");
+    fs::create_symlink("dangling", folder / "twice");
+    fs::create_symlink("loop", folder / "loop");
+    fs::create_symlink(".", folder / "here");
+    fs::create_hard_link(old, folder / "hard");
+    for (const auto& [first, second] : {std::pair("old", "old"),
+                                        {"new", "./new"},
+                                        {"old", "here/here/old"},
+                                        {"new", "here/new"},
+                                        {"link", "old"},
+                                        {"hard", "link"},
+                                        {"new", "twice"}}) {
+        EXPECT_TRUE(areShared(folder / first, folder / second)) << first << ' ' << second;
+    }
+    for (const auto& [first, second] :
+         {std::pair("old", "other"), {"old", "new"}, {"link", "dangling"}, {"loop", "new"}}) {
+        EXPECT_FALSE(areShared(folder / first, folder / second)) << first << ' ' << second;
+    }
+    EXPECT_FALSE(areShared("/dev/null", "/dev/null"));
+    EXPECT_FALSE(areShared("", ""));
+}
+
+TEST(SharedOutput, CountsOnlyWhatTheRunWrites) {
+    Settings settings;
+    settings.logFile = "./align.rsm";
+    EXPECT_EQ(sharedOutput(settings),
+              "Two outputs in one file: -log './align.rsm' and script 'align.rsm'");
+    settings.gdt = true;
+    EXPECT_EQ(sharedOutput(settings), std::nullopt);
+    settings.listFile = "list";
+    settings.liteResultFile = settings.logFile;
+    EXPECT_EQ(sharedOutput(settings), std::nullopt);  // GDT runs know no -Rl
+    settings.rmsdOnly = true;
+    EXPECT_TRUE(sharedOutput(settings));
+    settings.resultFile = "other";  // takes the place of -Rl
+    EXPECT_EQ(sharedOutput(settings), std::nullopt);
+    settings.urmsdResultFile = "other";
+    EXPECT_TRUE(sharedOutput(settings));
+    settings.experimentFile = "experiment";
+    settings.logFile = "super.rsm";
+    EXPECT_EQ(sharedOutput(settings), std::nullopt);
+    settings.superTop = 1;
+    EXPECT_TRUE(sharedOutput(settings));
+    settings.logFile = "align.matrix.1.0";
+    settings.comparison.sequenceIndependent = true;
+    EXPECT_EQ(sharedOutput(settings), std::nullopt);
+    settings.comparison.similarityMatrix = true;
+    EXPECT_TRUE(sharedOutput(settings));
+}
+
+}  // namespace
+}  // namespace tervolanda
