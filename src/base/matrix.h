@@ -18,6 +18,8 @@ class Matrix {
         rows_ = rows;
         columns_ = columns;
     }
+    // Takes the memory that an assign() of this shape needs.
+    void reserve(std::size_t rows, std::size_t columns) { values_.reserve(rows * columns); }
     std::size_t rows() const { return rows_; }
     std::size_t columns() const { return columns_; }
     T& at(std::size_t row, std::size_t column) { return values_[row * columns_ + column]; }

@@ -11,6 +11,7 @@
 
 #include "base/log.h"
 #include "base/text.h"
+#include "resultfiles/gradual_matrix.h"
 
 namespace tervolanda {
 
@@ -29,8 +30,8 @@ class DistanceFileParser {
     }
 
     std::optional<FormatError> addLine(std::string_view line);
-    bool hasSize() const { return file_.matrix.rows() > 0; }
-    DistanceFile take() { return std::move(file_); }
+    bool hasSize() const { return distances_.size() > 0; }
+    DistanceFile take() { return {distances_.take(), std::move(ids_)}; }
 
  private:
     std::optional<FormatError> addSize(std::string_view line);
@@ -41,7 +42,8 @@ class DistanceFileParser {
     // The row of an ID, old or new; kNone when all rows are taken by others.
     std::uint32_t rowOf(std::uint32_t id);
 
-    DistanceFile file_;
+    GradualMatrix<float> distances_;
+    std::vector<std::uint32_t> ids_;  // one a row
     ChainList* chains_;
     std::size_t chainsBefore_ = 0;  // entries of the caller's list that are not from this file
     IdIndex rows_;
@@ -64,24 +66,22 @@ std::optional<FormatError> DistanceFileParser::addLine(std::string_view line) {
 std::optional<FormatError> DistanceFileParser::addSize(std::string_view line) {
     std::size_t size = 0;
     if (auto error = parseSizeRecord(line, sizeof(float), cells_, size)) return error;
-    file_ = {};  // a later size record starts over; the old matrix goes before the new one comes
+    distances_ = {};  // a later size record starts over; the old matrix goes before the new comes
     if (chains_ != nullptr) chains_->chains.resize(chainsBefore_);
     usedRows_ = 0;
     try {
-        file_.matrix.assign(size, size, kMissing);
-        file_.ids.assign(size, 0);
+        distances_ = GradualMatrix<float>(size, kMissing, 0.0F);
+        ids_.assign(size, 0);
         rows_ = IdIndex(size);
     } catch (const std::bad_alloc&) {
         return sizeNotAllocated(line);
     }
-    for (std::size_t i = 0; i < size; ++i)
-        file_.matrix.at(i, i) = 0.0F;
     return std::nullopt;
 }
 
 bool DistanceFileParser::addId(std::uint32_t id) {
-    if (usedRows_ == file_.ids.size()) return false;
-    file_.ids[usedRows_] = id;
+    if (usedRows_ == ids_.size()) return false;
+    ids_[usedRows_] = id;
     rows_.add(id, usedRows_);
     ++usedRows_;
     return true;
@@ -122,8 +122,8 @@ std::optional<FormatError> DistanceFileParser::addDistance(std::string_view line
             "Incorrect distance record,  require 'DIST : <ID> <ID> <Distance>' - Check: ", line);
     }
     const auto distance = static_cast<float>(*number);
-    file_.matrix.at(i, j) = distance;
-    file_.matrix.at(j, i) = distance;
+    distances_.set(i, j, distance);
+    distances_.set(j, i, distance);
     return std::nullopt;
 }
 

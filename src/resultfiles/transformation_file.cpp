@@ -15,6 +15,7 @@
 #include "base/format.h"
 #include "base/log.h"
 #include "base/text.h"
+#include "resultfiles/gradual_matrix.h"
 #include "resultfiles/transformation_spool.h"
 
 namespace tervolanda {
@@ -213,14 +214,14 @@ class MaxSubFileParser {
  public:
     std::optional<FormatError> addLine(std::string_view line);
     bool hasSize() const { return size() > 0; }
-    ParsedMaxSubFile take() { return std::move(parsed_); }
+    ParsedMaxSubFile take();
 
  private:
     struct Rows {
         std::uint32_t first = 0, second = 0;
     };
 
-    std::size_t size() const { return parsed_.seen.rows(); }
+    std::size_t size() const { return seen_.size(); }
     std::optional<FormatError> addSize(std::string_view line);
     std::optional<FormatError> addChain(std::string_view line, std::size_t keyLength);
     std::optional<FormatError> addTransformation(std::string_view line);
@@ -234,7 +235,10 @@ class MaxSubFileParser {
                                          unsigned int seen);
     void markSeen(const Rows& rows, unsigned int bits);
 
-    ParsedMaxSubFile parsed_;
+    ParsedMaxSubFile parsed_;  // but for the matrices
+    GradualMatrix<float> scores_;
+    GradualMatrix<std::uint32_t> pairs_;
+    GradualMatrix<std::uint8_t> seen_;
     IdIndex rows_;
     std::uint64_t cells_ = 0;
     std::uint32_t chainRows_ = 0;  // rows that belong to chain records: the first ones
@@ -290,6 +294,13 @@ bool inScoreRange(double score) {
     return score >= 0.0 && score <= 1.0;
 }
 
+ParsedMaxSubFile MaxSubFileParser::take() {
+    parsed_.file.scores = scores_.take();
+    parsed_.file.pairs = pairs_.take();
+    parsed_.seen = seen_.take();
+    return std::move(parsed_);
+}
+
 std::optional<FormatError> MaxSubFileParser::addLine(std::string_view line) {
     if (line.starts_with(kTransformationKey)) return addTransformation(line);
     if (line.starts_with(kPositionKey)) return addPositions(line);
@@ -305,20 +316,21 @@ std::optional<FormatError> MaxSubFileParser::addSize(std::string_view line) {
         sizeof(float) + sizeof(std::uint32_t) + sizeof(std::uint8_t);
     std::size_t size = 0;
     if (auto error = parseSizeRecord(line, kBytesPerCell, cells_, size)) return error;
-    parsed_ = {};  // a later size record starts over
+    parsed_ = {};  // a later size record starts over; the old matrices go before the new come
+    scores_ = {};
+    pairs_ = {};
+    seen_ = {};
     chainRows_ = 0;
     try {
-        parsed_.file.scores.assign(size, size, 0.0F);
-        parsed_.file.pairs.assign(size, size, 0);
+        scores_ = GradualMatrix<float>(size, 0.0F, 1.0F);
+        pairs_ = GradualMatrix<std::uint32_t>(size, 0, 0);
         parsed_.file.ids.assign(size, 0);
         parsed_.file.chains.chains.resize(size);
-        parsed_.seen.assign(size, size, 0);
+        seen_ = GradualMatrix<std::uint8_t>(size, 0, 0);
         rows_ = IdIndex(size);
     } catch (const std::bad_alloc&) {
         return sizeNotAllocated(line);
     }
-    for (std::size_t i = 0; i < size; ++i)
-        parsed_.file.scores.at(i, i) = 1.0F;
     return std::nullopt;
 }
 
@@ -362,9 +374,9 @@ std::optional<FormatError> MaxSubFileParser::findRows(std::int64_t id1, std::int
 }
 
 void MaxSubFileParser::markSeen(const Rows& rows, unsigned int bits) {
-    std::uint8_t& seen =
-        parsed_.seen.at(std::min(rows.first, rows.second), std::max(rows.first, rows.second));
-    seen = static_cast<std::uint8_t>(seen | bits);
+    const std::uint32_t row = std::min(rows.first, rows.second);
+    const std::uint32_t column = std::max(rows.first, rows.second);
+    seen_.set(row, column, static_cast<std::uint8_t>(seen_.get(row, column) | bits));
 }
 
 std::optional<FormatError> MaxSubFileParser::storePair(std::string_view line,
@@ -374,10 +386,10 @@ std::optional<FormatError> MaxSubFileParser::storePair(std::string_view line,
     }
     Rows rows;
     if (auto error = findRows(pair.id1, pair.id2, rows)) return error;
-    parsed_.file.scores.at(rows.first, rows.second) = static_cast<float>(pair.score1);
-    parsed_.file.scores.at(rows.second, rows.first) = static_cast<float>(pair.score2);
-    parsed_.file.pairs.at(rows.first, rows.second) = pair.pairs;
-    parsed_.file.pairs.at(rows.second, rows.first) = pair.pairs;
+    scores_.set(rows.first, rows.second, static_cast<float>(pair.score1));
+    scores_.set(rows.second, rows.first, static_cast<float>(pair.score2));
+    pairs_.set(rows.first, rows.second, pair.pairs);
+    pairs_.set(rows.second, rows.first, pair.pairs);
     markSeen(rows, seen);
     return std::nullopt;
 }
@@ -424,7 +436,7 @@ std::optional<FormatError> MaxSubFileParser::addPositions(std::string_view line)
         }
         ++items;
     }
-    const std::uint32_t expected = parsed_.file.pairs.at(rows.first, rows.second);
+    const std::uint32_t expected = pairs_.get(rows.first, rows.second);
     if (items != expected) {
         return faultyLine(format("Incorrect number of positions (%d != %d) in POS record - check: ",
                                  static_cast<int>(items), static_cast<int>(expected)),
