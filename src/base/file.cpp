@@ -14,6 +14,7 @@
 #include <utility>
 
 #include "base/format.h"
+#include "base/text.h"
 
 namespace tervolanda {
 
@@ -162,6 +163,7 @@ OutputFile::OutputFile(std::string path) : path_(std::move(path)) {
     if (!exists && errno != ENOENT) return;  // there may be something that must not be replaced
     if (exists && !S_ISREG(status.st_mode)) {
         file_.reset(std::fopen(path_.c_str(), "wb"));
+        isTerminal_ = file_ && isatty(fileno(file_.get())) == 1;
         return;
     }
     // A file that the user has protected against writing is not replaced behind their back.
@@ -209,6 +211,12 @@ bool OutputFile::takeTemporaryName() {
 
 void OutputFile::write(std::string_view text) {
     if (!file_ || failed_ || text.empty()) return;
+    std::string shown;
+    if (isTerminal_) {
+        shown = text;
+        hideControlBytes(shown, "\t\n");
+        text = shown;
+    }
     if (std::fwrite(text.data(), 1, text.size(), file_.get()) != text.size()) failed_ = true;
     if (!hold_) return;
     writtenUnchecked_ += text.size();

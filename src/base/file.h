@@ -70,7 +70,8 @@ class OutputFile {
     ~OutputFile();
 
     bool isOpen() const { return file_ != nullptr; }
-    // After a failed write all later ones are skipped, and commit() says so.
+    // After a failed write all later ones are skipped, and commit() says so.  A terminal gets "?"
+    // for control bytes other than tabs and line ends.
     void write(std::string_view text);
     [[gnu::format(printf, 2, 3)]] void print(const char* pattern, ...);
     // Makes a new file executable for everybody (mode 0755): 0, or the error number.  What is
@@ -92,6 +93,7 @@ class OutputFile {
     std::size_t writtenUnchecked_ = 0;  // bytes since signals were looked for
     bool isNew_ = false;                // a file of our own beside the path
     bool isUnnamed_ = false;
+    bool isTerminal_ = false;
     bool failed_ = false;
 };
 

@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/text.h"
+
 namespace tervolanda {
 
 namespace {
@@ -22,11 +24,16 @@ bool goesToOutput(LogLevel severity) {
 
 }  // namespace
 
-LineStreams::LineStreams(std::FILE* output, std::FILE* error, std::FILE* report)
-    : output_(output), error_(error), report_(report), isTerminal_(isatty(fileno(output)) == 1) {}
+LineStreams::Stream::Stream(std::FILE* stream)
+    : file(stream), isTerminal(isatty(fileno(stream)) == 1) {}
 
 void LineStreams::write(LogLevel severity, std::string_view text) {
     if (severity == LogLevel::Report) return writeReport(text);
+    const bool toOutput = goesToOutput(severity);
+    const Stream& stream = toOutput ? output_ : error_;
+    // An ERROR line may have a line end of its own; all of them quote names in quotation marks.
+    const bool endsItself = severity == LogLevel::Error && text.ends_with('\n');
+    text = shown(stream, text.substr(0, text.size() - (endsItself ? 1 : 0)), {});
     line_.clear();
     if (severity == LogLevel::Progress) {
         layOutProgress(text);
@@ -34,28 +41,38 @@ void LineStreams::write(LogLevel severity, std::string_view text) {
         endProgress();
         line_ += prefixOf(severity);
         line_ += text;
-        line_ += '\n';
+        line_.append(endsItself ? 2 : 1, '\n');
     }
-    const bool toOutput = goesToOutput(severity);
-    std::FILE* const stream = toOutput ? output_ : error_;
-    if (!toOutput) std::fflush(output_);
-    if (std::fwrite(line_.data(), 1, line_.size(), stream) != line_.size() && toOutput) {
+    if (!toOutput) std::fflush(output_.file);
+    if (std::fwrite(line_.data(), 1, line_.size(), stream.file) != line_.size() && toOutput) {
         failed_ = true;
     }
-    if (!toOutput || (severity == LogLevel::Progress && showsProgressNow())) std::fflush(stream);
+    if (!toOutput || (severity == LogLevel::Progress && showsProgressNow())) {
+        std::fflush(stream.file);
+    }
 }
 
 void LineStreams::writeOutOfMemory() {
     endProgress();
-    std::fflush(output_);
-    std::fputs(prefixOf(LogLevel::Abend).data(), error_);
-    std::fputs("Not enough memory\n", error_);
-    std::fflush(error_);
+    std::fflush(output_.file);
+    std::fputs(prefixOf(LogLevel::Abend).data(), error_.file);
+    std::fputs("Not enough memory\n", error_.file);
+    std::fflush(error_.file);
 }
 
 void LineStreams::writeReport(std::string_view text) {
     endProgress();
-    std::fwrite(text.data(), 1, text.size(), report_);
+    text = shown(report_, text, "\n");
+    std::fwrite(text.data(), 1, text.size(), report_.file);
+}
+
+// The text as a stream gets it.  What is `kept` may be our own.
+std::string_view LineStreams::shown(const Stream& stream, std::string_view text,
+                                    std::string_view kept) {
+    if (!stream.isTerminal) return text;
+    text_ = text;
+    hideControlBytes(text_, kept);
+    return text_;
 }
 
 void LineStreams::layOutProgress(std::string_view text) {
@@ -72,7 +89,7 @@ void LineStreams::layOutProgress(std::string_view text) {
 }
 
 bool LineStreams::showsProgressNow() {
-    if (isTerminal_) return true;
+    if (output_.isTerminal) return true;
     const auto now = std::chrono::steady_clock::now();
     if (now - progressShown_ < kBetweenShown) return false;
     progressShown_ = now;
@@ -81,25 +98,25 @@ bool LineStreams::showsProgressNow() {
 
 void LineStreams::endProgress() {
     if (progressWidth_ == 0) return;
-    if (std::fputc('\n', output_) == EOF) failed_ = true;
+    if (std::fputc('\n', output_.file) == EOF) failed_ = true;
     standProgress(0);
 }
 
 void LineStreams::standProgress(std::size_t width) {
     progressWidth_ = width;
-    if (progressDescriptor_ != nullptr) *progressDescriptor_ = width > 0 ? fileno(output_) : -1;
+    if (progressDescriptor_ != nullptr)
+        *progressDescriptor_ = width > 0 ? fileno(output_.file) : -1;
 }
 
 void LineStreams::useLogFile(FileHandle file) {
     endProgress();
     logFile_ = std::move(file);
-    output_ = logFile_.get();
-    error_ = logFile_.get();
-    isTerminal_ = false;
+    output_ = Stream(logFile_.get());
+    error_ = output_;
 }
 
 bool LineStreams::flush() {
-    if (std::fflush(output_) != 0 || std::ferror(output_) != 0) failed_ = true;
+    if (std::fflush(output_.file) != 0 || std::ferror(output_.file) != 0) failed_ = true;
     return !failed_;
 }
 

@@ -14,12 +14,14 @@ namespace tervolanda {
 
 // Information goes to the output stream, warnings and errors to the error stream, flushed, and
 // after all output.  A progress line stays unfinished on the output, and the next one runs back
-// over it; it is flushed, off a terminal only where no other one was just before.
+// over it; it is flushed, off a terminal only where no other one was just before.  On a terminal,
+// and only there, control bytes of names and records that are quoted appear as "?".
 class LineStreams {
  public:
     // The streams are lent and stay open.
     LineStreams() : LineStreams(stdout, stderr, stdout) {}
-    LineStreams(std::FILE* output, std::FILE* error, std::FILE* report);
+    LineStreams(std::FILE* output, std::FILE* error, std::FILE* report)
+        : output_(output), error_(error), report_(report) {}
     LineStreams(const LineStreams&) = delete;
     LineStreams& operator=(const LineStreams&) = delete;
 
@@ -41,20 +43,26 @@ class LineStreams {
     bool flush();
 
  private:
+    struct Stream {
+        explicit Stream(std::FILE* stream);
+        std::FILE* file;
+        bool isTerminal;
+    };
+
     void writeReport(std::string_view text);
+    std::string_view shown(const Stream& stream, std::string_view text, std::string_view kept);
     void layOutProgress(std::string_view text);
     void endProgress();
     void standProgress(std::size_t width);
     bool showsProgressNow();
 
-    std::FILE* output_;
-    std::FILE* error_;
-    std::FILE* report_;
+    Stream output_;
+    Stream error_;
+    Stream report_;
     FileHandle logFile_;             // output and error stream once it is open
-    std::string line_;               // scratch
+    std::string text_, line_;        // scratch
     std::size_t progressWidth_ = 0;  // characters of the progress line now standing; 0 for none
     std::chrono::steady_clock::time_point progressShown_{};  // when one was last flushed
-    bool isTerminal_;
     volatile std::sig_atomic_t* progressDescriptor_ = nullptr;
     bool failed_ = false;
 };

@@ -109,4 +109,12 @@ std::string_view takeField(std::string_view& text) {
     return field;
 }
 
+void hideControlBytes(std::span<char> text, std::string_view kept) {
+    for (char& c : text) {
+        const auto code = static_cast<unsigned char>(c);
+        const bool isControl = code < ' ' || code == 0x7F;
+        if (isControl && kept.find(c) == std::string_view::npos) c = '?';
+    }
+}
+
 }  // namespace tervolanda

@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string_view>
 
 namespace tervolanda {
@@ -55,5 +56,9 @@ std::string_view trimBlanks(std::string_view text);
 
 // The next field between blanks (codes up to 32), taken off the front of `text`; empty at its end.
 std::string_view takeField(std::string_view& text);
+
+// Makes every control byte (codes below 32, and 127) a "?", as ls does on a terminal, but for those
+// in `kept`.  Text beyond ASCII stays as it is.
+void hideControlBytes(std::span<char> text, std::string_view kept = {});
 
 }  // namespace tervolanda

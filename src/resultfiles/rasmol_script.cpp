@@ -9,6 +9,7 @@
 #include "base/file.h"
 #include "base/format.h"
 #include "base/log.h"
+#include "base/text.h"
 #include "resultfiles/resultfiles.h"
 
 namespace tervolanda {
@@ -206,10 +207,8 @@ void reportIterations(const ComparisonResult& result, Report& report) {
 
 std::string echoedName(std::string_view name) {
     std::string text(name);
-    for (char& c : text) {
-        const auto code = static_cast<unsigned char>(c);
-        if (code < ' ' || code == 0x7F || c == ';') c = '?';
-    }
+    hideControlBytes(text);
+    std::replace(text.begin(), text.end(), ';', '?');
     return text;
 }
 

@@ -1,8 +1,13 @@
 // The lines of the log to the byte: scripts read them.
 #include "base/log.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <array>
+#include <cstdlib>
 #include <string>
 
 #include "support/support.h"
@@ -111,6 +116,36 @@ TEST(Report, WritesByLevelInItsTwoForms) {
     EXPECT_EQ(captured.reported(), "below reached ");
     EXPECT_TRUE(captured.report.reportsFrom(4));
     EXPECT_FALSE(captured.report.reportsFrom(5));
+}
+
+TEST(LineStreams, HideControlBytesOnATerminalAndOnlyThere) {
+    const int ours = posix_openpt(O_RDWR | O_NOCTTY);
+    if (ours < 0 || grantpt(ours) != 0 || unlockpt(ours) != 0) GTEST_SKIP() << "no terminal";
+    const test::TemporaryFolder folder;
+    {
+        const FileHandle terminal(std::fopen(ptsname(ours), "wb"));
+        const FileHandle file(std::fopen((folder / "stderr").c_str(), "wb"));
+        LineStreams streams(terminal.get(), file.get(), terminal.get());
+        streams.write(LogLevel::Progress, "a\bb");
+        streams.write(LogLevel::Progress, "c");
+        streams.write(LogLevel::Error, "Check: '\x1B[2J\xC3\xA9'");
+        streams.write(LogLevel::Info, "x\ny \xC3\xA9");
+        streams.write(LogLevel::Report, "\x7F\n");
+        LineStreams swapped(file.get(), terminal.get(), file.get());
+        swapped.write(LogLevel::Error, "'\a'\n");
+        swapped.write(LogLevel::Info, "\a");
+        OutputFile result(ptsname(ours));
+        result.write("MS\t\x1B\n");
+        EXPECT_TRUE(result.commit());
+    }
+    std::array<char, 1000> seen{};
+    const ssize_t length = read(ours, seen.data(), seen.size());
+    close(ours);
+    std::string text(seen.data(), static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
+    std::erase(text, '\r');  // the terminal's own
+    EXPECT_EQ(text, "INFO  : a?b" + std::string(11, '\b') +
+                        "INFO  : c  \nINFO  : x?y \xC3\xA9\n?\n" + "ERROR : '?'\n\nMS\t?\n");
+    EXPECT_EQ(test::readFile(folder / "stderr"), "ERROR : Check: '\x1B[2J\xC3\xA9'\nINFO  : \a\n");
 }
 
 }  // namespace

@@ -62,6 +62,12 @@ TEST(Fields, AreTakenBetweenBlanksAndControlCharacters) {
     EXPECT_EQ(trimBlanks(" \n"), "");
 }
 
+TEST(ControlBytes, AreHiddenAndTextBeyondAsciiIsNot) {
+    std::string text = "\x1B]0;é\x07 \x7F~\xC2\x9B\r\t\n";
+    hideControlBytes(text, "\n");
+    EXPECT_EQ(text, "?]0;é? ?~\xC2\x9B??\n");
+}
+
 TEST(FixedText, KeepsItsWidth) {
     EXPECT_EQ(FixedText<4>("CA").view(), "CA  ");
     EXPECT_EQ(FixedText<2>("ABC").view(), "AB");
