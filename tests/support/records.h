@@ -34,4 +34,12 @@ inline std::optional<ChainSet> readText(std::string_view text, const ReadRequest
     return readStructureFile(folder.write("a.pdb", text), request, exclusions, log);
 }
 
+// All atoms of the first chain in `text`, unchecked.
+inline Chain chainIn(std::string_view text) {
+    CapturedLog captured;
+    ReadRequest request;
+    request.options = ReadAllAtoms;
+    return readText(text, request, captured.log)->chains.at(0);
+}
+
 }  // namespace tervolanda::test
