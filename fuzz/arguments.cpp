@@ -77,7 +77,6 @@ void requireSame(const CommandLine& a, const CommandLine& b) {
     FUZZ_REQUIRE(a.settings.experimentFile == b.settings.experimentFile);
     FUZZ_REQUIRE(a.settings.predictionFile == b.settings.predictionFile);
     FUZZ_REQUIRE(a.settings.threshold == b.settings.threshold);
-    FUZZ_REQUIRE(a.settings.readFlags == b.settings.readFlags);
     FUZZ_REQUIRE(a.settings.comparison.distanceCutoff == b.settings.comparison.distanceCutoff);
 }
 

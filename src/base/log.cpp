@@ -88,8 +88,8 @@ void FaultReport::finish() {
     log_.error(0, "%" PRIu64 " more faults of this kind are not listed", count_ - kMostLines);
 }
 
-void Report::report(int level, const char* pattern, ...) {
-    if (level >= reportLevel_) return;
+void Report::report(ReportLevel level, const char* pattern, ...) {
+    if (!reports(level)) return;
     std::va_list arguments;
     va_start(arguments, pattern);
     log_->report(formatList(pattern, arguments));

@@ -89,19 +89,28 @@ class FaultReport {
     std::uint64_t count_ = 0;
 };
 
+// From which report level on a text is part of the results: each level has all of the lower ones.
+enum class ReportLevel : int {
+    Results = 1,    // the lines that a pairwise run is made for
+    Numbers = 3,    // which models are compared, totals, why there is no figure
+    Alignment = 4,  // sizes, domain iterations and the alignment; the default of pairwise runs
+    Passes = 5,     // sequences, and each pass of a search with its superposition
+    Mapping = 6,    // how each pass pairs residues
+};
+
 // The result lines that go to standard output, without a prefix and not into a log file: pairwise
 // results and the details of a comparison, gated by the report level of the run mode.
 class Report {
  public:
     Report(Log& log, int reportLevel) : log_(&log), reportLevel_(reportLevel) {}
 
-    // Written when `level` is below the report level.
-    [[gnu::format(printf, 3, 4)]] void report(int level, const char* pattern, ...);
-    // Written when the report level is `atLeast` or more.
-    [[gnu::format(printf, 3, 4)]] void reportFrom(int atLeast, const char* pattern, ...);
+    // Written when the report level is `level` or more.
+    [[gnu::format(printf, 3, 4)]] void report(ReportLevel level, const char* pattern, ...);
+    bool reports(ReportLevel level) const { return reportLevel_ >= static_cast<int>(level); }
     void incompleteFile(const std::string& path) { log_->incompleteFile(path); }
+
+    [[gnu::format(printf, 3, 4)]] void reportFrom(int atLeast, const char* pattern, ...);
     bool reportsFrom(int atLeast) const { return reportLevel_ >= atLeast; }
-    int reportLevel() const { return reportLevel_; }
 
  private:
     Log* log_;

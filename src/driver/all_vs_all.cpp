@@ -6,16 +6,16 @@
 #include <cstdlib>
 #include <functional>
 #include <optional>
-#include <string>
 #include <vector>
 
-#include "base/format.h"
 #include "base/log.h"
 #include "cluster/batch/batch.h"
 #include "driver/abend.h"
 #include "driver/model_input.h"
 #include "driver/modes.h"
+#include "driver/read_plan.h"
 #include "driver/result_output.h"
+#include "driver/result_rows.h"
 #include "driver/timer.h"
 #include "resultfiles/resultfiles.h"
 
@@ -23,35 +23,26 @@ namespace tervolanda {
 
 namespace {
 
-// The figures of a pair of matrix positions, as they end its line.
-using PairText = std::function<std::string(std::size_t i, std::size_t j)>;
+// The figures of a pair of matrix positions.
+using PairFigures = std::function<Figures(std::size_t i, std::size_t j)>;
 
 // A line for every pair, in matrix order.
-void printPairs(const ChainList& models, const PairText& figures, Log& log) {
+void printPairs(const ChainList& models, const PairFigures& figures, Log& log) {
     if (log.logLevel() <= 1) return;
-    const int numbers = numberWidth(models.chains.size());
-    const int names = nameWidth(models);
+    const ColumnWidths widths = columnWidths(models);
     for (std::size_t i = 0; i < models.chains.size(); ++i) {
-        const Chain& first = models.chains[i];
         for (std::size_t j = i + 1; j < models.chains.size(); ++j) {
-            const Chain& second = models.chains[j];
-            log.info(1, "Model %*u %-*s vs. Model %*u %-*s%s", numbers, first.number, names,
-                     first.fileName.c_str(), numbers, second.number, names, second.fileName.c_str(),
-                     figures(i, j).c_str());
+            const PairRow row{models.chains[i], models.chains[j], figures(i, j)};
+            log.info(1, "%s", pairLine(row, widths).c_str());
         }
     }
 }
 
-// The mean over the pairs of a matrix, row by row above the diagonal.
-struct Average {
-    double mean = 0.0;
-    std::size_t count = 0;
-};
-
-// Negative values mark pairs without one and are left out.
-Average averageOfPairs(const DistanceMatrix& matrix) {
+// The mean over the pairs of a matrix, row by row above the diagonal.  Negative values mark pairs
+// without one and are left out.
+AverageRow averageOfPairs(const DistanceMatrix& matrix, ComparisonKind kind) {
     double sum = 0.0;
-    Average average;
+    AverageRow average{kind};
     for (std::size_t i = 0; i < matrix.rows(); ++i) {
         for (std::size_t j = i + 1; j < matrix.columns(); ++j) {
             const float value = matrix.at(i, j);
@@ -62,6 +53,12 @@ Average averageOfPairs(const DistanceMatrix& matrix) {
     }
     if (average.count > 0) average.mean = sum / static_cast<double>(average.count);
     return average;
+}
+
+void printAverage(const DistanceMatrix& matrix, const Settings& settings, Log& log) {
+    if (!settings.average) return;
+    const AverageRow average = averageOfPairs(matrix, comparisonKind(settings));
+    if (average.count > 0) log.info(0, "%s", averageLine(average).c_str());
 }
 
 void cluster(DistanceMatrix matrix, MatrixValues values, const ChainList& models,
@@ -88,15 +85,14 @@ int compareListMaxSub(const ChainList& models, const Settings& settings, Log& lo
     }
     MaxSubBatch batch = timedMaxSub(models, settings, sink, log, report);
     const auto figures = [&batch](std::size_t i, std::size_t j) {
-        return format("  Pairs=%4u, RMSD=%6.3f, MaxSub=%5.3f", batch.pairs.at(i, j),
-                      static_cast<double>(batch.rmsd.at(i, j)),
-                      static_cast<double>(batch.scores.at(i, j)));
+        return MaxSubFigures{.pairs = batch.pairs.at(i, j),
+                             .rmsd = static_cast<double>(batch.rmsd.at(i, j)),
+                             .maxsub = static_cast<double>(batch.scores.at(i, j)),
+                             .tm = std::nullopt,
+                             .msi = std::nullopt};
     };
     printPairs(models, figures, log);
-    const Average average = averageOfPairs(batch.scores);
-    if (settings.average && average.count > 0) {
-        log.info(0, "All-vs-All average = %.3f (count = %zu)", average.mean, average.count);
-    }
+    printAverage(batch.scores, settings, log);
     int status = EXIT_SUCCESS;
     if (settings.resultFile) {
         status |= exitStatus(
@@ -118,13 +114,10 @@ int compareListGdt(const ChainList& models, const Settings& settings, Log& log, 
     GdtBatch batch = compareAllGdt(models, settings.comparison, log, report);
     timer.stop(log);
     const auto figures = [&batch](std::size_t i, std::size_t j) {
-        return format(" GDT=%7.3f", static_cast<double>(batch.gdt.at(i, j)));
+        return GdtFigures{static_cast<double>(batch.gdt.at(i, j))};
     };
     printPairs(models, figures, log);
-    const Average average = averageOfPairs(batch.gdt);
-    if (settings.average && average.count > 0) {
-        log.info(0, "All-vs-All average = %7.3f (count = %zu)", average.mean, average.count);
-    }
+    printAverage(batch.gdt, settings, log);
     int status = EXIT_SUCCESS;
     if (settings.resultFile) {
         status = exitStatus(
@@ -137,15 +130,14 @@ int compareListGdt(const ChainList& models, const Settings& settings, Log& log, 
     return status;
 }
 
-PairText rmsdPairText(const RmsdBatch& batch, const ChainList& models) {
+PairFigures rmsdPairFigures(const RmsdBatch& batch, const ChainList& models) {
     std::vector<double> gyration;
     for (const Chain& model : models.chains)
         gyration.push_back(radiusOfGyration(model));
     return [&batch, gyration = std::move(gyration)](std::size_t i, std::size_t j) {
         const auto rmsd = static_cast<double>(batch.rmsd.at(i, j));
-        return " = " + rmsdText(rmsdFigures(
-                           rmsd < 0.0 ? std::nullopt : std::optional(rmsd), batch.pairs.at(i, j),
-                           static_cast<double>(batch.urmsd.at(i, j)), gyration[i], gyration[j]));
+        return rmsdFigures(rmsd < 0.0 ? std::nullopt : std::optional(rmsd), batch.pairs.at(i, j),
+                           static_cast<double>(batch.urmsd.at(i, j)), gyration[i], gyration[j]);
     };
 }
 
@@ -166,16 +158,12 @@ int writeRmsdFiles(const RmsdBatch& batch, const ChainList& models, const Settin
 
 int compareListRmsd(const ChainList& models, const Settings& settings, Log& log, Report& report) {
     log.info(0, "All vs. All RMSD");
-    const RmsdBatchOptions options{rmsdOptions(settings), comparedAtoms(settings)};
+    const RmsdBatchOptions options{rmsdOptions(settings), readPlan(settings).atoms};
     const RunTimer timer;
     RmsdBatch batch = compareAllRmsd(models, settings.comparison, options, log, report);
     timer.stop(log);
-    printPairs(models, rmsdPairText(batch, models), log);
-    const Average average = averageOfPairs(batch.rmsd);
-    if (settings.average && average.count > 0) {
-        log.info(0, "All-vs-All average            = %6.3f (count = %zu)", average.mean,
-                 average.count);
-    }
+    printPairs(models, rmsdPairFigures(batch, models), log);
+    printAverage(batch.rmsd, settings, log);
     const int status = writeRmsdFiles(batch, models, settings, log);
     cluster(std::move(batch.rmsd), MatrixValues::Distances, models, settings, log);
     return status;
@@ -193,9 +181,9 @@ int runAllVsAll(const Settings& settings, const ResidueExclusions& exclusions, L
         case ComparisonKind::Rmsd:
             return compareListRmsd(models, settings, log, report);
         case ComparisonKind::MaxSub:
-            break;
+            return compareListMaxSub(models, settings, log, report);
     }
-    return compareListMaxSub(models, settings, log, report);
+    std::abort();
 }
 
 }  // namespace tervolanda

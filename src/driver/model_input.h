@@ -1,31 +1,17 @@
-// What the run modes have in common on the way in: the kind of comparison, and the structures.
+// What the run modes have in common on the way in: the structures.
 #pragma once
 
-#include <cstdint>
 #include <string>
 
 #include "chain/input/input.h"
-#include "compare/compare.h"
 #include "driver/settings.h"
 
 namespace tervolanda {
 
 class Log;
 
-enum class ComparisonKind { MaxSub, Gdt, Rmsd };
-
-ComparisonKind comparisonKind(const Settings& settings);
-
-// The atoms that the comparison looks at: the backbone on demand in RMSD runs, else the C-alphas.
-AtomSelection comparedAtoms(const Settings& settings);
-
-RmsdOptions rmsdOptions(const Settings& settings);
-
-// The read options of a list run, for its models and its experiment.
-std::uint16_t listReadFlags(const Settings& settings);
-
 // One structure; a file that cannot be read is fatal.
-Chain readStructure(const std::string& path, std::uint16_t flags,
+Chain readStructure(const std::string& path, const ReadRequest& request,
                     const ResidueExclusions& exclusions, Log& log);
 
 // The models of the list, which the settings name; a list without a readable model is fatal.

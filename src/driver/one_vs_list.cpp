@@ -6,18 +6,17 @@
 #include <cstdlib>
 #include <limits>
 #include <optional>
-#include <string>
 #include <vector>
 
-#include "base/format.h"
 #include "base/log.h"
 #include "compare/compare.h"
 #include "compare/workspace.h"
-#include "driver/format_expansion.h"
 #include "driver/model_input.h"
 #include "driver/modes.h"
 #include "driver/outputs.h"
+#include "driver/read_plan.h"
 #include "driver/result_output.h"
+#include "driver/result_rows.h"
 #include "driver/timer.h"
 #include "resultfiles/resultfiles.h"
 
@@ -32,7 +31,7 @@ struct ModelRecord {
     const Chain* model = nullptr;
     double score = 0.0;    // TM-score, MaxSub, GDT or RMSD
     double sortKey = 0.0;  // ascending, the best first; not a number comes last
-    std::string figures;   // the end of its line
+    Figures figures;
     std::optional<Superposition> superposition;
 };
 
@@ -41,7 +40,7 @@ struct ListRun {
     const Settings& settings;
     const Chain& experiment;
     CoordinateSet experimentSet;
-    AtomSelection atoms;
+    ReadPlan plan;
     Report& report;
     ComparisonWorkspace workspace{};
     ComparisonResult result{};
@@ -52,14 +51,13 @@ ModelRecord compareModelMaxSub(ListRun& run, const CoordinateSet& modelSet) {
     compareMaxSub(run.experimentSet, modelSet, run.settings.comparison, run.workspace, run.report,
                   result);
     if (run.settings.comparison.iterations > 1) {
-        run.report.reportFrom(3, "Total: Pairs=%4u. MAXSUB=%5.3f. MSI=%5.3f\n\n", result.pairs,
-                              result.maxsub, result.msi);
+        run.report.report(ReportLevel::Numbers, "Total: Pairs=%4u. MAXSUB=%5.3f. MSI=%5.3f\n\n",
+                          result.pairs, result.maxsub, result.msi);
     }
     ModelRecord record;
     record.score = run.settings.comparison.rankByTM ? result.tm : result.maxsub;
     record.sortKey = -record.score;
-    record.figures = format("  Pairs=%4u, RMSD=%6.3f, MaxSub=%5.3f, TM=%5.3f, MSI=%4.3f",
-                            result.pairs, result.rmsd, result.maxsub, result.tm, result.msi);
+    record.figures = MaxSubFigures{result.pairs, result.rmsd, result.maxsub, result.tm, result.msi};
     if (!result.iterations.empty()) {
         record.superposition = result.iterations.front().superposition;
     }
@@ -72,7 +70,7 @@ ModelRecord compareModelGdt(ListRun& run, const CoordinateSet& modelSet) {
     ModelRecord record;
     record.score = gdt.gdt;
     record.sortKey = -gdt.gdt;
-    record.figures = format("   GDT=%7.3f", gdt.gdt);
+    record.figures = GdtFigures{gdt.gdt};
     record.superposition = gdt.superposition;
     return record;
 }
@@ -81,39 +79,31 @@ ModelRecord compareModelRmsd(ListRun& run, const Chain& model, const CoordinateS
     RmsdResult result;
     compareRmsd(run.experimentSet, modelSet, rmsdOptions(run.settings), run.workspace, run.report,
                 result);
-    const RmsdFigures figures =
-        rmsdFigures(result.rmsd, result.pairs, result.urmsd, run.experimentSet.gyrationRadius,
-                    modelSet.gyrationRadius);
+    RmsdFigures figures = rmsdFigures(result.rmsd, result.pairs, result.urmsd,
+                                      run.experimentSet.gyrationRadius, modelSet.gyrationRadius);
+    figures.contacts = sharedContacts(run.experiment, model, run.settings.comparison);
     ModelRecord record;
     record.score = figures.rmsd;
     record.sortKey = result.rmsd.value_or(std::numeric_limits<double>::infinity());
-    record.figures = "   RMSD=" + rmsdText(figures);
-    if (run.settings.comparison.contacts) {
-        record.figures += ". " + contactText(run.experiment, model, run.settings.comparison);
-    }
+    record.figures = figures;
     if (result.rmsd) record.superposition = result.superposition;
     return record;
 }
 
 ModelRecord compareModel(ListRun& run, const Chain& model) {
-    run.report.reportFrom(3, "%s vs. %s\n", model.fileName.c_str(),
-                          run.experiment.fileName.c_str());
+    run.report.report(ReportLevel::Numbers, "%s vs. %s\n", model.fileName.c_str(),
+                      run.experiment.fileName.c_str());
     const CoordinateSet modelSet =
-        prepareChain(model, run.atoms, run.settings.comparison, run.report);
-    ModelRecord record;
+        prepareChain(model, run.plan.atoms, run.settings.comparison, run.report);
     switch (comparisonKind(run.settings)) {
         case ComparisonKind::MaxSub:
-            record = compareModelMaxSub(run, modelSet);
-            break;
+            return compareModelMaxSub(run, modelSet);
         case ComparisonKind::Gdt:
-            record = compareModelGdt(run, modelSet);
-            break;
+            return compareModelGdt(run, modelSet);
         case ComparisonKind::Rmsd:
-            record = compareModelRmsd(run, model, modelSet);
-            break;
+            return compareModelRmsd(run, model, modelSet);
     }
-    record.model = &model;
-    return record;
+    std::abort();
 }
 
 const char* comparisonWord(ComparisonKind kind) {
@@ -123,9 +113,9 @@ const char* comparisonWord(ComparisonKind kind) {
         case ComparisonKind::Rmsd:
             return "RMSDs";
         case ComparisonKind::MaxSub:
-            break;
+            return "MAXSUBs";
     }
-    return "MAXSUBs";
+    std::abort();
 }
 
 std::vector<ModelRecord> compareModels(ListRun& run, const ChainList& models, Log& log) {
@@ -138,6 +128,7 @@ std::vector<ModelRecord> compareModels(ListRun& run, const ChainList& models, Lo
             log.progress(0, "Processed %zu of %zu %s", records.size(), models.chains.size(), word);
         }
         records.push_back(compareModel(run, model));
+        records.back().model = &model;
     }
     timer.stop(log);
     return records;
@@ -165,18 +156,12 @@ int writeSuperScript(const ListRun& run, const std::vector<ModelRecord>& records
 }
 
 // From the last record to the first.
-void printRecords(const ListRun& run, const std::vector<ModelRecord>& records, int names,
-                  Log& log) {
-    const bool expands = comparisonKind(run.settings) == ComparisonKind::MaxSub;
-    const int width = numberWidth(records.size());
+void printRecords(const ListRun& run, const std::vector<ModelRecord>& records,
+                  const ColumnWidths& widths, Log& log) {
     for (std::size_t position = records.size(); position > 0; --position) {
         const ModelRecord& record = records[position - 1];
-        std::string line =
-            format("%*zu. %-s vs. %-*s", width, position, run.experiment.fileName.c_str(), names,
-                   record.model->fileName.c_str()) +
-            record.figures;
-        if (expands) line = expandAsFormat(line);
-        log.info(0, "%s", line.c_str());
+        const ListRow row{position, run.experiment, *record.model, record.figures};
+        log.info(0, "%s", listLine(row, widths).c_str());
     }
 }
 
@@ -184,18 +169,17 @@ void printRecords(const ListRun& run, const std::vector<ModelRecord>& records, i
 
 int runOneVsList(const Settings& settings, const ResidueExclusions& exclusions, Log& log) {
     Report report(log, settings.logLevel);
+    const ReadPlan plan = readPlan(settings);
     const ChainList models = readModels(settings, exclusions, log);
-    const Chain experiment =
-        readStructure(*settings.experimentFile, listReadFlags(settings), exclusions, log);
-    const AtomSelection atoms = comparedAtoms(settings);
-    ListRun run{settings, experiment, prepareChain(experiment, atoms, settings.comparison, report),
-                atoms, report};
+    const Chain experiment = readStructure(*settings.experimentFile, plan.request, exclusions, log);
+    ListRun run{settings, experiment,
+                prepareChain(experiment, plan.atoms, settings.comparison, report), plan, report};
     log.info(0, "Processing PDB %s vs. List %s", settings.experimentFile->c_str(),
              settings.listFile->c_str());
     std::vector<ModelRecord> records = compareModels(run, models, log);
     if (!settings.noSort) sortRecords(records);
     const int status = writeSuperScript(run, records, log);
-    printRecords(run, records, nameWidth(models), log);
+    printRecords(run, records, columnWidths(models), log);
     return status;
 }
 

@@ -8,7 +8,7 @@
 #include <filesystem>
 #include <vector>
 
-#include "driver/model_input.h"
+#include "driver/read_plan.h"
 #include "driver/settings.h"
 
 namespace tervolanda {

@@ -10,7 +10,9 @@
 #include "driver/model_input.h"
 #include "driver/modes.h"
 #include "driver/outputs.h"
+#include "driver/read_plan.h"
 #include "driver/result_output.h"
+#include "driver/result_rows.h"
 #include "resultfiles/resultfiles.h"
 
 namespace tervolanda {
@@ -20,16 +22,19 @@ namespace {
 // Single comparisons show their details unless a log level says otherwise.
 int pairwiseReportLevel(const Settings& settings) {
     if (settings.logLevel > 1) return settings.logLevel;
-    return comparisonKind(settings) == ComparisonKind::Gdt ? 3 : 4;
+    return static_cast<int>(comparisonKind(settings) == ComparisonKind::Gdt
+                                ? ReportLevel::Numbers
+                                : ReportLevel::Alignment);
 }
 
 void printBanner(Report& report) {
     const std::string separator = "\n " + std::string(79, '_') + "\n\n";
-    report.report(0, "%s", separator.c_str());
-    report.report(0, "%37s%s\n", "", "TervoLanda");
-    report.report(0, "\n");
-    report.report(0, "%21s%s\n", "", "Protein structure comparison and clustering");
-    report.report(0, "%s", separator.c_str());
+    report.report(ReportLevel::Results, "%s", separator.c_str());
+    report.report(ReportLevel::Results, "%37s%s\n", "", "TervoLanda");
+    report.report(ReportLevel::Results, "\n");
+    report.report(ReportLevel::Results, "%21s%s\n", "",
+                  "Protein structure comparison and clustering");
+    report.report(ReportLevel::Results, "%s", separator.c_str());
 }
 
 // Which atoms the script shows.  Where a single subset was found and nothing else is wanted there
@@ -57,7 +62,7 @@ int comparePairGdt(const ScriptSubject& subject, const Settings& settings,
     ComparisonResult result;
     const GdtResult gdt = compareGdt(subject.experimentSet, subject.predictionSet,
                                      settings.comparison, workspace, report, result);
-    report.report(0, "GDT=%7.3f\n", gdt.gdt);
+    report.report(ReportLevel::Results, "%s\n", singleLine(GdtFigures{gdt.gdt}).c_str());
     return EXIT_SUCCESS;
 }
 
@@ -66,14 +71,11 @@ int comparePairRmsd(const ScriptSubject& subject, const Settings& settings,
     RmsdResult result;
     compareRmsd(subject.experimentSet, subject.predictionSet, rmsdOptions(settings), workspace,
                 report, result);
-    const RmsdFigures figures =
+    RmsdFigures figures =
         rmsdFigures(result.rmsd, result.pairs, result.urmsd, subject.experimentSet.gyrationRadius,
                     subject.predictionSet.gyrationRadius);
-    std::string line = "RMSD=" + rmsdText(figures);
-    if (settings.comparison.contacts) {
-        line += ", " + contactText(subject.experiment, subject.prediction, settings.comparison);
-    }
-    report.report(0, "%s\n", line.c_str());
+    figures.contacts = sharedContacts(subject.experiment, subject.prediction, settings.comparison);
+    report.report(ReportLevel::Results, "%s\n", singleLine(figures).c_str());
     if (!result.rmsd || !settings.alignOutput) return EXIT_SUCCESS;
     return exitStatus(writeRmsdScript(kPairScript, subject, result, log, report));
 }
@@ -83,17 +85,16 @@ int comparePairRmsd(const ScriptSubject& subject, const Settings& settings,
 int runPairwise(const Settings& settings, const ResidueExclusions& exclusions, Log& log) {
     assert(settings.experimentFile && settings.predictionFile);
     Report report(log, pairwiseReportLevel(settings));
-    const auto flags = static_cast<std::uint16_t>(settings.readFlags | ReadAllAtoms);
-    const Chain experiment = readStructure(*settings.experimentFile, flags, exclusions, log);
-    const Chain prediction = readStructure(*settings.predictionFile, flags, exclusions, log);
+    const ReadPlan plan = readPlan(settings);
+    const Chain experiment = readStructure(*settings.experimentFile, plan.request, exclusions, log);
+    const Chain prediction = readStructure(*settings.predictionFile, plan.request, exclusions, log);
 
     const ComparisonKind kind = comparisonKind(settings);
     if (kind == ComparisonKind::MaxSub) printBanner(report);
-    const AtomSelection atoms = comparedAtoms(settings);
     const CoordinateSet experimentSet =
-        prepareChain(experiment, atoms, settings.comparison, report);
+        prepareChain(experiment, plan.atoms, settings.comparison, report);
     const CoordinateSet predictionSet =
-        prepareChain(prediction, atoms, settings.comparison, report);
+        prepareChain(prediction, plan.atoms, settings.comparison, report);
     const ScriptSubject subject{experiment, experimentSet, prediction, predictionSet};
     ComparisonWorkspace workspace;
     switch (kind) {
@@ -102,9 +103,9 @@ int runPairwise(const Settings& settings, const ResidueExclusions& exclusions, L
         case ComparisonKind::Rmsd:
             return comparePairRmsd(subject, settings, workspace, log, report);
         case ComparisonKind::MaxSub:
-            break;
+            return comparePairMaxSub(subject, settings, workspace, log, report);
     }
-    return comparePairMaxSub(subject, settings, workspace, log, report);
+    std::abort();
 }
 
 }  // namespace tervolanda

@@ -2,9 +2,9 @@
 #include "driver/result_output.h"
 
 #include <algorithm>
-#include <cmath>
+#include <cstdlib>
+#include <optional>
 
-#include "base/format.h"
 #include "base/log.h"
 
 namespace tervolanda {
@@ -36,44 +36,9 @@ std::optional<ClusterMethod> clusterMethod(int number) {
 
 }  // namespace
 
-int numberWidth(std::size_t entries) {
-    int width = 1;
-    for (std::size_t rest = entries / 10; rest > 0; rest /= 10)
-        ++width;
-    return width;
-}
-
-int nameWidth(const ChainList& models) {
-    std::size_t longest = 0;
-    for (const Chain& model : models.chains)
-        longest = std::max(longest, model.fileName.size());
-    return static_cast<int>(longest);
-}
-
-RmsdFigures rmsdFigures(std::optional<double> rmsd, std::uint32_t pairs, double urmsd,
-                        double experimentGyration, double predictionGyration) {
-    RmsdFigures figures;
-    figures.pairs = pairs;
-    if (!rmsd) return figures;
-    figures.rmsd = *rmsd;
-    figures.relative = relativeRmsd(*rmsd, experimentGyration, predictionGyration, pairs);
-    figures.urmsd = urmsd;
-    figures.relativeUrmsd = relativeUrmsd(urmsd, pairs);
-    return figures;
-}
-
-std::string rmsdText(const RmsdFigures& figures) {
-    return format("%6.3f (Pairs=%4u, rRMSD=%5.3f (%6.2f)), URMSD=%6.3f (rURMSD=%5.3f)",
-                  figures.rmsd, figures.pairs, figures.relative.ratio,
-                  withoutNegativeZero(figures.relative.standardScore, 2), figures.urmsd,
-                  figures.relativeUrmsd);
-}
-
-std::string contactText(const Chain& experiment, const Chain& prediction,
-                        const ComparisonParameters& parameters) {
-    const NativeContacts contacts =
-        nativeContacts(prediction, experiment, parameters.contactDistance, parameters.contactGap);
-    return format("NC=%6.2f%% (%u/%u)", contacts.percentage(), contacts.matched, contacts.native);
+RmsdOptions rmsdOptions(const Settings& settings) {
+    return {.urmsd = (settings.urmsdFlags & UrmsdCompute) != 0,
+            .urmsdRotation = (settings.urmsdFlags & UrmsdRotate) != 0};
 }
 
 void rankAndPrint(const DistanceMatrix& scores, const PairMatrix& pairs, const ChainList& chains,

@@ -1,11 +1,7 @@
-// What the run modes have in common on the way out: columns, figures, tables, clusters, and what
-// result files mean for the exit status.
+// What the run modes have in common on the way out: tables, clusters, and what result files mean
+// for the exit status.
 #pragma once
 
-#include <cstdint>
-#include <optional>
-#include <span>
-#include <string>
 #include <utility>
 #include <variant>
 
@@ -21,31 +17,7 @@ namespace tervolanda {
 
 class Log;
 
-// Width of a column of model numbers: the smallest i >= 1 for which 10^i exceeds the entries.
-int numberWidth(std::size_t entries);
-
-// Width of a column of file names: the longest name of the list.
-int nameWidth(const ChainList& models);
-
-// The numbers of an RMSD comparison as they are printed: -1 and zeros for a failed fit.
-struct RmsdFigures {
-    double rmsd = -1.0;  // Å
-    std::uint32_t pairs = 0;
-    RelativeRmsd relative;
-    double urmsd = 0.0;
-    double relativeUrmsd = 0.0;
-};
-
-// The radii of gyration are those of the two chains, Å.
-RmsdFigures rmsdFigures(std::optional<double> rmsd, std::uint32_t pairs, double urmsd,
-                        double experimentGyration, double predictionGyration);
-
-// "1.234 (Pairs= ..." and so on up to the relative URMSD.
-std::string rmsdText(const RmsdFigures& figures);
-
-// "NC= ..." for the two chains of an RMSD comparison.
-std::string contactText(const Chain& experiment, const Chain& prediction,
-                        const ComparisonParameters& parameters);
+RmsdOptions rmsdOptions(const Settings& settings);
 
 // Ranks the models by 3D-Jury and prints the table.  `chains` holds the models in matrix order.
 void rankAndPrint(const DistanceMatrix& scores, const PairMatrix& pairs, const ChainList& chains,

@@ -4,6 +4,8 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
+#include <string>
 #include <utility>
 
 #include "base/line_streams.h"
@@ -32,25 +34,27 @@ int runMode(const Settings& settings, Log& log) {
     return runAllVsAll(settings, exclusions, log);
 }
 
-int perform(const CommandLine& line, Log& log) {
-    std::string text;
+// The text that a command line asks for; none for a run.
+std::optional<std::string> requestedText(const CommandLine& line) {
     switch (line.request) {
         case Request::Run:
-            return runMode(line.settings, log);
+            return std::nullopt;
         case Request::ShortUsage:
-            text = shortUsage();
-            break;
+            return shortUsage();
         case Request::StandardHelp:
-            text = standardHelp();
-            break;
+            return standardHelp();
         case Request::ExtendedHelp:
-            text = extendedHelp(line.settings.lineWrap);
-            break;
+            return extendedHelp(line.settings.lineWrap);
         case Request::Version:
-            text = versionText();
-            break;
+            return versionText();
     }
-    std::fwrite(text.data(), 1, text.size(), stdout);
+    std::abort();
+}
+
+int perform(const CommandLine& line, Log& log) {
+    const std::optional<std::string> text = requestedText(line);
+    if (!text) return runMode(line.settings, log);
+    std::fwrite(text->data(), 1, text->size(), stdout);
     return EXIT_SUCCESS;
 }
 

@@ -164,11 +164,6 @@ void resolveThresholds(Settings& settings) {
 void resolveRun(Arguments& arguments, Settings& settings, Log& log) {
     if (settings.distanceFile) settings.rmsdOnly = true;
     resolveThresholds(settings);
-    if (settings.allAtoms) {
-        settings.readFlags |= ReadAllAtoms;
-    } else if (settings.comparison.contacts || settings.comparison.sequenceIndependent) {
-        settings.readFlags |= ReadBackboneAndBeta;
-    }
     if (arguments.hasFlag("-urmsd")) settings.urmsdFlags |= UrmsdRotate;
     settings.logLevel = std::max(settings.logLevel, 1);
     log.setLogLevel(settings.logLevel);

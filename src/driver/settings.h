@@ -6,7 +6,6 @@
 #include <string>
 #include <vector>
 
-#include "chain/input/input.h"
 #include "compare/compare.h"
 
 namespace tervolanda {
@@ -56,7 +55,6 @@ struct Settings {
     bool rankMS = false;
     bool alignOutput = true;
     std::uint8_t urmsdFlags = UrmsdCompute;
-    std::uint16_t readFlags = ReadCalphaOnly | ReadCheckDuplicates | ReadCheckAll;
 
     int logLevel = 1;
     int lineWrap = 60;

@@ -190,7 +190,7 @@ std::vector<ShownPrediction> shownIterations(const ComparisonResult& result) {
 
 // Per iteration the MaxSub index so far, the total MaxSub so far, and the scores it is the sum of.
 void reportIterations(const ComparisonResult& result, Report& report) {
-    report.report(0, "Iter   Area    MS\n");
+    report.report(ReportLevel::Results, "Iter   Area    MS\n");
     double index = 0.0;
     double total = 0.0;
     std::string scores;
@@ -198,8 +198,8 @@ void reportIterations(const ComparisonResult& result, Report& report) {
         total += result.iterations[n].score;
         index += total;
         scores += format(" %5.3f", result.iterations[n].score);
-        report.report(0, "%-2d     %5.3f : %5.3f =%s\n", static_cast<int>(n + 1), index, total,
-                      scores.c_str());
+        report.report(ReportLevel::Results, "%-2d     %5.3f : %5.3f =%s\n", static_cast<int>(n + 1),
+                      index, total, scores.c_str());
     }
 }
 
@@ -244,7 +244,7 @@ FileOutcome writeMaxSubScript(const std::string& path, const ScriptSubject& subj
                               Report& report) {
     OutputFile script(path);
     if (!openScript(script, path, log)) return FileOutcome::NotCreated;
-    report.report(0, "Outputting superposition to file '%s'\n", path.c_str());
+    report.report(ReportLevel::Results, "Outputting superposition to file '%s'\n", path.c_str());
     if (parameters.iterations > 1) reportIterations(result, report);
     const std::vector<ShownPrediction> predictions = shownIterations(result);
     const std::string origin = format(
@@ -264,7 +264,7 @@ FileOutcome writeRmsdScript(const std::string& path, const ScriptSubject& subjec
                             const RmsdResult& result, Log& log, Report& report) {
     OutputFile script(path);
     if (!openScript(script, path, log)) return FileOutcome::NotCreated;
-    report.report(0, "Outputting superposition to file '%s'\n", path.c_str());
+    report.report(ReportLevel::Results, "Outputting superposition to file '%s'\n", path.c_str());
     std::vector<ShownPrediction> predictions(1);
     predictions[0].superposition = result.superposition;
     predictions[0].pairs = result.matched;

@@ -49,7 +49,7 @@ TEST(Log, EndsAProgressLineBeforeAnyOtherLineAndOnlyOnce) {
     captured.log.error(0, "b");
     captured.log.endProgress();
     captured.log.progress(0, "c");
-    captured.report.report(0, "d\n");
+    captured.report.report(ReportLevel::Results, "d\n");
     EXPECT_EQ(captured.output(), "INFO  : a\nINFO  : c\n");
     EXPECT_EQ(captured.error(), "ERROR : b\n");
     EXPECT_EQ(captured.reported(), "d\n");
@@ -63,7 +63,7 @@ TEST(Log, SendsEverythingButReportsToTheLogFileAndRewritesNothingThere) {
     captured.log.progress(0, "1 of 2");
     captured.log.progress(0, "2 of 2");
     captured.log.error(0, "gone");
-    captured.report.report(0, "RMSD\n");
+    captured.report.report(ReportLevel::Results, "RMSD\n");
     EXPECT_TRUE(captured.streams.flush());
     EXPECT_EQ(test::readFile(folder / "run.log"), "INFO  : 1 of 2\nINFO  : 2 of 2\nERROR : gone\n");
     EXPECT_EQ(captured.output() + captured.error(), "INFO  : under way\n");
@@ -77,7 +77,7 @@ TEST(Log, HandsAnySinkEachLineWithWhatItIs) {
         (text += line) += '|';
     });
     log.progress(0, "%d of %d", 1, 2);
-    Report(log, 1).report(0, "a %s\n", "b");
+    Report(log, 1).report(ReportLevel::Results, "a %s\n", "b");
     log.error(9, "c");
     log.incompleteFile("d");
     EXPECT_EQ(text,
@@ -107,15 +107,14 @@ TEST(FaultReport, CountsWhatIsTooMuchToList) {
                         "kind are not listed\n"));
 }
 
-TEST(Report, WritesByLevelInItsTwoForms) {
+TEST(Report, WritesFromItsLevelOn) {
     CapturedLog captured(/*logLevel=*/1, /*reportLevel=*/4);
-    captured.report.report(3, "below ");
-    captured.report.report(4, "not below ");
-    captured.report.reportFrom(4, "reached ");
-    captured.report.reportFrom(5, "not reached ");
+    captured.report.report(ReportLevel::Numbers, "below ");
+    captured.report.report(ReportLevel::Alignment, "reached ");
+    captured.report.report(ReportLevel::Passes, "not reached ");
     EXPECT_EQ(captured.reported(), "below reached ");
-    EXPECT_TRUE(captured.report.reportsFrom(4));
-    EXPECT_FALSE(captured.report.reportsFrom(5));
+    EXPECT_TRUE(captured.report.reports(ReportLevel::Alignment));
+    EXPECT_FALSE(captured.report.reports(ReportLevel::Passes));
 }
 
 TEST(LineStreams, HideControlBytesOnATerminalAndOnlyThere) {

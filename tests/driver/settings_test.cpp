@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "driver/read_plan.h"
 #include "support/support.h"
 
 namespace tervolanda {
@@ -52,57 +53,50 @@ TEST(CommandLine, ChoosesBetweenTextsAndARun) {
     }
 }
 
-TEST(Settings, PutsEveryValueInItsPlace) {
-    const Settings settings =
-        settingsOf({"-N",    "80",  "-TSF", "1.5",  "-dist", "6",        "-gap", "3",    "-mP",
-                    "7",     "-mS", "0.25", "-opt", "9",     "-open",    "-1.5", "-aff", "-0.25",
-                    "-seed", "3",   "-s",   "0.3",  "-P",    "11",       "-is",  "12",   "-ms",
-                    "13",    "-C",  "2",    "-O",   "1",     "-super",   "4",    "-lws", "50",
-                    "-T",    "0.1", "-Tm",  "0.2",  "-a",    "0.3",      "-d",   "3.25", "-R",
-                    "r",     "-Rl", "rl",   "-Ru",  "ru",    "-exclude", "x"});
-    const ComparisonParameters& comparison = settings.comparison;
-    EXPECT_EQ(comparison.normLength, 80);
-    EXPECT_EQ(comparison.thresholdScale, 1.5);
-    EXPECT_EQ(comparison.contactDistance, 6.0);
-    EXPECT_EQ(comparison.contactGap, 3);
-    EXPECT_EQ(comparison.minIterationPairs, 7);
-    EXPECT_EQ(comparison.minIterationScore, 0.25);
-    EXPECT_EQ(comparison.optimisations, 9);
-    EXPECT_EQ(comparison.gapOpen, -1.5);
-    EXPECT_EQ(comparison.gapAffine, -0.25);
-    EXPECT_EQ(comparison.seedLevels, 3);
-    EXPECT_EQ(comparison.distanceCutoff, 3.25);
-    EXPECT_EQ(settings.juryScore, 0.3);
-    EXPECT_EQ(settings.juryPairs, 11);
-    EXPECT_EQ(settings.initialClusterSize, 12);
-    EXPECT_EQ(settings.minClusterSize, 13);
-    EXPECT_EQ(settings.clusterMethod, 2);
-    EXPECT_EQ(settings.outputOption, 1);
-    EXPECT_TRUE(settings.outputOptionGiven);
-    EXPECT_EQ(settings.superTop, 4);
-    EXPECT_EQ(settings.lineWrap, 50);
-    EXPECT_EQ(settings.threshold, 0.1);
-    EXPECT_EQ(settings.maxThreshold, 0.2);
-    EXPECT_EQ(settings.thresholdStep, 0.3);
-    EXPECT_EQ(settings.resultFile, "r");
-    EXPECT_EQ(settings.liteResultFile, "rl");
-    EXPECT_EQ(settings.urmsdResultFile, "ru");
-    EXPECT_EQ(settings.exclusionFile, "x");
-}
+// An option, its value, none for a flag, and the member that it sets.
+struct OptionCase {
+    std::string option, text;
+    double (*member)(const Settings&);
+};
+#define MEMBER(name) [](const Settings& s) { return static_cast<double>(s.name); }
+// clang-format off
+const OptionCase kOptions[] = {
+    {"-N", "80", MEMBER(comparison.normLength)}, {"-TSF", "1.5", MEMBER(comparison.thresholdScale)},
+    {"-dist", "6", MEMBER(comparison.contactDistance)},
+    {"-gap", "3", MEMBER(comparison.contactGap)},
+    {"-mP", "7", MEMBER(comparison.minIterationPairs)},
+    {"-mS", "0.25", MEMBER(comparison.minIterationScore)},
+    {"-opt", "9", MEMBER(comparison.optimisations)}, {"-open", "-1.5", MEMBER(comparison.gapOpen)},
+    {"-aff", "-0.25", MEMBER(comparison.gapAffine)}, {"-seed", "31", MEMBER(comparison.seedLevels)},
+    {"-d", "3.25", MEMBER(comparison.distanceCutoff)}, {"-s", "0.35", MEMBER(juryScore)},
+    {"-P", "11", MEMBER(juryPairs)}, {"-is", "12", MEMBER(initialClusterSize)},
+    {"-ms", "13", MEMBER(minClusterSize)}, {"-C", "2", MEMBER(clusterMethod)},
+    {"-O", "1", MEMBER(outputOption)}, {"-super", "4", MEMBER(superTop)},
+    {"-lws", "50", MEMBER(lineWrap)}, {"-T", "0.1", MEMBER(threshold)},
+    {"-Tm", "0.2", MEMBER(maxThreshold)}, {"-a", "0.3", MEMBER(thresholdStep)},
+    {"-contact", "", MEMBER(comparison.contacts)}, {"-maxRMSD", "", MEMBER(comparison.maxRMSD)},
+    {"-matrix", "", MEMBER(comparison.similarityMatrix)},
+    {"-in", "", MEMBER(comparison.sequenceIndependent)}, {"-TM", "", MEMBER(comparison.maximiseTM)},
+    {"-noscore", "", MEMBER(comparison.scorePoor)}, {"-rms", "", MEMBER(rmsdOnly)},
+    {"-av", "", MEMBER(average)}, {"-nosort", "", MEMBER(noSort)}, {"-bb", "", MEMBER(backbone)},
+    {"-noalign", "", MEMBER(alignOutput)}, {"-nourmsd", "", MEMBER(urmsdFlags)},
+};
+// clang-format on
 
-TEST(Settings, PutsEveryFlagInItsPlace) {
-    const Settings settings =
-        settingsOf({"-rms", "-contact", "-av", "-nosort", "-noscore", "-bb", "-maxRMSD", "-matrix",
-                    "-in", "-TM", "-noalign", "-nourmsd", "-urmsd"});
-    EXPECT_TRUE(settings.rmsdOnly && settings.average && settings.noSort && settings.backbone);
-    EXPECT_TRUE(settings.comparison.contacts && settings.comparison.maxRMSD);
-    EXPECT_TRUE(settings.comparison.similarityMatrix && settings.comparison.sequenceIndependent);
-    EXPECT_TRUE(settings.comparison.maximiseTM);
-    EXPECT_FALSE(settings.comparison.scorePoor);
-    EXPECT_FALSE(settings.alignOutput);
-    EXPECT_FALSE(settings.gdt);
-    EXPECT_EQ(settings.urmsdFlags, UrmsdRotate);
-    EXPECT_EQ(settings.comparison.optimisations, 20);  // with -in
+TEST(Settings, PutsEveryOptionInItsPlace) {
+    const Settings unset = settingsOf({});
+    for (const auto& [option, text, member] : kOptions) {
+        std::vector<std::string> values = {option};
+        if (!text.empty()) values.push_back(text);
+        const double set = text.empty() ? 1.0 - member(unset) : std::stod(text);
+        EXPECT_EQ(member(settingsOf(values)), set) << option;
+    }
+    EXPECT_TRUE(settingsOf({"-O", "0"}).outputOptionGiven);
+    EXPECT_EQ(settingsOf({"-urmsd"}).urmsdFlags, UrmsdCompute | UrmsdRotate);
+    EXPECT_EQ(settingsOf({"-in"}).comparison.optimisations, 20);
+    const Settings files = settingsOf({"-R", "r", "-Rl", "rl", "-Ru", "ru", "-exclude", "x"});
+    EXPECT_EQ(*files.resultFile + *files.liteResultFile + *files.urmsdResultFile, "rrlru");
+    EXPECT_EQ(files.exclusionFile, "x");
 }
 
 TEST(Settings, CountsIterationsUnsigned) {
@@ -151,11 +145,20 @@ TEST(Settings, ResolvesThresholdsByTheKindOfRun) {
     EXPECT_EQ(file.thresholdStep, 0.2);
 }
 
-TEST(Settings, DerivesTheReadFlags) {
-    EXPECT_EQ(settingsOf({"-in"}).readFlags, 0x36);
-    EXPECT_EQ(settingsOf({"-contact"}).readFlags, 0x36);
-    EXPECT_EQ(settingsOf({"-all", "-contact"}).readFlags, 0x3A);
-    EXPECT_EQ(settingsOf({"-bb"}).readFlags, 0x32);
+TEST(ReadPlan, ReadsWhatComparisonsAndScriptsNeed) {
+    const auto planOf = [](std::vector<std::string> options) {
+        options.insert(options.end(), {"-l", "list"});
+        return readPlan(lineOf(std::move(options)).settings);
+    };
+    EXPECT_EQ(planOf({}).request.options, 0x32);
+    EXPECT_EQ(planOf({"-in"}).request.options, 0x36);
+    EXPECT_EQ(planOf({"-contact"}).request.options, 0x36);
+    EXPECT_EQ(planOf({"-all", "-contact"}).request.options, 0x3A);
+    EXPECT_EQ(planOf({"-bb"}).request.options, 0x32);
+    EXPECT_EQ(planOf({"-bb", "-rmsd"}).request.options, 0x36);
+    EXPECT_EQ(planOf({"-bb", "-rmsd"}).atoms, AtomSelection::Backbone);
+    EXPECT_EQ(planOf({"-bb"}).atoms, AtomSelection::Calpha);
+    EXPECT_EQ(readPlan(settingsOf({"-rmsd"})).request.options, 0x3A);  // for the script
 }
 
 TEST(Settings, CopiesATextBeforeLaterScansRewriteIt) {

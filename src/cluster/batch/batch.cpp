@@ -63,7 +63,7 @@ void forAllPairs(const ChainList& models, const char* what, Log& log, Report& re
                  const Begin& begin, const Compare& compare) {
     const auto n = static_cast<long>(models.chains.size());
     const long total = n * (n - 1) / 2;
-    const bool namesModels = report.reportsFrom(3);
+    const bool namesModels = report.reports(ReportLevel::Numbers);
     long counter = 0;
     for (std::size_t i = 1; i < models.chains.size(); ++i) {
         begin(i);
@@ -72,8 +72,8 @@ void forAllPairs(const ChainList& models, const char* what, Log& log, Report& re
                 log.progress(0, "Processed %ld of %ld %ss", counter, total, what);
             }
             if (namesModels) {
-                report.reportFrom(3, "%s vs. %s\n", models.chains[j].fileName.c_str(),
-                                  models.chains[i].fileName.c_str());
+                report.report(ReportLevel::Numbers, "%s vs. %s\n",
+                              models.chains[j].fileName.c_str(), models.chains[i].fileName.c_str());
             }
             compare(i, j);
             ++counter;
@@ -173,8 +173,8 @@ MaxSubBatch compareAllMaxSub(const ChainList& models, const ComparisonParameters
         compareMaxSub(sets[i], sets[j], parameters, workspace, report, result);
         recorder.record(i, j, result);
         if (parameters.iterations > 1) {
-            report.reportFrom(3, "Total: Pairs=%4d. MAXSUB=%5.3f. MSI=%5.3f\n\n",
-                              static_cast<int>(result.pairs), result.maxsub, result.msi);
+            report.report(ReportLevel::Numbers, "Total: Pairs=%4d. MAXSUB=%5.3f. MSI=%5.3f\n\n",
+                          static_cast<int>(result.pairs), result.maxsub, result.msi);
         }
         if (!sink) return;
         if (!result.iterations.empty()) {
@@ -210,7 +210,8 @@ RmsdBatch compareAllRmsd(const ChainList& models, const ComparisonParameters& pa
     rmsdOptions.reportTooFew = false;
     ComparisonWorkspace workspace;
     // The details of a fit are known to a comparison of its own only.
-    const bool wantsDetails = report.reportsFrom(5) || options.selection != AtomSelection::Calpha;
+    const bool wantsDetails =
+        report.reports(ReportLevel::Passes) || options.selection != AtomSelection::Calpha;
     const PositionalRmsd positional(wantsDetails ? std::span<const CoordinateSet>() : sets,
                                     rmsdOptions.urmsd, workspace.kernels());
     constexpr std::size_t kRows = PositionalRmsd::kRowsAtOnce;

@@ -1,0 +1,29 @@
+// Comparisons look at C-alpha atoms, or in RMSD runs on demand at the backbone.  More is read where
+// something else needs it: contacts and secondary structure the backbone and C-beta atoms, the
+// script of a pairwise run all atoms.
+#include "driver/read_plan.h"
+
+namespace tervolanda {
+
+ComparisonKind comparisonKind(const Settings& settings) {
+    if (settings.rmsdOnly) return ComparisonKind::Rmsd;
+    return settings.gdt ? ComparisonKind::Gdt : ComparisonKind::MaxSub;
+}
+
+ReadPlan readPlan(const Settings& settings) {
+    ReadPlan plan;
+    const bool isPairwise = !settings.listFile;
+    const bool comparesBackbone = settings.rmsdOnly && settings.backbone;
+    if (comparesBackbone) plan.atoms = AtomSelection::Backbone;
+    unsigned int options = ReadCalphaOnly | ReadCheckDuplicates | ReadCheckAll;
+    if (settings.allAtoms || isPairwise) {
+        options |= ReadAllAtoms;
+    } else if (settings.comparison.contacts || settings.comparison.sequenceIndependent ||
+               comparesBackbone) {
+        options |= ReadBackboneAndBeta;
+    }
+    plan.request.options = static_cast<std::uint16_t>(options);
+    return plan;
+}
+
+}  // namespace tervolanda
