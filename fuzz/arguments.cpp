@@ -18,6 +18,7 @@
 #include "driver/help_text.h"
 #include "driver/settings.h"
 #include "support.h"
+#include "support/support.h"
 
 using namespace tervolanda;
 using namespace tervolanda::fuzz;
@@ -38,7 +39,7 @@ std::vector<std::string> splitLines(std::string_view text) {
 
 // Reads a command line; none when that ended fatally.
 std::optional<CommandLine> readQuietly(const std::vector<std::string>& arguments) {
-    QuietLog quiet;
+    test::CapturedLog quiet;
     std::optional<CommandLine> line;
     try {
         line = readCommandLine(arguments, quiet.log);

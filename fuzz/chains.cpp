@@ -1,5 +1,4 @@
-// The literal reader goes by the columns of the format and the C library's conversions.  Made
-// chains have the step lengths of real ones where that is asked for, so that searches find subsets.
+// The literal reader goes by the columns of the format and the C library's conversions.
 #include "chains.h"
 
 #include <algorithm>
@@ -13,6 +12,7 @@
 #include "chain/input/chain_builder.h"
 #include "chain/input/pdb_columns.h"
 #include "support.h"
+#include "support/support.h"
 
 namespace tervolanda::fuzz {
 
@@ -102,8 +102,6 @@ void requireClose(double written, double read) {
     FUZZ_REQUIRE(std::fabs(written - read) <= 0.00051);
 }
 
-}  // namespace
-
 void requireSound(const ChainSet& set, const ReadRequest& request) {
     FUZZ_REQUIRE(!set.chains.empty());
     FUZZ_REQUIRE((request.options & ReadSingleChain) == 0 || set.chains.size() == 1);
@@ -135,6 +133,14 @@ void requireSameAtoms(const Chain& a, const Chain& b) {
         FUZZ_REQUIRE(first.x == second.x && first.y == second.y && first.z == second.z);
         FUZZ_REQUIRE(first.occupancy == second.occupancy && first.bFactor == second.bFactor);
     }
+}
+
+}  // namespace
+
+void requireSameChains(const std::vector<Chain>& a, const std::vector<Chain>& b) {
+    FUZZ_REQUIRE(a.size() == b.size());
+    for (std::size_t i = 0; i < a.size(); ++i)
+        requireSameAtoms(a[i], b[i]);
 }
 
 void requireWritable(const Chain& chain) {
@@ -268,163 +274,132 @@ std::vector<Chain> takeRecords(const std::vector<std::string_view>& records, std
     return chains;
 }
 
+bool chooseReading(FuzzedDataProvider& input, Reading& reading) {
+    reading.request.options = input.ConsumeIntegral<std::uint16_t>();
+    const bool isUnchecked = input.ConsumeBool();
+    if (isUnchecked) {
+        reading.request.options &=
+            ReadCalphaOnly | ReadBackboneAndBeta | ReadAllAtoms | ReadNoHydrogen;
+    }
+    if (input.ConsumeBool()) reading.exclusions.add("   2 ");
+    return isUnchecked;
+}
+
+std::vector<Chain> requireSoundReading(const std::string& path, const Reading& reading) {
+    test::CapturedLog quiet;
+    std::optional<ChainSet> set =
+        readStructureFile(path, reading.request, reading.exclusions, quiet.log);
+    FUZZ_REQUIRE(set || quiet.error().ends_with("', skipped\n"));
+    if (!set) return {};
+    requireSound(*set, reading.request);
+    return std::move(set->chains);
+}
+
 // --- Made chains ---------------------------------------------------------------------------------
 
 namespace {
 
-using Place = std::array<double, 3>;
-
 constexpr double kPi = std::numbers::pi;
-constexpr double kStep = 3.8;  // Å, between C-alpha atoms
 
 double signedByte(FuzzedDataProvider& input) {
     return static_cast<double>(input.ConsumeIntegral<std::int8_t>());
 }
 
-// The C-alpha atom of residue i.
-Place nextPlace(int kind, int i, const Place& last, FuzzedDataProvider& input) {
-    const auto n = static_cast<double>(i);
-    if (kind == 0) {
-        const double turn = n * 100.0 * kPi / 180.0;
-        return {2.3 * std::cos(turn), 2.3 * std::sin(turn), 1.5 * n};
-    }
-    if (kind == 1) return {i % 2 == 0 ? 0.0 : 1.7, 0.0, 3.4 * n};
-    if (kind == 2) return {n, 0.0, 0.0};
-    Place place = {signedByte(input), signedByte(input), signedByte(input)};
-    if (kind == 3) return place;
-    const double length = std::hypot(place[0], place[1], place[2]);
-    for (std::size_t k = 0; k < 3; ++k)
-        place[k] = last[k] + (length > 0.0 ? kStep * place[k] / length : 0.0);
-    return place;
+using Place = std::array<double, 3>;
+
+std::vector<Place> chosenPlaces(std::size_t count, FuzzedDataProvider& input) {
+    std::vector<Place> places(count);
+    for (Place& place : places)
+        place = {signedByte(input), signedByte(input), signedByte(input)};
+    return places;
 }
 
-void addAtom(Chain& chain, const char* name, const char* residue, int number, char insertion,
-             const Place& place) {
-    Atom atom;
+Chain makeTrace(FuzzedDataProvider& input) {
+    const int kind = input.ConsumeIntegralInRange(0, 2);
+    const auto length = input.ConsumeIntegralInRange<std::size_t>(0, kLongestChain);
+    if (kind == 0) return test::helix(length);
+    if (kind == 1) return test::coil(length, input.ConsumeIntegral<std::uint8_t>());
+    return test::calphaChain(chosenPlaces(length, input));
+}
+
+// The atom as another one of its residue, `shift` from where it is.
+Atom beside(Atom atom, const char* name, const Vec3& shift) {
     atom.name = FixedText<4>(name);
+    atom.classification = classifyAtomName(name, atom.residueType);
+    atom.x += shift.x;
+    atom.y += shift.y;
+    atom.z += shift.z;
+    return atom;
+}
+
+void rename(Atom& atom, const char* residue) {
     atom.residueName = FixedText<3>(residue);
     atom.residueType = static_cast<std::int16_t>(residueIndex(residue));
-    atom.classification = classifyAtomName(name, atom.residueType);
-    atom.residueNumber = static_cast<std::int16_t>(number);
-    atom.insertionCode = insertion;
-    atom.chainId = chain.letter();
-    atom.x = place[0];
-    atom.y = place[1];
-    atom.z = place[2];
-    chain.atoms.push_back(atom);
+    atom.classification = classifyAtomName(atom.name.view(), atom.residueType);
 }
 
-// Roughly where the other backbone atoms of a helix stand, seen from the C-alpha.
-void addBackbone(Chain& chain, const char* residue, int number, char insertion,
-                 const Place& calpha) {
-    const auto [x, y, z] = calpha;
-    addAtom(chain, " N  ", residue, number, insertion, {x - 0.5, y + 0.9, z - 1.1});
-    addAtom(chain, " C  ", residue, number, insertion, {x + 0.4, y - 0.8, z + 1.2});
-    addAtom(chain, " O  ", residue, number, insertion, {x + 0.5, y - 0.7, z + 2.4});
-    addAtom(chain, " CB ", residue, number, insertion, {x + 1.2, y + 0.9, z + 0.1});
-}
-
-void rotate(Chain& chain, std::size_t first, double angle, int axis) {
-    const auto turn = [angle](double& a, double& b) {
-        const double before = a;
-        a = before * std::cos(angle) - b * std::sin(angle);
-        b = before * std::sin(angle) + b * std::cos(angle);
-    };
-    for (std::size_t i = first; i < chain.atoms.size(); ++i) {
+void bend(Chain& chain, double angle) {
+    for (std::size_t i = chain.atoms.size() / 2; i < chain.atoms.size(); ++i) {
         Atom& atom = chain.atoms[i];
-        if (axis == 0) turn(atom.y, atom.z);
-        if (axis == 1) turn(atom.z, atom.x);
-        if (axis == 2) turn(atom.x, atom.y);
+        const double y = atom.y;
+        atom.y = y * std::cos(angle) - atom.z * std::sin(angle);
+        atom.z = y * std::sin(angle) + atom.z * std::cos(angle);
     }
 }
 
-void shake(Chain& chain, FuzzedDataProvider& input) {
-    const double size = std::pow(2.0, input.ConsumeIntegralInRange(-10, 3)) / 128.0;
-    for (Atom& atom : chain.atoms) {
-        atom.x += size * signedByte(input);
-        atom.y += size * signedByte(input);
-        atom.z += size * signedByte(input);
-    }
-}
-
-void move(Chain& chain, FuzzedDataProvider& input) {
-    for (int axis = 0; axis < 3; ++axis)
-        rotate(chain, 0, signedByte(input) * kPi / 128.0, axis);
-    const double x = signedByte(input);
-    const double y = signedByte(input);
-    for (Atom& atom : chain.atoms) {
-        atom.x += x;
-        atom.y += y;
-    }
-}
-
-void cut(Chain& chain, FuzzedDataProvider& input) {
-    if (chain.atoms.empty()) return;
-    const auto last = static_cast<int>(chain.atoms.size()) - 1;
-    const int number =
-        chain.atoms[static_cast<std::size_t>(input.ConsumeIntegralInRange(0, last))].residueNumber;
+void cut(Chain& chain, std::size_t place) {
+    const int number = chain.atoms[place].residueNumber;
     std::erase_if(chain.atoms, [&](const Atom& atom) { return atom.residueNumber == number; });
 }
 
-void throwFar(Chain& chain, FuzzedDataProvider& input) {
+void change(Chain& chain, FuzzedDataProvider& input) {
     if (chain.atoms.empty()) return;
-    const auto last = static_cast<int>(chain.atoms.size()) - 1;
-    chain.atoms[static_cast<std::size_t>(input.ConsumeIntegralInRange(0, last))].y =
-        input.PickValueInArray({9999.999, -999.999, 1e4, 1e7});
+    const auto place = input.ConsumeIntegralInRange<std::size_t>(0, chain.atoms.size() - 1);
+    const int kind = input.ConsumeIntegralInRange(0, 6);
+    if (kind == 0) chain = test::moved(chain);
+    if (kind == 1) chain = test::shaken(chain, std::exp2(-3.0 - signedByte(input) / 16.0), 1);
+    if (kind == 2) bend(chain, signedByte(input) * kPi / 128.0);
+    if (kind == 3) cut(chain, place);
+    if (kind == 4) chain.atoms[place].y = input.PickValueInArray({9999.999, -999.999, 1e4, 1e7});
+    for (Atom& atom : chain.atoms) {
+        if (kind == 5) atom.z = -atom.z;
+        if (kind == 6) atom.residueNumber = static_cast<std::int16_t>(atom.residueNumber + 4);
+    }
 }
 
 }  // namespace
 
 Chain makeChain(FuzzedDataProvider& input) {
-    Chain chain;
-    chain.name = "A";
-    const int kind = input.ConsumeIntegralInRange(0, 4);
-    const int length = input.ConsumeIntegralInRange(0, kLongestChain);
+    Chain chain = makeTrace(input);
     const bool hasBackbone = input.ConsumeBool();
     int number = input.ConsumeIntegralInRange(-5, 50);
     char insertion = ' ';
-    Place place{};
-    for (int i = 0; i < length; ++i) {
-        place = nextPlace(kind, i, place, input);
+    std::vector<Atom> atoms;
+    for (Atom& atom : chain.atoms) {
         const int oddity = input.ConsumeIntegralInRange(0, 15);
         if (oddity == 1) number += 3;
         insertion = oddity == 2 ? (insertion == ' ' ? 'A' : static_cast<char>(insertion + 1)) : ' ';
         if (insertion == ' ') ++number;
-        const char* const residue = oddity == 3 ? "GLY" : oddity == 4 ? "MSE" : "ALA";
-        addAtom(chain, " CA ", residue, number, insertion, place);
-        if (hasBackbone && oddity != 5) addBackbone(chain, residue, number, insertion, place);
+        atom.residueNumber = static_cast<std::int16_t>(number);
+        atom.insertionCode = insertion;
+        if (oddity == 3) rename(atom, "GLY");
+        if (oddity == 4) rename(atom, "MSE");
+        atoms.push_back(atom);
+        if (!hasBackbone || oddity == 5) continue;
+        // Roughly where they stand in a helix.
+        atoms.push_back(beside(atom, " N  ", {-0.5, 0.9, -1.1}));
+        atoms.push_back(beside(atom, " C  ", {0.4, -0.8, 1.2}));
+        atoms.push_back(beside(atom, " O  ", {0.5, -0.7, 2.4}));
+        atoms.push_back(beside(atom, " CB ", {1.2, 0.9, 0.1}));
     }
+    chain.atoms = std::move(atoms);
     return chain;
 }
 
 Chain makeVariant(const Chain& chain, FuzzedDataProvider& input) {
     Chain variant = chain;
-    for (int changes = input.ConsumeIntegralInRange(0, 3); changes > 0; --changes) {
-        switch (input.ConsumeIntegralInRange(0, 6)) {
-            case 0:
-                move(variant, input);
-                break;
-            case 1:
-                for (Atom& atom : variant.atoms)
-                    atom.z = -atom.z;
-                break;
-            case 2:
-                shake(variant, input);
-                break;
-            case 3:
-                rotate(variant, variant.atoms.size() / 2, signedByte(input) * kPi / 128.0, 0);
-                break;
-            case 4:
-                for (Atom& atom : variant.atoms)
-                    atom.residueNumber = static_cast<std::int16_t>(atom.residueNumber + 4);
-                break;
-            case 5:
-                cut(variant, input);
-                break;
-            default:
-                throwFar(variant, input);
-        }
-    }
+    for (int changes = input.ConsumeIntegralInRange(0, 3); changes > 0; --changes)
+        change(variant, input);
     return variant;
 }
 

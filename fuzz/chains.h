@@ -13,13 +13,22 @@
 
 namespace tervolanda::fuzz {
 
-// --- After a read --------------------------------------------------------------------------------
+// --- Reading -------------------------------------------------------------------------------------
 
-// What holds for every set that readStructureFile() returns for `request`.
-void requireSound(const ChainSet& set, const ReadRequest& request);
+struct Reading {
+    ReadRequest request;
+    ResidueExclusions exclusions;
+};
 
-// That two chains have the same atoms in the same order.
-void requireSameAtoms(const Chain& a, const Chain& b);
+// What the bytes choose; true when no check is among it.
+bool chooseReading(FuzzedDataProvider& input, Reading& reading);
+
+// The chains that are read, none after a failure, which has to be an ERROR line; that they are what
+// the request promises.
+std::vector<Chain> requireSoundReading(const std::string& path, const Reading& reading);
+
+// That the chains have the same atoms in the same order.
+void requireSameChains(const std::vector<Chain>& a, const std::vector<Chain>& b);
 
 // That a full ATOM line of each atom, read again, gives the atom back.
 void requireWritable(const Chain& chain);
@@ -39,16 +48,15 @@ std::vector<Chain> takeRecords(const std::vector<std::string_view>& records, std
 
 // --- Made chains ---------------------------------------------------------------------------------
 
-// A chain of up to kLongestChain residues with a backbone or C-alpha atoms alone: a helix, a
-// strand, steps or places that the bytes say; numbers may start anywhere, skip, and have insertion
-// codes.
+// A chain of up to kLongestChain residues with a backbone or C-alpha atoms alone: a helix, a coil,
+// or places that the bytes say; numbers may start anywhere, skip, and have insertion codes.
 Chain makeChain(FuzzedDataProvider& input);
 
 // `chain` changed as the bytes say: moved, mirrored, shaken, bent, renumbered, cut, one atom thrown
 // far away, or not at all.
 Chain makeVariant(const Chain& chain, FuzzedDataProvider& input);
 
-inline constexpr int kLongestChain = 20;
+inline constexpr std::size_t kLongestChain = 20;
 
 // The chain as the text of a structure file.
 std::string chainText(const Chain& chain);

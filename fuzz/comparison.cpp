@@ -15,6 +15,7 @@
 #include "compare/fit/kernels.h"
 #include "compare/workspace.h"
 #include "support.h"
+#include "support/support.h"
 
 using namespace tervolanda;
 using namespace tervolanda::fuzz;
@@ -157,14 +158,8 @@ void requireSameBits(const ComparisonResult& a, const ComparisonResult& b) {
         FUZZ_REQUIRE(areSame(a.iterations[i].superposition, b.iterations[i].superposition));
 }
 
-struct Outputs {
-    explicit Outputs(int reportLevel) : report(quiet.log, reportLevel) {}
-    QuietLog quiet;
-    Report report;
-};
-
 void compareSubsets(const Subject& subject, const ComparisonParameters& parameters,
-                    Outputs& outputs) {
+                    test::CapturedLog& outputs) {
     ComparisonWorkspace workspace;
     ComparisonWorkspace portable(portableKernels());
     ComparisonResult result;
@@ -182,7 +177,7 @@ void compareSubsets(const Subject& subject, const ComparisonParameters& paramete
     if (gdt.superposition) requireProper(*gdt.superposition);
 }
 
-void compareWhole(const Subject& subject, const RmsdOptions& options, Outputs& outputs) {
+void compareWhole(const Subject& subject, const RmsdOptions& options, test::CapturedLog& outputs) {
     ComparisonWorkspace workspace;
     RmsdResult result;
     RmsdResult exchanged;
@@ -208,15 +203,15 @@ void compareWhole(const Subject& subject, const RmsdOptions& options, Outputs& o
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     FuzzedDataProvider input(data, size);
-    Outputs outputs(input.PickValueInArray({1, 1, 4, 9}));
+    test::CapturedLog outputs(1, input.PickValueInArray({1, 1, 4, 9}));
     const ComparisonParameters parameters = makeParameters(input);
     const RmsdOptions options{input.ConsumeBool(), input.ConsumeBool(), input.ConsumeBool()};
     const bool areBackbones = input.ConsumeBool();
     const bool areRelated = input.ConsumeIntegralInRange(0, 3) > 0;
     Chain experiment = makeChain(input);
     Chain prediction = areRelated ? makeVariant(experiment, input) : makeChain(input);
-    buildResidues(experiment, outputs.quiet.log);
-    buildResidues(prediction, outputs.quiet.log);
+    buildResidues(experiment, outputs.log);
+    buildResidues(prediction, outputs.log);
 
     const auto prepare = [&](const Chain& chain, AtomSelection selection) {
         return prepareChain(chain, selection, parameters, outputs.report);

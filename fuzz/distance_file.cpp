@@ -11,6 +11,7 @@
 #include "result_checks.h"
 #include "resultfiles/distance_file.h"
 #include "support.h"
+#include "support/support.h"
 
 using namespace tervolanda;
 using namespace tervolanda::fuzz;
@@ -71,7 +72,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string text = input.ConsumeRemainingBytesAsString();
     if (declaresUnhandySize(text)) return 0;
 
-    QuietLog quiet;
+    test::CapturedLog quiet;
     ChainList chains;
     const FileHandle stream = openText(text);
     auto parsed = parseDistanceFile(stream.get(), (control & 1) != 0 ? &chains : nullptr);

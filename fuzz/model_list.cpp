@@ -12,6 +12,7 @@
 #include "chain/input/input.h"
 #include "chains.h"
 #include "support.h"
+#include "support/support.h"
 
 using namespace tervolanda;
 using namespace tervolanda::fuzz;
@@ -81,7 +82,7 @@ void requireModel(const Chain& model, const std::vector<std::string>& named,
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int* /*count*/, char*** /*arguments*/) {
-    silenceStandardStreams();
+    emptyStandardInput();
     writeStructures();
     return 0;
 }
@@ -102,7 +103,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     exclusionFile.set(keys);
 
     const ScratchFolder folder;
-    QuietLog quiet;
+    test::CapturedLog quiet;
     ResidueExclusions exclusions;
     FUZZ_REQUIRE(readResidueExclusionFile(exclusionFile.path(), exclusions, quiet.log));
     std::set<std::string> excluded;

@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <array>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -87,12 +86,6 @@ std::vector<Chain> scannedInBlocks(std::string_view text, std::uint16_t options,
     return std::move(builder.chains());
 }
 
-void requireSameChains(const std::vector<Chain>& a, const std::vector<Chain>& b) {
-    FUZZ_REQUIRE(a.size() == b.size());
-    for (std::size_t i = 0; i < a.size(); ++i)
-        requireSameAtoms(a[i], b[i]);
-}
-
 }  // namespace
 
 // Mostly the text inside the stream is mutated, and sometimes the stream.
@@ -118,29 +111,17 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t s
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     FuzzedDataProvider input(data, size);
-    ReadRequest request;
-    request.options = input.ConsumeIntegral<std::uint16_t>();
-    const bool isUnchecked = input.ConsumeBool();
-    if (isUnchecked) {
-        request.options &= ReadCalphaOnly | ReadBackboneAndBeta | ReadAllAtoms | ReadNoHydrogen;
-    }
-    ResidueExclusions exclusions;
-    if (input.ConsumeBool()) exclusions.add("   2 ");
+    Reading reading;
+    const bool isUnchecked = chooseReading(input, reading);
     // A stream that is whole and alone is read in another way than all others.
     const std::size_t length = size - std::min(size, kControlBytes);
     theFile().bytes.set({reinterpret_cast<const char*>(data), length});
     const std::string text = inflated(theFile().path);
     if (text.size() > kLongestText) return 0;
-
-    QuietLog quiet;
-    const std::optional<ChainSet> set =
-        readStructureFile(theFile().path, request, exclusions, quiet.log);
-    FUZZ_REQUIRE(set || quiet.error().ends_with("', skipped\n"));
-    if (set) requireSound(*set, request);
+    const std::vector<Chain> chains = requireSoundReading(theFile().path, reading);
     if (!isUnchecked) return 0;
-    const std::vector<Chain> literal =
-        takeRecords(scannedRecords(text), request.options, exclusions);
-    requireSameChains(set.value_or(ChainSet{}).chains, literal);
-    requireSameChains(scannedInBlocks(text, request.options, exclusions, input), literal);
+    const auto& [request, exclusions] = reading;
+    requireSameChains(chains, takeRecords(scannedRecords(text), request.options, exclusions));
+    requireSameChains(chains, scannedInBlocks(text, request.options, exclusions, input));
     return 0;
 }

@@ -1,5 +1,5 @@
-// Standard streams are exchanged for streams into memory by assigning to stdin and stdout, which
-// the GNU C library allows.  Standard error stays: it is the fuzzer's.
+// Standard input is exchanged for a stream over memory by assigning to stdin, which the GNU C
+// library allows.
 #include "support.h"
 
 #include <fcntl.h>
@@ -7,51 +7,10 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <filesystem>
-#include <system_error>
+
+#include "support/support.h"
 
 namespace tervolanda::fuzz {
-
-namespace {
-
-// No input that fits into the fuzzer's limits has so much to be said about it.
-constexpr std::size_t kLongestText = std::size_t{1} << 26;
-
-ssize_t appendText(void* text, const char* bytes, std::size_t size) {
-    auto& target = *static_cast<std::string*>(text);
-    target.append(bytes, size);
-    FUZZ_REQUIRE(target.size() <= kLongestText);
-    return static_cast<ssize_t>(size);
-}
-
-std::string makeFolder() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "fuzz.XXXXXX").string();
-    FUZZ_REQUIRE(mkdtemp(pattern.data()) != nullptr);
-    return pattern;
-}
-
-struct Folder {
-    std::string path = makeFolder();
-    ~Folder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path, ignored);
-    }
-};
-
-TextSink& outputSink() {
-    static TextSink sink;
-    return sink;
-}
-TextSink& errorSink() {
-    static TextSink sink;
-    return sink;
-}
-TextSink& standardOutputSink() {
-    static TextSink sink;
-    return sink;
-}
-
-}  // namespace
 
 // Freed memory is given out again sooner, and the places of allocation are kept short: both cost a
 // third of the time.  ASAN_OPTIONS has the last word.
@@ -62,16 +21,6 @@ extern "C" const char* __asan_default_options() {  // NOLINT(bugprone-reserved-i
 void reportFinding(const char* condition, const char* file, int line) {
     std::fprintf(stderr, "%s:%d: does not hold: %s\n", file, line, condition);
     std::abort();
-}
-
-TextSink::TextSink() : file_(nullptr) {
-    file_ = fopencookie(&text_, "w", {nullptr, appendText, nullptr, nullptr});
-    FUZZ_REQUIRE(file_ != nullptr);
-}
-
-void TextSink::clear() {
-    std::fflush(file_);
-    text_.clear();
 }
 
 MemoryFile::MemoryFile()
@@ -117,33 +66,13 @@ ScratchFolder::~ScratchFolder() {
 }
 
 const std::string& ScratchFolder::path() {
-    static const Folder folder;
-    return folder.path;
+    static const test::TemporaryFolder folder;
+    static const std::string path = folder.path().string();
+    return path;
 }
 
-QuietLog::QuietLog()
-    : output_(outputSink()),
-      error_(errorSink()),
-      streams(output_.stream(), error_.stream(), output_.stream()),
-      log(streams.sink()) {
-    output_.clear();
-    error_.clear();
-}
-
-void silenceStandardStreams() {
-    setStandardInput("");
-    stdout = standardOutputSink().stream();
-}
-
-std::string takeStandardOutput() {
-    std::string text = standardOutputSink().text();
-    standardOutputSink().clear();
-    return text;
-}
-
-void setStandardInput(std::string_view text) {
-    static FileHandle stream;
-    stream = openText(text);
+void emptyStandardInput() {
+    static FileHandle stream = openText("");
     stdin = stream.get();
 }
 

@@ -11,6 +11,7 @@
 #include "result_checks.h"
 #include "resultfiles/transformation_file.h"
 #include "support.h"
+#include "support/support.h"
 
 using namespace tervolanda;
 using namespace tervolanda::fuzz;
@@ -71,7 +72,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string text = input.ConsumeRemainingBytesAsString();
     if (declaresUnhandySize(text)) return 0;
 
-    QuietLog quiet;
+    test::CapturedLog quiet;
     const FileHandle stream = openText(text);
     auto parsed = parseMaxSubFile(stream.get());
     if (const auto* error = std::get_if<FormatError>(&parsed)) {

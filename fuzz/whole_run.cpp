@@ -24,6 +24,7 @@
 #include "resultfiles/distance_file.h"
 #include "resultfiles/transformation_file.h"
 #include "support.h"
+#include "support/support.h"
 
 using namespace tervolanda;
 using namespace tervolanda::fuzz;
@@ -162,11 +163,10 @@ struct Outcome {
 };
 
 Outcome runProgram(const std::vector<std::string>& arguments) {
-    QuietLog quiet;
-    takeStandardOutput();
+    test::CapturedLog quiet;
     Outcome outcome;
     outcome.status = run(arguments, quiet.streams);
-    outcome.output = takeStandardOutput() + quiet.output();
+    outcome.output = quiet.reported() + quiet.output();
     outcome.errors = quiet.error();
     const bool isFatal = outcome.errors.find("ABEND : ") != std::string::npos;
     FUZZ_REQUIRE(isFatal == (outcome.status != EXIT_SUCCESS));
@@ -274,7 +274,7 @@ void readBack(const std::vector<std::string>& results, FuzzedDataProvider& input
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int* /*count*/, char*** /*arguments*/) {
-    silenceStandardStreams();
+    emptyStandardInput();
     return 0;
 }
 
