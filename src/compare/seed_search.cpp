@@ -29,6 +29,7 @@ constexpr std::uint32_t kShortestSeed = 4;
 constexpr int kGrowthSteps = 4;          // radii of 1/4, 2/4, 3/4 and 4/4 of the cut-off
 constexpr double kSmallestRadius = 0.5;  // Å; growth by distance skips smaller ones
 constexpr int kMostSelections = 21;      // of one refinement
+constexpr double kUsualReach = 4.0;      // selection by RMSD ends within so many limits, mostly
 constexpr std::size_t kMostVisited = kGrowthSteps + kMostSelections + 1;  // states of a path
 constexpr std::size_t kSideBySide = 16;  // paths: groups of four stay full while some end early
 constexpr std::size_t kSolvedAtOnce = 8;
@@ -37,12 +38,6 @@ constexpr std::size_t kMostMaskWords = std::size_t{1} << 23;  // of known states
 void setRange(std::size_t first, std::size_t end, std::size_t words, PairMask& mask) {
     mask.assign(words, 0);
     for (std::size_t i = first; i < end; ++i)
-        mask[i / 64] |= std::uint64_t{1} << (i % 64);
-}
-
-void setPairs(std::span<const std::uint32_t> pairs, std::size_t words, PairMask& mask) {
-    mask.assign(words, 0);
-    for (const std::uint32_t i : pairs)
         mask[i / 64] |= std::uint64_t{1} << (i % 64);
 }
 
@@ -62,6 +57,71 @@ bool isSameSet(const std::uint64_t* a, const std::uint64_t* b, std::size_t words
         if (a[w] != b[w]) return false;
     }
     return true;
+}
+
+// The deviations of the pairs in one set and not in the other.
+void listDeviations(const double* squared, const PairMask& set, const PairMask& without,
+                    std::vector<double>& listed) {
+    listed.clear();
+    for (std::size_t w = 0; w < set.size(); ++w) {
+        for (std::uint64_t left = set[w] & ~without[w]; left != 0; left &= left - 1)
+            listed.push_back(squared[64 * w + static_cast<std::size_t>(std::countr_zero(left))]);
+    }
+}
+
+// Adds the first `missing` of the pairs in `from` that deviate by at most `limit`.
+void addFirst(const double* squared, double limit, const PairMask& from, std::uint32_t missing,
+              PairMask& mask) {
+    for (std::size_t w = 0; w < mask.size(); ++w) {
+        for (std::uint64_t left = from[w] & ~mask[w]; left != 0 && missing > 0; left &= left - 1) {
+            const auto bit = static_cast<std::size_t>(std::countr_zero(left));
+            if (!(squared[64 * w + bit] <= limit)) continue;
+            mask[w] |= std::uint64_t{1} << bit;
+            --missing;
+        }
+    }
+}
+
+struct Taken {
+    std::uint32_t count = 0;
+    double next = 0.0;  // the first that does not fit
+};
+
+// Takes values between `limit` and `reach` in ascending order as long as what they are above the
+// limit, in all, fits into `slack`; not all of them do.  Sorting would take most of
+// the search's time; halving the interval that holds the first one left out is linear.
+Taken takeWhileTheyFit(std::vector<double>& values, double limit, double reach, double slack) {
+    constexpr std::ptrdiff_t kFew = 16;
+    constexpr int kMostHalvings = 30;
+    auto first = values.begin(), end = values.end();
+    double low = limit, high = reach;
+    for (int halving = 0; halving < kMostHalvings && end - first > kFew; ++halving) {
+        const double middle = low + 0.5 * (high - low);
+        double excess = 0.0;
+        auto lower = first;  // [first, lower) holds those up to the middle
+        for (auto value = first; value != end; ++value) {
+            const double moved = *value;
+            const bool isLower = moved <= middle;
+            *value = *lower;
+            *lower = moved;
+            lower += isLower ? 1 : 0;
+            excess += static_cast<double>(isLower) * (moved - limit);
+        }
+        if (excess <= slack) {
+            slack -= excess;
+            first = lower;
+            low = middle;
+        } else {
+            end = lower;
+            high = middle;
+        }
+    }
+    std::sort(first, end);
+    for (; first != end && *first - limit <= slack; ++first)
+        slack -= *first - limit;
+    const auto next = first != end ? first : std::min_element(end, values.end());
+    return {static_cast<std::uint32_t>(first - values.begin()),
+            next != values.end() ? *next : reach};
 }
 
 class SeedSearch {
@@ -247,11 +307,8 @@ class SeedSearch {
         const bool growsForTm = task_.maximiseTM && path.stage == SeedStage::Growth;
         std::uint32_t size = 0;
         if (task_.byRmsd && !growsForTm) {
-            kernels_.squaredDeviations(pairs_.arrays(), pairs_.size(), path.problem.motion,
-                                       scratch_.squared.data());
-            selectByRmsd(scratch_.squared, r, scratch_.order, scratch_.selected);
-            setPairs(scratch_.selected, pairs_.words(), scratch_.next);
-            size = static_cast<std::uint32_t>(scratch_.selected.size());
+            size = selectByRmsd(pairs_, path.problem.motion, inclusiveLimit(r * r), kernels_,
+                                scratch_.byRmsd, scratch_.next);
         } else {
             size = kernels_.selectWithin(pairs_.arrays(), pairs_.rounded(), pairs_.size(),
                                          path.problem.motion, inclusiveLimit(r * r),
@@ -544,27 +601,41 @@ bool searchSeeds(const PairedPoints& pairs, const SeedSearchTask& task, const Ke
     return SeedSearch(task, kernels, scratch).run(best);
 }
 
-void selectByRmsd(std::span<const double> squaredDeviation, double radius,
-                  std::vector<std::uint32_t>& order, std::vector<std::uint32_t>& selected) {
-    order.resize(squaredDeviation.size());
-    std::iota(order.begin(), order.end(), 0U);
-    // Exact order with ties by position, where any order of near-equal values would do.
-    std::sort(order.begin(), order.end(), [&](std::uint32_t a, std::uint32_t b) {
-        if (squaredDeviation[a] != squaredDeviation[b]) {
-            return squaredDeviation[a] < squaredDeviation[b];
+// All pairs within the limit are taken.  What they leave of it the others use up, nearest first, so
+// that only those near enough have to be looked at, most of the time in single precision.
+std::uint32_t selectByRmsd(const SearchPairs& pairs, const Motion& motion, double limit,
+                           const Kernels& kernels, RmsdSelectionScratch& scratch, PairMask& mask) {
+    const std::size_t n = pairs.size(), words = pairs.words();
+    scratch.squared.resize(64 * words);
+    scratch.near.resize(words);
+    scratch.within.resize(words);
+    mask.resize(words);
+    double* const squared = scratch.squared.data();
+    double reach = kUsualReach * limit;
+    SumsAboutLimit sums{};
+    for (;;) {
+        const std::uint32_t near = kernels.selectWithin(pairs.arrays(), pairs.rounded(), n, motion,
+                                                        reach, scratch.near.data());
+        kernels.deviationsOfWords(pairs.arrays(), n, motion, scratch.near.data(), squared);
+        sums = kernels.splitAtLimit(squared, n, limit, reach, scratch.near.data(),
+                                    scratch.within.data());
+        if (sums.excess > sums.slack) break;
+        const double farthest = inclusiveLimit(limit + sums.slack);
+        if (near == n || !(reach < farthest)) {
+            mask = scratch.near;
+            return near;
         }
-        return a < b;
-    });
-    const double limit = inclusiveLimit(radius * radius);
-    double sum = 0.0;
-    std::size_t count = 0;
-    while (count < order.size()) {
-        sum += squaredDeviation[order[count]];
-        if (!(sum / static_cast<double>(count + 1) <= limit)) break;
-        ++count;
+        reach = std::min(4.0 * reach, inclusiveLimit(farthest));
     }
-    selected.assign(order.begin(), order.begin() + static_cast<std::ptrdiff_t>(count));
-    std::sort(selected.begin(), selected.end());
+    listDeviations(squared, scratch.near, scratch.within, scratch.beyond);
+    const Taken taken = takeWhileTheyFit(scratch.beyond, limit, reach, sums.slack);
+    const std::uint32_t count = sums.within + taken.count;
+    sums = kernels.splitAtLimit(squared, n, exclusiveLimit(taken.next), 0.0, scratch.near.data(),
+                                mask.data());
+    if (sums.within < count) {
+        addFirst(squared, inclusiveLimit(taken.next), scratch.near, count - sums.within, mask);
+    }
+    return count;
 }
 
 void seedLengths(std::uint32_t pairs, int levels, std::vector<std::uint32_t>& lengths) {

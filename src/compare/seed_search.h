@@ -118,13 +118,21 @@ struct SeedPath {
     std::vector<std::uint64_t> visitedMasks;  // their sets
 };
 
+// Scratch of one selection by RMSD: the pairs near enough to matter, and those within its limit.
+struct RmsdSelectionScratch {
+    PairMask near, within;
+    std::vector<double> squared;  // deviations of the near ones, 64 a word
+    std::vector<double> beyond;   // those above the limit
+};
+
 // Scratch of the search; reused from comparison to comparison.
 struct SeedSearchScratch {
     SearchPairs pairs;
     std::vector<SeedPath> paths;
     std::vector<double> squared;
-    std::vector<std::uint32_t> lengths, order, selected;
+    std::vector<std::uint32_t> lengths, selected;
     PairMask next, best;
+    RmsdSelectionScratch byRmsd;
     VisitedStates visited;
 };
 
@@ -133,10 +141,11 @@ struct SeedSearchScratch {
 bool searchSeeds(const PairedPoints& pairs, const SeedSearchTask& task, const Kernels& kernels,
                  SeedSearchScratch& scratch, std::vector<std::uint32_t>& best);
 
-// The pairs taken by ascending deviation while their RMSD stays at most `radius`, ascending.
-// `order` is scratch.
-void selectByRmsd(std::span<const double> squaredDeviation, double radius,
-                  std::vector<std::uint32_t>& order, std::vector<std::uint32_t>& selected);
+// The pairs taken by ascending deviation under a motion while the mean of its square stays at most
+// `limit`, in the units of the pairs, as bits in `mask`; where that ends among pairs that deviate
+// alike, the first of them are taken.  Returns the number of pairs.
+std::uint32_t selectByRmsd(const SearchPairs& pairs, const Motion& motion, double limit,
+                           const Kernels& kernels, RmsdSelectionScratch& scratch, PairMask& mask);
 
 // The lengths of seed fragments for n pairs: n, n / 2, n / 4 ... down to `levels` halvings or above
 // 3 pairs, and 4 at the end.

@@ -75,6 +75,13 @@ struct ResidualProblem {
     bool solved;                    // false where the closed form does not apply
 };
 
+// Squared deviations about a limit.
+struct SumsAboutLimit {
+    double slack;          // sum of limit - squared over those within
+    double excess;         // sum of squared - limit over those beyond
+    std::uint32_t within;  // number of those within
+};
+
 // Four points of one structure: aligned blocks one behind the other are read a tenth faster than
 // three arrays.
 struct alignas(32) PointBlock {
@@ -94,6 +101,15 @@ struct Kernels {
     std::uint32_t (*selectWithin)(const PairedArrays& pairs, const RoundedArrays& rounded,
                                   std::size_t n, const Motion& motion, double limit,
                                   std::uint64_t* mask);
+    // The squared deviations of all pairs of each word of `words` that is not 0; infinity after the
+    // last pair.  `squared` has 64 entries a word; those of the other words are left alone.
+    void (*deviationsOfWords)(const PairedArrays& pairs, std::size_t n, const Motion& motion,
+                              const std::uint64_t* words, double* squared);
+    // Sets the bits of the pairs of such words with a squared deviation of at most `limit`, and
+    // sums by how much they, and those beyond it up to `farthest`, differ from the limit.
+    SumsAboutLimit (*splitAtLimit)(const double* squared, std::size_t n, double limit,
+                                   double farthest, const std::uint64_t* words,
+                                   std::uint64_t* mask);
     // Sum of 1 / (1 + squared / scaleSquared).
     double (*tmSum)(const double* squared, std::size_t n, double scaleSquared);
     // A number that tmSum under this motion is never above, and hardly below.
