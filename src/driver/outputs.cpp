@@ -30,7 +30,9 @@ std::filesystem::path placeOf(std::filesystem::path path) {
     for (int links = 0; links < kMostLinks && std::filesystem::is_symlink(path, error); ++links)
         path = path.parent_path() / std::filesystem::read_symlink(path, error);
     const std::filesystem::path whole = std::filesystem::absolute(path, error);
-    return error ? path : std::filesystem::weakly_canonical(whole, error);
+    const std::filesystem::path place =
+        error ? path : std::filesystem::weakly_canonical(whole, error);
+    return error ? path : place;  // a file that cannot be made is no second output
 }
 
 void add(std::vector<Output>& outputs, const char* role, const std::optional<std::string>& path) {

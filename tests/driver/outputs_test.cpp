@@ -45,6 +45,8 @@ TEST(SharedOutput, FindsOneFileUnderTwoNames) {
     }
     EXPECT_FALSE(areShared("/dev/null", "/dev/null"));
     EXPECT_FALSE(areShared("", ""));
+    const std::string tooLong(5000, 'x');
+    EXPECT_FALSE(areShared(tooLong, tooLong + "y"));
 }
 
 TEST(SharedOutput, CountsOnlyWhatTheRunWrites) {
