@@ -26,7 +26,9 @@ ComparisonParameters makeParameters(FuzzedDataProvider& input) {
     ComparisonParameters parameters;
     parameters.distanceCutoff = input.PickValueInArray({0.0, 0.0, 3.5, 1e-9, 1e9, -2.0});
     parameters.normLength = input.PickValueInArray({0, 0, 1, 100});
-    parameters.iterations = input.PickValueInArray({1U, 1U, 2U, 9U, 200U});
+    // As the command line gives them: any -opt, and any -i, of which more than 200 are 200.
+    if (input.ConsumeBool())
+        parameters.iterations = std::min(input.ConsumeIntegral<unsigned int>(), 200U);
     parameters.thresholdScale = input.PickValueInArray({1.0, 1.0, 0.0, -1.0, 3.0});
     parameters.scorePoor = !input.ConsumeBool();
     parameters.maximiseTM = input.ConsumeBool();
@@ -34,7 +36,7 @@ ComparisonParameters makeParameters(FuzzedDataProvider& input) {
     parameters.minIterationScore = input.PickValueInArray({0.0, 0.5, -1.0});
     parameters.maxRMSD = input.ConsumeBool();
     parameters.sequenceIndependent = input.ConsumeIntegralInRange(0, 3) == 0;  // slow
-    parameters.optimisations = input.PickValueInArray({0, 1, 2, 20});
+    parameters.optimisations = input.ConsumeBool() ? input.ConsumeIntegral<int>() : 20;
     parameters.gapOpen = input.PickValueInArray({-0.6, 0.0, -10.0, 2.0});
     parameters.gapAffine = input.PickValueInArray({0.0, -0.5, 1.0});
     parameters.seedLevels = input.PickValueInArray({2, 0, 1, -1, 2147483647});

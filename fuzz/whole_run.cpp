@@ -48,8 +48,9 @@ Files& files() {
 
 struct Option {
     const char* name;
-    std::vector<const char*> values;  // empty for a flag
+    std::vector<const char*> values;  // empty for a flag, kAnyInteger alone for all integers
 };
+constexpr const char* kAnyInteger = "any";
 
 // Options with a choice of values; numbers that no search could finish with are left out.
 const std::vector<Option>& searchOptions() {
@@ -66,11 +67,11 @@ const std::vector<Option>& searchOptions() {
         {"-urmsd", {}},
         {"-nourmsd", {}},
         {"-noalign", {}},
-        {"-i", {"2", "200", "-1", "0"}},
+        {"-i", {kAnyInteger}},
         {"-mP", {"0", "9", "-2147483648"}},
         {"-mS", {"0.3", "-1", "1e308"}},
         {"-d", {"4", "0.001", "-3", "1e300"}},
-        {"-opt", {"0", "1", "2", "30", "-7"}},
+        {"-opt", {kAnyInteger}},
         {"-open", {"0", "-3", "5", "-1e300"}},
         {"-aff", {"-0.5", "1", "1e300"}},
         {"-N", {"1", "10", "2147483647", "-1"}},
@@ -113,8 +114,10 @@ void addOptions(const std::vector<Option>& options, int most, FuzzedDataProvider
         arguments.emplace_back(option.name);
         if (option.values.empty()) continue;
         const auto lastValue = option.values.size() - 1;
-        arguments.emplace_back(
-            option.values[input.ConsumeIntegralInRange<std::size_t>(0, lastValue)]);
+        const char* const value =
+            option.values[input.ConsumeIntegralInRange<std::size_t>(0, lastValue)];
+        arguments.push_back(value == kAnyInteger ? std::to_string(input.ConsumeIntegral<int>())
+                                                 : value);
     }
 }
 
