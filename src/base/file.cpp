@@ -128,17 +128,28 @@ bool copyAll(std::FILE* source, std::FILE* target) {
     return std::ferror(source) == 0 && std::fflush(target) == 0;
 }
 
-// Gives the regular file `path` the text of the file `source`.
-bool overwrite(const std::string& path, const std::string& source) {
-    const FileHandle from(std::fopen(source.c_str(), "rb"));
+// Whether something is mounted at this very path, as far as the system tells.
+bool isMountPoint(const std::string& path) {
+#ifdef STATX_ATTR_MOUNT_ROOT
+    struct statx status {};
+    return statx(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW, STATX_TYPE, &status) == 0 &&
+           (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+#else
+    return path.empty();
+#endif
+}
+
+// Gives the regular file `path` the text of a stream, from its beginning.
+bool overwrite(const std::string& path, std::FILE* from) {
+    if (from == nullptr || std::fseek(from, 0, SEEK_SET) != 0) return false;
     FileHandle to =
         streamOf(open(path.c_str(), O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC), "wb");
     struct stat text {};
     struct stat old {};
-    return from && to && fstat(fileno(from.get()), &text) == 0 &&
-           fstat(fileno(to.get()), &old) == 0 && S_ISREG(old.st_mode) &&
-           makeRoom(fileno(to.get()), old.st_size, text.st_size) && copyAll(from.get(), to.get()) &&
-           ftruncate(fileno(to.get()), text.st_size) == 0 && std::fclose(to.release()) == 0;
+    return to && fstat(fileno(from), &text) == 0 && fstat(fileno(to.get()), &old) == 0 &&
+           S_ISREG(old.st_mode) && makeRoom(fileno(to.get()), old.st_size, text.st_size) &&
+           copyAll(from, to.get()) && ftruncate(fileno(to.get()), text.st_size) == 0 &&
+           std::fclose(to.release()) == 0;
 }
 
 constexpr std::size_t kSignalCheckStep = std::size_t{1} << 16;  // bytes
@@ -169,6 +180,10 @@ OutputFile::OutputFile(std::string path) : path_(std::move(path)) {
     // A file that the user has protected against writing is not replaced behind their back.
     if (exists && access(path_.c_str(), W_OK) != 0) return;
     openBeside();
+    if (!file_ && exists && isMountPoint(path_)) {
+        file_.reset(std::tmpfile());
+        isElsewhere_ = true;
+    }
     if (!file_) return;
     const mode_t mode = exists ? (status.st_mode & static_cast<mode_t>(0777)) : defaultMode();
     if (fchmod(fileno(file_.get()), mode) != 0) failed_ = true;
@@ -244,11 +259,16 @@ bool OutputFile::takeName() {
         temporary_.clear();
         return true;
     }
-    return (errno == EBUSY || errno == EXDEV) && overwrite(path_, temporary_);
+    if (errno != EBUSY && errno != EXDEV) return false;
+    return overwrite(path_, FileHandle(std::fopen(temporary_.c_str(), "rb")).get());
 }
 
 bool OutputFile::commit() {
     if (!file_) return false;
+    if (isElsewhere_ && !failed_) {
+        hold_.emplace();
+        failed_ = std::fflush(file_.get()) != 0 || !overwrite(path_, file_.get());
+    }
     if (isUnnamed_ && !failed_) failed_ = !takeTemporaryName();
     if (std::fclose(file_.release()) != 0) failed_ = true;
     if (!failed_ && !temporary_.empty()) failed_ = !takeName();

@@ -61,7 +61,7 @@ FileHandle openUnnamedBeside(const std::string& path);
 // pipe, a symbolic link) that is opened and written directly.  Without commit() nothing is left
 // behind and an older file stays as it was, also when SIGINT, SIGTERM or SIGHUP ends the process.
 // A file that cannot be replaced, as one that is mounted into a container, is overwritten on
-// commit(), once there is room for all of the new text.
+// commit(), once there is room for all of the new text; its folder need not be writable.
 class OutputFile {
  public:
     explicit OutputFile(std::string path);
@@ -92,6 +92,7 @@ class OutputFile {
     FileHandle file_;
     std::size_t writtenUnchecked_ = 0;  // bytes since signals were looked for
     bool isNew_ = false;                // a file of our own beside the path
+    bool isElsewhere_ = false;          // or in the folder for temporary files
     bool isUnnamed_ = false;
     bool isTerminal_ = false;
     bool failed_ = false;

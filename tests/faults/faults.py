@@ -288,7 +288,9 @@ def fail_disk(shop, _):
     script = mounts + (
         ' && cd small; for f in ../*; do [ -f "$f" ] && ln -s "$f" .; done;'
         ' for r in $RESULTS; do rm -f "$r"; cat ../old >"$r"; done;'
-        ' for r in $MOUNTED; do cat ../old >"at.$r"; mount --bind "at.$r" "$r"; done; "$@"; status=$?;'
+        ' for r in $MOUNTED; do cat ../old >"at.$r"; mount --bind "at.$r" "$r"; done;'
+        ' [ -z "$READ_ONLY" ] || { : >run.log; mount --bind run.log run.log; mount -o remount,bind,ro .; };'
+        ' "$@"; status=$?;'
         ' for r in $RESULTS run.log; do rm -f ../"$r"; cp "$r" .. 2>/dev/null; done; exit $status'
     )
     shop.write("old", OLD)
@@ -296,16 +298,18 @@ def fail_disk(shop, _):
     for scenario, (arguments, results) in SCENARIOS.items():
         reference = shop.reference(scenario)
         names = " ".join(results)
-        for mounted in ("", names):  # as a container does: such a file cannot be replaced
+        for mounted in ("", names) if results else ():  # as a container mounts single files
             least = (2 if mounted else 1) * len(results) + 1
-            for pages in range(least, least + 10) if results else ():
-                shop.prepare(results, OLD)
-                environment = {"RESULTS": names, "MOUNTED": mounted}
-                run = shop.run(arguments, mount + [script, f"{4 * pages}k"], environment)
-                what = f"{pages} pages" + ", mounted results" * bool(mounted)
-                shop.check(f"disk of {what}", scenario, run, reference, OLD)
-            if results and run.returncode != 0:
-                shop.found.append(f"{scenario}, {what}: not written though there is room")
+            for pages in range(least, least + 10):
+                for read_only in ("", "1") if mounted and pages == least + 9 else ("",):
+                    shop.prepare(results, OLD)
+                    environment = {"RESULTS": names, "MOUNTED": mounted, "READ_ONLY": read_only}
+                    run = shop.run(arguments, mount + [script, f"{4 * pages}k"], environment)
+                    what = f"disk of {pages} pages, {mounted=}, {read_only=}"
+                    shop.check(what, scenario, run, reference, OLD)
+                    new = {name: shop.read(name) for name in results} == reference[1]
+                    if pages == least + 9 and not new:
+                        shop.found.append(f"{scenario}, {what}: not written though there is room")
 
 
 def fail_signals(shop, count):
