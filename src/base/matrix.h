@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <span>
+#include <stdexcept>
 #include <vector>
 
 namespace tervolanda {
@@ -14,6 +15,9 @@ class Matrix {
     Matrix(std::size_t rows, std::size_t columns, T value = T{}) { assign(rows, columns, value); }
 
     void assign(std::size_t rows, std::size_t columns, T value) {
+        if (columns != 0 && rows > values_.max_size() / columns) {
+            throw std::length_error("Matrix");  // their product may be a small number again
+        }
         values_.assign(rows * columns, value);
         rows_ = rows;
         columns_ = columns;

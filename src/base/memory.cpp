@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <limits>
 #include <optional>
 #include <string_view>
@@ -34,9 +35,11 @@ std::uint64_t memoryLimitIn(const char* path) {
 std::uint64_t usableMemory() {
     const long pages = sysconf(_SC_PHYS_PAGES);
     const long pageSize = sysconf(_SC_PAGESIZE);
-    std::uint64_t memory = std::numeric_limits<std::uint64_t>::max();
+    // Half of what pointers reach: two thousand million bytes where they are of 32 bits.
+    std::uint64_t memory = std::numeric_limits<std::ptrdiff_t>::max();
     if (pages > 0 && pageSize > 0) {
-        memory = static_cast<std::uint64_t>(pages) * static_cast<std::uint64_t>(pageSize);
+        memory = std::min(memory,
+                          static_cast<std::uint64_t>(pages) * static_cast<std::uint64_t>(pageSize));
     }
     memory = std::min(memory, memoryLimitIn("/sys/fs/cgroup/memory.max"));
     memory = std::min(memory, memoryLimitIn("/sys/fs/cgroup/memory/memory.limit_in_bytes"));

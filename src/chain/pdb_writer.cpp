@@ -98,8 +98,7 @@ bool writeModels(ChainSet& set, const std::string& directory, bool takeName, Log
     log.info(1, "Outputting models to dir %s", directory.c_str());
     bool all = true;
     for (Chain& chain : set.chains) {
-        const std::string path =
-            format("%s/model.%ld.pdb", directory.c_str(), static_cast<long>(chain.number));
+        const std::string path = format("%s/model.%u.pdb", directory.c_str(), chain.number);
         all = writeChainFile(chain, path, takeName) && all;
     }
     return all;

@@ -2,6 +2,7 @@
 // what unrelated chains of the same size give.
 #include <cmath>
 
+#include "base/elementary.h"
 #include "compare/compare.h"
 
 namespace tervolanda {
@@ -12,14 +13,14 @@ RelativeRmsd relativeRmsd(double rmsd, double experimentGyration, double predict
                           std::uint32_t pairs) {
     if (pairs < 3 || !(rmsd > 0.0)) return {};
     const double x = 1.0 - static_cast<double>(pairs);
-    const double q = 0.42 + 0.05 * x * std::exp(x / 4.7) + 0.63 * std::exp(x / 37.0);
+    const double q = 0.42 + 0.05 * x * exponential(x / 4.7) + 0.63 * exponential(x / 37.0);
     const double a = experimentGyration;
     const double b = predictionGyration;
     const double expected = std::sqrt(a * a + b * b - 2.0 * q * a * b);
     // Chains whose C-alpha atoms all lie in one place have no expected RMSD.
     if (!(expected > 0.0) || !std::isfinite(expected)) return {};
     const double ratio = rmsd / expected;
-    const double s = 0.09 + 1.16 * std::exp(x / 1.6) + 0.25 * std::exp(x / 36.0);
+    const double s = 0.09 + 1.16 * exponential(x / 1.6) + 0.25 * exponential(x / 36.0);
     return {ratio, (ratio - 1.0) / s};
 }
 

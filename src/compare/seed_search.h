@@ -89,7 +89,9 @@ class VisitedStates {
     static std::uint64_t hashOf(const PairMask& mask, SeedStage stage, int step);
 
  private:
-    std::size_t firstSlot(std::uint64_t hash) const { return hash & (slots_.size() - 1); }
+    std::size_t firstSlot(std::uint64_t hash) const {
+        return static_cast<std::size_t>(hash) & (slots_.size() - 1);
+    }
 
     std::size_t words_ = 0;
     std::vector<std::uint32_t> slots_;  // 1 + index into states_, 0 for free; open addressing

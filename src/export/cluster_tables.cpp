@@ -39,7 +39,7 @@ class ClusterTables {
     bool isHierarchical() const;
     const char* linkageWord() const;
     const char* name(std::size_t model) const;
-    long itemNumber(std::int64_t child) const;
+    long long itemNumber(std::int64_t child) const;
     const char* itemName(std::int64_t child) const;
     void printJoin(std::size_t k);
     void printCentroid(std::uint32_t cluster, const Centroid& centroid);
@@ -81,9 +81,9 @@ const char* ClusterTables::linkageWord() const {
     }
 }
 
-long ClusterTables::itemNumber(std::int64_t child) const {
-    return child < 0 ? static_cast<long>(child + 1)
-                     : static_cast<long>(ids_[static_cast<std::size_t>(child)]);
+long long ClusterTables::itemNumber(std::int64_t child) const {
+    return child < 0 ? static_cast<long long>(child + 1)
+                     : static_cast<long long>(ids_[static_cast<std::size_t>(child)]);
 }
 
 const char* ClusterTables::itemName(std::int64_t child) const {
@@ -93,14 +93,14 @@ const char* ClusterTables::itemName(std::int64_t child) const {
 void ClusterTables::printJoin(std::size_t k) {
     const Join& join = clustering_.tree[k];
     const int number = -static_cast<int>(k);
-    const long first = itemNumber(join.first);
-    const long second = itemNumber(join.second);
+    const long long first = itemNumber(join.first);
+    const long long second = itemNumber(join.second);
     const double distance = shown(join.distance);
     if (haveNames_) {
-        log_.info(0, "%5d :  %7ld  %7ld       %6.3f  %-*s  %-*s", number, first, second, distance,
+        log_.info(0, "%5d :  %7lld  %7lld       %6.3f  %-*s  %-*s", number, first, second, distance,
                   nameWidth_, itemName(join.first), nameWidth_, itemName(join.second));
     } else {
-        log_.info(0, "%5d :  %7ld  %7ld       %6.3f", number, first, second, distance);
+        log_.info(0, "%5d :  %7lld  %7lld       %6.3f", number, first, second, distance);
     }
 }
 

@@ -151,8 +151,8 @@ FileOutcome writeDistanceFile(const std::string& path, const ChainList& chains,
     writeRule(output, kRuleWidth);
     for (std::size_t i = 0; i < ids.size(); ++i) {
         for (std::size_t j = i + 1; j < ids.size(); ++j) {
-            output.print("DIST : %6ld %6ld %10.4f\n", static_cast<long>(ids[i]),
-                         static_cast<long>(ids[j]), static_cast<double>(matrix.at(j, i)));
+            output.print("DIST : %6u %6u %10.4f\n", ids[i], ids[j],
+                         static_cast<double>(matrix.at(j, i)));
         }
     }
     return finishFile(output, path, log);

@@ -137,8 +137,7 @@ bool reportDoubleIds(std::span<const std::uint32_t> ids, Log& log) {
         ++rowsWith[id];
     FaultReport report(log);
     for (const std::uint32_t id : ids) {
-        report.error(rowsWith[id] - 1, "Missing unique IDs for each Chain file - Check ID: %ld",
-                     static_cast<long>(id));
+        report.error(rowsWith[id] - 1, "Missing unique IDs for each Chain file - Check ID: %u", id);
     }
     report.finish();
     return report.count() == 0;
@@ -156,7 +155,7 @@ void writeSizeRecord(OutputFile& output, std::size_t size) {
 void writeChainRecords(OutputFile& output, const ChainList& chains, std::string_view key) {
     for (const Chain& chain : chains.chains) {
         output.write(key);
-        output.print(" %6ld   %-s\n", static_cast<long>(chain.number), chain.fileName.c_str());
+        output.print(" %6u   %-s\n", chain.number, chain.fileName.c_str());
     }
 }
 

@@ -83,9 +83,8 @@ struct TransformationLine {
 };
 
 void writeTransformation(OutputFile& output, const TransformationLine& line) {
-    output.print("TRANS: %6ld %6ld   %10.4f %10.4f %4d   ", static_cast<long>(line.id1),
-                 static_cast<long>(line.id2), line.score1, line.score2,
-                 static_cast<int>(line.pairs));
+    output.print("TRANS: %6u %6u   %10.4f %10.4f %4d   ", line.id1, line.id2, line.score1,
+                 line.score2, static_cast<int>(line.pairs));
     const auto& [centre1, centre2, rotation] = line.superposition;
     for (const auto* centre : {&centre1, &centre2}) {
         output.print("%8.3f %8.3f %8.3f   ", unsignedZero((*centre)[0]), unsignedZero((*centre)[1]),
@@ -98,7 +97,7 @@ void writeTransformation(OutputFile& output, const TransformationLine& line) {
 
 void writePositions(OutputFile& output, std::uint32_t id1, std::uint32_t id2,
                     const std::vector<PairRun>& runs, std::string& line) {
-    line = format("POS  : %6ld %6ld   ", static_cast<long>(id1), static_cast<long>(id2));
+    line = format("POS  : %6u %6u   ", id1, id2);
     for (const PairRun& run : runs) {
         for (std::uint32_t k = 0; k < run.length; ++k) {
             line += ' ';
@@ -115,15 +114,14 @@ std::optional<FormatError> spoolFault(const TransformationSpool::Storage& spool,
                                       const PairMatrix& pairs, std::span<const std::uint32_t> ids) {
     for (std::size_t i = 1; i < ids.size(); ++i) {
         for (std::size_t j = 0; j < i; ++j) {
-            const long id1 = ids[i];
-            const long id2 = ids[j];
+            const std::uint32_t id1 = ids[i];
+            const std::uint32_t id2 = ids[j];
             if (!spool.has(i, j)) {
                 return FormatError{
-                    format("Missing MaxSub positions count for %ld vs. %ld", id1, id2)};
+                    format("Missing MaxSub positions count for %u vs. %u", id1, id2)};
             }
             if (spool.matched(i, j) != pairs.at(i, j)) {
-                return FormatError{
-                    format("Currupt MaxSub positions list for %ld vs. %ld", id1, id2)};
+                return FormatError{format("Currupt MaxSub positions list for %u vs. %u", id1, id2)};
             }
         }
     }
@@ -173,8 +171,8 @@ FileOutcome writeMaxSubFile(const std::string& path, const ChainList& chains,
     writeSectionHead(output, "# Maxsub records\n# MS : <ID1> <ID2> <1-2> <2-1> <Pairs>\n");
     for (std::size_t i = 0; i < ids.size(); ++i) {
         for (std::size_t j = i; j < ids.size(); ++j) {
-            output.print("MS : %6ld\t%6ld\t%5.3f\t%5.3f\t%4d\n", static_cast<long>(ids[i]),
-                         static_cast<long>(ids[j]), i == j ? 1.0 : writtenScore(scores.at(i, j)),
+            output.print("MS : %6u\t%6u\t%5.3f\t%5.3f\t%4d\n", ids[i], ids[j],
+                         i == j ? 1.0 : writtenScore(scores.at(i, j)),
                          i == j ? 1.0 : writtenScore(scores.at(j, i)),
                          static_cast<int>(pairs.at(i, j)));
         }
@@ -366,9 +364,10 @@ std::optional<FormatError> MaxSubFileParser::findRows(std::int64_t id1, std::int
                                                       Rows& rows) {
     rows = {rowOf(id1), rowOf(id2)};
     if (rows.first == IdIndex::kNone || rows.second == IdIndex::kNone) {
-        const auto size = static_cast<long>(this->size());
-        return FormatError{format("Index out of bounds - Check: 0 < %ld <= %ld,  0 < %ld <= %ld",
-                                  static_cast<long>(id1), size, static_cast<long>(id2), size)};
+        const auto size = static_cast<long long>(this->size());
+        return FormatError{
+            format("Index out of bounds - Check: 0 < %lld <= %lld,  0 < %lld <= %lld",
+                   static_cast<long long>(id1), size, static_cast<long long>(id2), size)};
     }
     return std::nullopt;
 }

@@ -122,7 +122,7 @@ bool TransformationSpool::Storage::readRuns(std::size_t i, std::size_t j,
     const std::uint64_t offset = pair(i, j).offset;
     SpoolRecord record;
     if (!readAt(descriptor, &record, sizeof record, offset)) return false;
-    runs.resize(record.runs);
+    runs.resize(static_cast<std::size_t>(record.runs));
     return readAt(descriptor, runs.data(), runs.size() * sizeof(PairRun), offset + sizeof record);
 }
 

@@ -7,6 +7,8 @@
 #include <cmath>
 #include <cstddef>
 
+#include "base/elementary.h"
+
 namespace tervolanda {
 
 namespace {
@@ -67,7 +69,7 @@ void markBreaks(Chain& chain) {
 double compactness(const Chain& chain, double parameter) {
     if (chain.residues.empty()) return 0.0;
     const auto residues = static_cast<double>(chain.residues.size());
-    return radiusOfGyration(chain) / (parameter * std::pow(residues, 0.38));
+    return radiusOfGyration(chain) / (parameter * power(residues, 0.38));
 }
 
 // u points outward along the bisector of N-CA-C, w along the normal of their plane, v within the
@@ -84,9 +86,9 @@ Vec3 placeBeta(const Vec3& n, const Vec3& ca, const Vec3& c, int residueType) {
     const Vec3 w = unit(cross(n - ca, c - ca));
     const Vec3 v = unit(b - a);
     const double k = geometry.correction * kRadiansPerDegree;
-    const double along = geometry.length * std::cos(geometry.angle);
-    const double aside = geometry.length * std::sin(geometry.angle);
-    return ca + (along * u + aside * (std::cos(k) * w + std::sin(k) * v));
+    const double along = geometry.length * cosine(geometry.angle);
+    const double aside = geometry.length * sine(geometry.angle);
+    return ca + (along * u + aside * (cosine(k) * w + sine(k) * v));
 }
 
 }  // namespace tervolanda

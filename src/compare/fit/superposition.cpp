@@ -44,8 +44,10 @@ double largestRoot(const Quartic<double>& quartic) {
 void annihilate(double (&a)[4][4], double (&v)[4][4], std::size_t p, std::size_t q) {
     if (a[p][q] == 0.0) return;
     const double theta = (a[q][q] - a[p][p]) / (2.0 * a[p][q]);
-    const double t = std::copysign(1.0, theta) / (std::abs(theta) + std::hypot(theta, 1.0));
-    const double c = 1.0 / std::hypot(t, 1.0);
+    // Not hypot(), whose last bit differs between C libraries.  A theta whose square overflows
+    // makes no turn, as it should.
+    const double t = std::copysign(1.0, theta) / (std::abs(theta) + std::sqrt(theta * theta + 1.0));
+    const double c = 1.0 / std::sqrt(t * t + 1.0);
     const double s = t * c;
     const auto turn = [c, s](double& x, double& y) {
         const double old = x;
@@ -105,6 +107,10 @@ std::optional<Vector4> adjugateColumn(Matrix4<double> key, double root) {
 // root x; the quartic is negative between its two smallest roots.
 bool reflectionFits(const Quartic<double>& quartic) {
     return quartic.at(kMirrorTolerance - 1.0) < 0.0;
+}
+
+double lengthOf(double x, double y, double z) {
+    return std::sqrt((x * x + y * y) + z * z);
 }
 
 bool allFinite(const std::array<double, 9>& values) {
@@ -288,7 +294,8 @@ Rotation compose(const Rotation& second, const Rotation& first) {
 
 void makeUnitVectors(Points& points) {
     constexpr double kShortestVector = 1e-6;  // Å
-    constexpr double kSmallestSquare = 1e-200, kLargestSquare = 1e200;
+    constexpr double kLargestSquare = 1e200;
+    constexpr double kShrunk = 0x1p-600;  // to this, absurd vectors have squares that are numbers
     if (points.size() == 0) return;
     const std::size_t n = points.size() - 1;
     for (std::size_t i = 0; i < n; ++i) {
@@ -296,9 +303,9 @@ void makeUnitVectors(Points& points) {
         const double y = points.y[i + 1] - points.y[i];
         const double z = points.z[i + 1] - points.z[i];
         const double squared = (x * x + y * y) + z * z;
-        // hypot() is slow, and needed for absurd coordinates only (35 % of an URMSD with it).
-        const bool isUsual = squared > kSmallestSquare && squared < kLargestSquare;
-        const double length = isUsual ? std::sqrt(squared) : std::hypot(x, y, z);
+        const double length = squared < kLargestSquare
+                                  ? std::sqrt(squared)
+                                  : lengthOf(x * kShrunk, y * kShrunk, z * kShrunk) / kShrunk;
         const double scale = length >= kShortestVector ? 1.0 / length : 1.0;
         points.x[i] = x * scale;
         points.y[i] = y * scale;

@@ -3,14 +3,15 @@
 #include "compare/fit/tm_scale.h"
 
 #include <algorithm>
-#include <cmath>
+
+#include "base/elementary.h"
 
 namespace tervolanda {
 
 double distanceScale(double length, double scaleFactor) {
     constexpr double kSmallest = 0.5;
     if (!(length > 14.0)) return kSmallest;
-    const double scale = (1.24 * std::pow(length - 15.0, 0.33333) - 1.8) * scaleFactor;
+    const double scale = (1.24 * power(length - 15.0, 0.33333) - 1.8) * scaleFactor;
     return std::max(scale, kSmallest);
 }
 

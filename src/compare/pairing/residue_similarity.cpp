@@ -12,6 +12,8 @@
 #include <array>
 #include <cmath>
 
+#include "base/elementary.h"
+
 namespace tervolanda {
 
 namespace {
@@ -175,7 +177,7 @@ void FragmentScores::fillRow(std::size_t row, std::span<float> scores) const {
 }
 
 double similarityReach(double length) {
-    return 1.5 * std::pow(length, 0.3) + 3.5;
+    return 1.5 * power(length, 0.3) + 3.5;
 }
 
 DistanceScores::DistanceScores(const CoordinateSet& experiment, const CoordinateSet& prediction,
