@@ -48,7 +48,7 @@ std::optional<CommandLine> readQuietly(const std::vector<std::string>& arguments
         return std::nullopt;
     }
     if (line->request == Request::Run) {
-        FUZZ_REQUIRE(quiet.log.logLevel() == line->settings.logLevel);
+        FUZZ_REQUIRE(quiet.log.logLevel() == line->settings.output.logLevel);
     }
     return line;
 }
@@ -59,25 +59,27 @@ void requireSound(const CommandLine& line) {
     for (const double value :
          {comparison.distanceCutoff, comparison.thresholdScale, comparison.contactDistance,
           comparison.minIterationScore, comparison.gapOpen, comparison.gapAffine,
-          comparison.gdtCutoff, settings.threshold, settings.maxThreshold, settings.thresholdStep,
-          settings.juryScore})
+          comparison.gdtCutoff, settings.clustering.threshold, settings.clustering.maxThreshold,
+          settings.clustering.thresholdStep, settings.clustering.juryScore})
         FUZZ_REQUIRE(std::isfinite(value));
-    FUZZ_REQUIRE(comparison.iterations <= 200 && settings.lineWrap >= 1);
-    FUZZ_REQUIRE(comparison.rankByTM != settings.rankMS || line.request == Request::ShortUsage);
+    FUZZ_REQUIRE(comparison.iterations <= 200 && settings.output.lineWrap >= 1);
+    FUZZ_REQUIRE(comparison.rankByTM != settings.measure.rankMS ||
+                 line.request == Request::ShortUsage);
     if (line.request != Request::Run) return;
-    FUZZ_REQUIRE(settings.logLevel >= 1);
-    FUZZ_REQUIRE(settings.threshold >= 0.0 && settings.maxThreshold >= 0.0);
-    FUZZ_REQUIRE(settings.thresholdStep >= 0.0);
-    FUZZ_REQUIRE(settings.distanceFile || settings.transformFile || settings.listFile ||
-                 (settings.experimentFile && settings.predictionFile));
-    FUZZ_REQUIRE(!settings.distanceFile || settings.rmsdOnly);
+    FUZZ_REQUIRE(settings.output.logLevel >= 1);
+    FUZZ_REQUIRE(settings.clustering.threshold >= 0.0 && settings.clustering.maxThreshold >= 0.0);
+    FUZZ_REQUIRE(settings.clustering.thresholdStep >= 0.0);
+    FUZZ_REQUIRE(settings.input.distanceFile || settings.input.transformFile ||
+                 settings.input.listFile ||
+                 (settings.input.experimentFile && settings.input.predictionFile));
+    FUZZ_REQUIRE(!settings.input.distanceFile || settings.measure.rmsdOnly);
 }
 
 void requireSame(const CommandLine& a, const CommandLine& b) {
     FUZZ_REQUIRE(a.request == b.request);
-    FUZZ_REQUIRE(a.settings.experimentFile == b.settings.experimentFile);
-    FUZZ_REQUIRE(a.settings.predictionFile == b.settings.predictionFile);
-    FUZZ_REQUIRE(a.settings.threshold == b.settings.threshold);
+    FUZZ_REQUIRE(a.settings.input.experimentFile == b.settings.input.experimentFile);
+    FUZZ_REQUIRE(a.settings.input.predictionFile == b.settings.input.predictionFile);
+    FUZZ_REQUIRE(a.settings.clustering.threshold == b.settings.clustering.threshold);
     FUZZ_REQUIRE(a.settings.comparison.distanceCutoff == b.settings.comparison.distanceCutoff);
 }
 
@@ -92,7 +94,7 @@ void requireText(const CommandLine& line) {
             FUZZ_REQUIRE(standardHelp().ends_with('\n'));
             return;
         case Request::ExtendedHelp:
-            FUZZ_REQUIRE(extendedHelp(line.settings.lineWrap).starts_with(standardHelp()));
+            FUZZ_REQUIRE(extendedHelp(line.settings.output.lineWrap).starts_with(standardHelp()));
             return;
         case Request::Version:
             FUZZ_REQUIRE(versionText().ends_with('\n'));

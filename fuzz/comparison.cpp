@@ -229,7 +229,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     } else {
         compareWhole({e, p, tolerance}, options, outputs);
     }
-    const NativeContacts contacts = nativeContacts(prediction, experiment, 7.5, 3);
+    const NativeContacts contacts = nativeContacts(experiment, prediction, 7.5, 3);
     FUZZ_REQUIRE(contacts.matched <= contacts.native);
     return 0;
 }

@@ -96,12 +96,4 @@ void Report::report(ReportLevel level, const char* pattern, ...) {
     va_end(arguments);
 }
 
-void Report::reportFrom(int atLeast, const char* pattern, ...) {
-    if (!reportsFrom(atLeast)) return;
-    std::va_list arguments;
-    va_start(arguments, pattern);
-    log_->report(formatList(pattern, arguments));
-    va_end(arguments);
-}
-
 }  // namespace tervolanda

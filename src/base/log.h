@@ -109,9 +109,6 @@ class Report {
     bool reports(ReportLevel level) const { return reportLevel_ >= static_cast<int>(level); }
     void incompleteFile(const std::string& path) { log_->incompleteFile(path); }
 
-    [[gnu::format(printf, 3, 4)]] void reportFrom(int atLeast, const char* pattern, ...);
-    bool reportsFrom(int atLeast) const { return reportLevel_ >= atLeast; }
-
  private:
     Log* log_;
     int reportLevel_;

@@ -93,16 +93,18 @@ class AlignmentPrinter {
     }
 
     void endBlock() {
-        report_.reportFrom(4, "\n");
-        report_.reportFrom(4, "Prediction  %s\n", predictionLine_.c_str());
+        report_.report(ReportLevel::Alignment, "\n");
+        report_.report(ReportLevel::Alignment, "Prediction  %s\n", predictionLine_.c_str());
         if (showStructure_) {
-            report_.reportFrom(4, "            %s\n", predictionStructureLine_.c_str());
+            report_.report(ReportLevel::Alignment, "            %s\n",
+                           predictionStructureLine_.c_str());
         }
-        report_.reportFrom(4, "            %s\n", matchLine_.c_str());
+        report_.report(ReportLevel::Alignment, "            %s\n", matchLine_.c_str());
         if (showStructure_) {
-            report_.reportFrom(4, "            %s\n", experimentStructureLine_.c_str());
+            report_.report(ReportLevel::Alignment, "            %s\n",
+                           experimentStructureLine_.c_str());
         }
-        report_.reportFrom(4, "Experiment  %s\n", experimentLine_.c_str());
+        report_.report(ReportLevel::Alignment, "Experiment  %s\n", experimentLine_.c_str());
         for (std::string* line : {&predictionLine_, &predictionStructureLine_, &matchLine_,
                                   &experimentStructureLine_, &experimentLine_}) {
             line->clear();
@@ -126,8 +128,9 @@ class AlignmentPrinter {
 void printAlignment(const CoordinateSet& experiment, const CoordinateSet& prediction,
                     const ComparisonResult& result, const ComparisonParameters& parameters,
                     int lineWrap, Report& report) {
-    if (!report.reportsFrom(4)) return;
-    report.reportFrom(4, "Alignment   %c = mapped, %c = maxsub\n", kMapped, kInSubset);
+    if (!report.reports(ReportLevel::Alignment)) return;
+    report.report(ReportLevel::Alignment, "Alignment   %c = mapped, %c = maxsub\n", kMapped,
+                  kInSubset);
     AlignmentPrinter(experiment, prediction, result, parameters.sequenceIndependent, lineWrap,
                      report)
         .print();

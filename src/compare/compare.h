@@ -17,6 +17,7 @@
 namespace tervolanda {
 
 class Report;
+enum class ReportLevel : int;
 class ComparisonWorkspace;  // compare/workspace.h
 
 // What a comparison is asked to do.  The initial values are those of a block that no command line
@@ -140,11 +141,11 @@ struct NativeContacts {
 };
 // CB atoms (CA of glycine) within `distance` Å, residue numbers at least `gap` apart, both limits
 // included.
-NativeContacts nativeContacts(const Chain& prediction, const Chain& experiment, double distance,
+NativeContacts nativeContacts(const Chain& experiment, const Chain& prediction, double distance,
                               int gap);
 
-// The lines of a fit: centres, translation, rotation.  Written at report level `atLeast` or more.
-void reportSuperposition(const Superposition& superposition, int atLeast, Report& report);
+// The lines of a fit: centres, translation, rotation.  Written at report level `level` or more.
+void reportSuperposition(const Superposition& superposition, ReportLevel level, Report& report);
 
 // Prints the two sequences one above the other, "|" between pairs of a MaxSub subset, "'" between
 // other mapped pairs, in blocks of `lineWrap` columns.  Written at report level 4 or more.

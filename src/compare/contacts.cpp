@@ -91,7 +91,7 @@ class Grid {
 
 }  // namespace
 
-NativeContacts nativeContacts(const Chain& prediction, const Chain& experiment, double distance,
+NativeContacts nativeContacts(const Chain& experiment, const Chain& prediction, double distance,
                               int gap) {
     NativeContacts contacts;
     if (!(distance >= 0.0)) return contacts;

@@ -34,21 +34,23 @@ class DomainIterations {
             if (score == 0.0) {
                 // Without a superposition no residue counts as paired.
                 if (iteration == 1) result_.partners.assign(prediction_.size(), -1);
-                report_.reportFrom(4, "\n");
-                report_.reportFrom(4,
-                                   "Exiting iterations at %u / %u - Insignificant MAXSUB scores\n",
-                                   iteration, most_);
+                report_.report(ReportLevel::Alignment, "\n");
+                report_.report(ReportLevel::Alignment,
+                               "Exiting iterations at %u / %u - Insignificant MAXSUB scores\n",
+                               iteration, most_);
                 return;
             }
             accumulate(found, score, iteration);
-            report_.reportFrom(
-                3, "Iter %u: Pairs=%4d, RMSD=%6.3f, MAXSUB=%5.3f. Len=%4d. gRMSD=%6.3f, TM=%5.3f\n",
+            report_.report(
+                ReportLevel::Numbers,
+                "Iter %u: Pairs=%4d, RMSD=%6.3f, MAXSUB=%5.3f. Len=%4d. gRMSD=%6.3f, TM=%5.3f\n",
                 iteration, static_cast<int>(found.pairs), found.rmsd, found.maxsub,
                 static_cast<int>(found.mapped), found.grmsd, found.tm);
-            reportSuperposition(found.superposition, 5, report_);
+            reportSuperposition(found.superposition, ReportLevel::Passes, report_);
             if (result_.matched.size() + 2 >= experiment_.size()) {
-                report_.reportFrom(
-                    4, "Exiting iterations at %u / %u - No more subsets (%u / %u matched)\n",
+                report_.report(
+                    ReportLevel::Alignment,
+                    "Exiting iterations at %u / %u - No more subsets (%u / %u matched)\n",
                     iteration, most_, static_cast<unsigned>(result_.matched.size()),
                     static_cast<unsigned>(experiment_.size()));
                 return;

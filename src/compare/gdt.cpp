@@ -54,7 +54,8 @@ GdtResult compareGdt(const CoordinateSet& experiment, const CoordinateSet& predi
             count += squared < limit ? 1U : 0U;
         const double percentage = 100.0 * static_cast<double>(count) / length;
         sum += percentage;
-        report.reportFrom(3, "Percentage aligned at distance %.3f = %.2f\n", radius, percentage);
+        report.report(ReportLevel::Numbers, "Percentage aligned at distance %.3f = %.2f\n", radius,
+                      percentage);
         radius *= 2.0;
     }
     return {sum * 0.25, asSuperposition(workspace.pairs, *fit)};

@@ -155,9 +155,11 @@ class PassLoop {
     // TM-score that is the set with the highest score, however few of its pairs the cut-off leaves.
     bool runPass(std::uint32_t pass) {
         workspace_.placePairs(experiment_, prediction_, workspace_.mapping.pairs);
-        report_.reportFrom(5, "Opt  %u: Experiment and Prediction share %d C-alpha atoms\n", pass,
-                           static_cast<int>(workspace_.mapping.size()));
-        report_.reportFrom(5, "Opt  %u: Distance Cut-off %.3f\n", pass, scale_.cutoff);
+        report_.report(ReportLevel::Passes,
+                       "Opt  %u: Experiment and Prediction share %d C-alpha atoms\n", pass,
+                       static_cast<int>(workspace_.mapping.size()));
+        report_.report(ReportLevel::Passes, "Opt  %u: Distance Cut-off %.3f\n", pass,
+                       scale_.cutoff);
         score_ = SubsetScore{};
         if (findSubset()) {
             const auto scored = scoreSubset(scale_, CutoffLimit::Inclusive, parameters_.scorePoor,
@@ -165,13 +167,14 @@ class PassLoop {
             if (scored) score_ = scored->score;
             if (!scored) workspace_.best.clear();
         } else {
-            report_.reportFrom(4, "Failed to find a subset!\n");
+            report_.report(ReportLevel::Alignment, "Failed to find a subset!\n");
         }
         if (workspace_.best.size() < kFewestSelected) return false;
         rememberIfBest();
-        report_.reportFrom(
-            5, "Opt  %u: Pairs=%4d, RMSD=%6.3f, MAXSUB=%5.3f. Len=%4d. gRMSD=%6.3f, TM=%5.3f\n",
-            pass, static_cast<int>(score_.pairs), score_.rmsd, score_.maxsub,
+        report_.report(
+            ReportLevel::Passes,
+            "Opt  %u: Pairs=%4d, RMSD=%6.3f, MAXSUB=%5.3f. Len=%4d. gRMSD=%6.3f, TM=%5.3f\n", pass,
+            static_cast<int>(score_.pairs), score_.rmsd, score_.maxsub,
             static_cast<int>(workspace_.mapping.size()), score_.grmsd, score_.tm);
         return true;
     }
@@ -183,7 +186,7 @@ class PassLoop {
                                   parameters_.maximiseTM, parameters_.maxRMSD};
         if (searchSeeds(workspace_.pairs, task, workspace_.kernels(), workspace_.seeds,
                         workspace_.best)) {
-            report_.reportFrom(5, "Complete maxsub found\n");
+            report_.report(ReportLevel::Passes, "Complete maxsub found\n");
         }
         return !workspace_.best.empty();
     }
@@ -205,7 +208,7 @@ class PassLoop {
             return true;
         }
         if (pass == 1 || !(std::abs(score_.tm - previousTm) < kConvergedTm)) return false;
-        report_.reportFrom(6, "Opt  %u: Mapping has converged\n", pass);
+        report_.report(ReportLevel::Mapping, "Opt  %u: Mapping has converged\n", pass);
         return true;
     }
 
@@ -219,12 +222,12 @@ class PassLoop {
                                         asSuperposition(workspace_.pairs, *fit), pass, next,
                                         report_);
         if (next.size() < kFewestMapped) {
-            report_.reportFrom(5, "Opt  %u: Less than %d mapped residues\n", pass,
-                               static_cast<int>(kFewestMapped));
+            report_.report(ReportLevel::Passes, "Opt  %u: Less than %d mapped residues\n", pass,
+                           static_cast<int>(kFewestMapped));
             return false;
         }
         if (next == workspace_.mapping) {
-            report_.reportFrom(6, "Opt  %u: Mapping has converged\n", pass);
+            report_.report(ReportLevel::Mapping, "Opt  %u: Mapping has converged\n", pass);
             return false;
         }
         std::swap(workspace_.mapping, next);
@@ -296,10 +299,10 @@ class PassLoop {
 SearchResult searchMaxSub(const CoordinateSet& experiment, const CoordinateSet& prediction,
                           const ComparisonParameters& parameters, const SearchTask& task,
                           ComparisonWorkspace& workspace, Report& report) {
-    report.reportFrom(4, "Iter %u: Prediction size=%4d\n", task.iteration,
-                      static_cast<int>(prediction.size()));
-    report.reportFrom(4, "Iter %u: Experiment size=%4d\n", task.iteration,
-                      static_cast<int>(experiment.size()));
+    report.report(ReportLevel::Alignment, "Iter %u: Prediction size=%4d\n", task.iteration,
+                  static_cast<int>(prediction.size()));
+    report.report(ReportLevel::Alignment, "Iter %u: Experiment size=%4d\n", task.iteration,
+                  static_cast<int>(experiment.size()));
     if (parameters.sequenceIndependent) {
         workspace.mapper.mapByShape(mappingTask(experiment, prediction, parameters, task),
                                     workspace.kernels(), workspace.mapping, report);
@@ -307,8 +310,9 @@ SearchResult searchMaxSub(const CoordinateSet& experiment, const CoordinateSet& 
         mapByResidue(experiment, prediction, workspace.mapping, report);
     }
     if (workspace.mapping.size() < kFewestMapped) {
-        report.reportFrom(4, "Iter %u: Less than %d mapped residues - NOTHING DONE!\n",
-                          task.iteration, static_cast<int>(kFewestMapped));
+        report.report(ReportLevel::Alignment,
+                      "Iter %u: Less than %d mapped residues - NOTHING DONE!\n", task.iteration,
+                      static_cast<int>(kFewestMapped));
         workspace.bestMapping = workspace.mapping;
         workspace.bestPassSubset.clear();
         SearchResult nothing;

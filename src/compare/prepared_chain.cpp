@@ -21,24 +21,24 @@ void applySuperposition(const Superposition& superposition, Chain& chain) {
     }
 }
 
-void reportSuperposition(const Superposition& superposition, int atLeast, Report& report) {
-    if (!report.reportsFrom(atLeast)) return;
+void reportSuperposition(const Superposition& superposition, ReportLevel level, Report& report) {
+    if (!report.reports(level)) return;
     const auto number = [](double value) { return withoutNegativeZero(value, 6); };
     const auto& p = superposition.predictionCentre;
     const auto& e = superposition.experimentCentre;
     const auto& r = superposition.rotation;
-    report.reportFrom(atLeast, "Center Pred. %10.6f %10.6f %10.6f\n", number(p[0]), number(p[1]),
-                      number(p[2]));
-    report.reportFrom(atLeast, "Center Exp.  %10.6f %10.6f %10.6f\n", number(e[0]), number(e[1]),
-                      number(e[2]));
-    report.reportFrom(atLeast, "Translation  %10.6f %10.6f %10.6f\n", number(e[0] - p[0]),
-                      number(e[1] - p[1]), number(e[2] - p[2]));
-    report.reportFrom(atLeast, "Rot. Mat.    %10.6f %10.6f %10.6f\n", number(r[0]), number(r[1]),
-                      number(r[2]));
-    report.reportFrom(atLeast, "             %10.6f %10.6f %10.6f\n", number(r[3]), number(r[4]),
-                      number(r[5]));
-    report.reportFrom(atLeast, "             %10.6f %10.6f %10.6f\n", number(r[6]), number(r[7]),
-                      number(r[8]));
+    report.report(level, "Center Pred. %10.6f %10.6f %10.6f\n", number(p[0]), number(p[1]),
+                  number(p[2]));
+    report.report(level, "Center Exp.  %10.6f %10.6f %10.6f\n", number(e[0]), number(e[1]),
+                  number(e[2]));
+    report.report(level, "Translation  %10.6f %10.6f %10.6f\n", number(e[0] - p[0]),
+                  number(e[1] - p[1]), number(e[2] - p[2]));
+    report.report(level, "Rot. Mat.    %10.6f %10.6f %10.6f\n", number(r[0]), number(r[1]),
+                  number(r[2]));
+    report.report(level, "             %10.6f %10.6f %10.6f\n", number(r[3]), number(r[4]),
+                  number(r[5]));
+    report.report(level, "             %10.6f %10.6f %10.6f\n", number(r[6]), number(r[7]),
+                  number(r[8]));
 }
 
 }  // namespace tervolanda

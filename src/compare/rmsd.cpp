@@ -71,15 +71,16 @@ void compareRmsd(const CoordinateSet& experiment, const CoordinateSet& predictio
     result.pairs = static_cast<std::uint32_t>(result.matched.size());
     if (mapping.size() < kFewestPairs) {
         if (options.reportTooFew) {
-            report.reportFrom(3, "RMSD failed, insufficient equivalent atoms in Chains (%d)\n",
-                              static_cast<int>(mapping.size()));
+            report.report(ReportLevel::Numbers,
+                          "RMSD failed, insufficient equivalent atoms in Chains (%d)\n",
+                          static_cast<int>(mapping.size()));
         }
         return;
     }
     workspace.placePairs(experiment, prediction, mapping.pairs);
     const auto fit = fitPairs(workspace.pairs, workspace.kernels());
     if (!fit) {
-        report.reportFrom(3, "RMSD failed, unable to converge\n");
+        report.report(ReportLevel::Numbers, "RMSD failed, unable to converge\n");
         return;
     }
     squaredDeviations(workspace.pairs, *fit, workspace.kernels(), workspace.squaredDeviation);
@@ -93,7 +94,7 @@ void compareRmsd(const CoordinateSet& experiment, const CoordinateSet& predictio
             result.superposition.rotation = compose(unitRotation, fit->rotation);
         }
     }
-    reportSuperposition(result.superposition, 5, report);
+    reportSuperposition(result.superposition, ReportLevel::Passes, report);
 }
 
 }  // namespace tervolanda

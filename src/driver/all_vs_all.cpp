@@ -56,7 +56,7 @@ AverageRow averageOfPairs(const DistanceMatrix& matrix, ComparisonKind kind) {
 }
 
 void printAverage(const DistanceMatrix& matrix, const Settings& settings, Log& log) {
-    if (!settings.average) return;
+    if (!settings.output.average) return;
     const AverageRow average = averageOfPairs(matrix, comparisonKind(settings));
     if (average.count > 0) log.info(0, "%s", averageLine(average).c_str());
 }
@@ -77,8 +77,8 @@ MaxSubBatch timedMaxSub(const ChainList& models, const Settings& settings, const
 int compareListMaxSub(const ChainList& models, const Settings& settings, Log& log, Report& report) {
     std::optional<TransformationSpool> spool;
     PairSink sink;
-    if (settings.resultFile) {
-        spool.emplace(*settings.resultFile, models, log);
+    if (settings.output.resultFile) {
+        spool.emplace(*settings.output.resultFile, models, log);
         sink = [&spool](std::size_t i, std::size_t j, const ComparisonResult& result) {
             spool->add(i, j, result);
         };
@@ -94,13 +94,13 @@ int compareListMaxSub(const ChainList& models, const Settings& settings, Log& lo
     printPairs(models, figures, log);
     printAverage(batch.scores, settings, log);
     int status = EXIT_SUCCESS;
-    if (settings.resultFile) {
+    if (settings.output.resultFile) {
         status |= exitStatus(
-            orAbend(writeTransformationFile(*settings.resultFile, models, batch.scores, batch.pairs,
-                                            *spool, modelIds(models), log)));
+            orAbend(writeTransformationFile(*settings.output.resultFile, models, batch.scores,
+                                            batch.pairs, *spool, modelIds(models), log)));
     }
-    if (settings.liteResultFile) {
-        status |= exitStatus(writeMaxSubFile(*settings.liteResultFile, models, batch.scores,
+    if (settings.output.liteResultFile) {
+        status |= exitStatus(writeMaxSubFile(*settings.output.liteResultFile, models, batch.scores,
                                              batch.pairs, modelIds(models), log));
     }
     rankAndPrint(batch.scores, batch.pairs, models, settings, log);
@@ -119,9 +119,9 @@ int compareListGdt(const ChainList& models, const Settings& settings, Log& log, 
     printPairs(models, figures, log);
     printAverage(batch.gdt, settings, log);
     int status = EXIT_SUCCESS;
-    if (settings.resultFile) {
-        status = exitStatus(
-            writeDistanceFile(*settings.resultFile, models, batch.gdt, modelIds(models), log));
+    if (settings.output.resultFile) {
+        status = exitStatus(writeDistanceFile(*settings.output.resultFile, models, batch.gdt,
+                                              modelIds(models), log));
     }
     // Clustering takes similarities from 0 to 1.
     for (float& value : batch.gdt.values())
@@ -145,13 +145,13 @@ int writeRmsdFiles(const RmsdBatch& batch, const ChainList& models, const Settin
                    Log& log) {
     int status = EXIT_SUCCESS;
     const std::optional<std::string>& path =
-        settings.resultFile ? settings.resultFile : settings.liteResultFile;
+        settings.output.resultFile ? settings.output.resultFile : settings.output.liteResultFile;
     if (path) {
         status |= exitStatus(writeDistanceFile(*path, models, batch.rmsd, modelIds(models), log));
     }
-    if (settings.urmsdResultFile) {
-        status |= exitStatus(writeDistanceFile(*settings.urmsdResultFile, models, batch.urmsd,
-                                               modelIds(models), log));
+    if (settings.output.urmsdResultFile) {
+        status |= exitStatus(writeDistanceFile(*settings.output.urmsdResultFile, models,
+                                               batch.urmsd, modelIds(models), log));
     }
     return status;
 }
@@ -172,7 +172,7 @@ int compareListRmsd(const ChainList& models, const Settings& settings, Log& log,
 }  // namespace
 
 int runAllVsAll(const Settings& settings, const ResidueExclusions& exclusions, Log& log) {
-    Report report(log, settings.logLevel);
+    Report report(log, settings.output.logLevel);
     const ChainList models = readModels(settings, exclusions, log);
     if (models.chains.size() < 2) abend("Not enough structures for all vs. all clustering");
     switch (comparisonKind(settings)) {

@@ -12,7 +12,7 @@ namespace tervolanda {
 
 int runClusterOnly(const Settings& settings, Log& log) {
     std::optional<DistanceFile> file =
-        orAbend(readDistanceFile(*settings.distanceFile, nullptr, log));
+        orAbend(readDistanceFile(*settings.input.distanceFile, nullptr, log));
     if (!file) return EXIT_SUCCESS;  // a file with gaps is reported and is no failure
     clusterAndPrint(file->matrix, MatrixValues::Distances, {file->ids}, settings, log);
     return EXIT_SUCCESS;

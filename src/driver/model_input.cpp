@@ -19,7 +19,7 @@ Chain readStructure(const std::string& path, const ReadRequest& request,
 }
 
 ChainList readModels(const Settings& settings, const ResidueExclusions& exclusions, Log& log) {
-    const std::string& path = *settings.listFile;
+    const std::string& path = *settings.input.listFile;
     const ComparisonKind kind = comparisonKind(settings);
     ChainList models;
     std::uint32_t counter = 0;

@@ -145,9 +145,9 @@ void sortRecords(std::vector<ModelRecord>& records) {
 }
 
 int writeSuperScript(const ListRun& run, const std::vector<ModelRecord>& records, Log& log) {
-    if (run.settings.superTop <= 0) return EXIT_SUCCESS;
+    if (run.settings.output.superTop <= 0) return EXIT_SUCCESS;
     const std::size_t shown =
-        std::min(static_cast<std::size_t>(run.settings.superTop), records.size());
+        std::min(static_cast<std::size_t>(run.settings.output.superTop), records.size());
     SuperScript script(run.experiment);
     for (std::size_t i = 0; i < shown; ++i) {
         script.add(*records[i].model, records[i].score, records[i].superposition);
@@ -168,16 +168,17 @@ void printRecords(const ListRun& run, const std::vector<ModelRecord>& records,
 }  // namespace
 
 int runOneVsList(const Settings& settings, const ResidueExclusions& exclusions, Log& log) {
-    Report report(log, settings.logLevel);
+    Report report(log, settings.output.logLevel);
     const ReadPlan plan = readPlan(settings);
     const ChainList models = readModels(settings, exclusions, log);
-    const Chain experiment = readStructure(*settings.experimentFile, plan.request, exclusions, log);
+    const Chain experiment =
+        readStructure(*settings.input.experimentFile, plan.request, exclusions, log);
     ListRun run{settings, experiment,
                 prepareChain(experiment, plan.atoms, settings.comparison, report), plan, report};
-    log.info(0, "Processing PDB %s vs. List %s", settings.experimentFile->c_str(),
-             settings.listFile->c_str());
+    log.info(0, "Processing PDB %s vs. List %s", settings.input.experimentFile->c_str(),
+             settings.input.listFile->c_str());
     std::vector<ModelRecord> records = compareModels(run, models, log);
-    if (!settings.noSort) sortRecords(records);
+    if (!settings.output.noSort) sortRecords(records);
     const int status = writeSuperScript(run, records, log);
     printRecords(run, records, columnWidths(models), log);
     return status;

@@ -53,10 +53,11 @@ void addStandardOutput(std::vector<Output>& outputs) {
 
 void addResultFiles(std::vector<Output>& outputs, const Settings& settings) {
     const ComparisonKind kind = comparisonKind(settings);
-    add(outputs, "-R", settings.resultFile);
-    const bool oneOfBoth = kind == ComparisonKind::Rmsd && settings.resultFile;
-    if (kind != ComparisonKind::Gdt && !oneOfBoth) add(outputs, "-Rl", settings.liteResultFile);
-    if (kind == ComparisonKind::Rmsd) add(outputs, "-Ru", settings.urmsdResultFile);
+    add(outputs, "-R", settings.output.resultFile);
+    const bool oneOfBoth = kind == ComparisonKind::Rmsd && settings.output.resultFile;
+    if (kind != ComparisonKind::Gdt && !oneOfBoth)
+        add(outputs, "-Rl", settings.output.liteResultFile);
+    if (kind == ComparisonKind::Rmsd) add(outputs, "-Ru", settings.output.urmsdResultFile);
 }
 
 // What the run writes, the matrices of -matrix apart, whose names no other output is likely to
@@ -64,13 +65,13 @@ void addResultFiles(std::vector<Output>& outputs, const Settings& settings) {
 std::vector<Output> outputsOf(const Settings& settings) {
     std::vector<Output> outputs;
     addStandardOutput(outputs);
-    add(outputs, "-log", settings.logFile);
-    if (settings.distanceFile || settings.transformFile) return outputs;
-    if (!settings.listFile) {
+    add(outputs, "-log", settings.output.logFile);
+    if (settings.input.distanceFile || settings.input.transformFile) return outputs;
+    if (!settings.input.listFile) {
         const bool hasScript = comparisonKind(settings) != ComparisonKind::Gdt;
-        if (hasScript && settings.alignOutput) add(outputs, "script", kPairScript);
-    } else if (settings.experimentFile) {
-        if (settings.superTop > 0) add(outputs, "script", kListScript);
+        if (hasScript && settings.output.alignOutput) add(outputs, "script", kPairScript);
+    } else if (settings.input.experimentFile) {
+        if (settings.output.superTop > 0) add(outputs, "script", kListScript);
     } else {
         addResultFiles(outputs, settings);
     }

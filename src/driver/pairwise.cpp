@@ -21,7 +21,7 @@ namespace {
 
 // Single comparisons show their details unless a log level says otherwise.
 int pairwiseReportLevel(const Settings& settings) {
-    if (settings.logLevel > 1) return settings.logLevel;
+    if (settings.output.logLevel > 1) return settings.output.logLevel;
     return static_cast<int>(comparisonKind(settings) == ComparisonKind::Gdt
                                 ? ReportLevel::Numbers
                                 : ReportLevel::Alignment);
@@ -40,9 +40,10 @@ void printBanner(Report& report) {
 // Which atoms the script shows.  Where a single subset was found and nothing else is wanted there
 // is room for the whole chains.
 ScriptAtoms scriptAtoms(const Settings& settings, const ComparisonResult& result) {
-    if (!settings.outputOptionGiven && result.iterations.size() == 1) return ScriptAtoms::All;
-    if (settings.outputOption <= 0) return ScriptAtoms::Matched;
-    return settings.outputOption == 1 ? ScriptAtoms::Spanned : ScriptAtoms::All;
+    if (!settings.output.outputOptionGiven && result.iterations.size() == 1)
+        return ScriptAtoms::All;
+    if (settings.output.outputOption <= 0) return ScriptAtoms::Matched;
+    return settings.output.outputOption == 1 ? ScriptAtoms::Spanned : ScriptAtoms::All;
 }
 
 int comparePairMaxSub(const ScriptSubject& subject, const Settings& settings,
@@ -51,8 +52,8 @@ int comparePairMaxSub(const ScriptSubject& subject, const Settings& settings,
     compareMaxSub(subject.experimentSet, subject.predictionSet, settings.comparison, workspace,
                   report, result);
     printAlignment(subject.experimentSet, subject.predictionSet, result, settings.comparison,
-                   settings.lineWrap, report);
-    if (result.iterations.empty() || !settings.alignOutput) return EXIT_SUCCESS;
+                   settings.output.lineWrap, report);
+    if (result.iterations.empty() || !settings.output.alignOutput) return EXIT_SUCCESS;
     return exitStatus(writeMaxSubScript(kPairScript, subject, result, settings.comparison,
                                         scriptAtoms(settings, result), log, report));
 }
@@ -76,18 +77,20 @@ int comparePairRmsd(const ScriptSubject& subject, const Settings& settings,
                     subject.predictionSet.gyrationRadius);
     figures.contacts = sharedContacts(subject.experiment, subject.prediction, settings.comparison);
     report.report(ReportLevel::Results, "%s\n", singleLine(figures).c_str());
-    if (!result.rmsd || !settings.alignOutput) return EXIT_SUCCESS;
+    if (!result.rmsd || !settings.output.alignOutput) return EXIT_SUCCESS;
     return exitStatus(writeRmsdScript(kPairScript, subject, result, log, report));
 }
 
 }  // namespace
 
 int runPairwise(const Settings& settings, const ResidueExclusions& exclusions, Log& log) {
-    assert(settings.experimentFile && settings.predictionFile);
+    assert(settings.input.experimentFile && settings.input.predictionFile);
     Report report(log, pairwiseReportLevel(settings));
     const ReadPlan plan = readPlan(settings);
-    const Chain experiment = readStructure(*settings.experimentFile, plan.request, exclusions, log);
-    const Chain prediction = readStructure(*settings.predictionFile, plan.request, exclusions, log);
+    const Chain experiment =
+        readStructure(*settings.input.experimentFile, plan.request, exclusions, log);
+    const Chain prediction =
+        readStructure(*settings.input.predictionFile, plan.request, exclusions, log);
 
     const ComparisonKind kind = comparisonKind(settings);
     if (kind == ComparisonKind::MaxSub) printBanner(report);

@@ -6,17 +6,17 @@
 namespace tervolanda {
 
 ComparisonKind comparisonKind(const Settings& settings) {
-    if (settings.rmsdOnly) return ComparisonKind::Rmsd;
-    return settings.gdt ? ComparisonKind::Gdt : ComparisonKind::MaxSub;
+    if (settings.measure.rmsdOnly) return ComparisonKind::Rmsd;
+    return settings.measure.gdt ? ComparisonKind::Gdt : ComparisonKind::MaxSub;
 }
 
 ReadPlan readPlan(const Settings& settings) {
     ReadPlan plan;
-    const bool isPairwise = !settings.listFile;
-    const bool comparesBackbone = settings.rmsdOnly && settings.backbone;
+    const bool isPairwise = !settings.input.listFile;
+    const bool comparesBackbone = settings.measure.rmsdOnly && settings.measure.backbone;
     if (comparesBackbone) plan.atoms = AtomSelection::Backbone;
     unsigned int options = ReadCalphaOnly | ReadCheckDuplicates | ReadCheckAll;
-    if (settings.allAtoms || isPairwise) {
+    if (settings.input.allAtoms || isPairwise) {
         options |= ReadAllAtoms;
     } else if (settings.comparison.contacts || settings.comparison.sequenceIndependent ||
                comparesBackbone) {

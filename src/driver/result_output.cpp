@@ -37,35 +37,37 @@ std::optional<ClusterMethod> clusterMethod(int number) {
 }  // namespace
 
 RmsdOptions rmsdOptions(const Settings& settings) {
-    return {.urmsd = (settings.urmsdFlags & UrmsdCompute) != 0,
-            .urmsdRotation = (settings.urmsdFlags & UrmsdRotate) != 0};
+    return {.urmsd = (settings.measure.urmsdFlags & UrmsdCompute) != 0,
+            .urmsdRotation = (settings.measure.urmsdFlags & UrmsdRotate) != 0};
 }
 
 void rankAndPrint(const DistanceMatrix& scores, const PairMatrix& pairs, const ChainList& chains,
                   const Settings& settings, Log& log) {
-    const std::vector<JuryScore> ranking =
-        rankByJury(scores, pairs, settings.juryScore, asCount(settings.juryPairs));
-    printJuryTable(ranking, {settings.juryScore, settings.juryPairs}, chains, log);
+    const std::vector<JuryScore> ranking = rankByJury(scores, pairs, settings.clustering.juryScore,
+                                                      asCount(settings.clustering.juryPairs));
+    printJuryTable(ranking, {settings.clustering.juryScore, settings.clustering.juryPairs}, chains,
+                   log);
 }
 
 void clusterAndPrint(DistanceMatrix& matrix, MatrixValues values, const ModelLabels& models,
                      const Settings& settings, Log& log) {
-    const std::optional<ClusterMethod> method = clusterMethod(settings.clusterMethod);
+    const std::optional<ClusterMethod> method = clusterMethod(settings.clustering.clusterMethod);
     if (!method) return;
     ClusterSettings asked;
     asked.method = *method;
     asked.values = values;
-    asked.threshold = settings.threshold;
-    asked.maxThreshold = settings.maxThreshold;
-    asked.thresholdStep = settings.thresholdStep;
-    asked.initialSize = asCount(settings.initialClusterSize);
-    asked.minSize = asCount(settings.minClusterSize);
+    asked.threshold = settings.clustering.threshold;
+    asked.maxThreshold = settings.clustering.maxThreshold;
+    asked.thresholdStep = settings.clustering.thresholdStep;
+    asked.initialSize = asCount(settings.clustering.initialClusterSize);
+    asked.minSize = asCount(settings.clustering.minClusterSize);
     asked.triedOneByOne = log.logLevel() > 2 ? kMostPrintedThresholds : 0;
     if (const std::optional<Clustering> found = clusterModels(matrix, asked)) {
         printClustering(*found, models, log);
     } else {
-        log.error(0, "Unable to converge %f to %f using adjustment %f", settings.threshold,
-                  settings.maxThreshold, settings.thresholdStep);
+        log.error(0, "Unable to converge %f to %f using adjustment %f",
+                  settings.clustering.threshold, settings.clustering.maxThreshold,
+                  settings.clustering.thresholdStep);
     }
 }
 

@@ -69,7 +69,7 @@ RmsdFigures rmsdFigures(std::optional<double> rmsd, std::uint32_t pairs, double 
 std::optional<NativeContacts> sharedContacts(const Chain& experiment, const Chain& prediction,
                                              const ComparisonParameters& parameters) {
     if (!parameters.contacts) return std::nullopt;
-    return nativeContacts(prediction, experiment, parameters.contactDistance,
+    return nativeContacts(experiment, prediction, parameters.contactDistance,
                           parameters.contactGap);
 }
 

@@ -23,14 +23,14 @@ namespace {
 
 int runMode(const Settings& settings, Log& log) {
     ResidueExclusions exclusions;
-    if (settings.exclusionFile) {
+    if (settings.input.exclusionFile) {
         // A file that cannot be read is reported, and the run goes on without it.
-        readResidueExclusionFile(*settings.exclusionFile, exclusions, log);
+        readResidueExclusionFile(*settings.input.exclusionFile, exclusions, log);
     }
-    if (settings.distanceFile) return runClusterOnly(settings, log);
-    if (settings.transformFile) return runTransformMode(settings, log);
-    if (!settings.listFile) return runPairwise(settings, exclusions, log);
-    if (settings.experimentFile) return runOneVsList(settings, exclusions, log);
+    if (settings.input.distanceFile) return runClusterOnly(settings, log);
+    if (settings.input.transformFile) return runTransformMode(settings, log);
+    if (!settings.input.listFile) return runPairwise(settings, exclusions, log);
+    if (settings.input.experimentFile) return runOneVsList(settings, exclusions, log);
     return runAllVsAll(settings, exclusions, log);
 }
 
@@ -44,7 +44,7 @@ std::optional<std::string> requestedText(const CommandLine& line) {
         case Request::StandardHelp:
             return standardHelp();
         case Request::ExtendedHelp:
-            return extendedHelp(line.settings.lineWrap);
+            return extendedHelp(line.settings.output.lineWrap);
         case Request::Version:
             return versionText();
     }
@@ -61,8 +61,8 @@ int perform(const CommandLine& line, Log& log) {
 // The log file might be one of two outputs in one file: nothing is written before that is known.
 void startLog(const Settings& settings, LineStreams& streams, Log& log) {
     if (const auto shared = sharedOutput(settings)) abend("%s", shared->c_str());
-    if (!settings.logFile) return;
-    const char* const path = settings.logFile->c_str();
+    if (!settings.output.logFile) return;
+    const char* const path = settings.output.logFile->c_str();
     FileHandle file(std::fopen(path, "wb"));
     if (!file) abend("Failed to open log file '%s' - %s", path, systemErrorText());
     streams.useLogFile(std::move(file));
@@ -81,7 +81,7 @@ bool everythingArrived(const CommandLine& line, LineStreams& streams) {
         log.error(0, "Failed to write to standard output - %s", systemErrorText());
     } else {
         log.error(0, "Failed to write log file '%s' - %s",
-                  line.settings.logFile.value_or("").c_str(), systemErrorText());
+                  line.settings.output.logFile.value_or("").c_str(), systemErrorText());
     }
     return false;
 }

@@ -32,31 +32,31 @@ struct TextFlags {
 };
 
 void readFileOptions(Arguments& arguments, Settings& settings) {
-    settings.experimentFile = arguments.text("-e");
-    settings.predictionFile = arguments.text("-p");
-    settings.distanceFile = arguments.text("-F");
-    settings.transformFile = arguments.text("-M");
-    settings.listFile = arguments.text("-l");
-    settings.resultFile = arguments.text("-R");
-    settings.liteResultFile = arguments.text("-Rl");
-    settings.urmsdResultFile = arguments.text("-Ru");
-    settings.logFile = arguments.text("-log");
-    settings.exclusionFile = arguments.text("-exclude");
+    settings.input.experimentFile = arguments.text("-e");
+    settings.input.predictionFile = arguments.text("-p");
+    settings.input.distanceFile = arguments.text("-F");
+    settings.input.transformFile = arguments.text("-M");
+    settings.input.listFile = arguments.text("-l");
+    settings.output.resultFile = arguments.text("-R");
+    settings.output.liteResultFile = arguments.text("-Rl");
+    settings.output.urmsdResultFile = arguments.text("-Ru");
+    settings.output.logFile = arguments.text("-log");
+    settings.input.exclusionFile = arguments.text("-exclude");
 }
 
 void readClusterOptions(Arguments& arguments, Settings& settings) {
-    settings.threshold = arguments.real("-T", -1.0);
-    settings.maxThreshold = arguments.real("-Tm", -1.0);
-    settings.thresholdStep = arguments.real("-a", -1.0);
-    settings.juryScore = arguments.real("-s", 0.2);
+    settings.clustering.threshold = arguments.real("-T", -1.0);
+    settings.clustering.maxThreshold = arguments.real("-Tm", -1.0);
+    settings.clustering.thresholdStep = arguments.real("-a", -1.0);
+    settings.clustering.juryScore = arguments.real("-s", 0.2);
     settings.comparison.thresholdScale = arguments.real("-TSF", 1.0);
     settings.comparison.contactDistance = arguments.real("-dist", 7.5);
-    settings.logLevel = arguments.integer("-L", -1);
-    settings.initialClusterSize = arguments.integer("-is", 50);
-    settings.minClusterSize = arguments.integer("-ms", 5);
-    settings.outputOption = arguments.integer("-O", 0);
-    settings.clusterMethod = arguments.integer("-C", 5);
-    settings.juryPairs = arguments.integer("-P", 20);
+    settings.output.logLevel = arguments.integer("-L", -1);
+    settings.clustering.initialClusterSize = arguments.integer("-is", 50);
+    settings.clustering.minClusterSize = arguments.integer("-ms", 5);
+    settings.output.outputOption = arguments.integer("-O", 0);
+    settings.clustering.clusterMethod = arguments.integer("-C", 5);
+    settings.clustering.juryPairs = arguments.integer("-P", 20);
     settings.comparison.contactGap = arguments.integer("-gap", 5);
 }
 
@@ -65,24 +65,24 @@ TextFlags readFlagOptions(Arguments& arguments, Settings& settings) {
     texts.help = arguments.hasFlag("-h");
     const bool shortVersion = arguments.hasFlag("-V");
     texts.version = arguments.hasFlag("-version") || shortVersion;
-    settings.allAtoms = arguments.hasFlag("-all");
+    settings.input.allAtoms = arguments.hasFlag("-all");
     const bool shortRmsd = arguments.hasFlag("-rms");
-    settings.rmsdOnly = arguments.hasFlag("-rmsd") || shortRmsd;
-    settings.gdt = arguments.hasFlag("-gdt");
-    if (settings.gdt) settings.comparison.gdtCutoff = arguments.real("-gdt", 4.0);
+    settings.measure.rmsdOnly = arguments.hasFlag("-rmsd") || shortRmsd;
+    settings.measure.gdt = arguments.hasFlag("-gdt");
+    if (settings.measure.gdt) settings.comparison.gdtCutoff = arguments.real("-gdt", 4.0);
     texts.extendedHelp = arguments.hasFlag("-help");
     settings.comparison.contacts = arguments.hasFlag("-contact");
-    settings.average = arguments.hasFlag("-av");
-    settings.noSort = arguments.hasFlag("-nosort");
+    settings.output.average = arguments.hasFlag("-av");
+    settings.output.noSort = arguments.hasFlag("-nosort");
     settings.comparison.scorePoor = !arguments.hasFlag("-noscore");
-    settings.rankMS = arguments.hasFlag("-rankMS");
-    settings.backbone = arguments.hasFlag("-bb");
+    settings.measure.rankMS = arguments.hasFlag("-rankMS");
+    settings.measure.backbone = arguments.hasFlag("-bb");
     return texts;
 }
 
 void readSearchOptions(Arguments& arguments, Settings& settings) {
     ComparisonParameters& comparison = settings.comparison;
-    settings.superTop = arguments.integer("-super", 0);
+    settings.output.superTop = arguments.integer("-super", 0);
     // A negative count wraps to a huge one, which is cut to the maximum below.
     comparison.iterations = static_cast<unsigned int>(arguments.integer("-i", 1));
     comparison.minIterationPairs = arguments.integer("-mP", 4);
@@ -97,16 +97,16 @@ void readSearchOptions(Arguments& arguments, Settings& settings) {
     comparison.normLength = arguments.integer("-N", 0);
     comparison.seedLevels = arguments.integer("-seed", 2);
     comparison.maximiseTM = arguments.hasFlag("-TM");
-    const int lineWrap = arguments.integer("-lws", settings.lineWrap);
-    if (lineWrap >= 1) settings.lineWrap = lineWrap;
-    settings.alignOutput = !arguments.hasFlag("-noalign");
+    const int lineWrap = arguments.integer("-lws", settings.output.lineWrap);
+    if (lineWrap >= 1) settings.output.lineWrap = lineWrap;
+    settings.output.alignOutput = !arguments.hasFlag("-noalign");
     if (arguments.hasFlag("-nourmsd"))
-        settings.urmsdFlags &= static_cast<std::uint8_t>(~UrmsdCompute);
-    settings.outputOptionGiven = arguments.hasFlag("-O");
+        settings.measure.urmsdFlags &= static_cast<std::uint8_t>(~UrmsdCompute);
+    settings.output.outputOptionGiven = arguments.hasFlag("-O");
 
-    if (comparison.iterations > 1) settings.rankMS = true;
+    if (comparison.iterations > 1) settings.measure.rankMS = true;
     comparison.iterations = std::min(comparison.iterations, kMaxIterations);
-    comparison.rankByTM = !settings.rankMS;
+    comparison.rankByTM = !settings.measure.rankMS;
 }
 
 // Whether an argument is the value of the one before it, whatever stands before that: in
@@ -139,8 +139,8 @@ void takePositionalForm(const Arguments& arguments, Settings& settings) {
             abend("Failed to read PDB file '%s'", arguments[i].c_str());
         }
     }
-    settings.predictionFile = arguments[prediction];
-    settings.experimentFile = arguments[experiment];
+    settings.input.predictionFile = arguments[prediction];
+    settings.input.experimentFile = arguments[experiment];
     const std::size_t behind = experiment + 1;
     if (behind < arguments.count() && isWellFormedReal(arguments[behind])) {
         settings.comparison.distanceCutoff = realValue(arguments[behind]);
@@ -154,19 +154,20 @@ Request chooseRequest(const TextFlags& texts, bool hasWork) {
 }
 
 void resolveThresholds(Settings& settings) {
-    const bool rmsd = settings.rmsdOnly;
-    if (settings.threshold < 0.0) settings.threshold = rmsd ? 4.0 : 0.5;
-    if (settings.maxThreshold < 0.0) settings.maxThreshold = rmsd ? 8.0 : 0.8;
-    if (settings.thresholdStep < 0.0) settings.thresholdStep = rmsd ? 0.2 : 0.05;
+    const bool rmsd = settings.measure.rmsdOnly;
+    if (settings.clustering.threshold < 0.0) settings.clustering.threshold = rmsd ? 4.0 : 0.5;
+    if (settings.clustering.maxThreshold < 0.0) settings.clustering.maxThreshold = rmsd ? 8.0 : 0.8;
+    if (settings.clustering.thresholdStep < 0.0)
+        settings.clustering.thresholdStep = rmsd ? 0.2 : 0.05;
 }
 
 // Everything that is decided once it is clear that there will be a run.
 void resolveRun(Arguments& arguments, Settings& settings, Log& log) {
-    if (settings.distanceFile) settings.rmsdOnly = true;
+    if (settings.input.distanceFile) settings.measure.rmsdOnly = true;
     resolveThresholds(settings);
-    if (arguments.hasFlag("-urmsd")) settings.urmsdFlags |= UrmsdRotate;
-    settings.logLevel = std::max(settings.logLevel, 1);
-    log.setLogLevel(settings.logLevel);
+    if (arguments.hasFlag("-urmsd")) settings.measure.urmsdFlags |= UrmsdRotate;
+    settings.output.logLevel = std::max(settings.output.logLevel, 1);
+    log.setLogLevel(settings.output.logLevel);
 }
 
 }  // namespace
@@ -181,13 +182,14 @@ CommandLine readCommandLine(std::vector<std::string> values, Log& log) {
     Settings& settings = line.settings;
     readFileOptions(arguments, settings);
     readClusterOptions(arguments, settings);
-    log.setLogLevel(settings.logLevel);
+    log.setLogLevel(settings.output.logLevel);
     const TextFlags texts = readFlagOptions(arguments, settings);
     readSearchOptions(arguments, settings);
 
     const bool hasWork = !texts.help && !texts.extendedHelp && arguments.count() > 2;
-    const bool hasMode = settings.listFile || settings.transformFile || settings.distanceFile ||
-                         (settings.predictionFile && settings.experimentFile);
+    const bool hasMode = settings.input.listFile || settings.input.transformFile ||
+                         settings.input.distanceFile ||
+                         (settings.input.predictionFile && settings.input.experimentFile);
     if (hasWork && !hasMode) takePositionalForm(arguments, settings);
     line.request = chooseRequest(texts, hasWork);
     if (line.request != Request::Run) return line;

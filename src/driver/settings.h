@@ -18,20 +18,27 @@ enum UrmsdFlags : std::uint8_t {
     UrmsdRotate = 0x02,  // take the rotation from the URMSD fit
 };
 
-struct Settings {
-    ComparisonParameters comparison;
-
+// The structures and the files of an earlier run.
+struct InputSettings {
     std::optional<std::string> experimentFile;
     std::optional<std::string> predictionFile;
     std::optional<std::string> distanceFile;   // cluster this and compare nothing
     std::optional<std::string> transformFile;  // rank and cluster this and compare nothing
     std::optional<std::string> listFile;
-    std::optional<std::string> resultFile;
-    std::optional<std::string> liteResultFile;
-    std::optional<std::string> urmsdResultFile;
-    std::optional<std::string> logFile;
     std::optional<std::string> exclusionFile;  // residues that no read returns
+    bool allAtoms = false;
+};
 
+// What is measured, beyond the parameters of a comparison.
+struct MeasureSettings {
+    bool rmsdOnly = false;
+    bool gdt = false;
+    bool backbone = false;
+    bool rankMS = false;
+    std::uint8_t urmsdFlags = UrmsdCompute;
+};
+
+struct ClusteringSettings {
     double threshold = -1.0;  // negative: by the kind of run
     double maxThreshold = -1.0;
     double thresholdStep = -1.0;
@@ -41,23 +48,29 @@ struct Settings {
     int minClusterSize = 5;
     int clusterMethod = 5;  // 0 none, 1 single, 2 average, 3 maximum linkage, 4 neighbour pairs
                             // (min size), 5 neighbour pairs (absolute size)
+};
 
+struct OutputSettings {
+    std::optional<std::string> resultFile;
+    std::optional<std::string> liteResultFile;
+    std::optional<std::string> urmsdResultFile;
+    std::optional<std::string> logFile;
     int outputOption = 0;  // 0 MaxSub atoms, 1 all atoms spanning MaxSub, 2 all atoms
     bool outputOptionGiven = false;
     int superTop = 0;  // models in the superposition script of a list run
-
-    bool rmsdOnly = false;
-    bool gdt = false;
-    bool allAtoms = false;
-    bool backbone = false;
     bool average = false;
     bool noSort = false;
-    bool rankMS = false;
     bool alignOutput = true;
-    std::uint8_t urmsdFlags = UrmsdCompute;
-
     int logLevel = 1;
     int lineWrap = 60;
+};
+
+struct Settings {
+    ComparisonParameters comparison;
+    InputSettings input;
+    MeasureSettings measure;
+    ClusteringSettings clustering;
+    OutputSettings output;
 };
 
 // What the command line asks for: a run, or a text.

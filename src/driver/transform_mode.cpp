@@ -10,7 +10,7 @@
 namespace tervolanda {
 
 int runTransformMode(const Settings& settings, Log& log) {
-    std::optional<MaxSubFile> file = orAbend(readMaxSubFile(*settings.transformFile, log));
+    std::optional<MaxSubFile> file = orAbend(readMaxSubFile(*settings.input.transformFile, log));
     if (!file) return EXIT_FAILURE;
     rankAndPrint(file->scores, file->pairs, file->chains, settings, log);
     clusterAndPrint(file->scores, MatrixValues::Similarities, {file->ids, &file->chains}, settings,

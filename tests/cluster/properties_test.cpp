@@ -44,7 +44,7 @@ std::vector<double> scoresOf(const Chain& experiment, const Chain& prediction) {
     const GdtBatch gdt = compareAllGdt(both, {}, captured.log, captured.report);
     for (const float value : {fit.rmsd.at(1, 0), fit.urmsd.at(1, 0), gdt.gdt.at(1, 0)})
         scores.push_back(static_cast<double>(value));
-    scores.push_back(nativeContacts(prediction, experiment, 9.0, 3).percentage());
+    scores.push_back(nativeContacts(experiment, prediction, 9.0, 3).percentage());
     return scores;
 }
 

@@ -34,9 +34,9 @@ std::map<std::pair<int, int>, int> contactsOf(const Chain& chain, double distanc
     return contacts;
 }
 
-void expectBruteForceCounts(const Chain& prediction, const Chain& experiment, double distance,
+void expectBruteForceCounts(const Chain& experiment, const Chain& prediction, double distance,
                             int gap) {
-    const NativeContacts found = nativeContacts(prediction, experiment, distance, gap);
+    const NativeContacts found = nativeContacts(experiment, prediction, distance, gap);
     const auto native = contactsOf(experiment, distance, gap);
     const auto predicted = contactsOf(prediction, distance, gap);
     std::size_t matched = 0;
@@ -51,8 +51,8 @@ TEST(NativeContacts, CountAsAllPairsDo) {
         const Chain experiment = glycines(coil(90, seed));
         const Chain prediction =
             glycines(withoutResidues(shaken(coil(90, seed), 2.0, seed), seed, seed + 5));
-        expectBruteForceCounts(prediction, experiment, 7.5, 5);
-        expectBruteForceCounts(prediction, experiment, 0.3 * seed, static_cast<int>(seed) / 4);
+        expectBruteForceCounts(experiment, prediction, 7.5, 5);
+        expectBruteForceCounts(experiment, prediction, 0.3 * seed, static_cast<int>(seed) / 4);
     }
     EXPECT_EQ(nativeContacts(glycines(coil(90, 1)), glycines(coil(90, 1)), 7.5, 5).percentage(),
               100.0);

@@ -14,9 +14,9 @@ namespace fs = std::filesystem;
 
 bool areShared(const std::string& first, const std::string& second) {
     Settings settings;
-    settings.listFile = "list";
-    settings.resultFile = first;
-    settings.liteResultFile = second;
+    settings.input.listFile = "list";
+    settings.output.resultFile = first;
+    settings.output.liteResultFile = second;
     return sharedOutput(settings).has_value();
 }
 
@@ -51,26 +51,26 @@ TEST(SharedOutput, FindsOneFileUnderTwoNames) {
 
 TEST(SharedOutput, CountsOnlyWhatTheRunWrites) {
     Settings settings;
-    settings.logFile = "./align.rsm";
+    settings.output.logFile = "./align.rsm";
     EXPECT_EQ(sharedOutput(settings),
               "Two outputs in one file: -log './align.rsm' and script 'align.rsm'");
-    settings.gdt = true;
+    settings.measure.gdt = true;
     EXPECT_EQ(sharedOutput(settings), std::nullopt);
-    settings.listFile = "list";
-    settings.liteResultFile = settings.logFile;
+    settings.input.listFile = "list";
+    settings.output.liteResultFile = settings.output.logFile;
     EXPECT_EQ(sharedOutput(settings), std::nullopt);  // GDT runs know no -Rl
-    settings.rmsdOnly = true;
+    settings.measure.rmsdOnly = true;
     EXPECT_TRUE(sharedOutput(settings));
-    settings.resultFile = "other";  // takes the place of -Rl
+    settings.output.resultFile = "other";  // takes the place of -Rl
     EXPECT_EQ(sharedOutput(settings), std::nullopt);
-    settings.urmsdResultFile = "other";
+    settings.output.urmsdResultFile = "other";
     EXPECT_TRUE(sharedOutput(settings));
-    settings.experimentFile = "experiment";
-    settings.logFile = "super.rsm";
+    settings.input.experimentFile = "experiment";
+    settings.output.logFile = "super.rsm";
     EXPECT_EQ(sharedOutput(settings), std::nullopt);
-    settings.superTop = 1;
+    settings.output.superTop = 1;
     EXPECT_TRUE(sharedOutput(settings));
-    settings.logFile = "align.matrix.1.0";
+    settings.output.logFile = "align.matrix.1.0";
     settings.comparison.sequenceIndependent = true;
     EXPECT_EQ(sharedOutput(settings), std::nullopt);
     settings.comparison.similarityMatrix = true;

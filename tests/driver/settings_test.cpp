@@ -68,18 +68,18 @@ const OptionCase kOptions[] = {
     {"-mS", "0.25", MEMBER(comparison.minIterationScore)},
     {"-opt", "9", MEMBER(comparison.optimisations)}, {"-open", "-1.5", MEMBER(comparison.gapOpen)},
     {"-aff", "-0.25", MEMBER(comparison.gapAffine)}, {"-seed", "31", MEMBER(comparison.seedLevels)},
-    {"-d", "3.25", MEMBER(comparison.distanceCutoff)}, {"-s", "0.35", MEMBER(juryScore)},
-    {"-P", "11", MEMBER(juryPairs)}, {"-is", "12", MEMBER(initialClusterSize)},
-    {"-ms", "13", MEMBER(minClusterSize)}, {"-C", "2", MEMBER(clusterMethod)},
-    {"-O", "1", MEMBER(outputOption)}, {"-super", "4", MEMBER(superTop)},
-    {"-lws", "50", MEMBER(lineWrap)}, {"-T", "0.1", MEMBER(threshold)},
-    {"-Tm", "0.2", MEMBER(maxThreshold)}, {"-a", "0.3", MEMBER(thresholdStep)},
+    {"-d", "3.25", MEMBER(comparison.distanceCutoff)}, {"-s", "0.35", MEMBER(clustering.juryScore)},
+    {"-P", "11", MEMBER(clustering.juryPairs)}, {"-is", "12", MEMBER(clustering.initialClusterSize)},
+    {"-ms", "13", MEMBER(clustering.minClusterSize)}, {"-C", "2", MEMBER(clustering.clusterMethod)},
+    {"-O", "1", MEMBER(output.outputOption)}, {"-super", "4", MEMBER(output.superTop)},
+    {"-lws", "50", MEMBER(output.lineWrap)}, {"-T", "0.1", MEMBER(clustering.threshold)},
+    {"-Tm", "0.2", MEMBER(clustering.maxThreshold)}, {"-a", "0.3", MEMBER(clustering.thresholdStep)},
     {"-contact", "", MEMBER(comparison.contacts)}, {"-maxRMSD", "", MEMBER(comparison.maxRMSD)},
     {"-matrix", "", MEMBER(comparison.similarityMatrix)},
     {"-in", "", MEMBER(comparison.sequenceIndependent)}, {"-TM", "", MEMBER(comparison.maximiseTM)},
-    {"-noscore", "", MEMBER(comparison.scorePoor)}, {"-rms", "", MEMBER(rmsdOnly)},
-    {"-av", "", MEMBER(average)}, {"-nosort", "", MEMBER(noSort)}, {"-bb", "", MEMBER(backbone)},
-    {"-noalign", "", MEMBER(alignOutput)}, {"-nourmsd", "", MEMBER(urmsdFlags)},
+    {"-noscore", "", MEMBER(comparison.scorePoor)}, {"-rms", "", MEMBER(measure.rmsdOnly)},
+    {"-av", "", MEMBER(output.average)}, {"-nosort", "", MEMBER(output.noSort)}, {"-bb", "", MEMBER(measure.backbone)},
+    {"-noalign", "", MEMBER(output.alignOutput)}, {"-nourmsd", "", MEMBER(measure.urmsdFlags)},
 };
 // clang-format on
 
@@ -91,12 +91,14 @@ TEST(Settings, PutsEveryOptionInItsPlace) {
         const double set = text.empty() ? 1.0 - member(unset) : std::stod(text);
         EXPECT_EQ(member(settingsOf(values)), set) << option;
     }
-    EXPECT_TRUE(settingsOf({"-O", "0"}).outputOptionGiven);
-    EXPECT_EQ(settingsOf({"-urmsd"}).urmsdFlags, UrmsdCompute | UrmsdRotate);
+    EXPECT_TRUE(settingsOf({"-O", "0"}).output.outputOptionGiven);
+    EXPECT_EQ(settingsOf({"-urmsd"}).measure.urmsdFlags, UrmsdCompute | UrmsdRotate);
     EXPECT_EQ(settingsOf({"-in"}).comparison.optimisations, 20);
     const Settings files = settingsOf({"-R", "r", "-Rl", "rl", "-Ru", "ru", "-exclude", "x"});
-    EXPECT_EQ(*files.resultFile + *files.liteResultFile + *files.urmsdResultFile, "rrlru");
-    EXPECT_EQ(files.exclusionFile, "x");
+    EXPECT_EQ(
+        *files.output.resultFile + *files.output.liteResultFile + *files.output.urmsdResultFile,
+        "rrlru");
+    EXPECT_EQ(files.input.exclusionFile, "x");
 }
 
 TEST(Settings, CountsIterationsUnsigned) {
@@ -111,7 +113,7 @@ TEST(Settings, CountsIterationsUnsigned) {
     for (const auto& test : cases) {
         const Settings settings = settingsOf({"-i", test.text});
         EXPECT_EQ(settings.comparison.iterations, test.iterations) << test.text;
-        EXPECT_EQ(settings.rankMS, test.rankMS) << test.text;
+        EXPECT_EQ(settings.measure.rankMS, test.rankMS) << test.text;
         EXPECT_EQ(settings.comparison.rankByTM, !test.rankMS) << test.text;
     }
     EXPECT_FALSE(settingsOf({"-rankMS"}).comparison.rankByTM);
@@ -120,29 +122,29 @@ TEST(Settings, CountsIterationsUnsigned) {
 TEST(Settings, TakesAGdtCutoffOnlyWhereOneIsGiven) {
     EXPECT_EQ(settingsOf({"-gdt", "2"}).comparison.gdtCutoff, 2.0);
     EXPECT_EQ(settingsOf({"-gdt", "-rmsd"}).comparison.gdtCutoff, 4.0);
-    EXPECT_TRUE(settingsOf({"-gdt", "-rmsd"}).rmsdOnly);
+    EXPECT_TRUE(settingsOf({"-gdt", "-rmsd"}).measure.rmsdOnly);
 }
 
 TEST(Settings, RefusesALineWrapBelowOne) {
-    EXPECT_EQ(settingsOf({"-lws", "0"}).lineWrap, 60);
-    EXPECT_EQ(settingsOf({"-lws", "-5"}).lineWrap, 60);
-    EXPECT_EQ(settingsOf({"-lws", "1"}).lineWrap, 1);
+    EXPECT_EQ(settingsOf({"-lws", "0"}).output.lineWrap, 60);
+    EXPECT_EQ(settingsOf({"-lws", "-5"}).output.lineWrap, 60);
+    EXPECT_EQ(settingsOf({"-lws", "1"}).output.lineWrap, 1);
 }
 
 TEST(Settings, ResolvesThresholdsByTheKindOfRun) {
     const Settings maxsub = settingsOf({"-T", "abc", "-Tm", "-2"});
-    EXPECT_EQ(maxsub.threshold, 0.5);
-    EXPECT_EQ(maxsub.maxThreshold, 0.8);
-    EXPECT_EQ(maxsub.thresholdStep, 0.05);
+    EXPECT_EQ(maxsub.clustering.threshold, 0.5);
+    EXPECT_EQ(maxsub.clustering.maxThreshold, 0.8);
+    EXPECT_EQ(maxsub.clustering.thresholdStep, 0.05);
     const Settings rmsd = settingsOf({"-rmsd", "-a", "0"});
-    EXPECT_EQ(rmsd.threshold, 4.0);
-    EXPECT_EQ(rmsd.maxThreshold, 8.0);
-    EXPECT_EQ(rmsd.thresholdStep, 0.0);
+    EXPECT_EQ(rmsd.clustering.threshold, 4.0);
+    EXPECT_EQ(rmsd.clustering.maxThreshold, 8.0);
+    EXPECT_EQ(rmsd.clustering.thresholdStep, 0.0);
     const Settings file = lineOf({"-F", "file"}).settings;
-    EXPECT_TRUE(file.rmsdOnly);
-    EXPECT_EQ(file.threshold, 4.0);
-    EXPECT_EQ(file.maxThreshold, 8.0);
-    EXPECT_EQ(file.thresholdStep, 0.2);
+    EXPECT_TRUE(file.measure.rmsdOnly);
+    EXPECT_EQ(file.clustering.threshold, 4.0);
+    EXPECT_EQ(file.clustering.maxThreshold, 8.0);
+    EXPECT_EQ(file.clustering.thresholdStep, 0.2);
 }
 
 TEST(ReadPlan, ReadsWhatComparisonsAndScriptsNeed) {
@@ -165,8 +167,8 @@ TEST(Settings, CopiesATextBeforeLaterScansRewriteIt) {
     const Settings settings = settingsOf({"-d", "5-3", "-R", "1-x.dist"});
     EXPECT_EQ(settings.comparison.distanceCutoff, -3.0);  // the flags were looked up before
     // The lookup of -p, which is at the end, has rewritten what stands before it.
-    EXPECT_EQ(settings.resultFile, "-x.dist");
-    EXPECT_EQ(lineOf({"-e", "1-a.pdb", "-l", "x"}).settings.experimentFile, "1-a.pdb");
+    EXPECT_EQ(settings.output.resultFile, "-x.dist");
+    EXPECT_EQ(lineOf({"-e", "1-a.pdb", "-l", "x"}).settings.input.experimentFile, "1-a.pdb");
 }
 
 TEST(PositionalForm, FindsThePlainArguments) {
@@ -195,8 +197,8 @@ TEST(PositionalForm, FindsThePlainArguments) {
     };
     for (const auto& test : cases) {
         const Settings settings = lineOf(test.values).settings;
-        EXPECT_EQ(settings.predictionFile, a) << testing::PrintToString(test.values);
-        EXPECT_EQ(settings.experimentFile, b) << testing::PrintToString(test.values);
+        EXPECT_EQ(settings.input.predictionFile, a) << testing::PrintToString(test.values);
+        EXPECT_EQ(settings.input.experimentFile, b) << testing::PrintToString(test.values);
         EXPECT_EQ(settings.comparison.distanceCutoff, test.cutoff)
             << testing::PrintToString(test.values);
     }
@@ -204,7 +206,7 @@ TEST(PositionalForm, FindsThePlainArguments) {
 
 TEST(PositionalForm, IsNotLookedAtWhereAModeIsGiven) {
     const Settings settings = lineOf({"-l", "list", "nowhere.pdb", "gone.pdb"}).settings;
-    EXPECT_EQ(settings.predictionFile, std::nullopt);
+    EXPECT_EQ(settings.input.predictionFile, std::nullopt);
 }
 
 }  // namespace

@@ -178,7 +178,8 @@ MaxSubBatch compareAllMaxSub(const ChainList& models, const ComparisonParameters
         }
         if (!sink) return;
         if (!result.iterations.empty()) {
-            reportSuperposition(result.iterations.front().superposition, 3, report);
+            reportSuperposition(result.iterations.front().superposition, ReportLevel::Numbers,
+                                report);
         }
         sink(i, j, result);
     });

@@ -114,12 +114,12 @@ CoordinateSet prepareChain(const Chain& chain, AtomSelection selection,
         set.firstResidue = chain.atoms.front().residueId().key();
         set.lastResidue = chain.atoms.back().residueId().key();
     }
-    if (!report.reportsFrom(5)) return set;
-    report.reportFrom(5, ">%s\n%s\n", chain.fileName.c_str(),
-                      inFastaForm(oneLetterSequence(chain)).c_str());
+    if (!report.reports(ReportLevel::Passes)) return set;
+    report.report(ReportLevel::Passes, ">%s\n%s\n", chain.fileName.c_str(),
+                  inFastaForm(oneLetterSequence(chain)).c_str());
     if (isAssigned) {
-        report.reportFrom(5, ">%s : SS\n%s\n", chain.fileName.c_str(),
-                          inFastaForm(structure).c_str());
+        report.report(ReportLevel::Passes, ">%s : SS\n%s\n", chain.fileName.c_str(),
+                      inFastaForm(structure).c_str());
     }
     return set;
 }
@@ -159,11 +159,11 @@ void mapByResidue(const CoordinateSet& experiment, const CoordinateSet& predicti
         p = predictionEnd;
     }
     mapping.collectPairs();
-    if (!report.reportsFrom(6)) return;
+    if (!report.reports(ReportLevel::Mapping)) return;
     for (std::size_t i = 0; i < prediction.size(); ++i) {
         if (mapping.predictionPartner[i] >= 0) continue;
-        report.reportFrom(6, "Residue %d%c not found in reference\n", prediction.residueNumber[i],
-                          prediction.insertionCode[i]);
+        report.report(ReportLevel::Mapping, "Residue %d%c not found in reference\n",
+                      prediction.residueNumber[i], prediction.insertionCode[i]);
     }
 }
 

@@ -93,9 +93,10 @@ void StructureMapper::mapByShape(const MappingTask& task, const Kernels& kernels
     const Points ofPrediction = unitVectors(task.prediction.points);
     pairing_.clear();
     if (std::min(ofExperiment.size(), ofPrediction.size()) < kFragmentLength) {
-        report.reportFrom(
-            5, "Not enough unit vectors for sequence independant alignment (%u vs %u)\n",
-            static_cast<unsigned>(ofPrediction.size()), static_cast<unsigned>(ofExperiment.size()));
+        report.report(ReportLevel::Passes,
+                      "Not enough unit vectors for sequence independant alignment (%u vs %u)\n",
+                      static_cast<unsigned>(ofPrediction.size()),
+                      static_cast<unsigned>(ofExperiment.size()));
     } else {
         const FragmentScores similarity(ofExperiment, ofPrediction);
         dump(task, 0, Cells::FragmentScores, similarity, report);
@@ -105,8 +106,8 @@ void StructureMapper::mapByShape(const MappingTask& task, const Kernels& kernels
             .improve(pairing_);
     }
     setMapping(pairing_, task, mapping);
-    report.reportFrom(4, "Iter %u: Initial mapping %u residues\n", task.iteration,
-                      static_cast<unsigned>(mapping.size()));
+    report.report(ReportLevel::Alignment, "Iter %u: Initial mapping %u residues\n", task.iteration,
+                  static_cast<unsigned>(mapping.size()));
 }
 
 void StructureMapper::mapByDistance(const MappingTask& task, const Superposition& superposition,
@@ -115,17 +116,19 @@ void StructureMapper::mapByDistance(const MappingTask& task, const Superposition
         static_cast<double>(std::min(task.experiment.size(), task.prediction.size()));
     const double scale = distanceScale(length, task.thresholdScale);
     const double reach = similarityReach(length);
-    report.reportFrom(6, "Opt  %u: Generating similarity matrix using d0 = %.2f : dmax = %.2f\n",
-                      pass, scale, reach);
+    report.report(ReportLevel::Mapping,
+                  "Opt  %u: Generating similarity matrix using d0 = %.2f : dmax = %.2f\n", pass,
+                  scale, reach);
     const DistanceScores similarity(task.experiment, task.prediction, superposition, scale, reach);
-    if (report.reportsFrom(6)) {
-        report.reportFrom(6, "Opt  %u: Average similarity score = %.3f\n", pass, mean(similarity));
+    if (report.reports(ReportLevel::Mapping)) {
+        report.report(ReportLevel::Mapping, "Opt  %u: Average similarity score = %.3f\n", pass,
+                      mean(similarity));
     }
     dump(task, pass, Cells::Similarities, similarity, report);
     scratch_.aligner.align(similarity, task.penalties, pairing_);
     setMapping(pairing_, task, mapping);
-    report.reportFrom(6, "Opt  %u: Mapped %u residues\n", pass,
-                      static_cast<unsigned>(mapping.size()));
+    report.report(ReportLevel::Mapping, "Opt  %u: Mapped %u residues\n", pass,
+                  static_cast<unsigned>(mapping.size()));
 }
 
 void StructureMapper::dump(const MappingTask& task, std::uint32_t pass, Cells cells,
@@ -135,7 +138,8 @@ void StructureMapper::dump(const MappingTask& task, std::uint32_t pass, Cells ce
     OutputFile file(fileName);
     if (!file.isOpen()) {
         dumpFailed_ = true;
-        report.reportFrom(5, "Failed to open alignment similarity matrix '%s'\n", fileName.c_str());
+        report.report(ReportLevel::Passes, "Failed to open alignment similarity matrix '%s'\n",
+                      fileName.c_str());
         return;
     }
     writeMatrix(similarity, fileName, cells == Cells::FragmentScores, file);
