@@ -95,7 +95,7 @@ TEST(ChainChecks, ReportFaultsAndRepairBackbones) {
     const std::string four = line({" CA ", "ALA", 1}) + line({" CA ", "GLX", 2}) +
                              line({" N  ", "GLY", 3}) + line({" CA ", "GLY", 3});
     const std::string exceeds = "exceeds template sequence length (3 > 2)\n";
-    const std::string broken = residue(1, "SER", "NACOB") + residue(2, "SER", "NAB") +
+    const std::string broken = residue(1, "SER", "NACOB") + residue(2, "SER", "AB") +
                                residue(3, "GLY", "NACO") + residue(4, "SER", "NCO") +
                                residue(5, "MSE", "NACO") + residue(6, "SER", "NA");
     const std::string missing2 = "missing N, C or O @ position 2\n";
@@ -139,8 +139,8 @@ TEST(ChainChecks, ReportFaultsAndRepairBackbones) {
              {"repair", broken, ReadCheckBackbone,
               missing2 + rest + "valid" + whole + " 5N 5A 5C 5O 5B"},
              {"one line an atom, but for the last residue", broken, ReadCheckBackbone,
-              "missing C @ position 2\nmissing O @ position 2\n" + rest + "valid" + whole +
-                  " 5N 5A 5C 5O 5B",
+              "missing N @ position 2\nmissing C @ position 2\nmissing O @ position 2\n" + rest +
+                  "valid" + whole + " 5N 5A 5C 5O 5B",
               "", 0, 2},
              {"strict: no beta is built", broken, ReadStrictBackbone | ReadCheckAll,
               missing2 + rest + "invalid" + whole + " 5N 5A 5C 5O"},
@@ -148,7 +148,7 @@ TEST(ChainChecks, ReportFaultsAndRepairBackbones) {
               missing2 + "invalid" + whole + " 4N 4C 4O 5N 5A 5C 5O 6N 6A"},
              {"C-alpha atoms are enough when only they are read", broken,
               ReadCheckBackbone | ReadCalphaOnly,
-              "missing CA @ position 4\nvalid: 1N 1A 1C 1O 1B 2N 2A 2B 3N 3A 3C 3O 5N 5A 5C 5O 6N "
+              "missing CA @ position 4\nvalid: 1N 1A 1C 1O 1B 2A 2B 3N 3A 3C 3O 5N 5A 5C 5O 6N "
               "6A"},
              {"all atoms of a scattered residue go",
               residue(1, "SER", "NACOB") + residue(2, "SER", "N") + residue(1, "SER", "O"),

@@ -26,7 +26,7 @@ using testing::HasSubstr;
 
 // Columns:                 1234567890123456789012345678901234567890123456789012345678901234567890
 const std::string kFull =
-    "ATOM     12 1HB BSER C -12A     -1.500  22.250-333.125  0.25107.50      "
+    "ATOM     12 1HB BSER C-123A     -1.500  22.250-333.125  0.25107.50      "
     "SEG HH1+";
 
 std::string described(const Atom& a) {
@@ -63,17 +63,19 @@ std::string taken(std::string_view record) {
 }
 
 TEST(Record, GivesItsColumns) {
-    const std::string placed = "1HB |B|SER|C|-12|A|-1.5 22.25 -333.125|";
+    const std::string placed = "1HB |B|SER|C|-123|A|-1.5 22.25 -333.125|";
     const std::string full = placed + "0.25 107.5|SEG | H|1+";  // the element of a hydrogen
     const std::string lean = placed + "1 0|    |  |  ";
     for (const char* end : {"", "\n", "\r\n", "trailing"})
         EXPECT_EQ(taken(kFull + end), full);
     std::string dense = kFull;  // numbers of another form, that touch each other
     EXPECT_EQ(taken(dense.replace(54, 12, "+00.1275e-9 ")), placed + "0.12 7.5e-08|SEG | H|1+");
+    // A digit as insertion code is no part of the number.
+    EXPECT_THAT(taken(std::string(kFull).replace(26, 1, "4")), HasSubstr("|C|-123|4|"));
     for (const std::size_t width : {79U, 78U, 66U, 54U})
         for (const char* end : {"", "\n", "\r\n"})
             EXPECT_EQ(taken(kFull.substr(0, width) + end), lean) << width;
-    EXPECT_EQ(taken(kFull.substr(0, 40) + "\n"), "1HB |B|SER|C|-12|A|-1.5 0 0|1 0|    |  |  ");
+    EXPECT_EQ(taken(kFull.substr(0, 40) + "\n"), "1HB |B|SER|C|-123|A|-1.5 0 0|1 0|    |  |  ");
     EXPECT_EQ(taken("ATOM\n"), "    | |   | |0| |0 0 0|1 0|    |  |  ");
     const std::string tail = full.substr(4, full.size() - 9);
     for (const char* heavy : {"HD11", " CH ", "AH  ", "/H  ", ":H  "}) {
