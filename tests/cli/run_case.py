@@ -78,7 +78,8 @@ def describe_difference(what, expected, found):
     ]
 
 
-def run(program, case, scratch):
+def run(command, case, scratch):
+    """`command` is a list: the program, or another that runs it and then the program."""
     for inputs in (case.parent / "common", case / "input"):
         if inputs.is_dir():
             shutil.copytree(inputs, scratch, dirs_exist_ok=True)
@@ -95,7 +96,7 @@ def run(program, case, scratch):
 
     with open("/dev/null" if closed else device or "/dev/null", "wb") as other:
         result = subprocess.run(
-            [program] + (case / "arguments").read_text().splitlines(),
+            command + (case / "arguments").read_text().splitlines(),
             cwd=scratch,
             input=contents(case / "stdin"),
             stdout=other if device else subprocess.PIPE,
@@ -132,7 +133,7 @@ def main():
     program = str(pathlib.Path(sys.argv[1]).resolve())
     case = pathlib.Path(sys.argv[2]).resolve()
     with tempfile.TemporaryDirectory() as scratch:
-        result, written = run(program, case, pathlib.Path(scratch))
+        result, written = run([program], case, pathlib.Path(scratch))
     found = differences(case, result, written)
     for line in found:
         print(line)
