@@ -33,15 +33,15 @@ void countPairs(benchmark::State& state, std::size_t models) {
 void rmsdBatch(benchmark::State& state, bool urmsd) {
     const auto count = static_cast<std::size_t>(state.range(0));
     const ChainList models = makeModels(count);
-    RmsdBatchOptions options;
-    options.rmsd.urmsd = urmsd;
+    RmsdOptions options;
+    options.urmsd = urmsd;
     const FileHandle nowhere(std::fopen("/dev/null", "w"));
     LineStreams streams(nowhere.get(), nowhere.get(), nowhere.get());
     Log log(streams.sink());
     Report report(log, 1);
     for (auto _ : state) {
-        benchmark::DoNotOptimize(
-            compareAllRmsd(models, ComparisonParameters(), options, log, report).rmsd.at(1, 0));
+        const PreparedList prepared(models, AtomSelection::Calpha, ComparisonParameters(), report);
+        benchmark::DoNotOptimize(compareAllRmsd(prepared, options, log, report).rmsd.at(1, 0));
     }
     countPairs(state, count);
 }
@@ -56,8 +56,9 @@ void maxSubBatch(benchmark::State& state) {
     Log log(streams.sink());
     Report report(log, 1);
     for (auto _ : state) {
+        const PreparedList prepared(models, AtomSelection::Calpha, parameters, report);
         benchmark::DoNotOptimize(
-            compareAllMaxSub(models, parameters, nullptr, log, report).scores.at(1, 0));
+            compareAllMaxSub(prepared, parameters, nullptr, log, report).scores.at(1, 0));
     }
     countPairs(state, count);
 }

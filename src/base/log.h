@@ -60,6 +60,8 @@ class Log {
     // the failure to; the run will end with status 1.
     void incompleteFile(const std::string& path);
     bool hasIncompleteFile() const { return hasIncompleteFile_; }
+    // The same for the line, without its prefix, that another log was given.
+    void passOnIncompleteFile(const std::string& line);
 
  private:
     [[gnu::format(printf, 4, 0)]] void writeList(LogLevel severity, int detail, const char* pattern,
@@ -107,6 +109,8 @@ class Report {
     // Written when the report level is `level` or more.
     [[gnu::format(printf, 3, 4)]] void report(ReportLevel level, const char* pattern, ...);
     bool reports(ReportLevel level) const { return reportLevel_ >= static_cast<int>(level); }
+    // One of the same level that writes to another log.
+    Report into(Log& log) const { return {log, reportLevel_}; }
     void incompleteFile(const std::string& path) { log_->incompleteFile(path); }
 
  private:

@@ -1,6 +1,7 @@
 // RMSD and URMSD of many chains whose atoms pair by their positions: all pairs of a list.
 #pragma once
 
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -16,6 +17,8 @@ namespace tervolanda {
 struct RmsdRow {
     std::vector<double> rmsd;   // Å
     std::vector<double> urmsd;  // 0 with fewer than 4 atoms
+
+    bool has(std::size_t j) const { return !std::isnan(rmsd[j]) && !std::isnan(urmsd[j]); }
 };
 
 // What the fits of a chain need that does not depend on its partner, made once for each chain: its

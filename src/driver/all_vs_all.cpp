@@ -66,24 +66,14 @@ void cluster(DistanceMatrix matrix, MatrixValues values, const ChainList& models
     clusterAndPrint(matrix, values, {modelIds(models), &models}, settings, log);
 }
 
-MaxSubBatch timedMaxSub(const ChainList& models, const Settings& settings, const PairSink& sink,
-                        Log& log, Report& report) {
-    const RunTimer timer;
-    MaxSubBatch batch = compareAllMaxSub(models, settings.comparison, sink, log, report);
-    timer.stop(log);
-    return batch;
-}
-
 int compareListMaxSub(const ChainList& models, const Settings& settings, Log& log, Report& report) {
+    const RunTimer timer;
+    const PreparedList prepared(models, AtomSelection::Calpha, settings.comparison, report);
     std::optional<TransformationSpool> spool;
-    PairSink sink;
-    if (settings.output.resultFile) {
-        spool.emplace(*settings.output.resultFile, models, log);
-        sink = [&spool](std::size_t i, std::size_t j, const ComparisonResult& result) {
-            spool->add(i, j, result);
-        };
-    }
-    MaxSubBatch batch = timedMaxSub(models, settings, sink, log, report);
+    if (settings.output.resultFile) spool.emplace(*settings.output.resultFile, prepared.sets());
+    MaxSubBatch batch =
+        compareAllMaxSub(prepared, settings.comparison, spool ? &*spool : nullptr, log, report);
+    timer.stop(log);
     const auto figures = [&batch](std::size_t i, std::size_t j) {
         return MaxSubFigures{.pairs = batch.pairs.at(i, j),
                              .rmsd = static_cast<double>(batch.rmsd.at(i, j)),
@@ -111,7 +101,8 @@ int compareListMaxSub(const ChainList& models, const Settings& settings, Log& lo
 int compareListGdt(const ChainList& models, const Settings& settings, Log& log, Report& report) {
     log.info(0, "All vs. All GDT");
     const RunTimer timer;
-    GdtBatch batch = compareAllGdt(models, settings.comparison, log, report);
+    const PreparedList prepared(models, AtomSelection::Calpha, settings.comparison, report);
+    GdtBatch batch = compareAllGdt(prepared, settings.comparison, log, report);
     timer.stop(log);
     const auto figures = [&batch](std::size_t i, std::size_t j) {
         return GdtFigures{static_cast<double>(batch.gdt.at(i, j))};
@@ -130,14 +121,12 @@ int compareListGdt(const ChainList& models, const Settings& settings, Log& log, 
     return status;
 }
 
-PairFigures rmsdPairFigures(const RmsdBatch& batch, const ChainList& models) {
-    std::vector<double> gyration;
-    for (const Chain& model : models.chains)
-        gyration.push_back(radiusOfGyration(model));
-    return [&batch, gyration = std::move(gyration)](std::size_t i, std::size_t j) {
+PairFigures rmsdPairFigures(const RmsdBatch& batch, const PreparedList& models) {
+    return [&batch, sets = models.sets()](std::size_t i, std::size_t j) {
         const auto rmsd = static_cast<double>(batch.rmsd.at(i, j));
         return rmsdFigures(rmsd < 0.0 ? std::nullopt : std::optional(rmsd), batch.pairs.at(i, j),
-                           static_cast<double>(batch.urmsd.at(i, j)), gyration[i], gyration[j]);
+                           static_cast<double>(batch.urmsd.at(i, j)), sets[i].gyrationRadius,
+                           sets[j].gyrationRadius);
     };
 }
 
@@ -158,11 +147,11 @@ int writeRmsdFiles(const RmsdBatch& batch, const ChainList& models, const Settin
 
 int compareListRmsd(const ChainList& models, const Settings& settings, Log& log, Report& report) {
     log.info(0, "All vs. All RMSD");
-    const RmsdBatchOptions options{rmsdOptions(settings), readPlan(settings).atoms};
     const RunTimer timer;
-    RmsdBatch batch = compareAllRmsd(models, settings.comparison, options, log, report);
+    const PreparedList prepared(models, readPlan(settings).atoms, settings.comparison, report);
+    RmsdBatch batch = compareAllRmsd(prepared, rmsdOptions(settings), log, report);
     timer.stop(log);
-    printPairs(models, rmsdPairFigures(batch, models), log);
+    printPairs(models, rmsdPairFigures(batch, prepared), log);
     printAverage(batch.rmsd, settings, log);
     const int status = writeRmsdFiles(batch, models, settings, log);
     cluster(std::move(batch.rmsd), MatrixValues::Distances, models, settings, log);

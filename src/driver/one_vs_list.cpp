@@ -9,8 +9,7 @@
 #include <vector>
 
 #include "base/log.h"
-#include "compare/compare.h"
-#include "compare/workspace.h"
+#include "cluster/batch/batch.h"
 #include "driver/model_input.h"
 #include "driver/modes.h"
 #include "driver/outputs.h"
@@ -24,8 +23,6 @@ namespace tervolanda {
 
 namespace {
 
-constexpr std::size_t kProgressStep = 20;  // models between two progress lines
-
 // What one model is listed by.
 struct ModelRecord {
     const Chain* model = nullptr;
@@ -35,102 +32,58 @@ struct ModelRecord {
     std::optional<Superposition> superposition;
 };
 
-// The experiment, and what its comparisons share.
-struct ListRun {
-    const Settings& settings;
-    const Chain& experiment;
-    CoordinateSet experimentSet;
-    ReadPlan plan;
-    Report& report;
-    ComparisonWorkspace workspace{};
-    ComparisonResult result{};
-};
-
-ModelRecord compareModelMaxSub(ListRun& run, const CoordinateSet& modelSet) {
-    ComparisonResult& result = run.result;
-    compareMaxSub(run.experimentSet, modelSet, run.settings.comparison, run.workspace, run.report,
-                  result);
-    if (run.settings.comparison.iterations > 1) {
-        run.report.report(ReportLevel::Numbers, "Total: Pairs=%4u. MAXSUB=%5.3f. MSI=%5.3f\n\n",
-                          result.pairs, result.maxsub, result.msi);
-    }
+ModelRecord recordOf(const ListedMaxSub& found, const ComparisonParameters& parameters) {
     ModelRecord record;
-    record.score = run.settings.comparison.rankByTM ? result.tm : result.maxsub;
+    record.score = parameters.rankByTM ? found.tm : found.maxsub;
     record.sortKey = -record.score;
-    record.figures = MaxSubFigures{result.pairs, result.rmsd, result.maxsub, result.tm, result.msi};
-    if (!result.iterations.empty()) {
-        record.superposition = result.iterations.front().superposition;
-    }
+    record.figures = MaxSubFigures{found.pairs, found.rmsd, found.maxsub, found.tm, found.msi};
+    record.superposition = found.superposition;
     return record;
 }
 
-ModelRecord compareModelGdt(ListRun& run, const CoordinateSet& modelSet) {
-    const GdtResult gdt = compareGdt(run.experimentSet, modelSet, run.settings.comparison,
-                                     run.workspace, run.report, run.result);
+ModelRecord recordOf(const GdtResult& found) {
     ModelRecord record;
-    record.score = gdt.gdt;
-    record.sortKey = -gdt.gdt;
-    record.figures = GdtFigures{gdt.gdt};
-    record.superposition = gdt.superposition;
+    record.score = found.gdt;
+    record.sortKey = -found.gdt;
+    record.figures = GdtFigures{found.gdt};
+    record.superposition = found.superposition;
     return record;
 }
 
-ModelRecord compareModelRmsd(ListRun& run, const Chain& model, const CoordinateSet& modelSet) {
-    RmsdResult result;
-    compareRmsd(run.experimentSet, modelSet, rmsdOptions(run.settings), run.workspace, run.report,
-                result);
-    RmsdFigures figures = rmsdFigures(result.rmsd, result.pairs, result.urmsd,
-                                      run.experimentSet.gyrationRadius, modelSet.gyrationRadius);
-    figures.contacts = sharedContacts(run.experiment, model, run.settings.comparison);
+ModelRecord recordOf(const ListedRmsd& found, const CoordinateSet& experiment) {
+    RmsdFigures figures = rmsdFigures(found.rmsd, found.pairs, found.urmsd,
+                                      experiment.gyrationRadius, found.gyrationRadius);
+    figures.contacts = found.contacts;
     ModelRecord record;
     record.score = figures.rmsd;
-    record.sortKey = result.rmsd.value_or(std::numeric_limits<double>::infinity());
+    record.sortKey = found.rmsd.value_or(std::numeric_limits<double>::infinity());
     record.figures = figures;
-    if (result.rmsd) record.superposition = result.superposition;
+    record.superposition = found.superposition;
     return record;
 }
 
-ModelRecord compareModel(ListRun& run, const Chain& model) {
-    run.report.report(ReportLevel::Numbers, "%s vs. %s\n", model.fileName.c_str(),
-                      run.experiment.fileName.c_str());
-    const CoordinateSet modelSet =
-        prepareChain(model, run.plan.atoms, run.settings.comparison, run.report);
-    switch (comparisonKind(run.settings)) {
-        case ComparisonKind::MaxSub:
-            return compareModelMaxSub(run, modelSet);
-        case ComparisonKind::Gdt:
-            return compareModelGdt(run, modelSet);
-        case ComparisonKind::Rmsd:
-            return compareModelRmsd(run, model, modelSet);
-    }
-    std::abort();
-}
-
-const char* comparisonWord(ComparisonKind kind) {
-    switch (kind) {
-        case ComparisonKind::Gdt:
-            return "GDTs";
-        case ComparisonKind::Rmsd:
-            return "RMSDs";
-        case ComparisonKind::MaxSub:
-            return "MAXSUBs";
-    }
-    std::abort();
-}
-
-std::vector<ModelRecord> compareModels(ListRun& run, const ChainList& models, Log& log) {
-    const char* const word = comparisonWord(comparisonKind(run.settings));
-    const RunTimer timer;
+// One record a model, in list order.
+std::vector<ModelRecord> compareModels(const ListComparison& list, const Settings& settings,
+                                       Log& log, Report& report) {
     std::vector<ModelRecord> records;
-    records.reserve(models.chains.size());
-    for (const Chain& model : models.chains) {
-        if (records.size() % kProgressStep == 0) {
-            log.progress(0, "Processed %zu of %zu %s", records.size(), models.chains.size(), word);
-        }
-        records.push_back(compareModel(run, model));
-        records.back().model = &model;
+    records.reserve(list.models.chains.size());
+    switch (comparisonKind(settings)) {
+        case ComparisonKind::MaxSub:
+            for (const ListedMaxSub& found : compareListMaxSub(list, log, report))
+                records.push_back(recordOf(found, list.parameters));
+            break;
+        case ComparisonKind::Gdt:
+            for (const GdtResult& found : compareListGdt(list, log, report))
+                records.push_back(recordOf(found));
+            break;
+        case ComparisonKind::Rmsd:
+            for (const ListedRmsd& found :
+                 compareListRmsd(list, rmsdOptions(settings), log, report))
+                records.push_back(recordOf(found, list.experimentSet));
+            break;
     }
-    timer.stop(log);
+    for (std::size_t i = 0; i < records.size(); ++i)
+        records[i].model = &list.models.chains[i];
     return records;
 }
 
@@ -144,11 +97,12 @@ void sortRecords(std::vector<ModelRecord>& records) {
                      });
 }
 
-int writeSuperScript(const ListRun& run, const std::vector<ModelRecord>& records, Log& log) {
-    if (run.settings.output.superTop <= 0) return EXIT_SUCCESS;
+int writeSuperScript(const Chain& experiment, const std::vector<ModelRecord>& records,
+                     const Settings& settings, Log& log) {
+    if (settings.output.superTop <= 0) return EXIT_SUCCESS;
     const std::size_t shown =
-        std::min(static_cast<std::size_t>(run.settings.output.superTop), records.size());
-    SuperScript script(run.experiment);
+        std::min(static_cast<std::size_t>(settings.output.superTop), records.size());
+    SuperScript script(experiment);
     for (std::size_t i = 0; i < shown; ++i) {
         script.add(*records[i].model, records[i].score, records[i].superposition);
     }
@@ -156,11 +110,11 @@ int writeSuperScript(const ListRun& run, const std::vector<ModelRecord>& records
 }
 
 // From the last record to the first.
-void printRecords(const ListRun& run, const std::vector<ModelRecord>& records,
-                  const ColumnWidths& widths, Log& log) {
+void printRecords(const ListComparison& list, const std::vector<ModelRecord>& records, Log& log) {
+    const ColumnWidths widths = columnWidths(list.models);
     for (std::size_t position = records.size(); position > 0; --position) {
         const ModelRecord& record = records[position - 1];
-        const ListRow row{position, run.experiment, *record.model, record.figures};
+        const ListRow row{position, list.experiment, *record.model, record.figures};
         log.info(0, "%s", listLine(row, widths).c_str());
     }
 }
@@ -173,14 +127,17 @@ int runOneVsList(const Settings& settings, const ResidueExclusions& exclusions, 
     const ChainList models = readModels(settings, exclusions, log);
     const Chain experiment =
         readStructure(*settings.input.experimentFile, plan.request, exclusions, log);
-    ListRun run{settings, experiment,
-                prepareChain(experiment, plan.atoms, settings.comparison, report), plan, report};
+    const CoordinateSet experimentSet =
+        prepareChain(experiment, plan.atoms, settings.comparison, report);
     log.info(0, "Processing PDB %s vs. List %s", settings.input.experimentFile->c_str(),
              settings.input.listFile->c_str());
-    std::vector<ModelRecord> records = compareModels(run, models, log);
+    const ListComparison list{experiment, experimentSet, models, plan.atoms, settings.comparison};
+    const RunTimer timer;
+    std::vector<ModelRecord> records = compareModels(list, settings, log, report);
+    timer.stop(log);
     if (!settings.output.noSort) sortRecords(records);
-    const int status = writeSuperScript(run, records, log);
-    printRecords(run, records, columnWidths(models), log);
+    const int status = writeSuperScript(experiment, records, settings, log);
+    printRecords(list, records, log);
     return status;
 }
 

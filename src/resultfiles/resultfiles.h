@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "chain/chain.h"
+#include "cluster/batch/batch.h"
 #include "cluster/cluster.h"
 #include "compare/compare.h"
 
@@ -60,18 +61,17 @@ FileOutcome writeMaxSubFile(const std::string& path, const ChainList& chains,
 
 // Keeps what the full file says about pairs and no matrix holds, superpositions and residue pairs,
 // in a nameless file on disk while a batch runs.  In memory a pair takes 16 bytes.
-class TransformationSpool {
+class TransformationSpool final : public PairRecorder {
  public:
-    // The disk space is taken where the result file `path` will be; `models` is only looked at
-    // here.
-    TransformationSpool(const std::string& path, const ChainList& models, Log& log);
+    // The disk space is taken where the result file `path` will be.  The C-alpha sets of the models
+    // are lent.
+    TransformationSpool(const std::string& path, std::span<const CoordinateSet> models);
     TransformationSpool(const TransformationSpool&) = delete;
     TransformationSpool& operator=(const TransformationSpool&) = delete;
     ~TransformationSpool();
 
-    // What was found for the matrix positions i > j; pairs may come in any order.  This is what a
-    // batch's PairSink is to call.
-    void add(std::size_t i, std::size_t j, const ComparisonResult& result);
+    // REQUIRES: pair.experiment > pair.prediction.  Pairs may come in any order.
+    void record(BatchPair pair, const ComparisonResult& result) override;
 
     class Storage;  // transformation_file.cpp
     Storage& storage() const { return *storage_; }

@@ -11,7 +11,6 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "base/log.h"
 #include "compare/compare.h"
 
 namespace tervolanda {
@@ -31,15 +30,6 @@ FileHandle openSpoolBeside(const std::string& path) {
     return openUnnamedBeside(path);
 }
 
-// The 1-based position in its chain of the residue of every C-alpha record.
-std::vector<std::uint32_t> residuePositions(const Chain& chain, Report& silent) {
-    std::vector<std::uint32_t> positions =
-        prepareChain(chain, AtomSelection::Calpha, ComparisonParameters{}, silent).residueIndex;
-    for (std::uint32_t& position : positions)
-        ++position;
-    return positions;
-}
-
 bool readAt(int descriptor, void* target, std::size_t size, std::uint64_t offset) {
     auto* bytes = static_cast<char*>(target);
     while (size > 0) {
@@ -54,15 +44,13 @@ bool readAt(int descriptor, void* target, std::size_t size, std::uint64_t offset
 
 }  // namespace
 
-TransformationSpool::Storage::Storage(const std::string& path, const ChainList& models, Log& log)
-    : file_(openSpoolBeside(path)), positions_(models.chains.size()) {
-    const std::size_t size = models.chains.size();
+TransformationSpool::Storage::Storage(const std::string& path,
+                                      std::span<const CoordinateSet> models)
+    : file_(openSpoolBeside(path)), models_(models) {
+    const std::size_t size = models.size();
     if (size > 1) pairs_.resize(size * (size - 1) / 2);
     if (!file_) file_.reset(std::tmpfile());
     failed_ = !file_;
-    Report silent(log, 0);
-    for (std::size_t i = 0; i < size; ++i)
-        positions_[i] = residuePositions(models.chains[i], silent);
 }
 
 bool TransformationSpool::Storage::flush() {
@@ -76,12 +64,14 @@ void TransformationSpool::Storage::append(const void* bytes, std::size_t size) {
     end_ += size;
 }
 
-void TransformationSpool::Storage::collectRuns(std::size_t i, std::size_t j,
+void TransformationSpool::Storage::collectRuns(BatchPair pair,
                                                const std::vector<MatchedPair>& matched) {
+    const std::vector<std::uint32_t>& experiments = models_[pair.experiment].residueIndex;
+    const std::vector<std::uint32_t>& predictions = models_[pair.prediction].residueIndex;
     runs_.clear();
     for (const MatchedPair& match : matched) {
-        const std::uint32_t experiment = positions_[i][match.experiment];
-        const std::uint32_t prediction = positions_[j][match.prediction];
+        const std::uint32_t experiment = experiments[match.experiment] + 1;
+        const std::uint32_t prediction = predictions[match.prediction] + 1;
         if (!runs_.empty()) {
             PairRun& run = runs_.back();
             if (experiment == run.experiment + run.length &&
@@ -94,13 +84,12 @@ void TransformationSpool::Storage::collectRuns(std::size_t i, std::size_t j,
     }
 }
 
-void TransformationSpool::Storage::add(std::size_t i, std::size_t j,
-                                       const ComparisonResult& result) {
-    assert(i > j && i < positions_.size());
-    Pair& pair = pairs_[index(i, j)];
+void TransformationSpool::Storage::record(BatchPair at, const ComparisonResult& result) {
+    assert(at.experiment > at.prediction && at.experiment < models_.size());
+    Pair& pair = pairs_[index(at.experiment, at.prediction)];
     pair.offset = end_;
     pair.matched = static_cast<std::uint32_t>(result.matched.size());
-    collectRuns(i, j, result.matched);
+    collectRuns(at, result.matched);
     SpoolRecord record;
     if (!result.iterations.empty()) record.superposition = result.iterations[0].superposition;
     record.runs = runs_.size();
@@ -126,13 +115,14 @@ bool TransformationSpool::Storage::readRuns(std::size_t i, std::size_t j,
     return readAt(descriptor, runs.data(), runs.size() * sizeof(PairRun), offset + sizeof record);
 }
 
-TransformationSpool::TransformationSpool(const std::string& path, const ChainList& models, Log& log)
-    : storage_(std::make_unique<Storage>(path, models, log)) {}
+TransformationSpool::TransformationSpool(const std::string& path,
+                                         std::span<const CoordinateSet> models)
+    : storage_(std::make_unique<Storage>(path, models)) {}
 
 TransformationSpool::~TransformationSpool() = default;
 
-void TransformationSpool::add(std::size_t i, std::size_t j, const ComparisonResult& result) {
-    storage_->add(i, j, result);
+void TransformationSpool::record(BatchPair pair, const ComparisonResult& result) {
+    storage_->record(pair, result);
 }
 
 }  // namespace tervolanda

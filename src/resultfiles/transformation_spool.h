@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -19,9 +20,9 @@ struct PairRun {
 
 class TransformationSpool::Storage {
  public:
-    Storage(const std::string& path, const ChainList& models, Log& log);
+    Storage(const std::string& path, std::span<const CoordinateSet> models);
 
-    void add(std::size_t i, std::size_t j, const ComparisonResult& result);
+    void record(BatchPair at, const ComparisonResult& result);
 
     // Makes all that was added readable; false when not all of it could be kept.
     bool flush();
@@ -40,15 +41,15 @@ class TransformationSpool::Storage {
 
     static std::size_t index(std::size_t i, std::size_t j) { return i * (i - 1) / 2 + j; }
     const Pair& pair(std::size_t i, std::size_t j) const { return pairs_[index(i, j)]; }
-    void collectRuns(std::size_t i, std::size_t j, const std::vector<MatchedPair>& matched);
+    void collectRuns(BatchPair pair, const std::vector<MatchedPair>& matched);
     void append(const void* bytes, std::size_t size);
 
     FileHandle file_;
     std::uint64_t end_ = 0;
     bool failed_ = false;
-    std::vector<std::vector<std::uint32_t>> positions_;  // of each model, one a record
-    std::vector<Pair> pairs_;                            // row by row below the diagonal
-    std::vector<PairRun> runs_;                          // scratch
+    std::span<const CoordinateSet> models_;
+    std::vector<Pair> pairs_;    // row by row below the diagonal
+    std::vector<PairRun> runs_;  // scratch
 };
 
 }  // namespace tervolanda

@@ -23,15 +23,27 @@ ChainList fourModels() {
              test::moved(test::shaken(test::coil(45, 3), 0.5, 2)), test::coil(50, 9)}};
 }
 
+class PairList final : public PairRecorder {
+ public:
+    void record(BatchPair pair, const ComparisonResult& result) override {
+        pairs.emplace_back(pair.experiment, pair.prediction);
+        maxsub = result.maxsub;
+    }
+    std::vector<std::pair<std::size_t, std::size_t>> pairs;
+    double maxsub = 0.0;  // of the last
+};
+
 MaxSubBatch maxSubOf(const ChainList& models, const ComparisonParameters& parameters,
-                     const PairSink& sink = nullptr) {
+                     PairRecorder* recorder = nullptr) {
     test::CapturedLog captured;
-    return compareAllMaxSub(models, parameters, sink, captured.log, captured.report);
+    const PreparedList prepared(models, AtomSelection::Calpha, parameters, captured.report);
+    return compareAllMaxSub(prepared, parameters, recorder, captured.log, captured.report);
 }
 
-RmsdBatch rmsdOf(const ChainList& models, const RmsdBatchOptions& options = {}) {
+RmsdBatch rmsdOf(const ChainList& models, const RmsdOptions& options = {}) {
     test::CapturedLog captured;
-    return compareAllRmsd(models, {}, options, captured.log, captured.report);
+    const PreparedList prepared(models, AtomSelection::Calpha, {}, captured.report);
+    return compareAllRmsd(prepared, options, captured.log, captured.report);
 }
 
 TEST(MaxSubBatch, HoldsTheScoresOfEveryPairInBothDirections) {
@@ -41,20 +53,15 @@ TEST(MaxSubBatch, HoldsTheScoresOfEveryPairInBothDirections) {
     for (const bool ranksByTM : {true, false}) {
         ComparisonParameters parameters;
         parameters.rankByTM = ranksByTM;
-        std::vector<std::pair<std::size_t, std::size_t>> order;
-        const PairSink sink = [&order](std::size_t i, std::size_t j, const ComparisonResult&) {
-            order.emplace_back(i, j);
-        };
-        const MaxSubBatch batch = maxSubOf(models, parameters, sink);
-        EXPECT_THAT(order, ElementsAre(std::pair(1, 0), std::pair(2, 1), std::pair(2, 0),
-                                       std::pair(3, 2), std::pair(3, 1), std::pair(3, 0)));
-        for (const auto& [i, j] : order) {
-            const auto set = [&](std::size_t model) {
-                return prepareChain(models.chains[model], AtomSelection::Calpha, parameters,
-                                    captured.report);
-            };
+        PairList order;
+        const MaxSubBatch batch = maxSubOf(models, parameters, &order);
+        EXPECT_THAT(order.pairs, ElementsAre(std::pair(1, 0), std::pair(2, 1), std::pair(2, 0),
+                                             std::pair(3, 2), std::pair(3, 1), std::pair(3, 0)));
+        const PreparedList prepared(models, AtomSelection::Calpha, parameters, captured.report);
+        for (const auto& [i, j] : order.pairs) {
             ComparisonResult alone;
-            compareMaxSub(set(i), set(j), parameters, workspace, captured.report, alone);
+            compareMaxSub(prepared.sets()[i], prepared.sets()[j], parameters, workspace,
+                          captured.report, alone);
             const double score = ranksByTM ? alone.tm : alone.maxsub;
             const double lengths = static_cast<double>(models.chains[i].residues.size()) /
                                    static_cast<double>(models.chains[j].residues.size());
@@ -87,12 +94,9 @@ TEST(MaxSubBatch, MirrorsScoresOfAGivenLengthUnchanged) {
 TEST(MaxSubBatch, WithIterationsRanksByMaxSubAndKeepsNoRmsd) {
     ComparisonParameters parameters;
     parameters.iterations = 2;
-    double maxsub = 0.0;
-    const PairSink sink = [&maxsub](std::size_t, std::size_t, const ComparisonResult& result) {
-        maxsub = result.maxsub;
-    };
-    const MaxSubBatch batch = maxSubOf(fourModels(), parameters, sink);
-    EXPECT_FLOAT_EQ(batch.scores.at(3, 0), static_cast<float>(maxsub));
+    PairList list;
+    const MaxSubBatch batch = maxSubOf(fourModels(), parameters, &list);
+    EXPECT_FLOAT_EQ(batch.scores.at(3, 0), static_cast<float>(list.maxsub));
     EXPECT_EQ(batch.rmsd.at(1, 0), 0.0F);
 }
 
@@ -118,15 +122,37 @@ TEST(RmsdBatch, HoldsFitsAndMarksPairsWithoutOne) {
             EXPECT_EQ(batch.urmsd.at(i, j), 0.0F);
         }
     }
-    RmsdBatchOptions options;
-    options.rmsd.urmsd = false;
+    RmsdOptions options;
+    options.urmsd = false;
     EXPECT_EQ(rmsdOf(models, options).urmsd.at(0, 2), 0.0F);
+}
+
+TEST(Batch, PrintsTheLinesOfEachPairAfterItsNames) {
+    // Rows are computed four at a time, but the pairs without a fit speak up in their places.
+    const Chain chain = test::coil(12, 1);
+    Chain mirrored = chain;
+    for (Atom& atom : mirrored.atoms)
+        atom.z = -atom.z;
+    ChainList models{{chain, mirrored, test::moved(chain), mirrored, chain, mirrored}};
+    std::string expected;
+    for (std::size_t i = 0; i < 6; ++i) {
+        models.chains[i].fileName = std::to_string(i);
+        for (std::size_t j = i; j-- > 0;) {
+            expected += std::to_string(j) + " vs. " + std::to_string(i) + "\n";
+            if (i % 2 != j % 2) expected += "RMSD failed, unable to converge\n";
+        }
+    }
+    test::CapturedLog captured(1, 3);
+    const PreparedList prepared(models, AtomSelection::Calpha, {}, captured.report);
+    compareAllRmsd(prepared, {}, captured.log, captured.report);
+    EXPECT_EQ(captured.reported(), expected);
 }
 
 TEST(Batch, CountsItsProgressByTwenties) {
     test::CapturedLog captured;
     const ChainList models{std::vector<Chain>(7, test::helix(12))};
-    compareAllGdt(models, {}, captured.log, captured.report);
+    const PreparedList prepared(models, AtomSelection::Calpha, {}, captured.report);
+    compareAllGdt(prepared, {}, captured.log, captured.report);
     const std::string first = "INFO  : Processed 0 of 21 GDTs";
     EXPECT_EQ(captured.output(),
               first + std::string(first.size(), '\b') + "INFO  : Processed 20 of 21 GDTs\n");

@@ -40,8 +40,9 @@ std::vector<double> scoresOf(const Chain& experiment, const Chain& prediction) {
                                      result.grmsd, static_cast<double>(result.pairs)});
     }
     const ChainList both{{prediction, experiment}};
-    const RmsdBatch fit = compareAllRmsd(both, {}, {}, captured.log, captured.report);
-    const GdtBatch gdt = compareAllGdt(both, {}, captured.log, captured.report);
+    const PreparedList prepared(both, AtomSelection::Calpha, {}, captured.report);
+    const RmsdBatch fit = compareAllRmsd(prepared, {}, captured.log, captured.report);
+    const GdtBatch gdt = compareAllGdt(prepared, {}, captured.log, captured.report);
     for (const float value : {fit.rmsd.at(1, 0), fit.urmsd.at(1, 0), gdt.gdt.at(1, 0)})
         scores.push_back(static_cast<double>(value));
     scores.push_back(nativeContacts(experiment, prediction, 9.0, 3).percentage());
@@ -133,8 +134,12 @@ TEST(Lists, InAnotherOrderGiveTheSameDistances) {
     for (const std::size_t model : order)
         other.chains.push_back(models[model]);
     test::CapturedLog captured(1, 0);
-    const RmsdBatch first = compareAllRmsd({models}, {}, {}, captured.log, captured.report);
-    const RmsdBatch second = compareAllRmsd(other, {}, {}, captured.log, captured.report);
+    const auto batchOf = [&captured](const ChainList& list) {
+        const PreparedList prepared(list, AtomSelection::Calpha, {}, captured.report);
+        return compareAllRmsd(prepared, {}, captured.log, captured.report);
+    };
+    const RmsdBatch first = batchOf({models});
+    const RmsdBatch second = batchOf(other);
     // Where the order of two models is another, so is the side that is moved.
     for (const auto& [a, b] :
          {std::pair(&first.rmsd, &second.rmsd), {&first.urmsd, &second.urmsd}}) {

@@ -70,8 +70,14 @@ struct Batch {
     void spoolAll(TransformationSpool& spool) const {
         for (std::size_t i = 1; i < ids.size(); ++i) {
             for (std::size_t j = i; j-- > 0;)
-                spool.add(i, j, result(i, j));
+                spool.record({i, j}, result(i, j));
         }
+    }
+
+    PreparedList prepared() const {
+        Log log;
+        Report silent(log, 0);
+        return {models, AtomSelection::Calpha, {}, silent};
     }
 
     static constexpr std::uint32_t kResidues = 12;
@@ -88,7 +94,8 @@ TEST(MaxSubFile, BothVariantsReadBack) {
     CapturedLog captured;
     const std::string full = folder / "full.txt";
     const std::string lite = folder / "lite.txt";
-    TransformationSpool spool(full, batch.models, captured.log);
+    const PreparedList prepared = batch.prepared();
+    TransformationSpool spool(full, prepared.sets());
     batch.spoolAll(spool);
     writeTransformationFile(full, batch.models, batch.scores, batch.pairs, spool, batch.ids,
                             captured.log);
@@ -124,8 +131,9 @@ TEST(TransformationSpool, PositionsAreThoseOfResiduesAndRunsComeApartAgain) {
     batch.pairs.at(1, 0) = batch.pairs.at(0, 1) = 7;
     CapturedLog captured;
     // Beside a device there is no place for a spool.
-    TransformationSpool spool("/dev/null", batch.models, captured.log);
-    spool.add(1, 0, found);
+    const PreparedList prepared = batch.prepared();
+    TransformationSpool spool("/dev/null", prepared.sets());
+    spool.record({1, 0}, found);
     const std::string path = folder / "m.txt";
     writeTransformationFile(path, batch.models, batch.scores, batch.pairs, spool, batch.ids,
                             captured.log);
@@ -138,14 +146,15 @@ TEST(TransformationSpool, FaultyPositionsAreAnErrorAndLeaveNoFile) {
     const std::string path = folder.write("m.txt", "an older file");
     Batch batch({4, 9});
     Log log;
-    TransformationSpool spool(path, batch.models, log);
+    const PreparedList prepared = batch.prepared();
+    TransformationSpool spool(path, prepared.sets());
     const auto fault = [&] {
         const auto made = writeTransformationFile(path, batch.models, batch.scores, batch.pairs,
                                                   spool, batch.ids, log);
         return std::get<FormatError>(made).message;
     };
     EXPECT_EQ(fault(), "Missing MaxSub positions count for 9 vs. 4");
-    spool.add(1, 0, batch.result(1, 0));
+    spool.record({1, 0}, batch.result(1, 0));
     batch.pairs.at(1, 0) += 1;
     EXPECT_EQ(fault(), "Currupt MaxSub positions list for 9 vs. 4");
     EXPECT_EQ(test::readFile(path), "an older file");

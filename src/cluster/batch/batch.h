@@ -1,8 +1,15 @@
-// Batches: all models of a list compared with each other, and the matrices that they fill.
+// Batches: all models of a list compared with each other, or with one experiment.
+//
+// Each batch writes its progress to `log`, as "Processed 20 of 190 MAXSUBs" before every twentieth
+// comparison; at report level 3 the names of the two models and the details of their comparison
+// follow.  Pairs are compared and brought in in their specified order.  Nothing is allocated for a
+// pair of a list with itself, but for models larger than all before.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <functional>
+#include <optional>
+#include <span>
 #include <vector>
 
 #include "chain/chain.h"
@@ -14,9 +21,50 @@ namespace tervolanda {
 class Log;
 class Report;
 
-// Called for every pair after its comparison: matrix positions i > j and what was found.  The
-// comparison's experiment is model i, its prediction model j.
-using PairSink = std::function<void(std::size_t i, std::size_t j, const ComparisonResult& result)>;
+// The models of a list as comparisons need them, prepared once for all who look at them.  The list
+// is lent.
+class PreparedList {
+ public:
+    // At report level 5 the chains are printed.
+    PreparedList(const ChainList& models, AtomSelection selection,
+                 const ComparisonParameters& parameters, Report& report);
+
+    std::size_t size() const { return sets_.size(); }
+    AtomSelection selection() const { return selection_; }
+    const ChainList& models() const { return models_; }
+    // One a model, in list order.
+    std::span<const CoordinateSet> sets() const { return sets_; }
+
+ private:
+    const ChainList& models_;
+    AtomSelection selection_;
+    std::vector<CoordinateSet> sets_;
+};
+
+// A comparison of a batch: positions in the list of experiments and in that of predictions, which
+// in a batch of all pairs are one.
+struct BatchPair {
+    std::size_t experiment = 0;
+    std::size_t prediction = 0;
+};
+
+// --- All models with each other ------------------------------------------------------------------
+//
+// Model i is compared as the experiment with the models before it: (1, 0), (2, 1), (2, 0), (3, 2)
+// and so on.
+
+// Keeps what no matrix holds: superpositions and residue pairs.
+class PairRecorder {
+ public:
+    // Called for every pair, in order, after its comparison.
+    virtual void record(BatchPair pair, const ComparisonResult& result) = 0;
+
+ protected:
+    PairRecorder() = default;
+    PairRecorder(const PairRecorder&) = default;
+    PairRecorder& operator=(const PairRecorder&) = default;
+    ~PairRecorder() = default;
+};
 
 // All pairs of a list by the MaxSub search.
 struct MaxSubBatch {
@@ -25,27 +73,59 @@ struct MaxSubBatch {
     DistanceMatrix rmsd;    // of the subsets, Å; 0 with several domain iterations
     PairMatrix pairs;
 };
+// Without a recorder nothing else is kept.
+MaxSubBatch compareAllMaxSub(const PreparedList& models, const ComparisonParameters& parameters,
+                             PairRecorder* recorder, Log& log, Report& report);
+
 struct GdtBatch {
     DistanceMatrix gdt;  // 0 to 100, symmetric, 100 on the diagonal
 };
+GdtBatch compareAllGdt(const PreparedList& models, const ComparisonParameters& parameters, Log& log,
+                       Report& report);
+
 struct RmsdBatch {
     DistanceMatrix rmsd;   // Å; -1 where no fit was possible; 1 on the diagonal
     DistanceMatrix urmsd;  // 0 on the diagonal, and where it was not asked for
-    PairMatrix pairs;
+    PairMatrix pairs;      // 0 for fewer than 3
 };
+RmsdBatch compareAllRmsd(const PreparedList& models, const RmsdOptions& options, Log& log,
+                         Report& report);
 
-struct RmsdBatchOptions {
-    RmsdOptions rmsd;
+// --- One experiment with all models --------------------------------------------------------------
+
+// What all comparisons of a list with one experiment share, lent.  Models are prepared one by one,
+// as their turn comes.
+struct ListComparison {
+    const Chain& experiment;
+    const CoordinateSet& experimentSet;
+    const ChainList& models;
     AtomSelection selection = AtomSelection::Calpha;
+    const ComparisonParameters& parameters;
 };
 
-// The batches write their progress to `log` and the details of comparisons to `report`.
-MaxSubBatch compareAllMaxSub(const ChainList& models, const ComparisonParameters& parameters,
-                             const PairSink& sink, Log& log, Report& report);
-GdtBatch compareAllGdt(const ChainList& models, const ComparisonParameters& parameters, Log& log,
-                       Report& report);
-RmsdBatch compareAllRmsd(const ChainList& models, const ComparisonParameters& parameters,
-                         const RmsdBatchOptions& options, Log& log, Report& report);
+// Results come one a model, in list order.
+struct ListedMaxSub {
+    std::uint32_t pairs = 0;
+    double rmsd = 0.0;
+    double maxsub = 0.0;
+    double tm = 0.0;
+    double msi = 0.0;
+    std::optional<Superposition> superposition;  // of the first domain, if any
+};
+std::vector<ListedMaxSub> compareListMaxSub(const ListComparison& list, Log& log, Report& report);
+
+std::vector<GdtResult> compareListGdt(const ListComparison& list, Log& log, Report& report);
+
+struct ListedRmsd {
+    std::optional<double> rmsd;  // Å; none without a fit
+    std::uint32_t pairs = 0;
+    double urmsd = 0.0;
+    double gyrationRadius = 0.0;             // of the model, Å
+    std::optional<NativeContacts> contacts;  // where the parameters ask for them
+    std::optional<Superposition> superposition;
+};
+std::vector<ListedRmsd> compareListRmsd(const ListComparison& list, const RmsdOptions& options,
+                                        Log& log, Report& report);
 
 // The model IDs in matrix order.
 std::vector<std::uint32_t> modelIds(const ChainList& models);

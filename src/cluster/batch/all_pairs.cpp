@@ -1,0 +1,281 @@
+// All models of a list with each other.  By MaxSub and GDT a pair is a search, computed alone.  An
+// RMSD is a ten-thousandth of that, and four rows of pairs are computed at once: each chain is then
+// fetched once for four comparisons.
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "cluster/batch/run_batch.h"
+
+namespace tervolanda {
+
+namespace {
+
+std::uint32_t residueCount(const CoordinateSet& set) {
+    return static_cast<std::uint32_t>(
+        std::min<std::size_t>(set.residues, std::numeric_limits<std::uint32_t>::max()));
+}
+
+template <typename Value>
+void setBoth(Matrix<Value>& matrix, BatchPair pair, Value value) {
+    matrix.at(pair.experiment, pair.prediction) = value;
+    matrix.at(pair.prediction, pair.experiment) = value;
+}
+
+// Pair counts; a model shares all its residues with itself.
+PairMatrix pairMatrix(std::span<const CoordinateSet> sets) {
+    PairMatrix pairs(sets.size(), sets.size(), 0U);
+    for (std::size_t i = 0; i < sets.size(); ++i)
+        pairs.at(i, i) = residueCount(sets[i]);
+    return pairs;
+}
+
+// An N x N matrix of zeros but for its diagonal.
+DistanceMatrix matrixWithDiagonal(std::size_t n, float diagonal) {
+    DistanceMatrix matrix(n, n, 0.0F);
+    for (std::size_t i = 0; i < n; ++i)
+        matrix.at(i, i) = diagonal;
+    return matrix;
+}
+
+// The order of the pairs, for batches of all kinds.
+class AllPairs {
+ public:
+    explicit AllPairs(const PreparedList& list) : sets(list.sets()), list_(list) {}
+
+    std::size_t count() const {
+        const std::size_t n = list_.size();
+        return n == 0 ? 0 : n * (n - 1) / 2;
+    }
+    static BatchPair first() { return {1, 0}; }
+    static BatchPair next(BatchPair pair) {
+        if (pair.prediction > 0) return {pair.experiment, pair.prediction - 1};
+        return {pair.experiment + 1, pair.experiment};
+    }
+    static std::size_t together(BatchPair) { return 1; }
+    const Chain& experiment(BatchPair pair) const { return chain(pair.experiment); }
+    const Chain& prediction(BatchPair pair) const { return chain(pair.prediction); }
+
+ protected:
+    const std::span<const CoordinateSet> sets;
+
+ private:
+    const Chain& chain(std::size_t i) const { return list_.models().chains[i]; }
+
+    const PreparedList& list_;
+};
+
+class MaxSubPairs : public AllPairs {
+ public:
+    using Outcome = ComparisonResult;
+    static constexpr const char* kName = "MAXSUB";
+
+    MaxSubPairs(const PreparedList& list, const ComparisonParameters& parameters,
+                PairRecorder* recorder)
+        : AllPairs(list),
+          parameters_(parameters),
+          hasIterations_(parameters.iterations > 1),
+          ranksByTM_(parameters.rankByTM && !hasIterations_),
+          // A given normalisation length is the same for both models of a pair.
+          keepsLength_(ranksByTM_ && parameters.normLength > 0),
+          recorder_(recorder),
+          found{matrixWithDiagonal(list.size(), 1.0F), matrixWithDiagonal(list.size(), 0.0F),
+                pairMatrix(list.sets())} {}
+
+    void compute(BatchPair pair, std::span<Outcome> outcomes, BatchWorker& worker) const {
+        Outcome& result = outcomes.front();
+        compareMaxSub(sets[pair.experiment], sets[pair.prediction], parameters_, worker.workspace,
+                      worker.report, result);
+        if (hasIterations_) reportTotal(result, worker.report);
+        if (recorder_ != nullptr && !result.iterations.empty()) {
+            reportSuperposition(result.iterations.front().superposition, ReportLevel::Numbers,
+                                worker.report);
+        }
+        worker.finishPair();
+    }
+
+    void consume(BatchPair pair, const Outcome& result) {
+        const auto [i, j] = pair;
+        const double score = ranksByTM_ ? result.tm : result.maxsub;
+        found.scores.at(i, j) = static_cast<float>(score);
+        found.scores.at(j, i) = static_cast<float>(renormalised(score, pair));
+        setBoth(found.rmsd, pair, hasIterations_ ? 0.0F : static_cast<float>(result.rmsd));
+        setBoth(found.pairs, pair, result.pairs);
+        if (recorder_ != nullptr) recorder_->record(pair, result);
+    }
+
+ private:
+    // A score over the residues of the experiment as one over those of the prediction.
+    double renormalised(double score, BatchPair pair) const {
+        const std::size_t residues = sets[pair.prediction].residues;
+        if (keepsLength_ || residues == 0) return score;
+        return score * static_cast<double>(sets[pair.experiment].residues) /
+               static_cast<double>(residues);
+    }
+
+    const ComparisonParameters& parameters_;
+    bool hasIterations_;
+    bool ranksByTM_;
+    bool keepsLength_;
+    PairRecorder* recorder_;
+
+ public:
+    MaxSubBatch found;
+};
+
+class GdtPairs : public AllPairs {
+ public:
+    using Outcome = double;
+    static constexpr const char* kName = "GDT";
+
+    GdtPairs(const PreparedList& list, const ComparisonParameters& parameters)
+        : AllPairs(list), parameters_(parameters), found{matrixWithDiagonal(list.size(), 100.0F)} {}
+
+    void compute(BatchPair pair, std::span<Outcome> outcomes, BatchWorker& worker) const {
+        outcomes.front() = compareGdt(sets[pair.experiment], sets[pair.prediction], parameters_,
+                                      worker.workspace, worker.report, worker.result)
+                               .gdt;
+        worker.finishPair();
+    }
+
+    void consume(BatchPair pair, Outcome gdt) { setBoth(found.gdt, pair, static_cast<float>(gdt)); }
+
+ private:
+    const ComparisonParameters& parameters_;
+
+ public:
+    GdtBatch found;
+};
+
+// The cells of a pair, as the matrices hold them.
+struct RmsdCells {
+    float rmsd = 0.0F;
+    float urmsd = 0.0F;
+    std::uint32_t pairs = 0;
+};
+
+// Cells are filled below the diagonal, row by row, and mirrored at the end.
+class RmsdPairs : public AllPairs {
+ public:
+    using Outcome = RmsdCells;
+    static constexpr const char* kName = "RMSD";
+
+    RmsdPairs(const PreparedList& list, const RmsdOptions& options, bool wantsDetails)
+        : AllPairs(list),
+          options_(options),
+          // The details of a fit are known to a comparison of its own only.
+          byPosition_(!wantsDetails && list.selection() == AtomSelection::Calpha),
+          positional_(byPosition_ ? list.sets() : std::span<const CoordinateSet>(), options.urmsd,
+                      bestKernels()),
+          found{matrixWithDiagonal(list.size(), 1.0F), matrixWithDiagonal(list.size(), 0.0F),
+                pairMatrix(list.sets())} {
+        options_.reportTooFew = false;  // usual in a list and not worth a line each
+    }
+
+    std::size_t together(BatchPair from) const {
+        if (!byPosition_) return 1;
+        const std::size_t end = endOfRows(from.experiment);
+        return end * (end - 1) / 2 - from.experiment * (from.experiment - 1) / 2;
+    }
+    void compute(BatchPair from, std::span<Outcome> outcomes, BatchWorker& worker) const;
+    void consume(BatchPair pair, const Outcome& cells) {
+        const auto [i, j] = pair;
+        found.rmsd.at(i, j) = cells.rmsd;
+        found.urmsd.at(i, j) = cells.urmsd;
+        found.pairs.at(i, j) = cells.pairs;
+    }
+
+ private:
+    static constexpr std::size_t kRows = PositionalRmsd::kRowsAtOnce;
+
+    // One after the last of the rows that are computed together with `row`.
+    std::size_t endOfRows(std::size_t row) const {
+        return std::min(row - row % kRows + kRows, sets.size());
+    }
+    Outcome compare(BatchPair pair, BatchWorker& worker) const;
+
+    RmsdOptions options_;
+    bool byPosition_;
+    PositionalRmsd positional_;
+
+ public:
+    RmsdBatch found;
+};
+
+// A pair by a fit of its own.
+RmsdCells RmsdPairs::compare(BatchPair pair, BatchWorker& worker) const {
+    constexpr double kNoFit = -1.0;
+    constexpr std::uint32_t kFewestPairs = 3;
+    RmsdResult& fit = worker.fit;
+    compareRmsd(sets[pair.experiment], sets[pair.prediction], options_, worker.workspace,
+                worker.report, fit);
+    const bool isMapped = fit.rmsd || fit.pairs >= kFewestPairs;
+    return {static_cast<float>(fit.rmsd.value_or(kNoFit)),
+            static_cast<float>(fit.rmsd ? fit.urmsd : 0.0), isMapped ? fit.pairs : 0U};
+}
+
+void RmsdPairs::compute(BatchPair from, std::span<Outcome> outcomes, BatchWorker& worker) const {
+    if (!byPosition_) {
+        outcomes.front() = compare(from, worker);
+        worker.finishPair();
+        return;
+    }
+    const std::size_t end = endOfRows(from.experiment);
+    const auto rows = std::span(worker.rows).first(end - from.experiment);
+    positional_.compareWithEarlier(from.experiment, rows);
+    auto outcome = outcomes.begin();
+    for (std::size_t i = from.experiment; i < end; ++i) {
+        const RmsdRow& row = rows[i - from.experiment];
+        const auto atoms = static_cast<std::uint32_t>(sets[i].size());
+        for (std::size_t j = i; j-- > 0; ++outcome) {
+            *outcome = row.has(j) ? RmsdCells{static_cast<float>(row.rmsd[j]),
+                                              static_cast<float>(row.urmsd[j]), atoms}
+                                  : compare({i, j}, worker);
+            worker.finishPair();
+        }
+    }
+}
+
+// Copies what is below the diagonal to above it, in tiles that the cache holds: column by column
+// each value would fetch a line of its own.
+template <typename Value>
+void mirror(Matrix<Value>& matrix) {
+    constexpr std::size_t kTile = 32;
+    const std::size_t n = matrix.rows();
+    for (std::size_t top = 0; top < n; top += kTile) {
+        for (std::size_t left = 0; left <= top; left += kTile) {
+            for (std::size_t i = top; i < std::min(top + kTile, n); ++i) {
+                for (std::size_t j = left; j < std::min(left + kTile, i); ++j)
+                    matrix.at(j, i) = matrix.at(i, j);
+            }
+        }
+    }
+}
+
+}  // namespace
+
+MaxSubBatch compareAllMaxSub(const PreparedList& models, const ComparisonParameters& parameters,
+                             PairRecorder* recorder, Log& log, Report& report) {
+    MaxSubPairs pairs(models, parameters, recorder);
+    runBatch(pairs, log, report);
+    return std::move(pairs.found);
+}
+
+GdtBatch compareAllGdt(const PreparedList& models, const ComparisonParameters& parameters, Log& log,
+                       Report& report) {
+    GdtPairs pairs(models, parameters);
+    runBatch(pairs, log, report);
+    return std::move(pairs.found);
+}
+
+RmsdBatch compareAllRmsd(const PreparedList& models, const RmsdOptions& options, Log& log,
+                         Report& report) {
+    RmsdPairs pairs(models, options, report.reports(ReportLevel::Passes));
+    runBatch(pairs, log, report);
+    mirror(pairs.found.rmsd);
+    if (options.urmsd) mirror(pairs.found.urmsd);
+    mirror(pairs.found.pairs);
+    return std::move(pairs.found);
+}
+
+}  // namespace tervolanda

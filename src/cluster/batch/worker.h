@@ -1,0 +1,55 @@
+// What computes the pairs of a batch: scratch, and a report whose lines wait to be printed.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "base/log.h"
+#include "compare/compare.h"
+#include "compare/positional_rmsd.h"
+#include "compare/workspace.h"
+
+namespace tervolanda {
+
+// All that computing a pair may write to.  Pairs can be computed side by side when each worker has
+// one thread; everything else that they look at is read only.
+//
+// The lines of the pairs computed since start() stand in one text, and where those of each pair end
+// is known.  Without a report level nothing is captured and nothing noted.
+class BatchWorker {
+ public:
+    // Reports what `pattern` would.
+    explicit BatchWorker(const Report& pattern);
+
+    // Forgets the lines captured so far, but keeps the memory.
+    void start();
+    // The lines reported since the last call belong to the next pair.
+    void finishPair() {
+        if (capturesLines_) lineEnds_.push_back(lines_.size());
+    }
+    // The lines of the k-th pair since start().
+    std::string_view linesOf(std::size_t k) const;
+    // ERROR lines of files that could not be written, if any: only the similarity matrices of a
+    // search are written while it goes on.
+    const std::vector<std::string>& faults() const { return faults_; }
+
+    ComparisonWorkspace workspace;
+    ComparisonResult result;
+    RmsdResult fit;
+    std::array<RmsdRow, PositionalRmsd::kRowsAtOnce> rows;
+
+ private:
+    bool capturesLines_;
+    std::string lines_;
+    std::vector<std::size_t> lineEnds_;  // one a pair
+    std::vector<std::string> faults_;
+    Log log_;
+
+ public:
+    Report report;  // into the lines
+};
+
+}  // namespace tervolanda
