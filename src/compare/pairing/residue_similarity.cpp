@@ -129,6 +129,13 @@ void storeScores(const Block& block, std::span<float> scores) {
     }
 }
 
+double squaredDistance(const Points& points, std::size_t i, double x, double y, double z) {
+    const double dx = x - points.x[i];
+    const double dy = y - points.y[i];
+    const double dz = z - points.z[i];
+    return (dx * dx + dy * dy) + dz * dz;
+}
+
 }  // namespace
 
 Points unitVectors(const Points& points) {
@@ -186,21 +193,46 @@ DistanceScores::DistanceScores(const CoordinateSet& experiment, const Coordinate
       prediction_(prediction),
       superposition_(superposition),
       perScaleSquared_(1.0 / (scale * scale)),
-      limit_(reach * reach) {}
+      limit_(reach * reach) {
+    // A little is added, so that rounding does not decide.
+    constexpr double kMargin = 0.01;  // Å
+    const Points& points = experiment.points;
+    for (std::size_t first = 0; first < points.size(); first += kGroup) {
+        const std::size_t middle = std::min(first + kGroup / 2, points.size() - 1);
+        const std::size_t end = std::min(first + kGroup, points.size());
+        double radiusSquared = 0.0;
+        for (std::size_t j = first; j < end; ++j)
+            radiusSquared = std::max(
+                radiusSquared,
+                squaredDistance(points, j, points.x[middle], points.y[middle], points.z[middle]));
+        const double far = std::sqrt(radiusSquared) + reach + kMargin;
+        groups_.push_back({middle, end, far * far});
+    }
+}
 
 void DistanceScores::fillRow(std::size_t row, std::span<float> scores) const {
-    const double* const x = experiment_.points.x.data();
-    const double* const y = experiment_.points.y.data();
-    const double* const z = experiment_.points.z.data();
     const Points& from = prediction_.points;
-    const auto [px, py, pz] = superposition_.apply(from.x[row], from.y[row], from.z[row]);
-    for (std::size_t j = 0; j < scores.size(); ++j) {
-        const double dx = px - x[j];
-        const double dy = py - y[j];
-        const double dz = pz - z[j];
-        const double squared = (dx * dx + dy * dy) + dz * dz;
-        const double similarity = 1.0 / (1.0 + squared * perScaleSquared_);
-        scores[j] = squared <= limit_ ? static_cast<float>(similarity) : 0.0F;
+    const Points& to = experiment_.points;
+    const auto [x, y, z] = superposition_.apply(from.x[row], from.y[row], from.z[row]);
+    std::array<double, kGroup> squared{};
+    std::size_t first = 0;
+    for (const Group& group : groups_) {
+        const std::size_t count = group.end - first;
+        float* const scored = scores.data() + first;
+        if (squaredDistance(to, group.middle, x, y, z) > group.farSquared) {
+            std::fill_n(scored, count, 0.0F);
+        } else {
+            for (std::size_t k = 0; k < count; ++k)
+                squared[k] = squaredDistance(to, first + k, x, y, z);
+            // All of them, so that the compiler can use vector instructions.
+            std::array<float, kGroup> similarity;
+            for (std::size_t k = 0; k < kGroup; ++k) {
+                const auto near = static_cast<float>(1.0 / (1.0 + squared[k] * perScaleSquared_));
+                similarity[k] = squared[k] <= limit_ ? near : 0.0F;
+            }
+            std::copy_n(similarity.data(), count, scored);
+        }
+        first = group.end;
     }
 }
 

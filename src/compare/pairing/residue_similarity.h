@@ -50,11 +50,20 @@ class DistanceScores final : public SimilarityRows {
     void fillRow(std::size_t row, std::span<float> scores) const override;
 
  private:
+    // Successive experiment residues lie together: what is far from one of them is far from all.
+    static constexpr std::size_t kGroup = 8;
+    struct Group {
+        std::size_t middle;  // the residue that stands for the others
+        std::size_t end;     // behind the last one
+        double farSquared;   // Å^2, to the middle: beyond, none is within reach
+    };
+
     const CoordinateSet& experiment_;
     const CoordinateSet& prediction_;
     Superposition superposition_;
     double perScaleSquared_;  // Å^-2
     double limit_;            // Å^2
+    std::vector<Group> groups_;
 };
 
 }  // namespace tervolanda

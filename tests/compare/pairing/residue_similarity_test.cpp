@@ -139,5 +139,20 @@ TEST(DistanceScores, CountTheReachItselfAndNothingBeyond) {
     EXPECT_DOUBLE_EQ(similarityReach(1024.0), 15.5);  // 1024^0.3 is 8
 }
 
+TEST(DistanceScores, AgreeWithTheFormulaWhereverTheChainsLie) {
+    const CoordinateSet experiment = prepared(coil(83, 5));
+    const CoordinateSet prediction = prepared(coil(40, 6));
+    const auto scores =
+        matrixOf(DistanceScores(experiment, prediction, Superposition(), 3.0, 12.0));
+    for (std::size_t i = 0; i < 40; ++i) {
+        for (std::size_t j = 0; j < 83; ++j) {
+            const Place p = placeOf(prediction, i);
+            const Place e = placeOf(experiment, j);
+            const double d = std::hypot(p[0] - e[0], p[1] - e[1], p[2] - e[2]);
+            EXPECT_NEAR(scores.at(i, j), d <= 12.0 ? 9.0 / (9.0 + d * d) : 0.0, 1e-6);
+        }
+    }
+}
+
 }  // namespace
 }  // namespace tervolanda::test
