@@ -113,6 +113,9 @@ class Report {
     Report into(Log& log) const { return {log, reportLevel_}; }
     void incompleteFile(const std::string& path) { log_->incompleteFile(path); }
 
+    // The same, saying nothing.
+    Report silent() const { return {*log_, 0}; }
+
  private:
     Log* log_;
     int reportLevel_;

@@ -10,6 +10,10 @@ namespace tervolanda {
 
 namespace {
 
+// Pairs below which an iteration has found a scrap.  What follows a scrap are scraps, hundreds of
+// them where the cut-off is absurdly small, and not worth a thorough search.
+constexpr std::uint32_t kSmallestDomain = 20;
+
 class DomainIterations {
  public:
     DomainIterations(const CoordinateSet& experiment, const CoordinateSet& prediction,
@@ -29,8 +33,9 @@ class DomainIterations {
         for (std::uint32_t iteration = 1; iteration <= most_; ++iteration) {
             const SearchResult found = search(iteration);
             if (iteration == 1) keepFirst(found);
+            foundDomain_ = found.pairs >= kSmallestDomain;
             if (calibration_ == Calibration::Once) cutoff_ = found.distanceCutoff;
-            const double score = significantScore(found);
+            const double score = significantScore(found, parameters_, experiment_.size());
             if (score == 0.0) {
                 // Without a superposition no residue counts as paired.
                 if (iteration == 1) result_.partners.assign(prediction_.size(), -1);
@@ -60,7 +65,8 @@ class DomainIterations {
 
  private:
     SearchResult search(std::uint32_t iteration) {
-        const SearchTask task{iteration, experiment_.size(), calibration_, cutoff_};
+        const SearchTask task{iteration, experiment_.size(), calibration_, cutoff_,
+                              iteration == 1 || foundDomain_};
         if (iteration == 1) {
             return searchMaxSub(experiment_, prediction_, parameters_, task, workspace_, report_);
         }
@@ -92,17 +98,6 @@ class DomainIterations {
         result_.partners = workspace_.bestMapping.predictionPartner;
     }
 
-    // The MaxSub score, 0 when it counts as nothing.  minIterationScore is relative to the pairs
-    // that could be matched, not to the whole experiment.
-    double significantScore(const SearchResult& found) const {
-        if (found.mapped == 0) return 0.0;
-        const double relative = found.maxsub * static_cast<double>(experiment_.size()) /
-                                static_cast<double>(found.mapped);
-        const bool fewPairs = static_cast<std::int64_t>(found.pairs) <
-                              static_cast<std::int64_t>(parameters_.minIterationPairs);
-        return relative < parameters_.minIterationScore && fewPairs ? 0.0 : found.maxsub;
-    }
-
     void accumulate(const SearchResult& found, double score, std::uint32_t iteration) {
         result_.maxsub += score;
         result_.msi += result_.maxsub;
@@ -129,6 +124,7 @@ class DomainIterations {
     Report& report_;
     ComparisonResult& result_;
     std::uint32_t most_;
+    bool foundDomain_ = false;  // by the latest iteration
 };
 
 }  // namespace

@@ -44,7 +44,8 @@ MappingTask mappingTask(const CoordinateSet& experiment, const CoordinateSet& pr
             {parameters.gapOpen, parameters.gapAffine},
             parameters.thresholdScale,
             parameters.similarityMatrix,
-            task.iteration};
+            task.iteration,
+            task.thorough};
 }
 
 // Which pairs a scoring counts.  The limit is inside during the search and outside in the final
@@ -294,7 +295,87 @@ class PassLoop {
     std::uint32_t rememberAt_ = kFreePasses;  // passes
 };
 
+// The passes of a sequence-independent search: those from the start that ends best.  What a start
+// promises says too little about that, so all of them are tried, in silence.
+class StartTrials {
+ public:
+    StartTrials(const CoordinateSet& experiment, const CoordinateSet& prediction,
+                const ComparisonParameters& parameters, const SearchTask& task,
+                ComparisonWorkspace& workspace, Report& report)
+        : chains_(mappingTask(experiment, prediction, parameters, task)),
+          task_(task),
+          workspace_(workspace),
+          report_(report),
+          silent_(report.silent()),
+          silentParameters_(parameters) {
+        silentParameters_.similarityMatrix = false;
+    }
+
+    // Leaves the best start in workspace_.mapping.  The result of its passes if they are made, and
+    // if there is nothing to report of them.
+    std::optional<SearchResult> run() {
+        const auto starts = workspace_.mapper.findStarts(chains_, workspace_.kernels(), report_);
+        std::size_t best = 0;
+        for (std::size_t i = 0; i < starts.size() && starts.size() > 1; ++i) {
+            if (improves(starts[i])) best = i;
+        }
+        setMapping(starts[best], chains_, workspace_.mapping);
+        report_.report(ReportLevel::Alignment, "Iter %u: Initial mapping %u residues\n",
+                       task_.iteration, static_cast<unsigned>(workspace_.mapping.size()));
+        if (report_.reports(ReportLevel::Alignment) || chains_.similarityMatrix)
+            return std::nullopt;
+        if (best_) {
+            std::swap(mapping_, workspace_.bestMapping);
+            std::swap(subset_, workspace_.bestPassSubset);
+        }
+        return best_;
+    }
+
+ private:
+    bool improves(const Pairing& start) {
+        setMapping(start, chains_, workspace_.mapping);
+        if (workspace_.mapping.size() < kFewestMapped) return false;
+        const SearchResult found = PassLoop(chains_.experiment, chains_.prediction,
+                                            silentParameters_, task_, workspace_, silent_)
+                                       .run();
+        if (best_ && !isBetter(found, *best_)) return false;
+        best_ = found;
+        std::swap(mapping_, workspace_.bestMapping);
+        std::swap(subset_, workspace_.bestPassSubset);
+        return true;
+    }
+
+    // A result that counts is better than one that does not.
+    bool isBetter(const SearchResult& found, const SearchResult& other) const {
+        const bool counts = isSignificant(found);
+        return counts == isSignificant(other) ? isHigherTm(found.tm, other.tm) : counts;
+    }
+    bool isSignificant(const SearchResult& found) const {
+        return significantScore(found, silentParameters_, task_.experimentLength) != 0.0;
+    }
+
+    MappingTask chains_;
+    const SearchTask& task_;
+    ComparisonWorkspace& workspace_;
+    Report& report_;
+    Report silent_;
+    ComparisonParameters silentParameters_;
+    std::optional<SearchResult> best_;
+    ResidueMapping mapping_;  // of the best result's best pass
+    std::vector<std::uint32_t> subset_;
+};
+
 }  // namespace
+
+double significantScore(const SearchResult& found, const ComparisonParameters& parameters,
+                        std::size_t experimentLength) {
+    if (found.mapped == 0) return 0.0;
+    const double relative =
+        found.maxsub * static_cast<double>(experimentLength) / static_cast<double>(found.mapped);
+    const bool fewPairs = static_cast<std::int64_t>(found.pairs) <
+                          static_cast<std::int64_t>(parameters.minIterationPairs);
+    return relative < parameters.minIterationScore && fewPairs ? 0.0 : found.maxsub;
+}
 
 SearchResult searchMaxSub(const CoordinateSet& experiment, const CoordinateSet& prediction,
                           const ComparisonParameters& parameters, const SearchTask& task,
@@ -304,8 +385,9 @@ SearchResult searchMaxSub(const CoordinateSet& experiment, const CoordinateSet& 
     report.report(ReportLevel::Alignment, "Iter %u: Experiment size=%4d\n", task.iteration,
                   static_cast<int>(experiment.size()));
     if (parameters.sequenceIndependent) {
-        workspace.mapper.mapByShape(mappingTask(experiment, prediction, parameters, task),
-                                    workspace.kernels(), workspace.mapping, report);
+        const auto found =
+            StartTrials(experiment, prediction, parameters, task, workspace, report).run();
+        if (found) return *found;
     } else {
         mapByResidue(experiment, prediction, workspace.mapping, report);
     }

@@ -18,7 +18,8 @@ struct SearchTask {
     std::uint32_t iteration = 1;       // domain iteration, for the report lines
     std::size_t experimentLength = 0;  // full length of the experiment, by which scores are divided
     Calibration calibration = Calibration::EverySearch;
-    double cutoff = 0.0;  // Å, of an earlier search; 0 calibrates one
+    double cutoff = 0.0;   // Å, of an earlier search; 0 calibrates one
+    bool thorough = true;  // sequence-independent: try other starts as well
 };
 
 // What one search found; its mapping and subset lie in the workspace (bestMapping and
@@ -34,6 +35,13 @@ struct SearchResult {
     Superposition superposition;  // the fit under which the final scoring counted
 };
 
+// The MaxSub score of a search, 0 when it counts as nothing: below both minima of an iteration.
+// minIterationScore is relative to the pairs that could be matched, not to the whole experiment.
+double significantScore(const SearchResult& found, const ComparisonParameters& parameters,
+                        std::size_t experimentLength);
+
+// With sequenceIndependent the passes may be made from several starts; the one that ends with the
+// highest TM-score counts, and its passes alone are reported.
 SearchResult searchMaxSub(const CoordinateSet& experiment, const CoordinateSet& prediction,
                           const ComparisonParameters& parameters, const SearchTask& task,
                           ComparisonWorkspace& workspace, Report& report);

@@ -1,7 +1,7 @@
 // Without residue numbers to go by, a first pairing comes from the shapes of the two backbones:
 // fragments of seven unit vectors are compared, each pair after its own best rotation (Ortiz,
 // Strauss & Olmea 2002), and the matrix of their scores is aligned; where that leads nowhere other
-// starts are tried.  Once a search has superposed that pairing, distances tell more than shapes:
+// starts are found.  Once a search has superposed that pairing, distances tell more than shapes:
 // all residue pairs are scored by the TM-score's term (Zhang & Skolnick 2004) and aligned again.
 #include "compare/pairing/sequence_independent.h"
 
@@ -36,15 +36,6 @@ void pairFragments(const Pairing& fragments, Pairing& residues) {
         add(fragment, kMiddle);
     for (std::uint32_t k = kMiddle + 1; k < kFragmentResidues; ++k)
         add(fragments.back(), k);
-}
-
-void setMapping(const Pairing& pairing, const MappingTask& task, ResidueMapping& mapping) {
-    mapping.reset(task.experiment.size(), task.prediction.size());
-    for (const auto [i, j] : pairing) {
-        mapping.predictionPartner[i] = static_cast<std::int32_t>(j);
-        mapping.experimentPartner[j] = static_cast<std::int32_t>(i);
-    }
-    mapping.collectPairs();
 }
 
 double mean(const SimilarityRows& similarity) {
@@ -87,8 +78,17 @@ void writeMatrix(const SimilarityRows& similarity, const std::string& fileName, 
 
 }  // namespace
 
-void StructureMapper::mapByShape(const MappingTask& task, const Kernels& kernels,
-                                 ResidueMapping& mapping, Report& report) {
+void setMapping(const Pairing& pairing, const MappingTask& task, ResidueMapping& mapping) {
+    mapping.reset(task.experiment.size(), task.prediction.size());
+    for (const auto [i, j] : pairing) {
+        mapping.predictionPartner[i] = static_cast<std::int32_t>(j);
+        mapping.experimentPartner[j] = static_cast<std::int32_t>(i);
+    }
+    mapping.collectPairs();
+}
+
+std::vector<Pairing> StructureMapper::findStarts(const MappingTask& task, const Kernels& kernels,
+                                                 Report& report) {
     const Points ofExperiment = unitVectors(task.experiment.points);
     const Points ofPrediction = unitVectors(task.prediction.points);
     pairing_.clear();
@@ -97,17 +97,15 @@ void StructureMapper::mapByShape(const MappingTask& task, const Kernels& kernels
                       "Not enough unit vectors for sequence independant alignment (%u vs %u)\n",
                       static_cast<unsigned>(ofPrediction.size()),
                       static_cast<unsigned>(ofExperiment.size()));
-    } else {
-        const FragmentScores similarity(ofExperiment, ofPrediction);
-        dump(task, 0, Cells::FragmentScores, similarity, report);
-        scratch_.aligner.align(similarity, task.penalties, fragments_);
-        pairFragments(fragments_, pairing_);
-        StartingPairings(task.experiment, task.prediction, task.penalties, kernels, scratch_)
-            .improve(pairing_);
+        return {pairing_};
     }
-    setMapping(pairing_, task, mapping);
-    report.report(ReportLevel::Alignment, "Iter %u: Initial mapping %u residues\n", task.iteration,
-                  static_cast<unsigned>(mapping.size()));
+    const FragmentScores similarity(ofExperiment, ofPrediction);
+    dump(task, 0, Cells::FragmentScores, similarity, report);
+    scratch_.aligner.align(similarity, task.penalties, fragments_);
+    pairFragments(fragments_, pairing_);
+    if (!task.thorough) return {pairing_};
+    return StartingPairings(task.experiment, task.prediction, task.penalties, kernels, scratch_)
+        .find(pairing_);
 }
 
 void StructureMapper::mapByDistance(const MappingTask& task, const Superposition& superposition,

@@ -19,16 +19,21 @@ struct MappingTask {
     double thresholdScale = 1.0;    // factor on the length-dependent distance scale
     bool similarityMatrix = false;  // dump the similarity matrices
     std::uint32_t iteration = 1;    // domain iteration, for report lines and file names
+    bool thorough = true;           // look for other starts than the pairing by shape
 };
+
+// Makes a mapping of a pairing of the task's chains.
+void setMapping(const Pairing& pairing, const MappingTask& task, ResidueMapping& mapping);
 
 // Makes residue mappings from structure, with the scratch that takes.
 class StructureMapper {
  public:
-    // Pairs residues by the shapes of the backbones around them, without a superposition: the
-    // scores of 7-vector fragments, aligned locally, or the start that replaces it (see
-    // StartingPairings).  No pairs when either chain has fewer than 7 unit vectors.
-    void mapByShape(const MappingTask& task, const Kernels& kernels, ResidueMapping& mapping,
-                    Report& report);
+    // The pairings to begin with, without a superposition.  The first one pairs residues by the
+    // shapes of the backbones around them: the scores of 7-vector fragments, aligned locally; it is
+    // empty when either chain has fewer than 7 unit vectors.  Others may follow in a thorough
+    // search (see StartingPairings).
+    std::vector<Pairing> findStarts(const MappingTask& task, const Kernels& kernels,
+                                    Report& report);
 
     // Pairs residues that lie near each other under the superposition that pass `pass` found: the
     // similarity of a pair at distance d is 1 / (1 + (d / d0)^2) within a reach, else 0, d0 and

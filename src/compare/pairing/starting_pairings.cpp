@@ -1,8 +1,9 @@
 // The pairing by shape compares residues by seven neighbours each, which is enough for chains of
 // one family.  Where it is not (helices are all alike, and two of them fit in many ways) other
-// starts are tried.  Shifting one chain along the other finds what matches without gaps; fragments
-// superposed in turn find what one rigid motion explains.  Whatever start is taken, the search that
-// follows does the rest: here it is enough to be near.
+// starts are looked for.  Shifting one chain along the other finds what matches without gaps;
+// fragments superposed in turn find what one rigid motion explains.  What they promise is judged
+// roughly, by some rounds of fitting and aligning; what comes of the best of them, only a search
+// can tell.
 #include "compare/pairing/starting_pairings.h"
 
 #include <algorithm>
@@ -18,11 +19,14 @@ namespace {
 
 constexpr std::size_t kFewestPairs = 5;
 constexpr double kGoodStart = 0.75;       // TM-score from which no other start is looked at
-constexpr int kTrimmings = 3;             // fits to the pairs that lie near after the fit before
-constexpr int kRefinements = 2;           // rounds of aligning by distance
+constexpr std::size_t kMostOthers = 3;    // other starts that a search is worth
+constexpr int kTrimmings = 8;             // fits to the pairs that lie near after the fit before
+constexpr int kRefinements = 4;           // rounds of aligning by distance
+constexpr double kEasierGaps = 0.1;       // similarities of starts are out of 10, as of fragments
+constexpr std::size_t kBestShifts = 3;    // shifts that are followed up
 constexpr std::ptrdiff_t kFragment = 20;  // residues of a superposed fragment
 constexpr std::ptrdiff_t kMostFragments = 50;  // about as many of each chain
-constexpr std::size_t kBestFragments = 5;      // superpositions that are followed up
+constexpr std::size_t kBestFragments = 6;      // superpositions that are followed up
 constexpr std::ptrdiff_t kMostProbes = 75;     // residues that tell how well chains agree
 constexpr std::ptrdiff_t kWindow = 30;         // residues either side that a probe may match
 
@@ -45,18 +49,26 @@ StartingPairings::StartingPairings(const CoordinateSet& experiment, const Coordi
                                    StartScratch& scratch)
     : experiment_(experiment),
       prediction_(prediction),
-      penalties_(penalties),
+      penalties_{kEasierGaps * penalties.open, kEasierGaps * penalties.affine},
       kernels_(kernels),
       scratch_(scratch),
       length_(static_cast<double>(std::min(experiment.size(), prediction.size()))),
       scale_(distanceScale(length_, 1.0)) {}
 
-void StartingPairings::improve(Pairing& pairing) {
-    scratch_.candidate = pairing;
-    bestTm_ = refine(scratch_.candidate).tm;
-    if (bestTm_ >= kGoodStart) return;
-    considerShifts(pairing);
-    considerFragments(pairing);
+std::vector<Pairing> StartingPairings::find(const Pairing& byShape) {
+    std::vector<Pairing> starts = {byShape};
+    scratch_.candidate = byShape;
+    if (considerCandidate() >= kGoodStart) return starts;
+    considerShifts();
+    considerFragments();
+    std::stable_sort(candidates_.begin(), candidates_.end(),
+                     [](const auto& a, const auto& b) { return a.tm > b.tm; });
+    for (Candidate& candidate : candidates_) {
+        if (starts.size() > kMostOthers) break;
+        if (std::find(starts.begin(), starts.end(), candidate.pairing) == starts.end())
+            starts.push_back(std::move(candidate.pairing));
+    }
+    return starts;
 }
 
 void StartingPairings::place(const Pairing& pairing) {
@@ -111,43 +123,47 @@ void StartingPairings::align(const Superposition& superposition, Pairing& pairin
     scratch_.aligner.align(similarity, penalties_, pairing);
 }
 
-void StartingPairings::considerCandidate(Pairing& best) {
+// Refines the pairing in scratch_.candidate and notes it; returns its TM-score.
+double StartingPairings::considerCandidate() {
     const double tm = refine(scratch_.candidate).tm;
-    if (!(tm > bestTm_)) return;
-    bestTm_ = tm;
-    best = scratch_.candidate;
+    if (tm > 0.0) candidates_.push_back({tm, scratch_.candidate});
+    return tm;
 }
 
-// All shifts that leave half of the shorter chain paired; the best one is a candidate.
-void StartingPairings::considerShifts(Pairing& best) {
+// Of all shifts that leave half of the shorter chain paired the best few are candidates.
+void StartingPairings::considerShifts() {
     const std::ptrdiff_t rows = signedSize(prediction_);
     const std::ptrdiff_t columns = signedSize(experiment_);
     const std::ptrdiff_t least =
         std::max(static_cast<std::ptrdiff_t>(kFewestPairs), std::min(rows, columns) / 2);
-    double highest = 0.0;
-    Pairing& shifted = scratch_.next;
-    scratch_.candidate.clear();
-    for (std::ptrdiff_t shift = least - rows; shift <= columns - least; ++shift) {
+    const auto pairShifted = [&](std::ptrdiff_t shift, Pairing& pairing) {
         const std::ptrdiff_t first = std::max<std::ptrdiff_t>(0, -shift);
-        fillDiagonal(first, first + shift, std::min(rows, columns - shift) - first, shifted);
-        const double tm = judge(shifted).tm;
-        if (!(tm > highest)) continue;
-        highest = tm;
-        scratch_.candidate = shifted;
+        fillDiagonal(first, first + shift, std::min(rows, columns - shift) - first, pairing);
+    };
+    std::vector<std::pair<double, std::ptrdiff_t>> shifts;  // TM-score, shift
+    for (std::ptrdiff_t shift = least - rows; shift <= columns - least; ++shift) {
+        pairShifted(shift, scratch_.next);
+        shifts.emplace_back(judge(scratch_.next).tm, shift);
     }
-    considerCandidate(best);
+    std::stable_sort(shifts.begin(), shifts.end(),
+                     [](const auto& a, const auto& b) { return a.first > b.first; });
+    if (shifts.size() > kBestShifts) shifts.resize(kBestShifts);
+    for (const auto& [tm, shift] : shifts) {
+        pairShifted(shift, scratch_.candidate);
+        considerCandidate();
+    }
 }
 
 // Of all superpositions of fragments the best few, by how well the chains agree around them, are
 // candidates.
-void StartingPairings::considerFragments(Pairing& best) {
+void StartingPairings::considerFragments() {
     std::vector<FragmentStart> starts = superposeFragments();
     std::stable_sort(starts.begin(), starts.end(),
                      [](const auto& a, const auto& b) { return a.agreement > b.agreement; });
     if (starts.size() > kBestFragments) starts.resize(kBestFragments);
     for (const FragmentStart& start : starts) {
         align(start.superposition, scratch_.candidate);
-        considerCandidate(best);
+        considerCandidate();
     }
 }
 

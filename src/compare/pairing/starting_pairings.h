@@ -1,4 +1,4 @@
-// The pairing of residues that a search without residue numbers begins with.
+// The pairings of residues that a search without residue numbers begins with.
 #pragma once
 
 #include <cstddef>
@@ -23,7 +23,7 @@ struct StartScratch {
     Pairing candidate, next;
 };
 
-// Chooses between the pairing by shape and others: the best of all shifts of one chain along the
+// Looks for pairings to begin with beside the one by shape: the best shift of one chain along the
 // other, and those that follow from superposing short fragments.  Each is judged by the TM-score
 // that a few rounds of fitting and aligning by distance lead to.
 class StartingPairings {
@@ -31,9 +31,9 @@ class StartingPairings {
     StartingPairings(const CoordinateSet& experiment, const CoordinateSet& prediction,
                      const GapPenalties& penalties, const Kernels& kernels, StartScratch& scratch);
 
-    // Replaces `pairing`, the one by shape, where another start leads to a higher TM-score.  A
-    // pairing that leads to a good one stays without a look at others.
-    void improve(Pairing& pairing);
+    // The pairing by shape, then the most promising others, best first: few, and none when the
+    // pairing by shape leads to a good TM-score.
+    std::vector<Pairing> find(const Pairing& byShape);
 
  private:
     struct Judged {
@@ -46,24 +46,29 @@ class StartingPairings {
         Superposition superposition;
     };
 
+    struct Candidate {
+        double tm = 0.0;
+        Pairing pairing;
+    };
+
     void place(const Pairing& pairing);
     Judged judge(const Pairing& pairing);
     Judged refine(Pairing& pairing);
     void align(const Superposition& superposition, Pairing& pairing);
-    void considerCandidate(Pairing& best);
-    void considerShifts(Pairing& best);
-    void considerFragments(Pairing& best);
+    double considerCandidate();
+    void considerShifts();
+    void considerFragments();
     std::vector<FragmentStart> superposeFragments();
     double agreement(const Superposition& superposition, std::ptrdiff_t shift) const;
 
     const CoordinateSet& experiment_;
     const CoordinateSet& prediction_;
-    const GapPenalties& penalties_;
+    GapPenalties penalties_;
     const Kernels& kernels_;
     StartScratch& scratch_;
     double length_;  // of the shorter chain
     double scale_;   // of the TM-score, Å
-    double bestTm_ = 0.0;
+    std::vector<Candidate> candidates_;
 };
 
 }  // namespace tervolanda
