@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <string>
+#include <utility>
 
 #include "base/format.h"
 #include "cluster/matrices.h"
@@ -15,6 +16,7 @@ namespace {
 using test::kInfinite;
 using test::kNaN;
 using test::randomMatrix;
+using test::searching;
 using test::symmetricMatrix;
 using Members = std::vector<std::uint32_t>;
 
@@ -49,6 +51,21 @@ double smallestLinkageDistance(const DistanceMatrix& matrix, Linkage linkage,
     return smallest;
 }
 
+// The clusters as a cut of the tree: numbered by their first models.
+void expectCut(const std::vector<Join>& tree, std::size_t joins, std::vector<Members> clusters) {
+    std::erase_if(clusters, [](const Members& members) { return members.empty(); });
+    std::sort(clusters.begin(), clusters.end());
+    const ClusterAssignment cut = cutTree(tree, tree.size() + 1, joins);
+    EXPECT_EQ(cut.count, clusters.size());
+    std::size_t largest = 0;
+    for (std::uint32_t c = 0; c < clusters.size(); ++c) {
+        largest = std::max(largest, clusters[c].size());
+        for (const std::uint32_t model : clusters[c])
+            EXPECT_EQ(cut.cluster[model], c);
+    }
+    EXPECT_EQ(largestClusters(tree, tree.size() + 1)[joins], largest);
+}
+
 // Makes the joins one after the other and demands of each that no two clusters are nearer to each
 // other than the two it joins.
 void expectEachJoinIsTheNearest(const DistanceMatrix& matrix, Linkage linkage) {
@@ -59,6 +76,7 @@ void expectEachJoinIsTheNearest(const DistanceMatrix& matrix, Linkage linkage) {
     for (std::uint32_t i = 0; i < n; ++i)
         clusters[i] = {i};
     for (std::size_t k = 0; k < tree.size(); ++k) {
+        expectCut(tree, k, clusters);
         const auto node = [n](std::int64_t child) {
             return static_cast<std::size_t>(child >= 0 ? child
                                                        : static_cast<std::int64_t>(n) - child - 1);
@@ -72,18 +90,17 @@ void expectEachJoinIsTheNearest(const DistanceMatrix& matrix, Linkage linkage) {
         EXPECT_NEAR(tree[k].distance, linkageDistance(matrix, linkage, first, second), 1e-12);
         EXPECT_NEAR(tree[k].distance, smallestLinkageDistance(matrix, linkage, clusters), 1e-12);
         EXPECT_LE(tree[k == 0 ? 0 : k - 1].distance, tree[k].distance);
-        Members joined = first;
-        joined.insert(joined.end(), second.begin(), second.end());
-        std::sort(joined.begin(), joined.end());
-        first.clear();
+        first.insert(first.end(), second.begin(), second.end());
         second.clear();
-        clusters.push_back(joined);
+        std::sort(first.begin(), first.end());
+        clusters.push_back(std::exchange(first, {}));
     }
+    expectCut(tree, n - 1, clusters);
 }
 
 constexpr Linkage kLinkages[] = {Linkage::Single, Linkage::Average, Linkage::Maximum};
 
-TEST(Tree, AlwaysJoinsTheTwoNearestClusters) {
+TEST(Tree, AlwaysJoinsTheTwoNearestClustersAndComesApartAgain) {
     // Models in order along a line: chains of nearest neighbours as long as they get.
     DistanceMatrix line(60, 60, 0.0F);
     for (std::size_t i = 0; i < 60; ++i) {
@@ -139,36 +156,6 @@ TEST(Tree, SurvivesEntriesOfEveryKind) {
     }
 }
 
-TEST(Cut, JoinsModelsThatAChainOfShortDistancesConnects) {
-    // Single linkage at a threshold: the connected components of the graph of short distances.
-    const DistanceMatrix matrix = randomMatrix(60, 11, 100);
-    const std::vector<Join> tree = buildTree(DistanceView(matrix, true), Linkage::Single);
-    for (const double threshold : {0.0, 1.0, 2.0, 2.5, 3.0, 99.0}) {
-        std::vector<std::uint32_t> component(60);
-        for (std::uint32_t i = 0; i < 60; ++i)
-            component[i] = i;
-        for (std::size_t round = 0; round < 60; ++round) {
-            for (std::size_t i = 0; i < 60; ++i) {
-                for (std::size_t j = 0; j < i; ++j) {
-                    if (static_cast<double>(matrix.at(i, j)) > threshold) continue;
-                    component[i] = component[j] = std::min(component[i], component[j]);
-                }
-            }
-        }
-        const std::size_t joins = joinsWithin(tree, threshold);
-        const ClusterAssignment clusters = cutTree(tree, 60, joins);
-        EXPECT_EQ(clusters.count, 60 - joins);
-        std::vector<std::uint32_t> sizes(60);
-        std::uint32_t next = 0;  // clusters are numbered as their first models come
-        for (std::size_t i = 0; i < 60; ++i) {
-            ++sizes[clusters.cluster[i]];
-            EXPECT_EQ(clusters.cluster[i],
-                      component[i] == i ? next++ : clusters.cluster[component[i]]);
-        }
-        EXPECT_EQ(largestClusters(tree, 60)[joins], *std::max_element(sizes.begin(), sizes.end()));
-    }
-}
-
 TEST(Medoids, HaveTheSmallestSumOfDistances) {
     // Cluster 0 is 0, 2, 3 with the sums 3, 4, 5; in cluster 1 the sums of 1 and 4 are equal.
     DistanceMatrix matrix = symmetricMatrix(6, {9, 1, 9, 2, 9, 3, 9, 6, 9, 9, 9, 9, 9, 9, 9});
@@ -183,16 +170,6 @@ TEST(Medoids, HaveTheSmallestSumOfDistances) {
 // Distances 1 (models 0, 1), 2 (models 2, 3) and between these pairs 4, 5, 6, 7.
 DistanceMatrix twoPairs() {
     return symmetricMatrix(4, {1, 4, 6, 5, 7, 2});
-}
-
-ClusterSettings searching(double first, double most, double step, std::uint32_t wanted) {
-    ClusterSettings settings;
-    settings.method = ClusterMethod::SingleLinkage;
-    settings.threshold = first;
-    settings.maxThreshold = most;
-    settings.thresholdStep = step;
-    settings.initialSize = wanted;
-    return settings;
 }
 
 TEST(HierarchicalClustering, EndsItsSearchWhereItShould) {

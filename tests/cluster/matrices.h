@@ -38,4 +38,15 @@ inline DistanceMatrix randomMatrix(std::size_t n, std::uint32_t seed, int levels
     return matrix;
 }
 
+// A search for clusters from the threshold `first` on, by single linkage.
+inline ClusterSettings searching(double first, double most, double step, std::uint32_t wanted) {
+    ClusterSettings settings;
+    settings.method = ClusterMethod::SingleLinkage;
+    settings.threshold = first;
+    settings.maxThreshold = most;
+    settings.thresholdStep = step;
+    settings.initialSize = wanted;
+    return settings;
+}
+
 }  // namespace tervolanda::test

@@ -15,15 +15,11 @@ namespace {
 using test::kInfinite;
 using test::kNaN;
 using test::randomMatrix;
+using test::searching;
 using test::symmetricMatrix;
 
-ClusterSettings searching(double first, double most, double step, std::uint32_t wanted,
-                          std::uint32_t fewest) {
-    ClusterSettings settings;
-    settings.threshold = first;
-    settings.maxThreshold = most;
-    settings.thresholdStep = step;
-    settings.initialSize = wanted;
+ClusterSettings byNeighbours(ClusterSettings settings, std::uint32_t fewest) {
+    settings.method = ClusterMethod::NeighboursAbsoluteSize;
     settings.minSize = fewest;
     return settings;
 }
@@ -112,8 +108,8 @@ TEST(NeighbourClustering, AgreesWithCountingAnewAtEveryStep) {
         const double most = first + static_cast<double>(generator() % 40U) / 10.0;
         const double step = 0.1 + static_cast<double>(generator() % 10U) / 10.0;
         const auto wanted = static_cast<std::uint32_t>(generator() % (n + 3));
-        ClusterSettings settings =
-            searching(first, most, step, wanted, static_cast<std::uint32_t>(generator() % 6U));
+        ClusterSettings settings = byNeighbours(searching(first, most, step, wanted),
+                                                static_cast<std::uint32_t>(generator() % 6U));
         if (round % 2 == 0) settings.method = ClusterMethod::NeighboursMinSize;
         CountedAnew expected{matrix, settings};
         expected.run();
@@ -155,24 +151,25 @@ TEST(NeighbourClustering, EndsWithoutAClusterAtTheLastThreshold) {
         EXPECT_FALSE(found.reachedSize);
         return found.threshold;
     };
-    EXPECT_EQ(lastOf(searching(1.0, 2.0, 0.25, 9, 5), starAndPair()), 2.0);
-    EXPECT_EQ(lastOf(searching(1.0, 2.0, 0.25, 9, 5), DistanceMatrix()), 2.0);
-    EXPECT_EQ(lastOf(searching(1.0, 2.0, 0.25, 0, 0), DistanceMatrix(1, 1, 0.0F)), 2.0);
+    EXPECT_EQ(lastOf(byNeighbours(searching(1.0, 2.0, 0.25, 9), 5), starAndPair()), 2.0);
+    EXPECT_EQ(lastOf(byNeighbours(searching(1.0, 2.0, 0.25, 9), 5), DistanceMatrix()), 2.0);
+    EXPECT_EQ(lastOf(byNeighbours(searching(1.0, 2.0, 0.25, 0), 0), DistanceMatrix(1, 1, 0.0F)),
+              2.0);
     // Nothing brings models without a distance together.
-    ClusterSettings settings = searching(2.0, 2.0, 0.25, 2, 0);
+    ClusterSettings settings = byNeighbours(searching(2.0, 2.0, 0.25, 2), 0);
     settings.method = ClusterMethod::NeighboursMinSize;
     for (const float none : {-1.0F, kNaN, kInfinite, -kInfinite})
         EXPECT_EQ(lastOf(settings, DistanceMatrix(5, 5, none)), 2.0);
     // Steps that do not raise the threshold.
     for (const double step : {0.0, 1e-300})
-        EXPECT_EQ(lastOf(searching(1.0, 2.0, step, 9, 5), starAndPair()), 1.0);
+        EXPECT_EQ(lastOf(byNeighbours(searching(1.0, 2.0, step, 9), 5), starAndPair()), 1.0);
 }
 
 TEST(NeighbourClustering, RefusesAThresholdThatFallsAwayFromTheMaximum) {
     DistanceMatrix matrix = starAndPair();
-    EXPECT_FALSE(clusterModels(matrix, searching(1.0, 2.0, -0.25, 2, 2)));
+    EXPECT_FALSE(clusterModels(matrix, byNeighbours(searching(1.0, 2.0, -0.25, 2), 2)));
     // A maximum below is raised to the threshold, so that there is nothing to refuse.
-    EXPECT_TRUE(clusterModels(matrix, searching(1.0, 0.5, -0.25, 2, 2)));
+    EXPECT_TRUE(clusterModels(matrix, byNeighbours(searching(1.0, 0.5, -0.25, 2), 2)));
 }
 
 }  // namespace

@@ -163,12 +163,8 @@ TEST(Lists, InAnotherOrderHaveTheSameClustersAndJuryScores) {
         }
         const std::vector<std::size_t> order = shuffled(kModels, seed);
         const auto clustersOf = [seed](DistanceMatrix distances) {
-            ClusterSettings settings;
+            ClusterSettings settings = test::searching(1.0, 6.0, 0.01, 8);
             settings.method = static_cast<ClusterMethod>(seed % 3);
-            settings.threshold = 1.0;
-            settings.maxThreshold = 6.0;
-            settings.thresholdStep = 0.01;
-            settings.initialSize = 8;
             return clusterModels(distances, settings)->clusters;
         };
         const ClusterAssignment first = clustersOf(matrix);
