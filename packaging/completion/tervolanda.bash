@@ -40,8 +40,15 @@ _tervolanda() {
         -TSF -O -mS -mP -opt -open -aff -seed -super -lws -dist -gap'
     local others='-h -help -version -V -rmsd -rms -gdt -in -av -nosort -rankMS -noscore -bb -urmsd
         -maxRMSD -TM -matrix -all -nourmsd -noalign -contact'
+    local own='--help='
     COMPREPLY=()
 
+    # The shell takes "--name=value" for three words.
+    if [[ $cur == = || $previous == = ]]; then
+        cur=${cur#=}
+        _tervolanda_files '*'
+        return
+    fi
     # Two dashes are as good as one.
     while [[ $previous == --* ]]; do previous=${previous#-}; done
     case $previous in
@@ -65,7 +72,9 @@ _tervolanda() {
             elif [[ $cur == -* ]]; then
                 local dashes=${cur%%[!-]*}
                 local extra=${dashes#-}
-                mapfile -t COMPREPLY < <(compgen -P "$extra" -W "$valued $others" -- "${cur#"$extra"}")
+                mapfile -t COMPREPLY < <(compgen -P "$extra" -W "$valued $others" -- "${cur#"$extra"}"
+                    compgen -W "$own" -- "$cur")
+                [[ ${COMPREPLY[*]} != *= ]] || compopt -o nospace 2>/dev/null
             else
                 _tervolanda_files "$structures"
             fi

@@ -2,7 +2,10 @@
 // notes quote them.  Only the line wrap is a live value.
 #include "driver/help_text.h"
 
+#include <algorithm>
+
 #include "base/format.h"
+#include "driver/own_options.h"
 
 namespace tervolanda {
 
@@ -147,6 +150,21 @@ std::string extendedHelp(int lineWrap) {
            format("    -lws [n]    Line wrap size for alignment output (default = %d)\n",
                   lineWrap) +
            kClusterFileOptions + kContactOptions + "\n\n";
+}
+
+std::string moreHelp() {
+    constexpr std::size_t kTextColumn = 26;
+    std::string text = format("\n    %s %s\n\nMORE OPTIONS, each one word, anywhere:\n",
+                              kProgramName, kProgramVersion);
+    for (const OwnOption& option : ownOptions()) {
+        std::string name = "    --" + std::string(option.name);
+        if (!option.value.empty()) name += "=" + std::string(option.value);
+        text += name + std::string(kTextColumn - std::min(name.size() + 1, kTextColumn) + 1, ' ');
+        for (const char c : option.help)
+            text += c == '\n' ? "\n" + std::string(kTextColumn, ' ') : std::string(1, c);
+        text += '\n';
+    }
+    return text;
 }
 
 std::string versionText() {

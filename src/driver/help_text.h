@@ -13,6 +13,8 @@ std::string shortUsage();
 std::string standardHelp();
 // The standard help and all further options.  `lineWrap` is the line wrap now in force.
 std::string extendedHelp(int lineWrap);
+// The options of two dashes.
+std::string moreHelp();
 // Name and version, when it was built, what it is.
 std::string versionText();
 

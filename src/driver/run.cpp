@@ -45,6 +45,8 @@ std::optional<std::string> requestedText(const CommandLine& line) {
             return standardHelp();
         case Request::ExtendedHelp:
             return extendedHelp(line.settings.output.lineWrap);
+        case Request::MoreHelp:
+            return moreHelp();
         case Request::Version:
             return versionText();
     }

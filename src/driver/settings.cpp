@@ -10,6 +10,7 @@
 #include "base/log.h"
 #include "driver/abend.h"
 #include "driver/arguments.h"
+#include "driver/own_options.h"
 
 namespace tervolanda {
 
@@ -173,8 +174,14 @@ void resolveRun(Arguments& arguments, Settings& settings, Log& log) {
 }  // namespace
 
 CommandLine readCommandLine(std::vector<std::string> values, Log& log) {
+    const OwnOptions own(values);
     Arguments arguments(std::move(values));
     CommandLine line;
+    constexpr std::array<std::string_view, 1> kHelpPages = {"more"};
+    if (own.choice("help", kHelpPages)) {
+        line.request = Request::MoreHelp;
+        return line;
+    }
     if (arguments.count() < 2) {
         line.request = Request::ShortUsage;
         return line;

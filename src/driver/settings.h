@@ -74,7 +74,7 @@ struct Settings {
 };
 
 // What the command line asks for: a run, or a text.
-enum class Request { Run, ShortUsage, StandardHelp, ExtendedHelp, Version };
+enum class Request { Run, ShortUsage, StandardHelp, ExtendedHelp, MoreHelp, Version };
 
 struct CommandLine {
     Request request = Request::Run;

@@ -29,6 +29,7 @@ BASH_CASES = [
     (["-d", ""], []),
     (["-nou"], ["-nourmsd"]),
     (["--ver"], ["--version"]),
+    (["--help", "="], sorted(FILES)),
 ]
 # Prints what completion offers for the words behind the file, one a line.
 BASH_SCRIPT = """
@@ -75,7 +76,7 @@ def zsh_options(completion):
     """The options in the specifications that zsh gets: "(excluded)-name[text]:value:action"."""
     specifications = run_shell("zsh", ZSH_SCRIPT, completion)
     assert any("-C[" in line and "_describe" in line for line in specifications)
-    names = (re.match(r"(?:\([^)]*\))?-(\w+)\[", line) for line in specifications)
+    names = (re.match(r"(?:\([^)]*\))?-(-?[\w-]+=?)\[", line) for line in specifications)
     return [match[1] for match in names if match]
 
 

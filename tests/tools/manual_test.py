@@ -14,7 +14,8 @@ def main():
     program, manual = sys.argv[1:]
     with open(manual, encoding="utf-8") as file:
         tags = [line for line in file if line.startswith(".It Fl")]
-    in_manual = {name for line in tags for name in re.findall(r"\bFl (\w+)", line)}
+    flags = [flag for line in tags for flag in re.findall(r"\bFl (-?[\w-]+)( Ns =)?", line)]
+    in_manual = {name + ("=" if has_value else "") for name, has_value in flags}
     expected = all_options(program)
     print("options not in the manual page:", sorted(expected - in_manual))
     print("options only in the manual page:", sorted(in_manual - expected))

@@ -1,0 +1,134 @@
+// The older options are lenient, and a misspelt one is silently none.  These are strict: whoever
+// writes "--name=value" means an option.
+#include "driver/own_options.h"
+
+#include <algorithm>
+#include <array>
+#include <numeric>
+
+#include "base/text.h"
+#include "driver/abend.h"
+
+namespace tervolanda {
+
+namespace {
+
+// clang-format off
+constexpr auto kOptions = std::to_array<OwnOption>({
+    {"help", "more", "This page"},
+});
+// clang-format on
+
+std::string quoted(std::string_view name) {
+    return "'--" + std::string(name) + "'";
+}
+
+// How many letters to change, add or leave out (Levenshtein 1966).
+std::size_t editDistance(std::string_view a, std::string_view b) {
+    std::vector<std::size_t> row(b.size() + 1);
+    std::iota(row.begin(), row.end(), std::size_t{0});
+    for (std::size_t i = 0; i < a.size(); ++i) {
+        std::size_t diagonal = row[0]++;
+        for (std::size_t j = 0; j < b.size(); ++j) {
+            const std::size_t above = row[j + 1];
+            row[j + 1] =
+                std::min({above + 1, row[j] + 1, diagonal + (a[i] == b[j] ? std::size_t{0} : 1)});
+            diagonal = above;
+        }
+    }
+    return row.back();
+}
+
+const OwnOption& nearest(std::string_view name) {
+    constexpr std::size_t kLongest = 64;  // of a name that is looked at
+    name = name.substr(0, kLongest);
+    return *std::min_element(kOptions.begin(), kOptions.end(),
+                             [name](const OwnOption& a, const OwnOption& b) {
+                                 return editDistance(name, a.name) < editDistance(name, b.name);
+                             });
+}
+
+// The option that an argument is or has to be; none for an argument of another kind.
+const OwnOption* optionOf(std::string_view argument) {
+    if (!argument.starts_with("--")) return nullptr;
+    const std::size_t sign = argument.find('=');
+    const std::string_view name = argument.substr(2, sign == argument.npos ? sign : sign - 2);
+    const auto* const found =
+        std::find_if(kOptions.begin(), kOptions.end(),
+                     [name](const OwnOption& option) { return option.name == name; });
+    if (found != kOptions.end()) {
+        // "--help" has a meaning of its own, as "-help".
+        return sign == argument.npos && name == "help" ? nullptr : found;
+    }
+    if (sign == argument.npos) return nullptr;
+    abend("Unknown option %s, the nearest is %s", quoted(name).c_str(),
+          quoted(nearest(name).name).c_str());
+}
+
+}  // namespace
+
+std::span<const OwnOption> ownOptions() {
+    return kOptions;
+}
+
+OwnOptions::OwnOptions(std::vector<std::string>& arguments) {
+    std::vector<std::string> others;
+    for (std::string& argument : arguments) {
+        const OwnOption* const option = others.empty() ? nullptr : optionOf(argument);
+        if (option == nullptr) {
+            others.push_back(std::move(argument));
+        } else {
+            take(*option, argument);
+        }
+    }
+    arguments = std::move(others);
+}
+
+void OwnOptions::take(const OwnOption& option, std::string_view argument) {
+    const std::string name = quoted(option.name);
+    const std::size_t sign = argument.find('=');
+    const std::string_view value = sign == argument.npos ? "" : argument.substr(sign + 1);
+    if (option.value.empty() && sign != argument.npos) {
+        abend("Option %s takes no value", name.c_str());
+    }
+    if (!option.value.empty() && value.empty()) {
+        abend("Option %s needs a value: --%s=%s", name.c_str(), std::string(option.name).c_str(),
+              std::string(option.value).c_str());
+    }
+    if (!values_.emplace(option.name, value).second) {
+        abend("Option %s is given twice", name.c_str());
+    }
+}
+
+std::optional<std::string> OwnOptions::text(std::string_view name) const {
+    const auto found = values_.find(name);
+    if (found == values_.end()) return std::nullopt;
+    return found->second;
+}
+
+std::optional<std::size_t> OwnOptions::choice(std::string_view name,
+                                              std::span<const std::string_view> words) const {
+    const std::optional<std::string> value = text(name);
+    if (!value) return std::nullopt;
+    const auto found = std::find(words.begin(), words.end(), *value);
+    if (found != words.end()) return static_cast<std::size_t>(found - words.begin());
+    std::string known;
+    for (const std::string_view word : words)
+        known += (known.empty() ? "" : ", ") + std::string(word);
+    abend("Option %s has no value '%s', but: %s", quoted(name).c_str(), value->c_str(),
+          known.c_str());
+}
+
+std::optional<int> OwnOptions::integer(std::string_view name, int least, int most) const {
+    const std::optional<std::string> value = text(name);
+    if (!value) return std::nullopt;
+    const std::optional<std::uint64_t> number = digitsOnly(*value);
+    if (!number || *number < static_cast<std::uint64_t>(least) ||
+        *number > static_cast<std::uint64_t>(most)) {
+        abend("Option %s takes a number from %d to %d, not '%s'", quoted(name).c_str(), least, most,
+              value->c_str());
+    }
+    return static_cast<int>(*number);
+}
+
+}  // namespace tervolanda
