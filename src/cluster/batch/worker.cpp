@@ -4,8 +4,7 @@
 namespace tervolanda {
 
 BatchWorker::BatchWorker(const Report& pattern)
-    : capturesLines_(pattern.reports(ReportLevel::Results)),
-      log_([this](LogLevel severity, std::string_view text) {
+    : log_([this](LogLevel severity, std::string_view text) {
           if (severity == LogLevel::Report) {
               lines_ += text;
           } else {
@@ -18,12 +17,7 @@ void BatchWorker::start() {
     lines_.clear();
     lineEnds_.clear();
     faults_.clear();
-}
-
-std::string_view BatchWorker::linesOf(std::size_t k) const {
-    if (!capturesLines_) return {};
-    const std::size_t first = k == 0 ? 0 : lineEnds_[k - 1];
-    return std::string_view(lines_).substr(first, lineEnds_[k] - first);
+    finished_ = 0;
 }
 
 }  // namespace tervolanda

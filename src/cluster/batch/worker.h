@@ -18,7 +18,7 @@ namespace tervolanda {
 // one thread; everything else that they look at is read only.
 //
 // The lines of the pairs computed since start() stand in one text, and where those of each pair end
-// is known.  Without a report level nothing is captured and nothing noted.
+// is known; while there are none nothing is noted.
 class BatchWorker {
  public:
     // Reports what `pattern` would.
@@ -28,10 +28,18 @@ class BatchWorker {
     void start();
     // The lines reported since the last call belong to the next pair.
     void finishPair() {
-        if (capturesLines_) lineEnds_.push_back(lines_.size());
+        if (!lines_.empty()) {
+            lineEnds_.resize(finished_);
+            lineEnds_.push_back(lines_.size());
+        }
+        ++finished_;
     }
     // The lines of the k-th pair since start().
-    std::string_view linesOf(std::size_t k) const;
+    std::string_view linesOf(std::size_t k) const {
+        if (k >= lineEnds_.size()) return {};
+        const std::size_t first = k == 0 ? 0 : lineEnds_[k - 1];
+        return std::string_view(lines_).substr(first, lineEnds_[k] - first);
+    }
     // ERROR lines of files that could not be written, if any: only the similarity matrices of a
     // search are written while it goes on.
     const std::vector<std::string>& faults() const { return faults_; }
@@ -42,9 +50,9 @@ class BatchWorker {
     std::array<RmsdRow, PositionalRmsd::kRowsAtOnce> rows;
 
  private:
-    bool capturesLines_;
     std::string lines_;
-    std::vector<std::size_t> lineEnds_;  // one a pair
+    std::vector<std::size_t> lineEnds_;  // one a pair; none before the first line
+    std::size_t finished_ = 0;           // pairs
     std::vector<std::string> faults_;
     Log log_;
 
