@@ -182,9 +182,12 @@ class PassLoop {
 
     // The best subset of the mapped pairs, into workspace_.best; false when there is none.
     bool findSubset() {
-        const SeedSearchTask task{scale_.cutoff,          scale_.tmScaleSquared,
-                                  scale_.normLength,      parameters_.seedLevels,
-                                  parameters_.maximiseTM, parameters_.maxRMSD};
+        const SeedSearchTask task{.cutoff = scale_.cutoff,
+                                  .tmScaleSquared = scale_.tmScaleSquared,
+                                  .normLength = scale_.normLength,
+                                  .seedLevels = parameters_.seedLevels,
+                                  .maximiseTM = parameters_.maximiseTM,
+                                  .byRmsd = parameters_.maxRMSD};
         if (searchSeeds(workspace_.pairs, task, workspace_.kernels(), workspace_.seeds,
                         workspace_.best)) {
             report_.report(ReportLevel::Passes, "Complete maxsub found\n");

@@ -1,0 +1,92 @@
+// A search superposes thousands of subsets of the same pairs, and most differ from the one before
+// in a few of them.  With sums that are exact a subset costs as much as that difference, and the
+// result is the same to the last bit whichever way led to it.
+#include "compare/search_pairs.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace tervolanda {
+
+// The coordinates of one axis about their rounded mean.
+SearchPairs::Extent SearchPairs::placeAxis(const std::vector<double>& values, double origin,
+                                           std::vector<double>& placed,
+                                           std::vector<float>& rounded) {
+    // Coordinates come centred about `origin`, which costs them their last bits.
+    constexpr double kNoise = 1e-5;  // of a thousandth of an ångström
+    const double shift = std::nearbyint(origin * kPerAngstrom);
+    const std::size_t n = values.size();
+    placed.resize(n + 3);
+    rounded.resize(n + 7);
+    Extent extent;
+    for (std::size_t i = 0; i < n; ++i) {
+        const double value = (values[i] + origin) * kPerAngstrom;
+        const double whole = std::nearbyint(value);
+        const bool isWhole = std::abs(value - whole) <= kNoise;
+        placed[i] = (isWhole ? whole : value) - shift;
+        rounded[i] = static_cast<float>(placed[i]);
+        extent.isWhole = extent.isWhole && isWhole;
+        extent.largest = std::max(extent.largest, std::abs(placed[i]));
+    }
+    std::fill(placed.begin() + static_cast<std::ptrdiff_t>(n), placed.end(), 0.0);
+    std::fill(rounded.begin() + static_cast<std::ptrdiff_t>(n), rounded.end(), 0.0F);
+    return extent;
+}
+
+void SearchPairs::place(const PairedPoints& pairs, const Kernels& kernels) {
+    size_ = pairs.size();
+    const Points* const sides[2] = {&pairs.prediction, &pairs.experiment};
+    const std::array<double, 3>* const origins[2] = {&pairs.predictionOrigin,
+                                                     &pairs.experimentOrigin};
+    Extent all;
+    for (std::size_t side = 0; side < 2; ++side) {
+        const std::vector<double>* const values[3] = {&sides[side]->x, &sides[side]->y,
+                                                      &sides[side]->z};
+        for (std::size_t a = 0; a < 3; ++a) {
+            const std::size_t axis = 3 * side + a;
+            const Extent extent =
+                placeAxis(*values[a], (*origins[side])[a], axis_[axis], rounded_[axis]);
+            all.largest = std::max(all.largest, extent.largest);
+            all.isWhole = all.isWhole && extent.isWhole;
+        }
+    }
+    largest_ = all.largest;
+    // Six squares a pair; whole numbers below 2^53 are exact.
+    exact_ =
+        all.isWhole && 6.0 * static_cast<double>(size_) * largest_ * largest_ < 9007199254740992.0;
+    terms_.resize(size_ * kTerms);
+    kernels.makeTerms(arrays(), size_, terms_.data());
+    prefix_.resize(exact_ ? size_ + 1 : 0);
+    for (std::size_t i = 0; exact_ && i < size_; ++i) {
+        for (std::size_t k = 0; k < kTerms; ++k) {
+            prefix_[i + 1][k] = prefix_[i][k] + terms_[i * kTerms + k];
+        }
+    }
+}
+
+RoundedArrays SearchPairs::rounded() const {
+    return {rounded_[0].data(),
+            rounded_[1].data(),
+            rounded_[2].data(),
+            rounded_[3].data(),
+            rounded_[4].data(),
+            rounded_[5].data(),
+            largest_};
+}
+
+PairedArrays SearchPairs::arrays() const {
+    return {axis_[0].data(), axis_[1].data(), axis_[2].data(),
+            axis_[3].data(), axis_[4].data(), axis_[5].data()};
+}
+
+void SearchPairs::sumRange(std::size_t first, std::size_t end, const PairMask& mask,
+                           const Kernels& kernels, SubsetSums& sums) const {
+    if (!exact_) {
+        kernels.sumTerms(terms_.data(), mask.data(), words(), sums);
+        return;
+    }
+    for (std::size_t k = 0; k < kTerms; ++k)
+        sums[k] = prefix_[end][k] - prefix_[first][k];
+}
+
+}  // namespace tervolanda

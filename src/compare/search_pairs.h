@@ -1,0 +1,63 @@
+// The mapped pairs in the frame in which the search sums them.
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include "compare/fit/kernels.h"
+#include "compare/fit/superposition.h"
+#include "compare/pair_mask.h"
+
+namespace tervolanda {
+
+// The pairs in thousandths of an ångström about a rounded centre, so that coordinates with three
+// decimals are whole numbers.  Sums of whole numbers are exact, whatever their order, as long as
+// they stay below 2^53; then the sums of a subset follow from those of another by the pairs in
+// which they differ.  Where coordinates are not of that kind the sums are made anew for each
+// subset, in ascending order.
+//
+// Invariant after place(): the arrays of both precisions and the terms belong to the same pairs,
+// and there are prefix sums exactly when the sums are exact.
+class SearchPairs {
+ public:
+    static constexpr double kPerAngstrom = 1000.0;
+
+    void place(const PairedPoints& pairs, const Kernels& kernels);
+
+    std::size_t size() const { return size_; }
+    std::size_t words() const { return (size_ + 63) / 64; }
+    PairedArrays arrays() const;
+    RoundedArrays rounded() const;
+
+    // Sums over the pairs [first, end), whose bits are set in `mask`.
+    void sumRange(std::size_t first, std::size_t end, const PairMask& mask, const Kernels& kernels,
+                  SubsetSums& sums) const;
+    // Takes the sums of the subset `before` to those of `after`.
+    void changeSums(const PairMask& before, const PairMask& after, const Kernels& kernels,
+                    SubsetSums& sums) const {
+        if (exact_) {
+            kernels.changeSums(terms_.data(), before.data(), after.data(), words(), sums);
+        } else {
+            kernels.sumTerms(terms_.data(), after.data(), words(), sums);
+        }
+    }
+
+ private:
+    // What one axis holds.
+    struct Extent {
+        double largest = 0.0;  // magnitude
+        bool isWhole = true;   // thousandths of an ångström
+    };
+    static Extent placeAxis(const std::vector<double>& values, double origin,
+                            std::vector<double>& placed, std::vector<float>& rounded);
+
+    std::size_t size_ = 0;
+    bool exact_ = false;
+    double largest_ = 0.0;            // magnitude of a coordinate
+    std::vector<float> rounded_[6];   // as axis_, in single precision; padded by 7 zeros
+    std::vector<double> axis_[6];     // prediction x, y, z, experiment x, y, z; padded by 3 zeros
+    std::vector<double> terms_;       // kTerms a pair
+    std::vector<SubsetSums> prefix_;  // sums over the first i pairs, when exact
+};
+
+}  // namespace tervolanda
