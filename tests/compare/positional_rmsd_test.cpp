@@ -12,12 +12,6 @@
 namespace tervolanda::test {
 namespace {
 
-Chain mirrored(Chain chain) {
-    for (Atom& atom : chain.atoms)
-        atom.x = -atom.x;
-    return chain;
-}
-
 // Ordinary chains of 40 residues first, then whatever the closed form may fail on.
 std::vector<Chain> ordinaryAndOdd(std::size_t ordinary) {
     std::vector<Chain> chains;

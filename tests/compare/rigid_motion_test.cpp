@@ -63,6 +63,39 @@ std::string printedAnywhere(const Chain& experiment, const Chain& prediction,
     return text;
 }
 
+// The scores of a comparison; the angles and distances between them are those of the chains alone.
+std::vector<double> scoresOf(const Chain& experiment, const Chain& prediction) {
+    std::vector<double> scores;
+    ComparisonParameters parameters = defaultParameters();
+    for (const bool byStructure : {false, true}) {
+        parameters.iterations = byStructure ? 1 : 2;
+        parameters.sequenceIndependent = byStructure;
+        const ComparisonResult result = compare(experiment, prediction, parameters).result;
+        scores.insert(scores.end(), {result.tm, result.maxsub, result.msi, result.rmsd,
+                                     result.grmsd, static_cast<double>(result.pairs)});
+    }
+    const RmsdResult fit = compareByRmsd(experiment, prediction);
+    const double contacts = nativeContacts(experiment, prediction, 9.0, 3).percentage();
+    scores.insert(scores.end(), {fit.rmsd.value(), fit.urmsd, contacts});
+    return scores;
+}
+
+TEST(Scores, AreThoseOfTheChainsWhereverTheyLieAndInAMirror) {
+    for (std::uint32_t seed = 0; seed < 20; ++seed) {
+        SCOPED_TRACE(seed);
+        const Chain experiment = coil(50 + seed, seed);
+        Chain prediction = shaken(experiment, 0.4 + 0.1 * (seed % 9), seed);
+        const Chain elsewhere = moved(prediction);
+        for (std::size_t i = 35; i < prediction.atoms.size(); ++i)  // a second domain
+            prediction.atoms[i] = elsewhere.atoms[i];
+        const auto near =
+            testing::Pointwise(testing::DoubleNear(1e-5), scoresOf(experiment, prediction));
+        EXPECT_THAT(scoresOf(experiment, moved(prediction)), near);
+        EXPECT_THAT(scoresOf(moved(experiment), moved(prediction)), near);
+        EXPECT_THAT(scoresOf(mirrored(experiment), mirrored(prediction)), near);
+    }
+}
+
 struct Mode {
     const char* name;
     bool maximiseTM, maxRMSD;

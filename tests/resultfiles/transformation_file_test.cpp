@@ -14,24 +14,6 @@ namespace {
 using test::CapturedLog;
 using test::TemporaryFolder;
 
-std::variant<ParsedMaxSubFile, FormatError> parse(std::string text) {
-    const FileHandle file(fmemopen(text.data(), text.size(), "rb"));
-    return parseMaxSubFile(file.get());
-}
-
-ParsedMaxSubFile parsed(const std::string& text) {
-    auto result = parse(text);
-    const auto* error = std::get_if<FormatError>(&result);
-    EXPECT_EQ(error, nullptr) << error->message;
-    return error == nullptr ? std::move(std::get<ParsedMaxSubFile>(result)) : ParsedMaxSubFile{};
-}
-
-std::string messageOf(const std::string& text) {
-    const auto result = parse(text);
-    const auto* error = std::get_if<FormatError>(&result);
-    return error == nullptr ? "no error" : error->message;
-}
-
 // A batch of models of `residues` residues as it would come from a list with unreadable files, and
 // results whose every number is another.
 struct Batch {
@@ -159,67 +141,6 @@ TEST(TransformationSpool, FaultyPositionsAreAnErrorAndLeaveNoFile) {
     EXPECT_EQ(fault(), "Currupt MaxSub positions list for 9 vs. 4");
     EXPECT_EQ(test::readFile(path), "an older file");
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 1);
-}
-
-// A TRANS record from its five leading fields.
-std::string trans(const std::string& fields) {
-    return "TRANS: " + fields + " 1 2 3 4 5 6 1 0 0 0 1 0 0 0 1\n";
-}
-
-TEST(MaxSubFile, ScoresGoToTheirSidesAndASecondSizeRecordStartsOver) {
-    const ParsedMaxSubFile result =
-        parsed("SIZE : 3\nPDB: 9 a\nMS : 9 2 1 1 1\nSIZE : 2\nPDB: 8 a\nPDB  : 3 b\n" +
-               trans("3 8 0.25 +1 2") + "POS  : 8 3 1:1 2:2\n");
-    EXPECT_THAT(result.file.ids, testing::ElementsAre(8, 3));
-    EXPECT_EQ(result.file.scores.at(1, 0), 0.25F);
-    EXPECT_EQ(result.file.scores.at(0, 1), 1.0F);
-    EXPECT_EQ(result.file.scores.at(0, 0), 1.0F);
-    EXPECT_EQ(result.file.pairs.at(0, 1), 2U);
-    EXPECT_EQ(result.file.pairs.at(1, 0), 2U);
-    CapturedLog captured;
-    EXPECT_TRUE(reportMissingMaxSubRecords(result, captured.log));
-    EXPECT_EQ(captured.error(), "");
-}
-
-TEST(MaxSubFile, IdWithoutChainRecordStandsForTheRowOfThatNumber) {
-    const std::string bounds = "Index out of bounds - Check: 0 < ";
-    // No chain records at all.
-    EXPECT_THAT(parsed("SIZE : 2\nMS : 2 1 1 0 5\n").file.ids, testing::ElementsAre(1, 2));
-    // Row 1 belongs to ID 3, so an ID 1 has no row; row 2 is free.
-    const std::string start = "SIZE : 3\nPDB: 3 a\n";
-    EXPECT_THAT(parsed(start + "MS : 3 2 1 1 5\n").file.ids, testing::ElementsAre(3, 2, 0));
-    EXPECT_EQ(messageOf(start + "MS : 3 1 1 1 5\n"), bounds + "3 <= 3,  0 < 1 <= 3");
-    EXPECT_EQ(messageOf(start + "MS : 0 3 1 1 5\n"), bounds + "0 <= 3,  0 < 3 <= 3");
-    EXPECT_EQ(messageOf(start + trans("3 -4 1 1 5")), bounds + "3 <= 3,  0 < -4 <= 3");
-    EXPECT_EQ(messageOf(start + "POS  : 4 3\n"), bounds + "4 <= 3,  0 < 3 <= 3");
-    // The row that a record has used as ID 1 cannot become that of ID 7.
-    EXPECT_EQ(messageOf("SIZE : 2\nMS : 1 2 1 1 5\nPDB: 7 a\n"),
-              "Incorrect Chain record, require 'PDB  : <ID> <Filename>' - Check: 'PDB: 7 a'");
-    EXPECT_EQ(messageOf("SIZE : 2\nMS : 1 2 1 0 5\nPDB: 1 a\n"), "no error");
-}
-
-TEST(MaxSubFile, MissingRecordsAreReportedButOnlyScoresAndIdsMatter) {
-    const std::tuple<std::string, bool, std::string> cases[] = {
-        // A lite file is not asked for transformations.
-        {"SIZE : 3\nMS : 1 2 1 1 5\nMS : 2 3 1 1 5\n", false,
-         "ERROR : Missing MaxSub record for 1 - 3\n"},
-        {"SIZE : 2\nMS : 1 2 1 1 5\n", true, ""},
-        {"SIZE : 3\n" + trans("1 2 1 1 1") + "POS  : 1 2 1:1\nMS : 1 3 1 1 5\n" +
-             trans("3 2 1 1 0"),
-         true,
-         "ERROR : Missing transform record for 1 - 3\n"
-         "ERROR : Missing position record for 1 - 3\n"
-         "ERROR : Missing position record for 2 - 3\n"},
-        {"SIZE : 2\nPDB: 4 a\nPDB: 4 b\nMS : 4 4 1 1 5\n", false,
-         "ERROR : Missing unique IDs for each Chain file - Check ID: 4\n"
-         "ERROR : Missing unique IDs for each Chain file - Check ID: 4\n"
-         "ERROR : Missing MaxSub record for 1 - 2\n"},
-    };
-    for (const auto& [text, complete, messages] : cases) {
-        CapturedLog captured;
-        EXPECT_EQ(reportMissingMaxSubRecords(parsed(text), captured.log), complete) << text;
-        EXPECT_EQ(captured.error(), messages) << text;
-    }
 }
 
 }  // namespace

@@ -146,6 +146,43 @@ std::string readFile(const std::filesystem::path& path) {
     return text.str();
 }
 
+namespace {
+
+std::string unescaped(std::string_view text) {
+    std::string bytes;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        constexpr std::string_view kLetters = "nrts", kBytes = "\n\r\t ";
+        const char next = i + 1 < text.size() ? text[i + 1] : '\0';
+        const std::size_t letter = kLetters.find(next);
+        if (text[i] == '\\' && next == 'x') {
+            bytes += static_cast<char>(std::stoi(std::string(text.substr(i + 2, 2)), nullptr, 16));
+            i += 3;
+        } else if (text[i] == '\\' && letter != std::string_view::npos) {
+            bytes += kBytes[letter];
+            ++i;
+        } else {
+            bytes += text[i];
+        }
+    }
+    return bytes;
+}
+
+}  // namespace
+
+std::vector<std::vector<std::string>> tableRows(std::string_view name) {
+    std::istringstream table(readFile(std::string(TERVOLANDA_SOURCE_DIR "/tests/").append(name)));
+    std::vector<std::vector<std::string>> rows;
+    for (std::string line; std::getline(table, line);) {
+        if (line.empty() || line[0] == '#') continue;
+        std::vector<std::string>& row = rows.emplace_back();
+        for (std::size_t at = 0, end = 0; end != std::string::npos; at = end + 3) {
+            end = line.find(" | ", at);
+            row.push_back(unescaped(line.substr(at, end - at)));
+        }
+    }
+    return rows;
+}
+
 MemoryStream::MemoryStream() : file_(open_memstream(&buffer_, &size_)) {}
 
 MemoryStream::~MemoryStream() {

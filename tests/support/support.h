@@ -54,6 +54,10 @@ class TemporaryFolder {
 
 std::string readFile(const std::filesystem::path& path);
 
+// The rows of a table beside the tests, by its path below tests/: columns stand between " | ", rows
+// of nothing or "#" alone at the front are none.  \n, \r, \t, \s (a blank) and \xHH are one byte.
+std::vector<std::vector<std::string>> tableRows(std::string_view name);
+
 // A stream into memory.
 class MemoryStream {
  public:
