@@ -27,12 +27,12 @@ std::string quoted(std::string_view name) {
 std::size_t editDistance(std::string_view a, std::string_view b) {
     std::vector<std::size_t> row(b.size() + 1);
     std::iota(row.begin(), row.end(), std::size_t{0});
-    for (std::size_t i = 0; i < a.size(); ++i) {
+    for (const char letter : a) {
         std::size_t diagonal = row[0]++;
         for (std::size_t j = 0; j < b.size(); ++j) {
             const std::size_t above = row[j + 1];
             row[j + 1] =
-                std::min({above + 1, row[j] + 1, diagonal + (a[i] == b[j] ? std::size_t{0} : 1)});
+                std::min({above + 1, row[j] + 1, diagonal + (letter == b[j] ? std::size_t{0} : 1)});
             diagonal = above;
         }
     }
@@ -52,15 +52,16 @@ const OwnOption& nearest(std::string_view name) {
 const OwnOption* optionOf(std::string_view argument) {
     if (!argument.starts_with("--")) return nullptr;
     const std::size_t sign = argument.find('=');
-    const std::string_view name = argument.substr(2, sign == argument.npos ? sign : sign - 2);
+    const std::string_view name =
+        argument.substr(2, sign == std::string_view::npos ? sign : sign - 2);
     const auto* const found =
         std::find_if(kOptions.begin(), kOptions.end(),
                      [name](const OwnOption& option) { return option.name == name; });
     if (found != kOptions.end()) {
         // "--help" has a meaning of its own, as "-help".
-        return sign == argument.npos && name == "help" ? nullptr : found;
+        return sign == std::string_view::npos && name == "help" ? nullptr : found;
     }
-    if (sign == argument.npos) return nullptr;
+    if (sign == std::string_view::npos) return nullptr;
     abend("Unknown option %s, the nearest is %s", quoted(name).c_str(),
           quoted(nearest(name).name).c_str());
 }
@@ -87,8 +88,8 @@ OwnOptions::OwnOptions(std::vector<std::string>& arguments) {
 void OwnOptions::take(const OwnOption& option, std::string_view argument) {
     const std::string name = quoted(option.name);
     const std::size_t sign = argument.find('=');
-    const std::string_view value = sign == argument.npos ? "" : argument.substr(sign + 1);
-    if (option.value.empty() && sign != argument.npos) {
+    const std::string_view value = sign == std::string_view::npos ? "" : argument.substr(sign + 1);
+    if (option.value.empty() && sign != std::string_view::npos) {
         abend("Option %s takes no value", name.c_str());
     }
     if (!option.value.empty() && value.empty()) {
