@@ -55,6 +55,10 @@ class Log {
     // Text as it stands; ends a standing progress line first.
     void report(std::string_view text);
     void endProgress() { report({}); }
+    // A line, without its prefix, that another log of the same level was given.
+    void passOn(LogLevel severity, std::string_view line) {
+        if (sink_) sink_(severity, line);
+    }
 
     // An ERROR line for a file that could not be written to its end, when there is nobody to hand
     // the failure to; the run will end with status 1.

@@ -71,8 +71,8 @@ int compareListMaxSub(const ChainList& models, const Settings& settings, Log& lo
     const PreparedList prepared(models, AtomSelection::Calpha, settings.comparison, report);
     std::optional<TransformationSpool> spool;
     if (settings.output.resultFile) spool.emplace(*settings.output.resultFile, prepared.sets());
-    MaxSubBatch batch =
-        compareAllMaxSub(prepared, settings.comparison, spool ? &*spool : nullptr, log, report);
+    MaxSubBatch batch = compareAllMaxSub(prepared, settings.comparison, spool ? &*spool : nullptr,
+                                         log, report, settings.threads);
     timer.stop(log);
     const auto figures = [&batch](std::size_t i, std::size_t j) {
         return MaxSubFigures{.pairs = batch.pairs.at(i, j),
@@ -102,7 +102,7 @@ int compareListGdt(const ChainList& models, const Settings& settings, Log& log, 
     log.info(0, "All vs. All GDT");
     const RunTimer timer;
     const PreparedList prepared(models, AtomSelection::Calpha, settings.comparison, report);
-    GdtBatch batch = compareAllGdt(prepared, settings.comparison, log, report);
+    GdtBatch batch = compareAllGdt(prepared, settings.comparison, log, report, settings.threads);
     timer.stop(log);
     const auto figures = [&batch](std::size_t i, std::size_t j) {
         return GdtFigures{static_cast<double>(batch.gdt.at(i, j))};
@@ -149,7 +149,8 @@ int compareListRmsd(const ChainList& models, const Settings& settings, Log& log,
     log.info(0, "All vs. All RMSD");
     const RunTimer timer;
     const PreparedList prepared(models, readPlan(settings).atoms, settings.comparison, report);
-    RmsdBatch batch = compareAllRmsd(prepared, rmsdOptions(settings), log, report);
+    RmsdBatch batch =
+        compareAllRmsd(prepared, rmsdOptions(settings), log, report, settings.threads);
     timer.stop(log);
     printPairs(models, rmsdPairFigures(batch, prepared), log);
     printAverage(batch.rmsd, settings, log);

@@ -23,8 +23,8 @@ ChainList readModels(const Settings& settings, const ResidueExclusions& exclusio
     const ComparisonKind kind = comparisonKind(settings);
     ChainList models;
     std::uint32_t counter = 0;
-    const std::size_t read =
-        readModelList(path, counter, readPlan(settings).request, exclusions, log, models);
+    const std::size_t read = readModelList(path, counter, readPlan(settings).request, exclusions,
+                                           log, models, settings.threads);
     if (read == 0 && kind == ComparisonKind::Rmsd) {
         abend("Failed to read PDB list file '%s'", path.c_str());
     }

@@ -69,16 +69,16 @@ std::vector<ModelRecord> compareModels(const ListComparison& list, const Setting
     records.reserve(list.models.chains.size());
     switch (comparisonKind(settings)) {
         case ComparisonKind::MaxSub:
-            for (const ListedMaxSub& found : compareListMaxSub(list, log, report))
+            for (const ListedMaxSub& found : compareListMaxSub(list, log, report, settings.threads))
                 records.push_back(recordOf(found, list.parameters));
             break;
         case ComparisonKind::Gdt:
-            for (const GdtResult& found : compareListGdt(list, log, report))
+            for (const GdtResult& found : compareListGdt(list, log, report, settings.threads))
                 records.push_back(recordOf(found));
             break;
         case ComparisonKind::Rmsd:
             for (const ListedRmsd& found :
-                 compareListRmsd(list, rmsdOptions(settings), log, report))
+                 compareListRmsd(list, rmsdOptions(settings), log, report, settings.threads))
                 records.push_back(recordOf(found, list.experimentSet));
             break;
     }

@@ -16,6 +16,7 @@ namespace {
 // clang-format off
 constexpr auto kOptions = std::to_array<OwnOption>({
     {"help", "more", "This page"},
+    {"threads", "n|all", "Threads of list runs; 'all': one for each processor (default = 1)"},
 });
 // clang-format on
 

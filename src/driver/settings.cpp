@@ -8,6 +8,7 @@
 
 #include "base/file.h"
 #include "base/log.h"
+#include "base/parallel.h"
 #include "driver/abend.h"
 #include "driver/arguments.h"
 #include "driver/own_options.h"
@@ -110,6 +111,14 @@ void readSearchOptions(Arguments& arguments, Settings& settings) {
     comparison.rankByTM = !settings.measure.rankMS;
 }
 
+void readOwnOptions(const OwnOptions& own, Settings& settings) {
+    if (own.text("threads") == "all") {
+        settings.threads = usableProcessors();
+    } else if (const auto threads = own.integer("threads", 1, kMostThreads)) {
+        settings.threads = static_cast<std::size_t>(*threads);
+    }
+}
+
 // Whether an argument is the value of the one before it, whatever stands before that: in
 // "-T -N 60" the number belongs to -N.  REQUIRES: i > 0.
 bool isValue(const Arguments& arguments, std::size_t i) {
@@ -187,6 +196,7 @@ CommandLine readCommandLine(std::vector<std::string> values, Log& log) {
         return line;
     }
     Settings& settings = line.settings;
+    readOwnOptions(own, settings);
     readFileOptions(arguments, settings);
     readClusterOptions(arguments, settings);
     log.setLogLevel(settings.output.logLevel);

@@ -1,6 +1,7 @@
 // The configuration of a run, and how the command line becomes one.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -71,6 +72,7 @@ struct Settings {
     MeasureSettings measure;
     ClusteringSettings clustering;
     OutputSettings output;
+    std::size_t threads = 1;  // of list runs
 };
 
 // What the command line asks for: a run, or a text.

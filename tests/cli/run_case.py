@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Runs the program as one case describes it and compares all that comes out, byte for byte.
 
-usage: run_case.py PROGRAM CASE
+usage: run_case.py PROGRAM CASE [OPTION...]
 
 A case is a folder:
   arguments   one a line
@@ -15,6 +15,8 @@ A case is a folder:
               starts the program without a standard output
   limit       the largest file the program may write, bytes (no limit without it)
 
+With options, they are given to the program before the arguments of the case, and the program has to
+behave as without them; CASE may then be "all".
 The program runs in a scratch folder that holds copies of the inputs.  What differs from run to run
 is masked on both sides: the seconds of the CPU time line, and the build date of the version text.
 """
@@ -129,15 +131,27 @@ def differences(case, result, written):
     return found
 
 
-def main():
-    program = str(pathlib.Path(sys.argv[1]).resolve())
-    case = pathlib.Path(sys.argv[2]).resolve()
+def check(command, case):
+    """What is not as expected, in lines."""
     with tempfile.TemporaryDirectory() as scratch:
-        result, written = run([program], case, pathlib.Path(scratch))
-    found = differences(case, result, written)
-    for line in found:
-        print(line)
-    return 1 if found else 0
+        result, written = run(command, case, pathlib.Path(scratch))
+    return differences(case, result, written)
+
+
+def main():
+    command = [str(pathlib.Path(sys.argv[1]).resolve())] + sys.argv[3:]
+    if sys.argv[2] == "all":
+        here = pathlib.Path(__file__).resolve().parent
+        cases = sorted(path.parent for path in here.glob("*/arguments"))
+    else:
+        cases = [pathlib.Path(sys.argv[2]).resolve()]
+    status = 0
+    for case in cases:
+        for line in check(command, case):
+            print(f"{case.name}: {line}")
+            status = 1
+    print(f"{len(cases)} cases")
+    return status
 
 
 if __name__ == "__main__":

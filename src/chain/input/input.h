@@ -82,10 +82,11 @@ std::optional<Chain> readChain(const std::string& path, const ReadRequest& reque
 
 // Reads the models that a list file names, one path a line, and appends those that can be read to
 // `list`; returns their number.  `counter` is the caller's running ID: it starts at 0, and every
-// line that names a file takes the next ID, whether the file can be read or not.
+// line that names a file takes the next ID, whether the file can be read or not.  List and messages
+// are the same by however many threads the files are read.
 std::size_t readModelList(const std::string& path, std::uint32_t& counter,
                           const ReadRequest& request, const ResidueExclusions& exclusions, Log& log,
-                          ChainList& list);
+                          ChainList& list, std::size_t threads = 1);
 
 // Adds the keys of a residue exclusion file (the first five characters of every line).  False,
 // after an ERROR line, when it cannot be read.

@@ -1,9 +1,14 @@
 // The two small text files that steer reading: which models there are, and which residues to skip.
+#include <sys/stat.h>
+
 #include <utility>
+#include <vector>
 
 #include "base/file.h"
 #include "base/log.h"
+#include "base/parallel.h"
 #include "chain/input/input.h"
+#include "chain/input/structure_text.h"
 
 namespace tervolanda {
 
@@ -39,41 +44,149 @@ void reportReadError(const LineReader& reader, const std::string& path, std::siz
     }
 }
 
+// Whether a file may be read aside, before its turn and together with others: not what gives its
+// bytes once only, as standard input does, and nothing large.
+bool mayBeReadAside(const std::string& path) {
+    constexpr off_t kLargest = off_t{1} << 21;  // bytes
+    constexpr off_t kGzipFactor = 8;
+    struct stat status {};
+    if (path == "-" || stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return false;
+    const off_t factor = fileKind(path) == FileKind::Gzip ? kGzipFactor : 1;
+    return status.st_size <= kLargest / factor;
+}
+
+// The reading of one list.
+class ListReading {
+ public:
+    ListReading(LineReader& lines, const ReadRequest& request, const ResidueExclusions& exclusions,
+                std::uint32_t& counter, Log& log, ChainList& list)
+        : lines_(lines),
+          request_(request),
+          exclusions_(exclusions),
+          counter_(counter),
+          log_(log),
+          list_(list) {
+        request_.options |= ReadSingleChain;
+    }
+
+    void readAll();
+    void readAll(std::size_t threads);
+
+    std::size_t read() const { return read_; }
+    std::size_t tried() const { return tried_; }
+
+ private:
+    // A model that is read aside, and what was said meanwhile.
+    struct Reading {
+        std::string path;
+        bool isRead = false;
+        std::optional<Chain> chain;
+        std::vector<std::pair<LogLevel, std::string>> lines;
+    };
+
+    std::optional<std::string> nextPath();
+    void readAside(Reading& reading) const;
+    void consume(Reading& reading);
+    void take(std::optional<Chain> chain);
+
+    LineReader& lines_;
+    ReadRequest request_;
+    const ResidueExclusions& exclusions_;
+    std::uint32_t& counter_;
+    Log& log_;
+    ChainList& list_;
+    std::size_t read_ = 0;
+    std::size_t tried_ = 0;
+};
+
+std::optional<std::string> ListReading::nextPath() {
+    while (const auto line = lines_.next(kLineLimit)) {
+        const std::string_view path = pathIn(*line);
+        if (!path.empty()) return std::string(path);
+    }
+    return std::nullopt;
+}
+
+// The next model, if it could be read.
+void ListReading::take(std::optional<Chain> chain) {
+    ++counter_;
+    ++tried_;
+    if (!chain) return;
+    if (read_ % kProgressStep == 0) {
+        log_.progress(0, "Successfully read %d PDBs", static_cast<int>(read_));
+    }
+    chain->number = counter_;
+    list_.chains.push_back(*std::move(chain));
+    ++read_;
+}
+
+void ListReading::readAll() {
+    while (const auto path = nextPath())
+        take(readChain(*path, request_, exclusions_, log_));
+}
+
+// A model of which there is much to say is left to its turn.
+void ListReading::readAside(Reading& reading) const {
+    constexpr std::size_t kMostBytes = std::size_t{1} << 16;
+    reading.lines.clear();
+    reading.isRead = mayBeReadAside(reading.path);
+    if (!reading.isRead) return;
+    std::size_t bytes = 0;
+    Log log([&](LogLevel severity, std::string_view text) {
+        bytes += text.size() + sizeof(reading.lines.front());
+        if (bytes <= kMostBytes) reading.lines.emplace_back(severity, text);
+    });
+    log.setLogLevel(log_.logLevel());
+    reading.chain = readChain(reading.path, request_, exclusions_, log);
+    reading.isRead = bytes <= kMostBytes;
+}
+
+void ListReading::consume(Reading& reading) {
+    if (!reading.isRead) return take(readChain(reading.path, request_, exclusions_, log_));
+    for (const auto& [severity, text] : reading.lines)
+        log_.passOn(severity, text);
+    take(std::move(reading.chain));
+}
+
+void ListReading::readAll(std::size_t threads) {
+    constexpr std::size_t kSlots = 4;  // of a thread
+    std::vector<Reading> readings(threads * kSlots);
+    const auto claim = [&](std::size_t slot) {
+        std::optional<std::string> path = nextPath();
+        if (path) readings[slot].path = *std::move(path);
+        return path.has_value();
+    };
+    runInOrder({threads, readings.size(), 0, claim,
+                [&](std::size_t slot, std::size_t) {
+                    readAside(readings[slot]);
+                    return std::size_t{0};
+                },
+                [&](std::size_t slot) { consume(readings[slot]); }});
+}
+
 }  // namespace
 
 std::size_t readModelList(const std::string& path, std::uint32_t& counter,
                           const ReadRequest& request, const ResidueExclusions& exclusions, Log& log,
-                          ChainList& list) {
+                          ChainList& list, std::size_t threads) {
     log.info(0, "Reading PDB list file '%s'", path.c_str());
     const FileHandle file = openForReading(path);
     if (!file) {
         log.error(0, "Can't open model list file '%s' - %s", path.c_str(), systemErrorText());
         return 0;
     }
-    ReadRequest single = request;
-    single.options |= ReadSingleChain;
     LineReader reader(file.get(), kLongestList);
-    std::size_t read = 0;
-    std::size_t tried = 0;
-    while (const auto line = reader.next(kLineLimit)) {
-        const std::string model(pathIn(*line));
-        if (model.empty()) continue;
-        ++counter;
-        ++tried;
-        auto chain = readChain(model, single, exclusions, log);
-        if (!chain) continue;
-        if (read % kProgressStep == 0) {
-            log.progress(0, "Successfully read %d PDBs", static_cast<int>(read));
-        }
-        chain->number = counter;
-        list.chains.push_back(*std::move(chain));
-        ++read;
+    ListReading reading(reader, request, exclusions, counter, log, list);
+    if (threads > 1) {
+        reading.readAll(threads);
+    } else {
+        reading.readAll();
     }
     reportReadError(reader, path, kLongestList, log);
-    log.progress(0, "Successfully read %d / %d PDBs from list file '%s'", static_cast<int>(read),
-                 static_cast<int>(tried), path.c_str());
+    log.progress(0, "Successfully read %d / %d PDBs from list file '%s'",
+                 static_cast<int>(reading.read()), static_cast<int>(reading.tried()), path.c_str());
     log.endProgress();
-    return read;
+    return reading.read();
 }
 
 bool readResidueExclusionFile(const std::string& path, ResidueExclusions& exclusions, Log& log) {

@@ -16,7 +16,11 @@ class ListPairs {
     std::size_t count() const { return list.models.chains.size(); }
     static BatchPair first() { return {0, 0}; }
     static BatchPair next(BatchPair pair) { return {0, pair.prediction + 1}; }
+    static BatchPair skip(BatchPair pair, std::size_t count) {
+        return {0, pair.prediction + count};
+    }
     static std::size_t together(BatchPair) { return 1; }
+    static ChunkNeeds chunkNeeds() { return {}; }
     const Chain& experiment(BatchPair) const { return list.experiment; }
     const Chain& prediction(BatchPair pair) const { return list.models.chains[pair.prediction]; }
 
@@ -104,25 +108,27 @@ class ListedRmsdPairs : public ListPairs {
 };
 
 template <typename Pairs>
-auto run(Pairs pairs, Log& log, Report& report) {
+auto run(Pairs pairs, std::size_t threads, Log& log, Report& report) {
     pairs.found.reserve(pairs.count());
-    runBatch(pairs, log, report);
+    runBatch(pairs, threads, log, report);
     return std::move(pairs.found);
 }
 
 }  // namespace
 
-std::vector<ListedMaxSub> compareListMaxSub(const ListComparison& list, Log& log, Report& report) {
-    return run(ListedMaxSubPairs(list), log, report);
+std::vector<ListedMaxSub> compareListMaxSub(const ListComparison& list, Log& log, Report& report,
+                                            std::size_t threads) {
+    return run(ListedMaxSubPairs(list), threadsFor(list.parameters, threads), log, report);
 }
 
-std::vector<GdtResult> compareListGdt(const ListComparison& list, Log& log, Report& report) {
-    return run(ListedGdtPairs(list), log, report);
+std::vector<GdtResult> compareListGdt(const ListComparison& list, Log& log, Report& report,
+                                      std::size_t threads) {
+    return run(ListedGdtPairs(list), threadsFor(list.parameters, threads), log, report);
 }
 
 std::vector<ListedRmsd> compareListRmsd(const ListComparison& list, const RmsdOptions& options,
-                                        Log& log, Report& report) {
-    return run(ListedRmsdPairs(list, options), log, report);
+                                        Log& log, Report& report, std::size_t threads) {
+    return run(ListedRmsdPairs(list, options), threads, log, report);
 }
 
 }  // namespace tervolanda

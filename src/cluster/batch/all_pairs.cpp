@@ -52,6 +52,13 @@ class AllPairs {
         if (pair.prediction > 0) return {pair.experiment, pair.prediction - 1};
         return {pair.experiment + 1, pair.experiment};
     }
+    static BatchPair skip(BatchPair pair, std::size_t count) {
+        while (count > pair.prediction) {
+            count -= pair.prediction + 1;
+            pair = {pair.experiment + 1, pair.experiment};
+        }
+        return {pair.experiment, pair.prediction - count};
+    }
     static std::size_t together(BatchPair) { return 1; }
     const Chain& experiment(BatchPair pair) const { return chain(pair.experiment); }
     const Chain& prediction(BatchPair pair) const { return chain(pair.prediction); }
@@ -81,6 +88,17 @@ class MaxSubPairs : public AllPairs {
           recorder_(recorder),
           found{matrixWithDiagonal(list.size(), 1.0F), matrixWithDiagonal(list.size(), 0.0F),
                 pairMatrix(list.sets())} {}
+
+    ChunkNeeds chunkNeeds() const {
+        std::size_t longest = 0;
+        for (const CoordinateSet& set : sets)
+            longest = std::max(longest, set.size());
+        ChunkNeeds needs;
+        // Vectors that grow may be twice as long as what they hold.
+        needs.bytesOfPair =
+            sizeof(Outcome) + longest * (2 * sizeof(MatchedPair) + sizeof(std::int32_t));
+        return needs;
+    }
 
     void compute(BatchPair pair, std::span<Outcome> outcomes, BatchWorker& worker) const {
         Outcome& result = outcomes.front();
@@ -131,6 +149,8 @@ class GdtPairs : public AllPairs {
     GdtPairs(const PreparedList& list, const ComparisonParameters& parameters)
         : AllPairs(list), parameters_(parameters), found{matrixWithDiagonal(list.size(), 100.0F)} {}
 
+    static ChunkNeeds chunkNeeds() { return {}; }
+
     void compute(BatchPair pair, std::span<Outcome> outcomes, BatchWorker& worker) const {
         outcomes.front() = compareGdt(sets[pair.experiment], sets[pair.prediction], parameters_,
                                       worker.workspace, worker.report, worker.result)
@@ -176,6 +196,10 @@ class RmsdPairs : public AllPairs {
         if (!byPosition_) return 1;
         const std::size_t end = endOfRows(from.experiment);
         return end * (end - 1) / 2 - from.experiment * (from.experiment - 1) / 2;
+    }
+    ChunkNeeds chunkNeeds() const {
+        if (!byPosition_) return {};
+        return {2000, kRows * sets.size(), sizeof(Outcome)};
     }
     void compute(BatchPair from, std::span<Outcome> outcomes, BatchWorker& worker) const;
     void consume(BatchPair pair, const Outcome& cells) {
@@ -255,23 +279,24 @@ void mirror(Matrix<Value>& matrix) {
 }  // namespace
 
 MaxSubBatch compareAllMaxSub(const PreparedList& models, const ComparisonParameters& parameters,
-                             PairRecorder* recorder, Log& log, Report& report) {
+                             PairRecorder* recorder, Log& log, Report& report,
+                             std::size_t threads) {
     MaxSubPairs pairs(models, parameters, recorder);
-    runBatch(pairs, log, report);
+    runBatch(pairs, threadsFor(parameters, threads), log, report);
     return std::move(pairs.found);
 }
 
 GdtBatch compareAllGdt(const PreparedList& models, const ComparisonParameters& parameters, Log& log,
-                       Report& report) {
+                       Report& report, std::size_t threads) {
     GdtPairs pairs(models, parameters);
-    runBatch(pairs, log, report);
+    runBatch(pairs, threadsFor(parameters, threads), log, report);
     return std::move(pairs.found);
 }
 
 RmsdBatch compareAllRmsd(const PreparedList& models, const RmsdOptions& options, Log& log,
-                         Report& report) {
+                         Report& report, std::size_t threads) {
     RmsdPairs pairs(models, options, report.reports(ReportLevel::Passes));
-    runBatch(pairs, log, report);
+    runBatch(pairs, threads, log, report);
     mirror(pairs.found.rmsd);
     if (options.urmsd) mirror(pairs.found.urmsd);
     mirror(pairs.found.pairs);

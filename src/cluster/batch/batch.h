@@ -2,7 +2,8 @@
 //
 // Each batch writes its progress to `log`, as "Processed 20 of 190 MAXSUBs" before every twentieth
 // comparison; at report level 3 the names of the two models and the details of their comparison
-// follow.  Pairs are compared and brought in in their specified order.  Nothing is allocated for a
+// follow.  Pairs are brought in in their specified order, and by however many threads they are
+// compared, results and lines are the same to the last bit.  Nothing is allocated for a
 // pair of a list with itself, but for models larger than all before.
 #pragma once
 
@@ -75,13 +76,14 @@ struct MaxSubBatch {
 };
 // Without a recorder nothing else is kept.
 MaxSubBatch compareAllMaxSub(const PreparedList& models, const ComparisonParameters& parameters,
-                             PairRecorder* recorder, Log& log, Report& report);
+                             PairRecorder* recorder, Log& log, Report& report,
+                             std::size_t threads = 1);
 
 struct GdtBatch {
     DistanceMatrix gdt;  // 0 to 100, symmetric, 100 on the diagonal
 };
 GdtBatch compareAllGdt(const PreparedList& models, const ComparisonParameters& parameters, Log& log,
-                       Report& report);
+                       Report& report, std::size_t threads = 1);
 
 struct RmsdBatch {
     DistanceMatrix rmsd;   // Å; -1 where no fit was possible; 1 on the diagonal
@@ -89,7 +91,7 @@ struct RmsdBatch {
     PairMatrix pairs;      // 0 for fewer than 3
 };
 RmsdBatch compareAllRmsd(const PreparedList& models, const RmsdOptions& options, Log& log,
-                         Report& report);
+                         Report& report, std::size_t threads = 1);
 
 // --- One experiment with all models --------------------------------------------------------------
 
@@ -112,9 +114,11 @@ struct ListedMaxSub {
     double msi = 0.0;
     std::optional<Superposition> superposition;  // of the first domain, if any
 };
-std::vector<ListedMaxSub> compareListMaxSub(const ListComparison& list, Log& log, Report& report);
+std::vector<ListedMaxSub> compareListMaxSub(const ListComparison& list, Log& log, Report& report,
+                                            std::size_t threads = 1);
 
-std::vector<GdtResult> compareListGdt(const ListComparison& list, Log& log, Report& report);
+std::vector<GdtResult> compareListGdt(const ListComparison& list, Log& log, Report& report,
+                                      std::size_t threads = 1);
 
 struct ListedRmsd {
     std::optional<double> rmsd;  // Å; none without a fit
@@ -125,7 +129,7 @@ struct ListedRmsd {
     std::optional<Superposition> superposition;
 };
 std::vector<ListedRmsd> compareListRmsd(const ListComparison& list, const RmsdOptions& options,
-                                        Log& log, Report& report);
+                                        Log& log, Report& report, std::size_t threads = 1);
 
 // The model IDs in matrix order.
 std::vector<std::uint32_t> modelIds(const ChainList& models);

@@ -1,4 +1,6 @@
-// What a batch prints besides its results.
+// What a batch prints besides its results, and how it is shared among threads.
+#include <algorithm>
+
 #include "base/log.h"
 #include "cluster/batch/run_batch.h"
 
@@ -8,6 +10,7 @@ BatchLines::BatchLines(const char* name, std::size_t count, Log& log, Report& re
     : name_(name),
       count_(count),
       namesChains_(report.reports(ReportLevel::Numbers)),
+      showsPasses_(report.reports(ReportLevel::Passes)),
       log_(log),
       report_(report) {
     printProgress();
@@ -37,6 +40,25 @@ void BatchLines::finishPair() {
 void reportTotal(const ComparisonResult& result, Report& report) {
     report.report(ReportLevel::Numbers, "Total: Pairs=%4u. MAXSUB=%5.3f. MSI=%5.3f\n\n",
                   result.pairs, result.maxsub, result.msi);
+}
+
+std::size_t threadsFor(const ComparisonParameters& parameters, std::size_t threads) {
+    return parameters.similarityMatrix && parameters.sequenceIndependent ? 1 : threads;
+}
+
+ChunkPlan::ChunkPlan(ChunkNeeds needs, std::size_t count, std::size_t threads, bool showsPasses) {
+    constexpr std::size_t kTurns = 16;     // of a thread, at least: the last ones end together
+    constexpr std::size_t kMostSlots = 8;  // of a thread
+    constexpr std::size_t kRing = std::size_t{4} << 20;   // bytes of a thread's outcomes
+    constexpr std::size_t kLines = std::size_t{1} << 20;  // and of its captured lines
+    const std::size_t bytesOfPair = std::max<std::size_t>(needs.bytesOfPair, 1);
+    const std::size_t mostPairs =
+        showsPasses ? 1 : std::min(needs.pairs, kRing / kMostSlots / bytesOfPair);
+    pairs =
+        std::clamp<std::size_t>(count / (threads * kTurns), 1, std::max<std::size_t>(mostPairs, 1));
+    const std::size_t bytes = bytesOfPair * std::max(pairs, needs.together);
+    slots = threads * std::clamp<std::size_t>(kRing / bytes, 2, kMostSlots);
+    mostBytes = threads * kLines;
 }
 
 void BatchLines::finish() {

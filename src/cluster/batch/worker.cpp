@@ -6,16 +6,16 @@ namespace tervolanda {
 BatchWorker::BatchWorker(const Report& pattern)
     : log_([this](LogLevel severity, std::string_view text) {
           if (severity == LogLevel::Report) {
-              lines_ += text;
+              captured.add(text);
           } else {
-              faults_.emplace_back(text);
+              captured.addFault(text);
           }
       }),
       report(pattern.into(log_)) {}
 
-void BatchWorker::start() {
+void CapturedLines::clear() {
     lines_.clear();
-    lineEnds_.clear();
+    ends_.clear();
     faults_.clear();
     finished_ = 0;
 }
