@@ -4,7 +4,7 @@
 #include <benchmark/benchmark.h>
 
 #include "compare/compare.h"
-#include "compare/workspace.h"
+#include "compare/scratch.h"
 #include "support/support.h"
 
 namespace tervolanda {
@@ -36,21 +36,21 @@ struct Pair {
 void fitOfAllPairs(benchmark::State& state) {
     const Pair pair(state.range(0));
     test::CapturedLog log;
-    ComparisonWorkspace workspace;
-    mapByResidue(pair.experiment, pair.prediction, workspace.mapping, log.report);
-    workspace.placePairs(pair.experiment, pair.prediction, workspace.mapping.pairs);
+    ComparisonScratch scratch(bestKernels());
+    mapByResidue(pair.experiment, pair.prediction, scratch.mapping, log.report);
+    scratch.placePairs(pair.experiment, pair.prediction, scratch.mapping.pairs);
     for (auto _ : state) {
-        benchmark::DoNotOptimize(fitPairs(workspace.pairs, workspace.kernels()));
+        benchmark::DoNotOptimize(fitPairs(scratch.pairs, scratch.kernels));
     }
 }
 
 void mapping(benchmark::State& state) {
     const Pair pair(state.range(0));
     test::CapturedLog log;
-    ComparisonWorkspace workspace;
+    ResidueMapping mapped;
     for (auto _ : state) {
-        mapByResidue(pair.experiment, pair.prediction, workspace.mapping, log.report);
-        benchmark::DoNotOptimize(workspace.mapping.pairs.data());
+        mapByResidue(pair.experiment, pair.prediction, mapped, log.report);
+        benchmark::DoNotOptimize(mapped.pairs.data());
     }
 }
 

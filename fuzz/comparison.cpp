@@ -13,7 +13,6 @@
 #include "chains.h"
 #include "compare/compare.h"
 #include "compare/fit/kernels.h"
-#include "compare/workspace.h"
 #include "support.h"
 #include "support/support.h"
 

@@ -6,7 +6,6 @@
 #include <tervolanda/base/log.h>
 #include <tervolanda/chain/input/input.h>
 #include <tervolanda/compare/compare.h>
-#include <tervolanda/compare/workspace.h>
 
 using namespace tervolanda;
 

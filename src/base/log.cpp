@@ -71,11 +71,6 @@ void Log::incompleteFile(const std::string& path) {
     error(0, "Failed to write file '%s' - %s", path.c_str(), systemErrorText());
 }
 
-void Log::passOnIncompleteFile(const std::string& line) {
-    hasIncompleteFile_ = true;
-    error(0, "%s", line.c_str());
-}
-
 void FaultReport::error(std::uint64_t times, const char* pattern, ...) {
     const std::uint64_t listed = std::min(times, kMostLines - std::min(kMostLines, count_));
     count_ += times;

@@ -64,8 +64,6 @@ class Log {
     // the failure to; the run will end with status 1.
     void incompleteFile(const std::string& path);
     bool hasIncompleteFile() const { return hasIncompleteFile_; }
-    // The same for the line, without its prefix, that another log was given.
-    void passOnIncompleteFile(const std::string& line);
 
  private:
     [[gnu::format(printf, 4, 0)]] void writeList(LogLevel severity, int detail, const char* pattern,
@@ -115,7 +113,6 @@ class Report {
     bool reports(ReportLevel level) const { return reportLevel_ >= static_cast<int>(level); }
     // One of the same level that writes to another log.
     Report into(Log& log) const { return {log, reportLevel_}; }
-    void incompleteFile(const std::string& path) { log_->incompleteFile(path); }
 
     // The same, saying nothing.
     Report silent() const { return {*log_, 0}; }

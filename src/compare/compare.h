@@ -5,9 +5,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
-#include <span>
-#include <string>
 #include <vector>
 
 #include "chain/chain.h"
@@ -18,7 +17,9 @@ namespace tervolanda {
 
 class Report;
 enum class ReportLevel : int;
-class ComparisonWorkspace;  // compare/workspace.h
+class SimilaritySink;  // compare/pairing/similarity.h
+struct Kernels;        // compare/fit/kernels.h
+struct ComparisonScratch;
 
 // What a comparison is asked to do.  The initial values are those of a block that no command line
 // has filled.
@@ -39,12 +40,32 @@ struct ComparisonParameters {
     double minIterationScore = 0.0;    // below this counts as 0
     bool maxRMSD = false;              // select by RMSD instead of by distance
     bool sequenceIndependent = false;  // pair residues by structure
-    bool similarityMatrix = false;     // dump the similarity matrices
+    bool similarityMatrix = false;     // show the similarity matrices to the sink
     int optimisations = 0;             // passes of re-mapping
     double gapOpen = -0.6;
     double gapAffine = 0.0;
     int seedLevels = 1;      // seed lengths are the pairs / 2^i, i = 0 .. seedLevels
     double gdtCutoff = 4.0;  // GDT looks at 1/4, 1/2, 1 and 2 times this, Å
+    // Takes the similarity matrices of sequence-independent searches, lent.  Comparisons that share
+    // a sink must not run side by side.
+    SimilaritySink* similaritySink = nullptr;
+};
+
+// The scratch of one comparison at a time.  It grows to the largest pair of chains seen and is
+// reused, so that a batch allocates nothing per pair.  Comparisons may run side by side when each
+// has a workspace of its own.
+class ComparisonWorkspace {
+ public:
+    ComparisonWorkspace();  // with the fastest loops of this processor
+    explicit ComparisonWorkspace(const Kernels& kernels);
+    ComparisonWorkspace(const ComparisonWorkspace&) = delete;
+    ComparisonWorkspace& operator=(const ComparisonWorkspace&) = delete;
+    ~ComparisonWorkspace();
+
+    ComparisonScratch& scratch() { return *scratch_; }
+
+ private:
+    std::unique_ptr<ComparisonScratch> scratch_;
 };
 
 // Moves every atom of a chain.
@@ -62,16 +83,21 @@ struct DomainIteration {
     double distanceCutoff = 0.0;  // Å, as used
 };
 
-// What one comparison yields.  An object that is used again keeps its memory, so that a batch does
-// not allocate for every pair.
-struct ComparisonResult {
-    std::uint32_t pairs = 0;   // in the MaxSub subset, over all iterations
-    std::uint32_t mapped = 0;  // residue pairs of the mapping, first iteration
-    double rmsd = 0.0;         // of the subset under its superposition, Å
-    double grmsd = 0.0;        // of all mapped pairs under the same superposition, Å
-    double maxsub = 0.0;       // 0..1, total over the iterations
-    double tm = 0.0;           // 0..1
-    double msi = 0.0;          // MaxSub index over the iterations
+// The figures of a MaxSub subset and its superposition.
+struct Scores {
+    std::uint32_t pairs = 0;  // in the subset
+    double rmsd = 0.0;        // of the subset, Å
+    double grmsd = 0.0;       // of all mapped pairs, Å
+    double maxsub = 0.0;      // 0..1
+    double tm = 0.0;          // 0..1
+};
+
+// What one comparison yields: the scores of the first iteration, but for `pairs` and `maxsub`,
+// which are totals over the iterations.  An object that is used again keeps its memory, so that a
+// batch does not allocate for every pair.
+struct ComparisonResult : Scores {
+    std::uint32_t mapped = 0;                 // residue pairs of the mapping, first iteration
+    double msi = 0.0;                         // MaxSub index over the iterations
     std::vector<DomainIteration> iterations;  // those that counted, in order
     std::vector<MatchedPair> matched;         // iteration by iteration, in mapped order
     std::vector<std::int32_t> partners;  // per prediction record: experiment record or -1, first

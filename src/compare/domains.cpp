@@ -14,31 +14,29 @@ namespace {
 // them where the cut-off is absurdly small, and not worth a thorough search.
 constexpr std::uint32_t kSmallestDomain = 20;
 
+// Invariant: result_ has what the iterations so far found, in records of the whole chains.
 class DomainIterations {
  public:
-    DomainIterations(const CoordinateSet& experiment, const CoordinateSet& prediction,
-                     const ComparisonParameters& parameters, Calibration calibration,
-                     ComparisonWorkspace& workspace, Report& report, ComparisonResult& result)
-        : experiment_(experiment),
-          prediction_(prediction),
-          parameters_(parameters),
-          calibration_(calibration),
-          workspace_(workspace),
+    DomainIterations(const SearchTask& whole, ComparisonScratch& scratch, Report& report,
+                     ComparisonResult& result)
+        : whole_(whole),
+          experimentLength_(whole.experiment.size()),
+          scratch_(scratch),
           report_(report),
           result_(result),
-          most_(std::max(parameters.iterations, 1U)) {}
+          most_(std::max(whole.parameters.iterations, 1U)) {}
 
     void run() {
         result_.clear();
         for (std::uint32_t iteration = 1; iteration <= most_; ++iteration) {
-            const SearchResult found = search(iteration);
+            const SearchResult& found = search(iteration);
             if (iteration == 1) keepFirst(found);
-            foundDomain_ = found.pairs >= kSmallestDomain;
-            if (calibration_ == Calibration::Once) cutoff_ = found.distanceCutoff;
-            const double score = significantScore(found, parameters_, experiment_.size());
+            foundDomain_ = found.scores.pairs >= kSmallestDomain;
+            if (whole_.calibration == Calibration::Once) cutoff_ = found.distanceCutoff;
+            const double score = significantScore(found, whole_.parameters, experimentLength_);
             if (score == 0.0) {
                 // Without a superposition no residue counts as paired.
-                if (iteration == 1) result_.partners.assign(prediction_.size(), -1);
+                if (iteration == 1) result_.partners.assign(whole_.prediction.size(), -1);
                 report_.report(ReportLevel::Alignment, "\n");
                 report_.report(ReportLevel::Alignment,
                                "Exiting iterations at %u / %u - Insignificant MAXSUB scores\n",
@@ -49,40 +47,49 @@ class DomainIterations {
             report_.report(
                 ReportLevel::Numbers,
                 "Iter %u: Pairs=%4d, RMSD=%6.3f, MAXSUB=%5.3f. Len=%4d. gRMSD=%6.3f, TM=%5.3f\n",
-                iteration, static_cast<int>(found.pairs), found.rmsd, found.maxsub,
-                static_cast<int>(found.mapped), found.grmsd, found.tm);
+                iteration, static_cast<int>(found.scores.pairs), found.scores.rmsd,
+                found.scores.maxsub, static_cast<int>(found.mapped), found.scores.grmsd,
+                found.scores.tm);
             reportSuperposition(found.superposition, ReportLevel::Passes, report_);
-            if (result_.matched.size() + 2 >= experiment_.size()) {
+            if (result_.matched.size() + 2 >= experimentLength_) {
                 report_.report(
                     ReportLevel::Alignment,
                     "Exiting iterations at %u / %u - No more subsets (%u / %u matched)\n",
                     iteration, most_, static_cast<unsigned>(result_.matched.size()),
-                    static_cast<unsigned>(experiment_.size()));
+                    static_cast<unsigned>(experimentLength_));
                 return;
             }
         }
     }
 
  private:
-    SearchResult search(std::uint32_t iteration) {
-        const SearchTask task{iteration, experiment_.size(), calibration_, cutoff_,
-                              iteration == 1 || foundDomain_};
+    const SearchResult& search(std::uint32_t iteration) {
         if (iteration == 1) {
-            return searchMaxSub(experiment_, prediction_, parameters_, task, workspace_, report_);
+            searchMaxSub(whole_, scratch_, report_, scratch_.first);
+            return scratch_.first;
         }
-        WorkingSets& working = workspace_.working;
+        WorkingSets& working = scratch_.working;
         markLeft(working);
-        selectRecords(experiment_, working.experimentLeft, working.experiment,
+        selectRecords(whole_.experiment, working.experimentLeft, working.experiment,
                       working.experimentRecord);
-        selectRecords(prediction_, working.predictionLeft, working.prediction,
+        selectRecords(whole_.prediction, working.predictionLeft, working.prediction,
                       working.predictionRecord);
-        return searchMaxSub(working.experiment, working.prediction, parameters_, task, workspace_,
-                            report_);
+        const SearchTask rest{.experiment = working.experiment,
+                              .prediction = working.prediction,
+                              .parameters = whole_.parameters,
+                              .matrices = whole_.matrices,
+                              .experimentLength = whole_.experimentLength,
+                              .iteration = iteration,
+                              .calibration = whole_.calibration,
+                              .cutoff = cutoff_,
+                              .thorough = foundDomain_};
+        searchMaxSub(rest, scratch_, report_, scratch_.further);
+        return scratch_.further;
     }
 
     void markLeft(WorkingSets& working) const {
-        working.experimentLeft.assign(experiment_.size(), 1);
-        working.predictionLeft.assign(prediction_.size(), 1);
+        working.experimentLeft.assign(experimentLength_, 1);
+        working.predictionLeft.assign(whole_.prediction.size(), 1);
         for (const MatchedPair& pair : result_.matched) {
             working.experimentLeft[pair.experiment] = 0;
             working.predictionLeft[pair.prediction] = 0;
@@ -91,36 +98,34 @@ class DomainIterations {
 
     // What is reported of the first iteration whatever its score.
     void keepFirst(const SearchResult& found) {
+        static_cast<Scores&>(result_) = found.scores;
+        result_.pairs = 0;
+        result_.maxsub = 0.0;
         result_.mapped = found.mapped;
-        result_.rmsd = found.rmsd;
-        result_.grmsd = found.grmsd;
-        result_.tm = found.tm;
-        result_.partners = workspace_.bestMapping.predictionPartner;
+        result_.partners = found.mapping.predictionPartner;
     }
 
     void accumulate(const SearchResult& found, double score, std::uint32_t iteration) {
         result_.maxsub += score;
         result_.msi += result_.maxsub;
-        result_.pairs += found.pairs;
+        result_.pairs += found.scores.pairs;
         result_.iterations.push_back(
-            {found.superposition, found.pairs, score, found.distanceCutoff});
-        for (const std::uint32_t position : workspace_.bestPassSubset) {
-            MatchedPair pair = workspace_.bestMapping.pairs[position];
+            {found.superposition, found.scores.pairs, score, found.distanceCutoff});
+        for (const std::uint32_t position : found.subset) {
+            MatchedPair pair = found.mapping.pairs[position];
             if (iteration > 1) {
-                pair.experiment = workspace_.working.experimentRecord[pair.experiment];
-                pair.prediction = workspace_.working.predictionRecord[pair.prediction];
+                pair.experiment = scratch_.working.experimentRecord[pair.experiment];
+                pair.prediction = scratch_.working.predictionRecord[pair.prediction];
             }
             pair.iteration = iteration - 1;
             result_.matched.push_back(pair);
         }
     }
 
-    const CoordinateSet& experiment_;
-    const CoordinateSet& prediction_;
-    const ComparisonParameters& parameters_;
-    Calibration calibration_;
+    const SearchTask& whole_;
+    std::size_t experimentLength_;
     double cutoff_ = 0.0;  // of all iterations, Å; 0 as long as each makes its own
-    ComparisonWorkspace& workspace_;
+    ComparisonScratch& scratch_;
     Report& report_;
     ComparisonResult& result_;
     std::uint32_t most_;
@@ -130,25 +135,33 @@ class DomainIterations {
 }  // namespace
 
 void ComparisonResult::clear() {
-    pairs = 0;
+    static_cast<Scores&>(*this) = {};
     mapped = 0;
-    rmsd = grmsd = maxsub = tm = msi = 0.0;
+    msi = 0.0;
     iterations.clear();
     matched.clear();
     partners.clear();
 }
 
-void searchDomains(const CoordinateSet& experiment, const CoordinateSet& prediction,
-                   const ComparisonParameters& parameters, Calibration calibration,
-                   ComparisonWorkspace& workspace, Report& report, ComparisonResult& result) {
-    DomainIterations(experiment, prediction, parameters, calibration, workspace, report, result)
-        .run();
+SearchTask wholeChains(const CoordinateSet& experiment, const CoordinateSet& prediction,
+                       const ComparisonParameters& parameters) {
+    return {.experiment = experiment,
+            .prediction = prediction,
+            .parameters = parameters,
+            .matrices = parameters.similarityMatrix ? parameters.similaritySink : nullptr,
+            .experimentLength = experiment.size()};
+}
+
+const SearchResult& searchDomains(const SearchTask& whole, ComparisonScratch& scratch,
+                                  Report& report, ComparisonResult& result) {
+    DomainIterations(whole, scratch, report, result).run();
+    return scratch.first;
 }
 
 void compareMaxSub(const CoordinateSet& experiment, const CoordinateSet& prediction,
                    const ComparisonParameters& parameters, ComparisonWorkspace& workspace,
                    Report& report, ComparisonResult& result) {
-    searchDomains(experiment, prediction, parameters, Calibration::EverySearch, workspace, report,
+    searchDomains(wholeChains(experiment, prediction, parameters), workspace.scratch(), report,
                   result);
 }
 

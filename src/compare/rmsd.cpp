@@ -5,7 +5,7 @@
 #include <cmath>
 
 #include "base/log.h"
-#include "compare/workspace.h"
+#include "compare/scratch.h"
 
 namespace tervolanda {
 
@@ -38,19 +38,19 @@ void collectCalphaPairs(const CoordinateSet& prediction, const std::vector<Match
 // rotation of that fit.  0 when there are too few pairs or no rotation fits.
 double unitVectorRmsd(const CoordinateSet& experiment, const CoordinateSet& prediction,
                       const std::vector<MatchedPair>& calphas, const Rotation& rotation,
-                      ComparisonWorkspace& workspace, Rotation& unitRotation) {
+                      ComparisonScratch& scratch, Rotation& unitRotation) {
     if (calphas.size() < kFewestUnitVectorPairs) return 0.0;
-    workspace.placePairs(experiment, prediction, calphas);
-    PairedPoints& pairs = workspace.pairs;
+    scratch.placePairs(experiment, prediction, calphas);
+    PairedPoints& pairs = scratch.pairs;
     makeUnitVectors(pairs.experiment);
     makeUnitVectors(pairs.prediction);
     rotate(rotation, pairs.prediction);
-    workspace.squaredDeviation.resize(pairs.size());
-    const auto fit = fitPairs(pairs, workspace.kernels());
+    scratch.squaredDeviation.resize(pairs.size());
+    const auto fit = fitPairs(pairs, scratch.kernels);
     if (!fit) return 0.0;
-    squaredDeviations(pairs, *fit, workspace.kernels(), workspace.squaredDeviation);
+    squaredDeviations(pairs, *fit, scratch.kernels, scratch.squaredDeviation);
     unitRotation = fit->rotation;
-    return fitRmsd(*fit, workspace.squaredDeviation);
+    return fitRmsd(*fit, scratch.squaredDeviation);
 }
 
 }  // namespace
@@ -61,7 +61,8 @@ void compareRmsd(const CoordinateSet& experiment, const CoordinateSet& predictio
     result.rmsd.reset();
     result.urmsd = 0.0;
     result.superposition = Superposition{};
-    ResidueMapping& mapping = workspace.mapping;
+    ComparisonScratch& scratch = workspace.scratch();
+    ResidueMapping& mapping = scratch.mapping;
     if (haveSameEnds(experiment, prediction)) {
         mapByPosition(experiment, prediction, mapping);
     } else {
@@ -77,19 +78,19 @@ void compareRmsd(const CoordinateSet& experiment, const CoordinateSet& predictio
         }
         return;
     }
-    workspace.placePairs(experiment, prediction, mapping.pairs);
-    const auto fit = fitPairs(workspace.pairs, workspace.kernels());
+    scratch.placePairs(experiment, prediction, mapping.pairs);
+    const auto fit = fitPairs(scratch.pairs, scratch.kernels);
     if (!fit) {
         report.report(ReportLevel::Numbers, "RMSD failed, unable to converge\n");
         return;
     }
-    squaredDeviations(workspace.pairs, *fit, workspace.kernels(), workspace.squaredDeviation);
-    result.rmsd = fitRmsd(*fit, workspace.squaredDeviation);
-    result.superposition = asSuperposition(workspace.pairs, *fit);
+    squaredDeviations(scratch.pairs, *fit, scratch.kernels, scratch.squaredDeviation);
+    result.rmsd = fitRmsd(*fit, scratch.squaredDeviation);
+    result.superposition = asSuperposition(scratch.pairs, *fit);
     if (options.urmsd) {
         Rotation unitRotation{};
         result.urmsd = unitVectorRmsd(experiment, prediction, result.matched, fit->rotation,
-                                      workspace, unitRotation);
+                                      scratch, unitRotation);
         if (options.urmsdRotation && result.urmsd > 0.0) {
             result.superposition.rotation = compose(unitRotation, fit->rotation);
         }

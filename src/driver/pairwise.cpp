@@ -6,7 +6,6 @@
 
 #include "base/log.h"
 #include "compare/compare.h"
-#include "compare/workspace.h"
 #include "driver/model_input.h"
 #include "driver/modes.h"
 #include "driver/outputs.h"

@@ -16,12 +16,15 @@
 #include "driver/modes.h"
 #include "driver/outputs.h"
 #include "driver/settings.h"
+#include "export/export.h"
 
 namespace tervolanda {
 
 namespace {
 
-int runMode(const Settings& settings, Log& log) {
+int runMode(Settings settings, Log& log) {
+    SimilarityMatrixFiles matrices(log);
+    settings.comparison.similaritySink = &matrices;
     ResidueExclusions exclusions;
     if (settings.input.exclusionFile) {
         // A file that cannot be read is reported, and the run goes on without it.

@@ -7,6 +7,7 @@
 
 #include "chain/chain.h"
 #include "cluster/cluster.h"
+#include "compare/pairing/similarity.h"
 
 namespace tervolanda {
 
@@ -34,5 +35,19 @@ struct JuryThresholds {
 };
 void printJuryTable(std::span<const JuryScore> ranking, const JuryThresholds& thresholds,
                     const ChainList& chains, Log& log);
+
+// Each similarity matrix as "align.matrix.<iteration>.<pass>" in the working folder, where every
+// comparison writes over the files of those before.  After a file that cannot be written there are
+// no others: one that cannot be opened is a line at report level 5, one that cannot be written to
+// its end an ERROR.
+class SimilarityMatrixFiles final : public SimilaritySink {
+ public:
+    explicit SimilarityMatrixFiles(Log& log) : log_(log) {}
+    void take(const SimilarityMatrix& matrix, Report& report) override;
+
+ private:
+    Log& log_;
+    bool hasFailed_ = false;
+};
 
 }  // namespace tervolanda

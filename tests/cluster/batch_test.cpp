@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "base/log.h"
-#include "compare/workspace.h"
 #include "support/support.h"
 
 namespace tervolanda {

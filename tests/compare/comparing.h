@@ -4,8 +4,8 @@
 #include <string>
 
 #include "compare/compare.h"
+#include "compare/fit/superposition.h"
 #include "compare/literal.h"
-#include "compare/workspace.h"
 #include "support/support.h"
 
 namespace tervolanda::test {

@@ -10,6 +10,7 @@
 
 #include "compare/comparing.h"
 #include "compare/fit/tm_scale.h"
+#include "compare/seed_search.h"
 
 namespace tervolanda::test {
 namespace {

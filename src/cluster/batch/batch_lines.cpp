@@ -26,10 +26,8 @@ void BatchLines::printNames(const Chain& experiment, const Chain& prediction) {
                    experiment.fileName.c_str());
 }
 
-void BatchLines::printDetails(std::string_view lines, const std::vector<std::string>& faults) {
+void BatchLines::printDetails(std::string_view lines) {
     if (!lines.empty()) log_.report(lines);
-    for (const std::string& fault : faults)
-        log_.passOnIncompleteFile(fault);
 }
 
 void BatchLines::finishPair() {

@@ -46,7 +46,7 @@ class BatchLines {
     bool namesChains() const { return namesChains_; }
     // The lines of a pair, the names of its chains first.
     void printNames(const Chain& experiment, const Chain& prediction);
-    void printDetails(std::string_view lines, const std::vector<std::string>& faults);
+    void printDetails(std::string_view lines);
     // Whether a comparison may say much: each of its passes.
     bool showsPasses() const { return showsPasses_; }
     void finishPair();
@@ -66,8 +66,7 @@ class BatchLines {
     Report& report_;
 };
 
-// The threads for a batch of searches: one where each pair writes similarity matrices, which are
-// files of the same names.
+// The threads for a batch of searches: one where each pair shows similarity matrices to a sink.
 std::size_t threadsFor(const ComparisonParameters& parameters, std::size_t threads);
 
 // The line of what a search with several domains found in all; at report level 3.
@@ -98,7 +97,7 @@ BatchPair consumePairs(Batch& batch, BatchPair pair, std::span<const Outcome> ou
                        const CapturedLines& captured, BatchLines& lines) {
     for (std::size_t k = 0; k < outcomes.size(); ++k) {
         if (lines.namesChains()) lines.printNames(batch.experiment(pair), batch.prediction(pair));
-        lines.printDetails(captured.linesOf(k), captured.faults());
+        lines.printDetails(captured.linesOf(k));
         batch.consume(pair, outcomes[k]);
         lines.finishPair();
         pair = batch.next(pair);

@@ -4,19 +4,12 @@
 namespace tervolanda {
 
 BatchWorker::BatchWorker(const Report& pattern)
-    : log_([this](LogLevel severity, std::string_view text) {
-          if (severity == LogLevel::Report) {
-              captured.add(text);
-          } else {
-              captured.addFault(text);
-          }
-      }),
+    : log_([this](LogLevel, std::string_view text) { captured.add(text); }),
       report(pattern.into(log_)) {}
 
 void CapturedLines::clear() {
     lines_.clear();
     ends_.clear();
-    faults_.clear();
     finished_ = 0;
 }
 

@@ -10,7 +10,6 @@
 #include "base/log.h"
 #include "compare/compare.h"
 #include "compare/positional_rmsd.h"
-#include "compare/workspace.h"
 
 namespace tervolanda {
 
@@ -22,7 +21,6 @@ class CapturedLines {
     // Forgets everything, but keeps the memory.
     void clear();
     void add(std::string_view text) { lines_ += text; }
-    void addFault(std::string_view line) { faults_.emplace_back(line); }
     // The lines added since the last call belong to the next pair.
     void finishPair() {
         if (!lines_.empty()) {
@@ -37,9 +35,6 @@ class CapturedLines {
         const std::size_t first = k == 0 ? 0 : ends_[k - 1];
         return std::string_view(lines_).substr(first, ends_[k] - first);
     }
-    // ERROR lines of files that could not be written, if any: only the similarity matrices of a
-    // search are written while it goes on.
-    const std::vector<std::string>& faults() const { return faults_; }
     std::size_t bytes() const { return lines_.size(); }
     std::size_t capacity() const { return lines_.capacity(); }
 
@@ -47,7 +42,6 @@ class CapturedLines {
     std::string lines_;
     std::vector<std::size_t> ends_;  // one a pair; none before the first line
     std::size_t finished_ = 0;       // pairs
-    std::vector<std::string> faults_;
 };
 
 // All that computing a pair may write to.  Pairs can be computed side by side when each worker has

@@ -10,4 +10,10 @@ double distanceScale(double length, double scaleFactor);
 // The same, held within 3.5 to 8 Å.
 double clampedDistanceScale(double length, double scaleFactor);
 
+// What a pair at a squared distance adds to the TM-score, and to MaxSub with the cut-off as scale,
+// before either is divided by a length.
+inline double tmTerm(double squared, double scaleSquared) {
+    return 1.0 / (1.0 + squared / scaleSquared);
+}
+
 }  // namespace tervolanda

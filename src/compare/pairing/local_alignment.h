@@ -3,8 +3,9 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <span>
 #include <vector>
+
+#include "compare/pairing/similarity.h"
 
 namespace tervolanda {
 
@@ -21,18 +22,6 @@ struct AlignedPair {
     std::uint32_t row = 0;
     std::uint32_t column = 0;
     bool operator==(const AlignedPair&) const = default;
-};
-
-// What an alignment goes by, made a row at a time: a matrix of two long chains need not fit memory.
-class SimilarityRows {
- public:
-    virtual std::size_t rows() const = 0;
-    virtual std::size_t columns() const = 0;
-    // Fills one row; `similarities` has an entry a column.  They are finite.
-    virtual void fillRow(std::size_t row, std::span<float> similarities) const = 0;
-
- protected:
-    ~SimilarityRows() = default;
 };
 
 // The local alignment of highest score (Smith & Waterman 1981) with affine gaps (Gotoh 1982).

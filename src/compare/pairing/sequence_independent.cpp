@@ -6,10 +6,7 @@
 #include "compare/pairing/sequence_independent.h"
 
 #include <algorithm>
-#include <string>
 
-#include "base/file.h"
-#include "base/format.h"
 #include "base/log.h"
 #include "compare/fit/tm_scale.h"
 #include "compare/pairing/residue_similarity.h"
@@ -23,7 +20,7 @@ constexpr std::uint32_t kMiddle = kFragmentLength / 2;
 constexpr std::uint32_t kFragmentResidues = kFragmentLength + 1;
 
 // Fragments stand for their middle residues; the first and the last of the alignment for the
-// residues before and behind their middle as well, which no other fragment can stand for.
+// residues before and after their middle as well, which no other fragment can stand for.
 void pairFragments(const Pairing& fragments, Pairing& residues) {
     residues.clear();
     if (fragments.empty()) return;
@@ -50,30 +47,8 @@ double mean(const SimilarityRows& similarity) {
     return cells == 0 ? 0.0 : sum / static_cast<double>(cells);
 }
 
-void writeMatrix(const SimilarityRows& similarity, const std::string& fileName, bool fragments,
-                 OutputFile& file) {
-    file.print("# View similarity matrix with following command\n");
-    file.print(
-        "# matrix2png -data %s -b -bkgcolor white -mincolor green -maxcolor red -missingcolor grey "
-        "-size 10:10 -range 0:%d > out.png\n",
-        fileName.c_str(), fragments ? 10 : 1);
-    file.write("*");
-    for (std::size_t j = 1; j <= similarity.columns(); ++j)
-        file.print("\t%zu", j);
-    file.write("\n");
-    std::vector<float> row(similarity.columns());
-    for (std::size_t i = 0; i < similarity.rows(); ++i) {
-        similarity.fillRow(i, row);
-        file.print("%zu", i + 1);
-        for (const float value : row) {
-            if (fragments) {
-                file.print("\t%.1f", static_cast<double>(value));
-            } else {
-                file.print("\t%g", static_cast<double>(value));
-            }
-        }
-        file.write("\n");
-    }
+void show(const SimilarityMatrix& matrix, const MappingTask& task, Report& report) {
+    if (task.matrices != nullptr) task.matrices->take(matrix, report);
 }
 
 }  // namespace
@@ -100,7 +75,7 @@ std::vector<Pairing> StructureMapper::findStarts(const MappingTask& task, const 
         return {pairing_};
     }
     const FragmentScores similarity(ofExperiment, ofPrediction);
-    dump(task, 0, Cells::FragmentScores, similarity, report);
+    show({similarity, SimilarityMatrix::Cells::FragmentScores, task.iteration, 0}, task, report);
     scratch_.aligner.align(similarity, task.penalties, fragments_);
     pairFragments(fragments_, pairing_);
     if (!task.thorough) return {pairing_};
@@ -122,28 +97,11 @@ void StructureMapper::mapByDistance(const MappingTask& task, const Superposition
         report.report(ReportLevel::Mapping, "Opt  %u: Average similarity score = %.3f\n", pass,
                       mean(similarity));
     }
-    dump(task, pass, Cells::Similarities, similarity, report);
+    show({similarity, SimilarityMatrix::Cells::Similarities, task.iteration, pass}, task, report);
     scratch_.aligner.align(similarity, task.penalties, pairing_);
     setMapping(pairing_, task, mapping);
     report.report(ReportLevel::Mapping, "Opt  %u: Mapped %u residues\n", pass,
                   static_cast<unsigned>(mapping.size()));
-}
-
-void StructureMapper::dump(const MappingTask& task, std::uint32_t pass, Cells cells,
-                           const SimilarityRows& similarity, Report& report) {
-    if (!task.similarityMatrix || dumpFailed_) return;
-    const std::string fileName = format("align.matrix.%u.%u", task.iteration, pass);
-    OutputFile file(fileName);
-    if (!file.isOpen()) {
-        dumpFailed_ = true;
-        report.report(ReportLevel::Passes, "Failed to open alignment similarity matrix '%s'\n",
-                      fileName.c_str());
-        return;
-    }
-    writeMatrix(similarity, fileName, cells == Cells::FragmentScores, file);
-    if (file.commit()) return;
-    dumpFailed_ = true;
-    report.incompleteFile(fileName);
 }
 
 }  // namespace tervolanda

@@ -7,6 +7,7 @@
 #include "compare/fit/kernels.h"
 #include "compare/pairing/local_alignment.h"
 #include "compare/pairing/mapping.h"
+#include "compare/pairing/similarity.h"
 #include "compare/pairing/starting_pairings.h"
 
 namespace tervolanda {
@@ -16,10 +17,10 @@ struct MappingTask {
     const CoordinateSet& experiment;
     const CoordinateSet& prediction;
     GapPenalties penalties;
-    double thresholdScale = 1.0;    // factor on the length-dependent distance scale
-    bool similarityMatrix = false;  // dump the similarity matrices
-    std::uint32_t iteration = 1;    // domain iteration, for report lines and file names
-    bool thorough = true;           // look for other starts than the pairing by shape
+    double thresholdScale = 1.0;         // factor on the length-dependent distance scale
+    SimilaritySink* matrices = nullptr;  // takes the matrix of each alignment
+    std::uint32_t iteration = 1;         // domain iteration, for report lines and the sink
+    bool thorough = true;                // look for other starts than the pairing by shape
 };
 
 // Makes a mapping of a pairing of the task's chains.
@@ -42,16 +43,8 @@ class StructureMapper {
                        std::uint32_t pass, ResidueMapping& mapping, Report& report);
 
  private:
-    enum class Cells : std::uint8_t { FragmentScores, Similarities };
-
-    // Writes the matrix to "align.matrix.<iteration>.<pass>" in the working folder, if asked for.
-    // The alignment before the first pass is that of pass 0.
-    void dump(const MappingTask& task, std::uint32_t pass, Cells cells,
-              const SimilarityRows& similarity, Report& report);
-
     StartScratch scratch_;
     Pairing fragments_, pairing_;
-    bool dumpFailed_ = false;  // from then on nothing is dumped
 };
 
 }  // namespace tervolanda

@@ -7,6 +7,7 @@
 #include <random>
 
 #include "compare/comparing.h"
+#include "compare/search_pairs.h"
 
 namespace tervolanda::test {
 namespace {

@@ -1,4 +1,4 @@
-// The scratch of comparisons.
+// The scratch of comparisons, behind the pointer of a ComparisonWorkspace.
 #pragma once
 
 #include <cstdint>
@@ -7,8 +7,8 @@
 #include "compare/compare.h"
 #include "compare/fit/kernels.h"
 #include "compare/fit/superposition.h"
-#include "compare/pairing/mapping.h"
 #include "compare/pairing/sequence_independent.h"
+#include "compare/search.h"
 #include "compare/seed_search.h"
 
 namespace tervolanda {
@@ -22,36 +22,32 @@ struct WorkingSets {
     std::vector<std::uint8_t> predictionLeft;
 };
 
-// Scratch of one comparison at a time.  It grows to the largest pair of chains seen and is reused,
-// so that a batch allocates nothing per pair.  Comparisons may run side by side when each has a
-// workspace of its own.
-class ComparisonWorkspace {
- public:
-    explicit ComparisonWorkspace(const Kernels& kernels = bestKernels()) : kernels_(&kernels) {}
-    ComparisonWorkspace(const ComparisonWorkspace&) = delete;
-    ComparisonWorkspace& operator=(const ComparisonWorkspace&) = delete;
-
-    const Kernels& kernels() const { return *kernels_; }
+// Arrays that grow to the largest pair of chains seen and are reused, so that a batch allocates
+// nothing per pair.  What is in them counts for one call only: no function leaves a result here but
+// where its declaration says so.
+//
+// Invariant after placePairs(): `pairs` and squaredDeviation have an entry for each mapped pair.
+struct ComparisonScratch {
+    explicit ComparisonScratch(const Kernels& fastest) : kernels(fastest) {}
 
     // Makes `pairs` from the mapped pairs of two sets and gives the arrays below their size.
     void placePairs(const CoordinateSet& experiment, const CoordinateSet& prediction,
                     const std::vector<MatchedPair>& mapped);
 
+    const Kernels& kernels;
     ResidueMapping mapping;                // the pairing under work
     ResidueMapping nextMapping;            // the one that may follow it
     StructureMapper mapper;                // makes pairings from structure
     PairedPoints pairs;                    // its points in mapped order
     PairedPoints gathered;                 // the points of one subset
     std::vector<double> squaredDeviation;  // Å^2, one per pair, as the last fit left it
-    std::vector<std::uint32_t> current;    // pairs that the next fit uses, ascending
-    std::vector<std::uint32_t> best;       // the best subset so far
-    ResidueMapping bestMapping;            // mapping and subset of the best pass
-    std::vector<std::uint32_t> bestPassSubset;
+    std::vector<std::uint32_t> best;       // the best subset of a pass
+    std::vector<std::uint32_t> counted;    // the pairs that its scoring counted
     SeedSearchScratch seeds;
     WorkingSets working;
-
- private:
-    const Kernels* kernels_;
+    SearchResult trial;    // of one start among several
+    SearchResult first;    // of the first domain iteration
+    SearchResult further;  // of one of the others
 };
 
 }  // namespace tervolanda
