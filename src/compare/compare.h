@@ -40,6 +40,7 @@ struct ComparisonParameters {
     double minIterationScore = 0.0;    // below this counts as 0
     bool maxRMSD = false;              // select by RMSD instead of by distance
     bool sequenceIndependent = false;  // pair residues by structure
+    bool pairBySequence = false;       // pair residues by an alignment of the sequences
     bool similarityMatrix = false;     // show the similarity matrices to the sink
     int optimisations = 0;             // passes of re-mapping
     double gapOpen = -0.6;
@@ -128,6 +129,7 @@ struct RmsdOptions {
     bool urmsd = true;           // compute the unit-vector RMSD
     bool urmsdRotation = false;  // report the rotation composed with that of the URMSD fit
     bool reportTooFew = true;    // print a line when fewer than 3 atoms pair
+    bool pairBySequence = false;
 };
 
 // The least-squares fit of all residue pairs.
@@ -169,6 +171,15 @@ struct NativeContacts {
 // included.
 NativeContacts nativeContacts(const Chain& experiment, const Chain& prediction, double distance,
                               int gap);
+// The native contacts of an RMSD comparison, where the parameters ask for them: residues belong
+// together by number or, paired by sequence, as `fit` matched them, the prediction's then having
+// the numbers of their partners.
+std::optional<NativeContacts> sharedContacts(const Chain& experiment,
+                                             const CoordinateSet& experimentSet,
+                                             const Chain& prediction,
+                                             const CoordinateSet& predictionSet,
+                                             const RmsdResult& fit,
+                                             const ComparisonParameters& parameters);
 
 // The lines of a fit: centres, translation, rotation.  Written at report level `level` or more.
 void reportSuperposition(const Superposition& superposition, ReportLevel level, Report& report);

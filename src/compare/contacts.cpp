@@ -21,18 +21,29 @@ struct Beta {
     Vec3 place;  // Å
 };
 
+constexpr std::size_t kNone = SIZE_MAX;
+
 // The beta atoms of a chain.  A residue that occurs twice counts by its first piece.
 struct BetaSet {
     std::vector<Beta> atoms;
     std::unordered_map<std::int32_t, std::size_t> byKey;
+    std::vector<std::size_t> byResidue;  // kNone for a residue without, one for each of the chain
+
+    std::size_t withKey(std::int32_t key) const {
+        const auto found = byKey.find(key);
+        return found == byKey.end() ? kNone : found->second;
+    }
 };
 
 BetaSet betaAtoms(const Chain& chain) {
     BetaSet set;
+    set.byResidue.reserve(chain.residues.size());
     for (const Residue& residue : chain.residues) {
+        set.byResidue.push_back(kNone);
         if (residue.beta == kNoAtom) continue;
         const Atom& atom = chain.atoms[residue.beta];
         if (set.byKey.emplace(atom.residueId().key(), set.atoms.size()).second) {
+            set.byResidue.back() = set.atoms.size();
             set.atoms.push_back({atom.residueId(), atom.place()});
         }
     }
@@ -89,37 +100,72 @@ class Grid {
     std::vector<Entry> entries_;
 };
 
-}  // namespace
-
-NativeContacts nativeContacts(const Chain& experiment, const Chain& prediction, double distance,
-                              int gap) {
+// `partners` are atoms of the prediction, one for each of the experiment, or kNone.
+NativeContacts countContacts(const BetaSet& native, const BetaSet& predicted,
+                             const std::vector<std::size_t>& partners, double distance, int gap) {
     NativeContacts contacts;
     if (!(distance >= 0.0)) return contacts;
-    const BetaSet native = betaAtoms(experiment);
-    const BetaSet predicted = betaAtoms(prediction);
     const double limit = inclusiveLimit(distance * distance);
-    const auto isContact = [&](const Beta& a, const Beta& b) {
+    const auto areNear = [limit](const Beta& a, const Beta& b) {
         const Vec3 between = a.place - b.place;
-        return std::abs(a.residue.number - b.residue.number) >= gap &&
-               dot(between, between) <= limit;
+        return dot(between, between) <= limit;
     };
     const Grid grid(native.atoms, inclusiveLimit(distance));  // longer than a contact
     for (std::size_t i = 0; i < native.atoms.size(); ++i) {
         const Beta& a = native.atoms[i];
-        const auto inPrediction = predicted.byKey.find(a.residue.key());
         grid.visitNear(a, [&](std::size_t j) {
             const Beta& b = native.atoms[j];
-            if (j <= i || !isContact(a, b)) return;
+            const int separation = std::abs(a.residue.number - b.residue.number);
+            if (j <= i || separation < gap || !areNear(a, b)) return;
             ++contacts.native;
-            if (inPrediction == predicted.byKey.end()) return;
-            const auto partner = predicted.byKey.find(b.residue.key());
-            if (partner == predicted.byKey.end()) return;
-            const bool kept =
-                isContact(predicted.atoms[inPrediction->second], predicted.atoms[partner->second]);
+            if (partners[i] == kNone || partners[j] == kNone) return;
+            const bool kept = areNear(predicted.atoms[partners[i]], predicted.atoms[partners[j]]);
             contacts.matched += kept ? 1U : 0U;
         });
     }
     return contacts;
+}
+
+// Partners of the experiment's atoms by matched records of the coordinate sets.
+std::vector<std::size_t> partnersOf(const BetaSet& native, const CoordinateSet& experiment,
+                                    const BetaSet& predicted, const CoordinateSet& prediction,
+                                    const std::vector<MatchedPair>& matched) {
+    std::vector<std::size_t> partners(native.atoms.size(), kNone);
+    for (const MatchedPair& pair : matched) {
+        const std::size_t of = native.byResidue[experiment.residueIndex[pair.experiment]];
+        if (of == kNone || partners[of] != kNone) continue;
+        partners[of] = predicted.byResidue[prediction.residueIndex[pair.prediction]];
+    }
+    return partners;
+}
+
+}  // namespace
+
+NativeContacts nativeContacts(const Chain& experiment, const Chain& prediction, double distance,
+                              int gap) {
+    const BetaSet native = betaAtoms(experiment);
+    const BetaSet predicted = betaAtoms(prediction);
+    std::vector<std::size_t> partners;
+    partners.reserve(native.atoms.size());
+    for (const Beta& atom : native.atoms)
+        partners.push_back(predicted.withKey(atom.residue.key()));
+    return countContacts(native, predicted, partners, distance, gap);
+}
+
+std::optional<NativeContacts> sharedContacts(const Chain& experiment,
+                                             const CoordinateSet& experimentSet,
+                                             const Chain& prediction,
+                                             const CoordinateSet& predictionSet,
+                                             const RmsdResult& fit,
+                                             const ComparisonParameters& parameters) {
+    if (!parameters.contacts) return std::nullopt;
+    const double distance = parameters.contactDistance;
+    const int gap = parameters.contactGap;
+    if (!parameters.pairBySequence) return nativeContacts(experiment, prediction, distance, gap);
+    const BetaSet native = betaAtoms(experiment);
+    const BetaSet predicted = betaAtoms(prediction);
+    const auto partners = partnersOf(native, experimentSet, predicted, predictionSet, fit.matched);
+    return countContacts(native, predicted, partners, distance, gap);
 }
 
 }  // namespace tervolanda

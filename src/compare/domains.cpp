@@ -154,7 +154,17 @@ SearchTask wholeChains(const CoordinateSet& experiment, const CoordinateSet& pre
 
 const SearchResult& searchDomains(const SearchTask& whole, ComparisonScratch& scratch,
                                   Report& report, ComparisonResult& result) {
-    DomainIterations(whole, scratch, report, result).run();
+    if (!whole.parameters.pairBySequence) {
+        DomainIterations(whole, scratch, report, result).run();
+        return scratch.first;
+    }
+    const auto keyed = scratch.sequencePairing.align(whole.experiment, whole.prediction, report);
+    const SearchTask bySequence{.experiment = keyed.experiment,
+                                .prediction = keyed.prediction,
+                                .parameters = whole.parameters,
+                                .experimentLength = whole.experimentLength,
+                                .calibration = whole.calibration};
+    DomainIterations(bySequence, scratch, report, result).run();
     return scratch.first;
 }
 

@@ -8,6 +8,7 @@
 #include <limits>
 #include <map>
 #include <numeric>
+#include <string_view>
 #include <tuple>
 
 #include "compare/fit/superposition.h"
@@ -24,14 +25,20 @@ double meanOf(const std::vector<double>& axis) {
     return std::accumulate(axis.begin(), axis.end(), 0.0) / static_cast<double>(axis.size());
 }
 
-// One number for all chains that have the same number of atoms and the same ends.
+// One number for all chains that have the same number of atoms and the same ends or, where they are
+// paired by it, the same sequence.
 std::vector<std::uint32_t> kindsOf(std::span<const CoordinateSet> sets) {
-    using Ends = std::tuple<std::size_t, std::int64_t, std::int64_t>;
+    using Ends = std::tuple<std::size_t, std::int64_t, std::int64_t, std::string_view>;
     std::map<Ends, std::uint32_t> known;
     std::vector<std::uint32_t> kinds;
     kinds.reserve(sets.size());
     for (const CoordinateSet& set : sets) {
-        const Ends ends(set.size(), set.firstResidue, set.lastResidue);
+        Ends ends(set.size(), set.firstResidue, set.lastResidue, {});
+        if (set.residueLetters.size() == set.size()) {
+            ends = {set.size(), 0, 0, set.sequence};
+        } else if (!set.residueLetters.empty()) {
+            ends = {set.size(), static_cast<std::int64_t>(kinds.size()), 1, {}};  // like no other
+        }
         const auto next = static_cast<std::uint32_t>(known.size());
         kinds.push_back(known.try_emplace(ends, next).first->second);
     }

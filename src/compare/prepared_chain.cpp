@@ -2,6 +2,7 @@
 #include "base/format.h"
 #include "base/log.h"
 #include "compare/compare.h"
+#include "compare/pairing/sequence_pairing.h"
 
 namespace tervolanda {
 
@@ -9,7 +10,9 @@ CoordinateSet prepareChain(const Chain& chain, AtomSelection selection,
                            const ComparisonParameters& parameters, Report& report) {
     const auto structure =
         parameters.sequenceIndependent ? SecondaryStructure::Assigned : SecondaryStructure::Omitted;
-    return prepareChain(chain, selection, structure, report);
+    CoordinateSet set = prepareChain(chain, selection, structure, report);
+    if (parameters.pairBySequence) addSequence(set);
+    return set;
 }
 
 void applySuperposition(const Superposition& superposition, Chain& chain) {

@@ -63,7 +63,10 @@ void compareRmsd(const CoordinateSet& experiment, const CoordinateSet& predictio
     result.superposition = Superposition{};
     ComparisonScratch& scratch = workspace.scratch();
     ResidueMapping& mapping = scratch.mapping;
-    if (haveSameEnds(experiment, prediction)) {
+    if (options.pairBySequence) {
+        const auto keyed = scratch.sequencePairing.align(experiment, prediction, report);
+        mapByResidue(keyed.experiment, keyed.prediction, mapping, report);
+    } else if (haveSameEnds(experiment, prediction)) {
         mapByPosition(experiment, prediction, mapping);
     } else {
         mapByResidue(experiment, prediction, mapping, report);

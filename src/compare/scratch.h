@@ -8,6 +8,7 @@
 #include "compare/fit/kernels.h"
 #include "compare/fit/superposition.h"
 #include "compare/pairing/sequence_independent.h"
+#include "compare/pairing/sequence_pairing.h"
 #include "compare/search.h"
 #include "compare/seed_search.h"
 
@@ -38,6 +39,7 @@ struct ComparisonScratch {
     ResidueMapping mapping;                // the pairing under work
     ResidueMapping nextMapping;            // the one that may follow it
     StructureMapper mapper;                // makes pairings from structure
+    SequencePairing sequencePairing;       // makes pairings from sequence
     PairedPoints pairs;                    // its points in mapped order
     PairedPoints gathered;                 // the points of one subset
     std::vector<double> squaredDeviation;  // Å^2, one per pair, as the last fit left it

@@ -17,6 +17,7 @@ namespace {
 constexpr auto kOptions = std::to_array<OwnOption>({
     {"help", "more", "This page"},
     {"threads", "n|all", "Threads of list runs; 'all': one for each processor (default = 1)"},
+    {"pair", "sequence", "Pair residues by aligning the sequences, not by number"},
 });
 // clang-format on
 

@@ -74,7 +74,8 @@ int comparePairRmsd(const ScriptSubject& subject, const Settings& settings,
     RmsdFigures figures =
         rmsdFigures(result.rmsd, result.pairs, result.urmsd, subject.experimentSet.gyrationRadius,
                     subject.predictionSet.gyrationRadius);
-    figures.contacts = sharedContacts(subject.experiment, subject.prediction, settings.comparison);
+    figures.contacts = sharedContacts(subject.experiment, subject.experimentSet, subject.prediction,
+                                      subject.predictionSet, result, settings.comparison);
     report.report(ReportLevel::Results, "%s\n", singleLine(figures).c_str());
     if (!result.rmsd || !settings.output.alignOutput) return EXIT_SUCCESS;
     return exitStatus(writeRmsdScript(kPairScript, subject, result, log, report));

@@ -38,7 +38,9 @@ std::optional<ClusterMethod> clusterMethod(int number) {
 
 RmsdOptions rmsdOptions(const Settings& settings) {
     return {.urmsd = (settings.measure.urmsdFlags & UrmsdCompute) != 0,
-            .urmsdRotation = (settings.measure.urmsdFlags & UrmsdRotate) != 0};
+            .urmsdRotation = (settings.measure.urmsdFlags & UrmsdRotate) != 0,
+            .reportTooFew = true,
+            .pairBySequence = settings.comparison.pairBySequence};
 }
 
 void rankAndPrint(const DistanceMatrix& scores, const PairMatrix& pairs, const ChainList& chains,

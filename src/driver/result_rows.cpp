@@ -66,13 +66,6 @@ RmsdFigures rmsdFigures(std::optional<double> rmsd, std::uint32_t pairs, double 
     return figures;
 }
 
-std::optional<NativeContacts> sharedContacts(const Chain& experiment, const Chain& prediction,
-                                             const ComparisonParameters& parameters) {
-    if (!parameters.contacts) return std::nullopt;
-    return nativeContacts(experiment, prediction, parameters.contactDistance,
-                          parameters.contactGap);
-}
-
 ColumnWidths columnWidths(const ChainList& models) {
     ColumnWidths widths;
     for (std::size_t rest = models.chains.size() / 10; rest > 0; rest /= 10)

@@ -41,10 +41,6 @@ struct RmsdFigures {
 RmsdFigures rmsdFigures(std::optional<double> rmsd, std::uint32_t pairs, double urmsd,
                         double experimentGyration, double predictionGyration);
 
-// The native contacts of an RMSD comparison, where they are asked for.
-std::optional<NativeContacts> sharedContacts(const Chain& experiment, const Chain& prediction,
-                                             const ComparisonParameters& parameters);
-
 using Figures = std::variant<MaxSubFigures, GdtFigures, RmsdFigures>;
 
 // A model of a list beside the experiment; the best has position 1.

@@ -117,6 +117,11 @@ void readOwnOptions(const OwnOptions& own, Settings& settings) {
     } else if (const auto threads = own.integer("threads", 1, kMostThreads)) {
         settings.threads = static_cast<std::size_t>(*threads);
     }
+    constexpr std::array<std::string_view, 1> kPairings = {"sequence"};
+    settings.comparison.pairBySequence = own.choice("pair", kPairings).has_value();
+    if (settings.comparison.pairBySequence && settings.comparison.sequenceIndependent) {
+        abend("Options '--pair=sequence' and '-in' exclude each other");
+    }
 }
 
 // Whether an argument is the value of the one before it, whatever stands before that: in
@@ -202,6 +207,7 @@ CommandLine readCommandLine(std::vector<std::string> values, Log& log) {
     log.setLogLevel(settings.output.logLevel);
     const TextFlags texts = readFlagOptions(arguments, settings);
     readSearchOptions(arguments, settings);
+    readOwnOptions(own, settings);
 
     const bool hasWork = !texts.help && !texts.extendedHelp && arguments.count() > 2;
     const bool hasMode = settings.input.listFile || settings.input.transformFile ||

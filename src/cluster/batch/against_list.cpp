@@ -91,11 +91,8 @@ class ListedRmsdPairs : public ListPairs {
         outcome = {fit.rmsd,     fit.pairs,   fit.urmsd, model.gyrationRadius,
                    std::nullopt, std::nullopt};
         if (fit.rmsd) outcome.superposition = fit.superposition;
-        const ComparisonParameters& parameters = list.parameters;
-        if (parameters.contacts) {
-            outcome.contacts = nativeContacts(list.experiment, prediction(pair),
-                                              parameters.contactDistance, parameters.contactGap);
-        }
+        outcome.contacts = sharedContacts(list.experiment, list.experimentSet, prediction(pair),
+                                          model, fit, list.parameters);
         worker.finishPair();
     }
 

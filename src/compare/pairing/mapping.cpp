@@ -36,18 +36,6 @@ void appendRecord(const Atom& atom, std::uint8_t atomKey, std::uint32_t residue,
     set.sequence.push_back(oneLetterCode(atom.residueName.view()));
 }
 
-void sortByKey(CoordinateSet& set) {
-    set.byKey.resize(set.size());
-    std::iota(set.byKey.begin(), set.byKey.end(), 0U);
-    const auto isLess = [&](std::uint32_t a, std::uint32_t b) {
-        if (set.residueKey[a] != set.residueKey[b]) return set.residueKey[a] < set.residueKey[b];
-        return set.atomKey[a] < set.atomKey[b];
-    };
-    // Nearly every chain is sorted as it is.
-    if (std::is_sorted(set.byKey.begin(), set.byKey.end(), isLess)) return;
-    std::stable_sort(set.byKey.begin(), set.byKey.end(), isLess);
-}
-
 // Room for a record of every residue.
 void reserve(std::size_t residues, CoordinateSet& set) {
     for (std::vector<double>* const axis : {&set.points.x, &set.points.y, &set.points.z})
@@ -87,6 +75,18 @@ std::size_t endOfRun(const CoordinateSet& set, std::size_t first) {
 }
 
 }  // namespace
+
+void sortByKey(CoordinateSet& set) {
+    set.byKey.resize(set.size());
+    std::iota(set.byKey.begin(), set.byKey.end(), 0U);
+    const auto isLess = [&](std::uint32_t a, std::uint32_t b) {
+        if (set.residueKey[a] != set.residueKey[b]) return set.residueKey[a] < set.residueKey[b];
+        return set.atomKey[a] < set.atomKey[b];
+    };
+    // Nearly every chain is sorted as it is.
+    if (std::is_sorted(set.byKey.begin(), set.byKey.end(), isLess)) return;
+    std::stable_sort(set.byKey.begin(), set.byKey.end(), isLess);
+}
 
 CoordinateSet prepareChain(const Chain& chain, AtomSelection selection,
                            SecondaryStructure structureShown, Report& report) {

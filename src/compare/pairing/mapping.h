@@ -25,6 +25,9 @@ struct ResidueMapping {
     }
 };
 
+// Makes `byKey` anew.
+void sortByKey(CoordinateSet& set);
+
 // Pairs records of equal residue and atom key.  Of several experiment records with one key the
 // later ones are taken first, by the prediction's records in their order.  Linear in the number of
 // records.  Each prediction record without partner is a line at report level 6 or more.

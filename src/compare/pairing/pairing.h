@@ -26,6 +26,8 @@ struct CoordinateSet {
     std::vector<std::uint8_t> atomKey;        // which backbone atom: 1 is the C-alpha
     std::vector<std::uint32_t> byKey;         // record numbers sorted by residue and atom key
     std::string sequence;                     // one-letter codes
+    std::string residueLetters;               // one a residue, lower case where the chain is broken
+                                              // after it; filled for pairing by sequence
     std::string secondaryStructure;           // H, E or C; filled in sequence-independent mode
     double gyrationRadius = 0.0;              // Å, all C-alpha atoms of the chain
     std::size_t residues = 0;                 // of the chain, with or without a selected atom

@@ -1,0 +1,113 @@
+// An alignment says which residues stand in one column, and columns are as good as residue numbers:
+// both sets get them for keys.  Chains that are aligned in another way, several at a time, would
+// have columns as well.
+#include "compare/pairing/sequence_pairing.h"
+
+#include "base/log.h"
+#include "base/vec3.h"
+#include "compare/pairing/mapping.h"
+
+namespace tervolanda {
+
+namespace {
+
+// One after the last record of the residue whose records begin at `first`.
+std::size_t endOfResidue(const CoordinateSet& set, std::size_t first) {
+    std::size_t end = first + 1;
+    while (end < set.size() && set.residueKey[end] == set.residueKey[first])
+        ++end;
+    return end;
+}
+
+// The C-alpha atom among the records [first, end); `end` for none.
+std::size_t calphaOf(const CoordinateSet& set, std::size_t first, std::size_t end) {
+    while (first < end && set.atomKey[first] != kCalphaKey)
+        ++first;
+    return first;
+}
+
+bool areApart(const Points& points, std::size_t a, std::size_t b) {
+    constexpr double kLongestCalphaDistance = 4.2;  // of neighbours, Å
+    const Vec3 between =
+        Vec3{points.x[a], points.y[a], points.z[a]} - Vec3{points.x[b], points.y[b], points.z[b]};
+    return dot(between, between) > kLongestCalphaDistance * kLongestCalphaDistance;
+}
+
+void setKeys(const CoordinateSet& from, const std::vector<std::int32_t>& columns,
+             CoordinateSet& keyed) {
+    keyed = from;
+    std::size_t residue = 0;
+    for (std::size_t first = 0; first < from.size(); ++residue) {
+        const std::size_t end = endOfResidue(from, first);
+        for (; first < end; ++first)
+            keyed.residueKey[first] = columns[residue];
+    }
+    sortByKey(keyed);
+}
+
+void reportAlignment(std::string_view experiment, std::string_view prediction,
+                     const AlignedColumns& aligned, Report& report) {
+    if (!report.reports(ReportLevel::Numbers)) return;
+    unsigned pairs = 0, identical = 0;
+    std::size_t j = 0;
+    for (std::size_t i = 0; i < aligned.prediction.size(); ++i) {
+        while (j < aligned.experiment.size() && aligned.experiment[j] < aligned.prediction[i])
+            ++j;
+        if (j == aligned.experiment.size()) break;
+        if (aligned.experiment[j] != aligned.prediction[i]) continue;
+        ++pairs;
+        // Lower case is another thing than another residue, and X is none that is known.
+        const char letter = static_cast<char>(prediction[i] & ~0x20);
+        if (letter == (experiment[j] & ~0x20) && letter != 'X') ++identical;
+    }
+    const auto percentage = [](unsigned part, std::size_t whole) {
+        return whole == 0 ? 0.0 : 100.0 * part / static_cast<double>(whole);
+    };
+    report.report(ReportLevel::Numbers,
+                  "Sequences: Pairs=%4u, Identity=%6.2f%%, Coverage=%6.2f%% of prediction, "
+                  "%6.2f%% of experiment\n",
+                  pairs, percentage(identical, pairs), percentage(pairs, prediction.size()),
+                  percentage(pairs, experiment.size()));
+}
+
+}  // namespace
+
+void addSequence(CoordinateSet& set) {
+    set.residueLetters.clear();
+    std::size_t before = set.size();  // the C-alpha atom of the residue before
+    for (std::size_t first = 0; first < set.size();) {
+        const std::size_t end = endOfResidue(set, first);
+        const std::size_t calpha = calphaOf(set, first, end);
+        if (before < first && calpha < end && areApart(set.points, before, calpha)) {
+            set.residueLetters.back() = static_cast<char>(set.residueLetters.back() | 0x20);
+        }
+        const char letter = set.sequence[first];
+        set.residueLetters += letter >= 'A' && letter <= 'Z' ? letter : 'X';
+        before = calpha < end ? calpha : set.size();
+        first = end;
+    }
+}
+
+const AlignedColumns& SequencePairing::columnsOf(const CoordinateSet& experiment,
+                                                 const CoordinateSet& prediction) {
+    asked_.first = experiment.residueLetters;
+    asked_.second = prediction.residueLetters;
+    const auto found = kept_.find(asked_);
+    if (found != kept_.end()) return found->second;
+    aligner_.align(asked_.first, asked_.second, latest_);
+    const std::size_t columns = latest_.experiment.size() + latest_.prediction.size();
+    if (keptColumns_ + columns > kMostKept) return latest_;
+    keptColumns_ += columns;
+    return kept_.emplace(asked_, latest_).first->second;
+}
+
+SequencePairing::Keyed SequencePairing::align(const CoordinateSet& experiment,
+                                              const CoordinateSet& prediction, Report& report) {
+    const AlignedColumns& aligned = columnsOf(experiment, prediction);
+    setKeys(experiment, aligned.experiment, experiment_);
+    setKeys(prediction, aligned.prediction, prediction_);
+    reportAlignment(experiment.residueLetters, prediction.residueLetters, aligned, report);
+    return {experiment_, prediction_};
+}
+
+}  // namespace tervolanda

@@ -1,0 +1,48 @@
+// Pairing residues by their sequences instead of by number.
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <string>
+#include <utility>
+
+#include "compare/pairing/pairing.h"
+#include "compare/pairing/sequence_alignment.h"
+
+namespace tervolanda {
+
+// Fills what the set shows of its chain's sequence.
+void addSequence(CoordinateSet& set);
+
+// Gives residues that belong together by sequence one key, so that all that pairs residues by
+// number goes on with them as if they had equal numbers.
+class SequencePairing {
+ public:
+    struct Keyed {
+        const CoordinateSet& experiment;
+        const CoordinateSet& prediction;
+    };
+
+    // The sets with columns of the alignment for residue keys, good until the next call.  Numbers
+    // and places stay those of the chains.  One line at report level 3.
+    Keyed align(const CoordinateSet& experiment, const CoordinateSet& prediction, Report& report);
+
+ private:
+    using Sequences = std::pair<std::string, std::string>;  // experiment, prediction
+
+    const AlignedColumns& columnsOf(const CoordinateSet& experiment,
+                                    const CoordinateSet& prediction);
+
+    // Alignments of different sequences, as long as their columns are not more than this: in a
+    // list they come again and again.
+    static constexpr std::size_t kMostKept = std::size_t{1} << 22;
+
+    SequenceAligner aligner_;
+    std::map<Sequences, AlignedColumns> kept_;
+    std::size_t keptColumns_ = 0;
+    Sequences asked_;
+    AlignedColumns latest_;
+    CoordinateSet experiment_, prediction_;
+};
+
+}  // namespace tervolanda
