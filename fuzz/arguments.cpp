@@ -45,7 +45,8 @@ std::optional<CommandLine> readQuietly(const std::vector<std::string>& arguments
         line = readCommandLine(arguments, quiet.log);
     } catch (const Abend& end) {
         const std::string_view message = end.what();
-        FUZZ_REQUIRE(message.starts_with("Failed to ") || message.find("ption '--") < 9);
+        FUZZ_REQUIRE(message.starts_with("Failed to ") || message.starts_with("Option ") ||
+                     message.starts_with("Unknown option "));
         return std::nullopt;
     }
     if (line->request == Request::Run) {
@@ -82,28 +83,6 @@ void requireSame(const CommandLine& a, const CommandLine& b) {
     FUZZ_REQUIRE(a.settings.input.predictionFile == b.settings.input.predictionFile);
     FUZZ_REQUIRE(a.settings.clustering.threshold == b.settings.clustering.threshold);
     FUZZ_REQUIRE(a.settings.comparison.distanceCutoff == b.settings.comparison.distanceCutoff);
-}
-
-void requireText(const CommandLine& line) {
-    switch (line.request) {
-        case Request::Run:
-            return;
-        case Request::ShortUsage:
-            FUZZ_REQUIRE(shortUsage().ends_with('\n'));
-            return;
-        case Request::StandardHelp:
-            FUZZ_REQUIRE(standardHelp().ends_with('\n'));
-            return;
-        case Request::ExtendedHelp:
-            FUZZ_REQUIRE(extendedHelp(line.settings.output.lineWrap).starts_with(standardHelp()));
-            return;
-        case Request::MoreHelp:
-            FUZZ_REQUIRE(moreHelp().ends_with('\n'));
-            return;
-        case Request::Version:
-            FUZZ_REQUIRE(versionText().ends_with('\n'));
-            return;
-    }
 }
 
 // How many conversions of whole numbers or of reals a text has; none when it has anything else
@@ -179,6 +158,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (!line) return 0;
     requireSame(*line, *again);
     requireSound(*line);
-    requireText(*line);
+    const int width = line->settings.output.lineWrap;
+    FUZZ_REQUIRE(extendedHelp(width).starts_with(standardHelp()));
     return 0;
 }

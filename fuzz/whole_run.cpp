@@ -13,8 +13,9 @@
 #include <cstdlib>
 #include <initializer_list>
 #include <memory>
-#include <optional>
+#include <span>
 #include <string>
+#include <string_view>
 #include <variant>
 #include <vector>
 
@@ -46,78 +47,39 @@ Files& files() {
     return all;
 }
 
-struct Option {
-    const char* name;
-    std::vector<const char*> values;  // empty for a flag, kAnyInteger alone for all integers
-};
-constexpr const char* kAnyInteger = "any";
+// Options, those with a value with a choice of them; "any" is any integer.  Numbers that no search
+// could finish with are left out.
+constexpr std::string_view kSearchOptions =
+    "-TM;-maxRMSD;-in;-matrix;-noscore;-rankMS;-bb;-all;-contact;-urmsd;-nourmsd;-noalign;-i any;"
+    "-mP 0 9 -2147483648;-mS 0.3 -1 1e308;-d 4 0.001 -3 1e300;-opt any;-open 0 -3 5 -1e300;"
+    "-aff -0.5 1 1e300;-N 1 10 2147483647 -1;-seed 0 1 9 2147483647 -1;-lws 1 9 2147483647 0;"
+    "-L 0 2 3 9;-O 0 1 2 -1;-TSF 0 2 -1 1e300;-dist 0 4 1e300;-gap 0 1 -2147483648 2147483647";
+constexpr std::string_view kListOptions =
+    "-av;-nosort;-super 1 3 2147483647 -1;-C 0 1 2 3 4 9 -1;-P 0 5 -1 2147483647;-s 0 1 -1 1e300;"
+    "-T 0 0.01 100 1e300;-Tm 0 1 20;-a 0 1e-300 0.3 1e300;-is 0 1 2 2147483647;-ms 0 1 3;"
+    "-R full.txt;-Rl lite.txt;-Ru urmsd.txt";
 
-// Options with a choice of values; numbers that no search could finish with are left out.
-const std::vector<Option>& searchOptions() {
-    static const std::vector<Option> options = {
-        {"-TM", {}},
-        {"-maxRMSD", {}},
-        {"-in", {}},
-        {"-matrix", {}},
-        {"-noscore", {}},
-        {"-rankMS", {}},
-        {"-bb", {}},
-        {"-all", {}},
-        {"-contact", {}},
-        {"-urmsd", {}},
-        {"-nourmsd", {}},
-        {"-noalign", {}},
-        {"-i", {kAnyInteger}},
-        {"-mP", {"0", "9", "-2147483648"}},
-        {"-mS", {"0.3", "-1", "1e308"}},
-        {"-d", {"4", "0.001", "-3", "1e300"}},
-        {"-opt", {kAnyInteger}},
-        {"-open", {"0", "-3", "5", "-1e300"}},
-        {"-aff", {"-0.5", "1", "1e300"}},
-        {"-N", {"1", "10", "2147483647", "-1"}},
-        {"-seed", {"0", "1", "9", "2147483647", "-1"}},
-        {"-lws", {"1", "9", "2147483647", "0"}},
-        {"-L", {"0", "2", "3", "9"}},
-        {"-O", {"0", "1", "2", "-1"}},
-        {"-TSF", {"0", "2", "-1", "1e300"}},
-        {"-dist", {"0", "4", "1e300"}},
-        {"-gap", {"0", "1", "-2147483648", "2147483647"}},
-    };
-    return options;
+std::vector<std::string_view> split(std::string_view text, char separator) {
+    std::vector<std::string_view> parts;
+    for (std::size_t at = 0, end = 0; end != std::string_view::npos; at = end + 1) {
+        end = text.find(separator, at);
+        parts.push_back(text.substr(at, end - at));
+    }
+    return parts;
 }
 
-const std::vector<Option>& listOptions() {
-    static const std::vector<Option> options = {
-        {"-av", {}},
-        {"-nosort", {}},
-        {"-super", {"1", "3", "2147483647", "-1"}},
-        {"-C", {"0", "1", "2", "3", "4", "9", "-1"}},
-        {"-P", {"0", "5", "-1", "2147483647"}},
-        {"-s", {"0", "1", "-1", "1e300"}},
-        {"-T", {"0", "0.01", "100", "1e300"}},
-        {"-Tm", {"0", "1", "20"}},
-        {"-a", {"0", "1e-300", "0.3", "1e300"}},
-        {"-is", {"0", "1", "2", "2147483647"}},
-        {"-ms", {"0", "1", "3"}},
-        {"-R", {"full.txt"}},
-        {"-Rl", {"lite.txt"}},
-        {"-Ru", {"urmsd.txt"}},
-    };
-    return options;
-}
-
-void addOptions(const std::vector<Option>& options, int most, FuzzedDataProvider& input,
+void addOptions(std::string_view options, int most, FuzzedDataProvider& input,
                 std::vector<std::string>& arguments) {
+    const auto oneOf = [&](std::span<const std::string_view> choices) {
+        return choices[input.ConsumeIntegralInRange<std::size_t>(0, choices.size() - 1)];
+    };
     for (int count = input.ConsumeIntegralInRange(0, most); count > 0; --count) {
-        const auto last = options.size() - 1;
-        const Option& option = options[input.ConsumeIntegralInRange<std::size_t>(0, last)];
-        arguments.emplace_back(option.name);
-        if (option.values.empty()) continue;
-        const auto lastValue = option.values.size() - 1;
-        const char* const value =
-            option.values[input.ConsumeIntegralInRange<std::size_t>(0, lastValue)];
-        arguments.push_back(value == kAnyInteger ? std::to_string(input.ConsumeIntegral<int>())
-                                                 : value);
+        const std::vector<std::string_view> words = split(oneOf(split(options, ';')), ' ');
+        arguments.emplace_back(words[0]);
+        if (words.size() == 1) continue;
+        const std::string_view value = oneOf(std::span(words).subspan(1));
+        arguments.push_back(value == "any" ? std::to_string(input.ConsumeIntegral<int>())
+                                           : std::string(value));
     }
 }
 
@@ -126,8 +88,8 @@ std::vector<std::string> prepareRun(FuzzedDataProvider& input) {
     enum Mode { Pair, Positional, OneList, AllList };
     const auto mode = static_cast<Mode>(input.ConsumeIntegralInRange(0, 3));
     std::vector<std::string> arguments = {"tervolanda"};
-    addOptions(searchOptions(), 5, input, arguments);
-    if (mode == OneList || mode == AllList) addOptions(listOptions(), 5, input, arguments);
+    addOptions(kSearchOptions, 5, input, arguments);
+    if (mode == OneList || mode == AllList) addOptions(kListOptions, 5, input, arguments);
     const int kind = input.ConsumeIntegralInRange(0, 3);
     if (kind == 1) arguments.emplace_back("-rmsd");
     if (kind == 2) arguments.insert(arguments.end(), {"-gdt", "4"});
@@ -267,7 +229,7 @@ void readBack(const std::vector<std::string>& results, FuzzedDataProvider& input
     for (const std::string& name : results) {
         const bool isMaxSub = contents(name).find("MaxSub File") != std::string::npos;
         std::vector<std::string> arguments = {"tervolanda", isMaxSub ? "-M" : "-F", name};
-        addOptions(listOptions(), 3, input, arguments);
+        addOptions(kListOptions, 3, input, arguments);
         const Outcome outcome = runProgram(arguments);
         FUZZ_REQUIRE(outcome.status == EXIT_SUCCESS && !printsNoNumber(outcome.output));
         std::remove(name.c_str());

@@ -19,30 +19,11 @@ using test::readFile;
 using test::TemporaryFolder;
 
 TEST(ResidueCodes, KeepTheAsymmetriesBetweenNamesRowsAndLetters) {
-    struct Case {
-        const char* name;
-        int index;
-        char code;           // from the name
-        char codeFromIndex;  // from the row
-    };
-    for (const Case& c : std::vector<Case>{{"GLY", 0, 'G', 'G'},
-                                           {"GLU", 3, 'E', 'E'},
-                                           {"TYR", 19, 'Y', 'Y'},
-                                           {"PCA", 20, 'E', 'x'},
-                                           {"ASX", 21, 'X', 'x'},
-                                           {"GLX", 22, 'X', 'x'},
-                                           {"UNK", 23, 'X', 'x'},
-                                           {"  A", 24, 'a', 'x'},
-                                           {"  G", 27, 'g', 'x'},
-                                           {"MSE", -1, 'X', 'x'},
-                                           {"XYZ", -1, 'X', 'x'},
-                                           {"GLYC", 0, 'G', 'G'},
-                                           {"GL", -1, 'X', 'x'},
-                                           {"", -1, 'X', 'x'},
-                                           {"gly", -1, 'X', 'x'}}) {
-        EXPECT_EQ(residueIndex(c.name), c.index) << c.name;
-        EXPECT_EQ(oneLetterCode(c.name), c.code) << c.name;
-        EXPECT_EQ(oneLetterOf(c.index), c.codeFromIndex) << c.name;
+    for (const auto& row : test::tableRows("chain/codes.txt")) {
+        const int index = std::stoi(row.at(1));
+        EXPECT_EQ(residueIndex(row[0]), index) << row[0];
+        EXPECT_EQ(oneLetterCode(row[0]), row.at(2)[0]) << row[0];
+        EXPECT_EQ(oneLetterOf(index), row.at(3)[0]) << row[0];
     }
     EXPECT_EQ(threeLetterName('E'), "GLU");
     EXPECT_EQ(threeLetterName('B'), "ASX");
@@ -58,28 +39,11 @@ TEST(ResidueCodes, KeepTheAsymmetriesBetweenNamesRowsAndLetters) {
 }
 
 TEST(AtomNames, AreTakenApartCharacterByCharacter) {
-    struct Case {
-        const char* name;
-        int residueType;
-        std::uint32_t bits;
-    };
-    const int alanine = 5;
-    const int glycine = 0;
-    for (const Case& c :
-         std::vector<Case>{{" CA ", alanine, 0x110082},
-                           {" CA ", glycine, 0xC110082},
-                           {" CB ", glycine, 0x110102},
-                           {" CB ", -1, 0x4110102},
-                           {" SG ", 1, 0x110208},
-                           {"1HD2", 9, 0x240410},
-                           {"3HZ3", 8, 0x881010},
-                           {"2HH1", 14, 0x422010},
-                           {" CE3", 18, 0x180802},
-                           {"CA  ", alanine, 0x10060},  // calcium: no prefix, and "A" is no element
-                           {" CA1", alanine, 0x120082},  // a branch: no C-alpha
-                           {" CAX", alanine, 0x110082},  // an unknown branch counts as blank
-                           {" ?? ", alanine, 0x114020}})
-        EXPECT_EQ(classifyAtomName(c.name, c.residueType), c.bits) << c.name;
+    for (const auto& row : test::tableRows("chain/atom_names.txt")) {
+        const int residue = residueIndex(row.at(0).substr(5));
+        EXPECT_EQ(format("0x%X", classifyAtomName(row[0].substr(0, 4), residue)), row.at(1))
+            << row[0];
+    }
 }
 
 TEST(Residues, AreRunsOfOneNumberAndInsertionCodeWithTheirFirstBackboneAtoms) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <numeric>
+#include <tuple>
 
 namespace tervolanda::test {
 
@@ -10,32 +11,24 @@ namespace {
 
 using Matrix3 = std::array<std::array<double, 3>, 3>;
 
-// Eigenvectors (columns) of a symmetric matrix, largest eigenvalue first.
+// Eigenvectors (columns) of a symmetric matrix, largest eigenvalue first, by Jacobi's rotations.
 Matrix3 eigenvectors(Matrix3 a) {
     Matrix3 v{{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}};
+    constexpr std::array<std::array<std::size_t, 2>, 3> kPairs = {{{0, 1}, {0, 2}, {1, 2}}};
     for (int sweep = 0; sweep < 60; ++sweep) {
-        for (int p = 0; p < 3; ++p) {
-            for (int q = p + 1; q < 3; ++q) {
-                const auto up = static_cast<std::size_t>(p), uq = static_cast<std::size_t>(q);
-                if (std::abs(a[up][uq]) < 1e-300) continue;
-                const double angle = 0.5 * std::atan2(2 * a[up][uq], a[up][up] - a[uq][uq]);
-                const double c = std::cos(angle), s = std::sin(angle);
-                for (auto& row : a) {
-                    const double x = row[up], y = row[uq];
-                    row[up] = c * x + s * y;
-                    row[uq] = -s * x + c * y;
-                }
-                for (std::size_t k = 0; k < 3; ++k) {
-                    const double x = a[up][k], y = a[uq][k];
-                    a[up][k] = c * x + s * y;
-                    a[uq][k] = -s * x + c * y;
-                }
-                for (auto& row : v) {
-                    const double x = row[up], y = row[uq];
-                    row[up] = c * x + s * y;
-                    row[uq] = -s * x + c * y;
-                }
-            }
+        for (const auto& [p, q] : kPairs) {
+            if (std::abs(a[p][q]) < 1e-300) continue;
+            const double angle = 0.5 * std::atan2(2 * a[p][q], a[p][p] - a[q][q]);
+            const double c = std::cos(angle), s = std::sin(angle);
+            const auto turn = [c, s](double& x, double& y) {
+                std::tie(x, y) = std::tuple(c * x + s * y, -s * x + c * y);
+            };
+            for (std::size_t k = 0; k < 3; ++k)
+                turn(a[k][p], a[k][q]);
+            for (std::size_t k = 0; k < 3; ++k)
+                turn(a[p][k], a[q][k]);
+            for (std::size_t k = 0; k < 3; ++k)
+                turn(v[k][p], v[k][q]);
         }
     }
     std::array<std::size_t, 3> order{0, 1, 2};

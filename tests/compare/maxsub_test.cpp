@@ -57,33 +57,6 @@ TEST(SelectByRmsd, StopsAtTheFirstPairThatRaisesTheMeanTooFar) {
     }
 }
 
-TEST(SelectByRmsd, AgreesWithSorting) {
-    std::mt19937 engine(1);
-    for (std::uint32_t round = 0; round < 500; ++round) {
-        std::vector<double> squared(3 + engine() % 300);
-        // Some sets with many ties, some of a wide range.
-        for (double& value : squared)
-            value = round % 3 == 0 ? static_cast<double>(engine() % 4)
-                                   : std::exp(0.01 * static_cast<double>(engine() % 1000));
-        std::vector<std::uint32_t> order(squared.size());
-        std::iota(order.begin(), order.end(), 0U);
-        std::stable_sort(order.begin(), order.end(),
-                         [&](std::uint32_t a, std::uint32_t b) { return squared[a] < squared[b]; });
-        const double limit =
-            squared[engine() % squared.size()] * (0.3 + 0.1 * (round % 8)) * (1.0 + 1e-10);
-        double sum = 0.0;
-        std::size_t count = 0;
-        while (count < order.size() &&
-               (sum + squared[order[count]]) <= limit * static_cast<double>(count + 1)) {
-            sum += squared[order[count++]];
-        }
-        order.resize(count);
-        std::sort(order.begin(), order.end());
-        EXPECT_EQ(selectedByRmsd(squared, limit, bestKernels()), order);
-        EXPECT_EQ(selectedByRmsd(squared, limit, portableKernels()), order);
-    }
-}
-
 std::vector<std::uint32_t> lengthsOf(std::uint32_t pairs, int levels) {
     std::vector<std::uint32_t> lengths;
     seedLengths(pairs, levels, lengths);

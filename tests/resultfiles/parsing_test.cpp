@@ -46,6 +46,10 @@ std::string distancesIn(std::FILE* file, bool withChains) {
     return described(found.ids, chains, shown(found.matrix), isComplete, captured.error());
 }
 
+std::string distancesIn(std::string text) {
+    return distancesIn(FileHandle(fmemopen(text.data(), text.size(), "rb")).get(), false);
+}
+
 std::string scoresIn(std::FILE* file) {
     const auto parsed = parseMaxSubFile(file);
     if (const auto* error = std::get_if<FormatError>(&parsed)) return error->message;
@@ -69,6 +73,23 @@ TEST(ResultFiles, AreReadAsTheTableSays) {
                                       : distancesIn(file.get(), row[0] == "distance");
         EXPECT_EQ(found, row.at(2)) << row[1];
     }
+}
+
+TEST(DistanceFile, SizeBeyondTheMemoryIsRefusedBeforeAnythingIsAllocated) {
+    for (const std::string digits : {"10000000", "99999999999999999999999999"}) {
+        const std::string message = "Cannot allocate distance matrix of size '" + digits + "'";
+        EXPECT_TRUE(distancesIn("SIZE : " + digits + "\n").starts_with(message)) << digits;
+    }
+}
+
+TEST(DistanceFile, IsRefusedWhenTooMuchOfItIsNoRecord) {
+    const std::string records = "SIZE : 2\nDIST : 1 2 1\n", whole = "1 2 ;; 0 1 1 0";
+    const auto of = [](std::size_t length) { return std::string(length, 'x'); };
+    const std::size_t limit = RecordLines::kLongestRecord;
+    EXPECT_EQ(distancesIn(records + "#" + of(limit - 3) + "\n"), whole);
+    for (const std::string& rest :
+         {of(limit), "DIST :" + of(limit), of(limit / 2) + "\n#" + of(limit / 2)})
+        EXPECT_NE(distancesIn(records + rest), whole);
 }
 
 }  // namespace

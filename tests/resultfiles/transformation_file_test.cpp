@@ -69,38 +69,6 @@ struct Batch {
     PairMatrix pairs;
 };
 
-TEST(MaxSubFile, BothVariantsReadBack) {
-    const TemporaryFolder folder;
-    Batch batch({2, 3, 7, 90000});
-    batch.scores.at(0, 3) = 1.5F;
-    CapturedLog captured;
-    const std::string full = folder / "full.txt";
-    const std::string lite = folder / "lite.txt";
-    const PreparedList prepared = batch.prepared();
-    TransformationSpool spool(full, prepared.sets());
-    batch.spoolAll(spool);
-    writeTransformationFile(full, batch.models, batch.scores, batch.pairs, spool, batch.ids,
-                            captured.log);
-    writeMaxSubFile(lite, batch.models, batch.scores, batch.pairs, batch.ids, captured.log);
-    for (const std::string& path : {full, lite}) {
-        const auto made = readMaxSubFile(path, captured.log);
-        const auto& read = std::get<std::optional<MaxSubFile>>(made);
-        ASSERT_TRUE(read) << path;
-        EXPECT_EQ(read->ids, batch.ids);
-        for (std::size_t i = 0; i < batch.ids.size(); ++i) {
-            EXPECT_EQ(read->chains.chains.at(i).fileName, batch.models.chains[i].fileName);
-            EXPECT_EQ(read->chains.chains[i].number, batch.ids[i]);
-            for (std::size_t j = 0; j < batch.ids.size(); ++j) {
-                const float score = std::min(batch.scores.at(i, j), 1.0F);
-                EXPECT_NEAR(read->scores.at(i, j), score, path == full ? 0.5001e-4 : 0.5001e-3);
-                const std::uint32_t own = path == full ? 0 : Batch::kResidues;
-                EXPECT_EQ(read->pairs.at(i, j), i == j ? own : batch.pairs.at(i, j));
-            }
-        }
-    }
-    EXPECT_EQ(captured.error(), "");
-}
-
 TEST(TransformationSpool, PositionsAreThoseOfResiduesAndRunsComeApartAgain) {
     const TemporaryFolder folder;
     Batch batch({1, 2});

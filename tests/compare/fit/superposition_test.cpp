@@ -106,35 +106,5 @@ TEST(Superposition, OfALineOntoItselfIsExactInEveryDirection) {
     }
 }
 
-TEST(Superposition, MovesThePredictionOntoTheExperiment) {
-    const Chain experiment = coil(30, 5);
-    Chain prediction = moved(experiment);
-    const PairedPoints pairs = paired(experiment, prediction);
-    applySuperposition(asSuperposition(pairs, *fitPairs(pairs, bestKernels())), prediction);
-    for (std::size_t i = 0; i < 30; ++i) {
-        EXPECT_NEAR(prediction.atoms[i].x, experiment.atoms[i].x, 1e-9);
-        EXPECT_NEAR(prediction.atoms[i].y, experiment.atoms[i].y, 1e-9);
-        EXPECT_NEAR(prediction.atoms[i].z, experiment.atoms[i].z, 1e-9);
-    }
-}
-
-TEST(Rotations, ComposeAsTheyAreApplied) {
-    std::mt19937 engine(7);
-    const auto component = [&] { return static_cast<double>(engine()) / 2147483648.0 - 1.0; };
-    for (int round = 0; round < 50; ++round) {
-        const Rotation a = asRotation({component(), component(), component(), component()});
-        const Rotation b = asRotation({component(), component(), component(), component()});
-        const Rotation c = compose(b, a);
-        for (std::size_t i = 0; i < 3; ++i) {
-            for (std::size_t j = 0; j < 3; ++j) {
-                double product = 0.0;
-                for (std::size_t k = 0; k < 3; ++k)
-                    product += b[3 * i + k] * a[3 * k + j];
-                EXPECT_NEAR(c[3 * i + j], product, 1e-12);
-            }
-        }
-    }
-}
-
 }  // namespace
 }  // namespace tervolanda::test

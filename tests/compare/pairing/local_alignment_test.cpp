@@ -1,6 +1,5 @@
 #include "compare/pairing/local_alignment.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -9,21 +8,14 @@
 #include <optional>
 #include <random>
 #include <span>
+#include <sstream>
 
+#include "base/format.h"
 #include "base/matrix.h"
+#include "support/support.h"
 
 namespace tervolanda {
 namespace {
-
-using testing::ElementsAre;
-
-Matrix<float> matrixOf(const std::vector<std::vector<float>>& rows) {
-    Matrix<float> matrix(rows.size(), rows.empty() ? 0 : rows[0].size());
-    for (std::size_t i = 0; i < rows.size(); ++i) {
-        std::copy(rows[i].begin(), rows[i].end(), matrix.row(i).begin());
-    }
-    return matrix;
-}
 
 class MatrixRows final : public SimilarityRows {
  public:
@@ -37,13 +29,6 @@ class MatrixRows final : public SimilarityRows {
  private:
     const Matrix<float>& matrix_;
 };
-
-std::vector<AlignedPair> aligned(const Matrix<float>& similarity, GapPenalties penalties) {
-    LocalAligner aligner;
-    std::vector<AlignedPair> pairs;
-    aligner.align(MatrixRows(similarity), penalties, pairs);
-    return pairs;
-}
 
 // The best score by the definition of an alignment: a chain of pairs, each costing the gaps to the
 // pair before it.  It looks at all predecessors of a pair and so knows no states and no recurrence.
@@ -126,56 +111,35 @@ TEST(LocalAligner, FindsTheBestScoreByDefinitionAndPairsThatHaveIt) {
     }
 }
 
-TEST(LocalAligner, BreaksTiesByItsRules) {
-    struct Case {
-        const char* name;
-        std::vector<std::vector<float>> similarity;
-        GapPenalties penalties;
-        std::vector<AlignedPair> expected;
-    };
-    for (const Case& c : std::vector<Case>{
-             {"nothing similar", {{0, 0}, {0, 0}}, {-1, 0}, {}},
-             {"no rows", {}, {-1, 0}, {}},
-             {"an empty cell on the way is not paired",
-              {{1, 0, 0}, {0, 0, 0}, {0, 0, 1}},
-              {-1, -1},
-              {{0, 0}, {2, 2}}},
-             {"a gap as dear as its gain is not worth it",
-              {{1, 0, 0}, {0, 0, 1}},
-              {-1, 0},
-              {{0, 0}}},
-             {"of equal ends the first row by row",
-              {{0, 2, 0}, {0, 0, 0}, {2, 0, 0}},
-              {-9, 0},
-              {{0, 1}}},
-             // (0,0) or (0,1) before (1,2), with and without a gap: the diagonal wins.
-             {"the diagonal before a gap", {{1, 1, 0}, {0, 0, 1}}, {0, 0}, {{0, 1}, {1, 2}}},
-             // (0,1) or (1,0) before (2,2), each over one gap: the skipped column wins.
-             {"of equal gaps a skipped column",
-              {{0, 1, 0}, {1, 0, 0}, {0, 0, 2}},
-              {-0.5, 0},
-              {{1, 0}, {2, 2}}}}) {
-        EXPECT_EQ(aligned(matrixOf(c.similarity), c.penalties), c.expected) << c.name;
+// The numbers in `text`, "/" between rows.
+Matrix<float> matrixOf(const std::string& text) {
+    const auto rows = static_cast<std::size_t>(std::count(text.begin(), text.end(), '/')) + 1;
+    std::vector<float> values;
+    std::istringstream words(text);
+    for (std::string word; words >> word;) {
+        if (word != "/") values.push_back(std::stof(word));
     }
+    Matrix<float> matrix(values.empty() ? 0 : rows, values.size() / rows);
+    std::copy(values.begin(), values.end(), matrix.values().begin());
+    return matrix;
 }
 
-TEST(LocalAligner, TakesPenaltiesThatAreNoneAsTheNearestThatAre) {
-    const auto similarity = matrixOf({{1, 0, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 0}, {0, 0, 0, 1}});
-    const auto free = aligned(similarity, {0.0, 0.0});
-    EXPECT_THAT(free, ElementsAre(AlignedPair{0, 0}, AlignedPair{1, 2}, AlignedPair{3, 3}));
-    EXPECT_EQ(aligned(similarity, {1e300, 1e300}), free);
-    EXPECT_EQ(aligned(similarity, {-HUGE_VAL, -HUGE_VAL}), aligned(similarity, {-100.0, -100.0}));
-    // A gap of two never costs more than two gaps.
-    EXPECT_EQ(aligned(matrixOf({{2, 0, 0, 0}, {0, 0, 0, 2}}), {-0.5, -100.0}).size(), 2U);
-}
-
-TEST(LocalAligner, ForgetsTheMatrixBefore) {
+// One aligner for all: it forgets the matrix before.
+TEST(LocalAligner, BreaksTiesByItsRulesAndTakesPenaltiesThatAreNoneAsTheNearestThatAre) {
     LocalAligner aligner;
     std::vector<AlignedPair> pairs;
     aligner.align(MatrixRows(Matrix<float>(40, 30, 1.0F)), {-1.0, 0.0}, pairs);
     EXPECT_EQ(pairs.size(), 30U);
-    aligner.align(MatrixRows(matrixOf({{0, 0}, {0, 1}, {0, 0}})), {-1.0, 0.0}, pairs);
-    EXPECT_THAT(pairs, ElementsAre(AlignedPair{1, 1}));
+    for (const auto& row : test::tableRows("compare/pairing/alignments.txt")) {
+        const std::size_t blank = row.at(2).find(' ');
+        const GapPenalties penalties{std::stod(row[2]), std::stod(row[2].substr(blank))};
+        const Matrix<float> similarity = matrixOf(row[1]);
+        aligner.align(MatrixRows(similarity), penalties, pairs);
+        std::string found;
+        for (const AlignedPair& pair : pairs)
+            found += format("%s%u-%u", found.empty() ? "" : " ", pair.row, pair.column);
+        EXPECT_EQ(found, row.at(3)) << row[0];
+    }
 }
 
 }  // namespace

@@ -92,24 +92,6 @@ TEST(FragmentScores, AgreeWithALiteralFitAtEveryPlaceOfTheMatrix) {
     }
 }
 
-TEST(FragmentScores, StayFiniteForAbsurdVectors) {
-    Points far = prepared(coil(12, 3)).points;
-    far.x[5] = 1e300;
-    far.y[8] = -1e300;
-    Points equal;
-    for (int i = 0; i < 12; ++i)
-        equal.append(1.0, 2.0, 3.0);
-    for (const Points& points : {far, equal}) {
-        const auto scores = fragmentScores(unitVectors(points), unitVectors(points));
-        EXPECT_EQ(scores.rows(), 5U);
-        for (const float score : scores.values())
-            EXPECT_TRUE(score >= 0.0F && score <= 10.0F);
-    }
-    EXPECT_TRUE(fragmentScores(unitVectors(prepared(coil(7, 1)).points), unitVectors(far))
-                    .values()
-                    .empty());
-}
-
 TEST(UnitVectors, HaveLengthOneUnlessThePointsNearlyCoincide) {
     const Points vectors =
         unitVectors(pointsOf({{0, 0, 0}, {0, 3, 4}, {0, 3, 4 + 1e-7}, {0, 3, 4 + 3e-6}}));

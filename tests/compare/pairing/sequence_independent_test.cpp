@@ -121,21 +121,6 @@ TEST(Remapping, EndsWhenMappingsGoRoundInACircle) {
     EXPECT_GE(circles, 3);
 }
 
-TEST(SequenceIndependent, DomainsAreFoundOneAfterTheOther) {
-    const Chain chain = coil(160, 11);
-    Chain opened = chain;
-    const Chain elsewhere = moved(chain);
-    for (std::size_t i = 90; i < 160; ++i)
-        opened.atoms[i] = elsewhere.atoms[i];
-    ComparisonParameters parameters = byStructure();
-    parameters.iterations = 2;
-    const Compared compared = compare(renumbered(opened, 400, 1), chain, parameters);
-    ASSERT_EQ(compared.result.iterations.size(), 2U);
-    EXPECT_GE(compared.result.iterations[0].pairs, 88U);
-    EXPECT_GE(compared.result.iterations[1].pairs, 65U);
-    EXPECT_THAT(compared.lines, HasSubstr("Iter 2: Initial mapping "));
-}
-
 Chain realChain(const std::filesystem::path& file, int first = -999, int last = 9999) {
     Log log;
     auto chain = readChain(file, {}, {}, log);
