@@ -16,6 +16,7 @@
 #include "driver/read_plan.h"
 #include "driver/result_output.h"
 #include "driver/result_rows.h"
+#include "driver/run_exports.h"
 #include "driver/timer.h"
 #include "resultfiles/resultfiles.h"
 
@@ -61,18 +62,21 @@ void printAverage(const DistanceMatrix& matrix, const Settings& settings, Log& l
     if (average.count > 0) log.info(0, "%s", averageLine(average).c_str());
 }
 
-void cluster(DistanceMatrix matrix, MatrixValues values, const ChainList& models,
-             const Settings& settings, Log& log) {
-    clusterAndPrint(matrix, values, {modelIds(models), &models}, settings, log);
+// The ranking that exports show; empty where there are none.
+std::vector<RankedModel> ranking(const DistanceMatrix& scores, MatrixValues values,
+                                 std::span<const JuryScore> jury, const RunExports& exports) {
+    if (!exports.isWanted()) return {};
+    return rankedModels(scores, values, jury);
 }
 
-int compareListMaxSub(const ChainList& models, const Settings& settings, Log& log, Report& report) {
+int compareListMaxSub(const ChainList& models, const Settings& settings, RunExports& exports,
+                      Log& log, Report& report) {
     const RunTimer timer;
     const PreparedList prepared(models, AtomSelection::Calpha, settings.comparison, report);
     std::optional<TransformationSpool> spool;
     if (settings.output.resultFile) spool.emplace(*settings.output.resultFile, prepared.sets());
     MaxSubBatch batch = compareAllMaxSub(prepared, settings.comparison, spool ? &*spool : nullptr,
-                                         log, report, settings.threads);
+                                         log, report, settings.threads, exports.viewer());
     timer.stop(log);
     const auto figures = [&batch](std::size_t i, std::size_t j) {
         return MaxSubFigures{.pairs = batch.pairs.at(i, j),
@@ -93,16 +97,20 @@ int compareListMaxSub(const ChainList& models, const Settings& settings, Log& lo
         status |= exitStatus(writeMaxSubFile(*settings.output.liteResultFile, models, batch.scores,
                                              batch.pairs, modelIds(models), log));
     }
-    rankAndPrint(batch.scores, batch.pairs, models, settings, log);
-    cluster(std::move(batch.scores), MatrixValues::Similarities, models, settings, log);
+    const auto jury = rankAndPrint(batch.scores, batch.pairs, models, settings, log);
+    auto ranked = ranking(batch.scores, MatrixValues::Similarities, jury, exports);
+    clusterAndFinish(std::move(batch.scores), MatrixValues::Similarities,
+                     {modelIds(models), &models}, std::move(ranked), settings, exports, log);
     return status;
 }
 
-int compareListGdt(const ChainList& models, const Settings& settings, Log& log, Report& report) {
+int compareListGdt(const ChainList& models, const Settings& settings, RunExports& exports, Log& log,
+                   Report& report) {
     log.info(0, "All vs. All GDT");
     const RunTimer timer;
     const PreparedList prepared(models, AtomSelection::Calpha, settings.comparison, report);
-    GdtBatch batch = compareAllGdt(prepared, settings.comparison, log, report, settings.threads);
+    GdtBatch batch = compareAllGdt(prepared, settings.comparison, log, report, settings.threads,
+                                   exports.viewer());
     timer.stop(log);
     const auto figures = [&batch](std::size_t i, std::size_t j) {
         return GdtFigures{static_cast<double>(batch.gdt.at(i, j))};
@@ -114,10 +122,12 @@ int compareListGdt(const ChainList& models, const Settings& settings, Log& log, 
         status = exitStatus(writeDistanceFile(*settings.output.resultFile, models, batch.gdt,
                                               modelIds(models), log));
     }
+    auto ranked = ranking(batch.gdt, MatrixValues::Similarities, {}, exports);
     // Clustering takes similarities from 0 to 1.
     for (float& value : batch.gdt.values())
         value /= 100.0F;
-    cluster(std::move(batch.gdt), MatrixValues::Similarities, models, settings, log);
+    clusterAndFinish(std::move(batch.gdt), MatrixValues::Similarities, {modelIds(models), &models},
+                     std::move(ranked), settings, exports, log);
     return status;
 }
 
@@ -145,33 +155,38 @@ int writeRmsdFiles(const RmsdBatch& batch, const ChainList& models, const Settin
     return status;
 }
 
-int compareListRmsd(const ChainList& models, const Settings& settings, Log& log, Report& report) {
+int compareListRmsd(const ChainList& models, const Settings& settings, RunExports& exports,
+                    Log& log, Report& report) {
     log.info(0, "All vs. All RMSD");
     const RunTimer timer;
     const PreparedList prepared(models, readPlan(settings).atoms, settings.comparison, report);
-    RmsdBatch batch =
-        compareAllRmsd(prepared, rmsdOptions(settings), log, report, settings.threads);
+    RmsdBatch batch = compareAllRmsd(prepared, rmsdOptions(settings), log, report, settings.threads,
+                                     exports.viewer());
     timer.stop(log);
     printPairs(models, rmsdPairFigures(batch, prepared), log);
     printAverage(batch.rmsd, settings, log);
     const int status = writeRmsdFiles(batch, models, settings, log);
-    cluster(std::move(batch.rmsd), MatrixValues::Distances, models, settings, log);
+    auto ranked = ranking(batch.rmsd, MatrixValues::Distances, {}, exports);
+    clusterAndFinish(std::move(batch.rmsd), MatrixValues::Distances, {modelIds(models), &models},
+                     std::move(ranked), settings, exports, log);
     return status;
 }
 
 }  // namespace
 
-int runAllVsAll(const Settings& settings, const ResidueExclusions& exclusions, Log& log) {
+int runAllVsAll(const Settings& settings, const ResidueExclusions& exclusions, RunExports& exports,
+                Log& log) {
     Report report(log, settings.output.logLevel);
-    const ChainList models = readModels(settings, exclusions, log);
+    const ChainList models = readModels(settings, exclusions, log, exports.unread());
     if (models.chains.size() < 2) abend("Not enough structures for all vs. all clustering");
+    exports.startAll(models);
     switch (comparisonKind(settings)) {
         case ComparisonKind::Gdt:
-            return compareListGdt(models, settings, log, report);
+            return compareListGdt(models, settings, exports, log, report);
         case ComparisonKind::Rmsd:
-            return compareListRmsd(models, settings, log, report);
+            return compareListRmsd(models, settings, exports, log, report);
         case ComparisonKind::MaxSub:
-            return compareListMaxSub(models, settings, log, report);
+            return compareListMaxSub(models, settings, exports, log, report);
     }
     std::abort();
 }

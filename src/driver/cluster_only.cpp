@@ -6,15 +6,23 @@
 #include "base/log.h"
 #include "driver/modes.h"
 #include "driver/result_output.h"
+#include "driver/run_exports.h"
 #include "resultfiles/resultfiles.h"
 
 namespace tervolanda {
 
-int runClusterOnly(const Settings& settings, Log& log) {
+int runClusterOnly(const Settings& settings, RunExports& exports, Log& log) {
     std::optional<DistanceFile> file =
         orAbend(readDistanceFile(*settings.input.distanceFile, nullptr, log));
-    if (!file) return EXIT_SUCCESS;  // a file with gaps is reported and is no failure
-    clusterAndPrint(file->matrix, MatrixValues::Distances, {file->ids}, settings, log);
+    if (!file) {  // a file with gaps is reported and is no failure
+        exports.giveUp();
+        return EXIT_SUCCESS;
+    }
+    exports.startMatrix(file->ids, nullptr, nullptr);
+    std::vector<RankedModel> ranked;
+    if (exports.isWanted()) ranked = rankedModels(file->matrix, MatrixValues::Distances, {});
+    clusterAndFinish(std::move(file->matrix), MatrixValues::Distances, {file->ids},
+                     std::move(ranked), settings, exports, log);
     return EXIT_SUCCESS;
 }
 

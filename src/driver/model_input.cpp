@@ -18,13 +18,14 @@ Chain readStructure(const std::string& path, const ReadRequest& request,
     return std::move(*chain);
 }
 
-ChainList readModels(const Settings& settings, const ResidueExclusions& exclusions, Log& log) {
+ChainList readModels(const Settings& settings, const ResidueExclusions& exclusions, Log& log,
+                     std::vector<UnreadModel>* unread) {
     const std::string& path = *settings.input.listFile;
     const ComparisonKind kind = comparisonKind(settings);
     ChainList models;
     std::uint32_t counter = 0;
     const std::size_t read = readModelList(path, counter, readPlan(settings).request, exclusions,
-                                           log, models, settings.threads);
+                                           log, models, settings.threads, unread);
     if (read == 0 && kind == ComparisonKind::Rmsd) {
         abend("Failed to read PDB list file '%s'", path.c_str());
     }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "chain/input/input.h"
 #include "driver/settings.h"
@@ -15,6 +16,8 @@ Chain readStructure(const std::string& path, const ReadRequest& request,
                     const ResidueExclusions& exclusions, Log& log);
 
 // The models of the list, which the settings name; a list without a readable model is fatal.
-ChainList readModels(const Settings& settings, const ResidueExclusions& exclusions, Log& log);
+// Files that are no models are noted in `unread`, where there is one.
+ChainList readModels(const Settings& settings, const ResidueExclusions& exclusions, Log& log,
+                     std::vector<UnreadModel>* unread);
 
 }  // namespace tervolanda

@@ -16,6 +16,7 @@
 #include "driver/read_plan.h"
 #include "driver/result_output.h"
 #include "driver/result_rows.h"
+#include "driver/run_exports.h"
 #include "driver/timer.h"
 #include "resultfiles/resultfiles.h"
 
@@ -119,25 +120,41 @@ void printRecords(const ListComparison& list, const std::vector<ModelRecord>& re
     }
 }
 
+// A model without a fit has no score.
+RunResults resultsOf(const std::vector<ModelRecord>& records, const ChainList& models) {
+    RunResults results;
+    for (const ModelRecord& record : records) {
+        RankedModel ranked;
+        ranked.model = static_cast<std::size_t>(record.model - models.chains.data()) + 1;
+        if (record.superposition || record.score > 0.0) ranked.score = record.score;
+        results.ranking.push_back(ranked);
+    }
+    return results;
+}
+
 }  // namespace
 
-int runOneVsList(const Settings& settings, const ResidueExclusions& exclusions, Log& log) {
+int runOneVsList(const Settings& settings, const ResidueExclusions& exclusions, RunExports& exports,
+                 Log& log) {
     Report report(log, settings.output.logLevel);
     const ReadPlan plan = readPlan(settings);
-    const ChainList models = readModels(settings, exclusions, log);
+    const ChainList models = readModels(settings, exclusions, log, exports.unread());
     const Chain experiment =
         readStructure(*settings.input.experimentFile, plan.request, exclusions, log);
     const CoordinateSet experimentSet =
         prepareChain(experiment, plan.atoms, settings.comparison, report);
     log.info(0, "Processing PDB %s vs. List %s", settings.input.experimentFile->c_str(),
              settings.input.listFile->c_str());
-    const ListComparison list{experiment, experimentSet, models, plan.atoms, settings.comparison};
+    exports.startList(experiment, models);
+    const ListComparison list{experiment, experimentSet,       models,
+                              plan.atoms, settings.comparison, exports.viewer()};
     const RunTimer timer;
     std::vector<ModelRecord> records = compareModels(list, settings, log, report);
     timer.stop(log);
     if (!settings.output.noSort) sortRecords(records);
     const int status = writeSuperScript(experiment, records, settings, log);
     printRecords(list, records, log);
+    if (exports.isWanted()) exports.finish(resultsOf(records, models));
     return status;
 }
 

@@ -66,6 +66,8 @@ std::vector<Output> outputsOf(const Settings& settings) {
     std::vector<Output> outputs;
     addStandardOutput(outputs);
     add(outputs, "-log", settings.output.logFile);
+    for (const ExportRequest& request : settings.output.exports)
+        add(outputs, optionName(request).c_str(), request.path);
     if (settings.input.distanceFile || settings.input.transformFile) return outputs;
     if (!settings.input.listFile) {
         const bool hasScript = comparisonKind(settings) != ComparisonKind::Gdt;

@@ -18,6 +18,7 @@ constexpr auto kOptions = std::to_array<OwnOption>({
     {"help", "more", "This page"},
     {"threads", "n|all", "Threads of list runs; 'all': one for each processor (default = 1)"},
     {"pair", "sequence", "Pair residues by aligning the sequences, not by number"},
+    {"tsv", "file", "A table of all pairs, with all that the run knows of each"},
 });
 // clang-format on
 

@@ -12,6 +12,7 @@
 #include "driver/read_plan.h"
 #include "driver/result_output.h"
 #include "driver/result_rows.h"
+#include "driver/run_exports.h"
 #include "resultfiles/resultfiles.h"
 
 namespace tervolanda {
@@ -45,28 +46,43 @@ ScriptAtoms scriptAtoms(const Settings& settings, const ComparisonResult& result
     return settings.output.outputOption == 1 ? ScriptAtoms::Spanned : ScriptAtoms::All;
 }
 
-int comparePairMaxSub(const ScriptSubject& subject, const Settings& settings,
+ComparedPair comparedPair(const ScriptSubject& subject) {
+    return {{}, subject.experimentSet, subject.predictionSet};
+}
+
+int comparePairMaxSub(const ScriptSubject& subject, const Settings& settings, PairViewer* viewer,
                       ComparisonWorkspace& workspace, Log& log, Report& report) {
     ComparisonResult result;
     compareMaxSub(subject.experimentSet, subject.predictionSet, settings.comparison, workspace,
                   report, result);
     printAlignment(subject.experimentSet, subject.predictionSet, result, settings.comparison,
                    settings.output.lineWrap, report);
+    if (viewer != nullptr) viewer->seeMaxSub(comparedPair(subject), result);
     if (result.iterations.empty() || !settings.output.alignOutput) return EXIT_SUCCESS;
     return exitStatus(writeMaxSubScript(kPairScript, subject, result, settings.comparison,
                                         scriptAtoms(settings, result), log, report));
 }
 
-int comparePairGdt(const ScriptSubject& subject, const Settings& settings,
+int comparePairGdt(const ScriptSubject& subject, const Settings& settings, PairViewer* viewer,
                    ComparisonWorkspace& workspace, Report& report) {
     ComparisonResult result;
     const GdtResult gdt = compareGdt(subject.experimentSet, subject.predictionSet,
                                      settings.comparison, workspace, report, result);
     report.report(ReportLevel::Results, "%s\n", singleLine(GdtFigures{gdt.gdt}).c_str());
+    if (viewer != nullptr) viewer->seeGdt(comparedPair(subject), gdt, result);
     return EXIT_SUCCESS;
 }
 
-int comparePairRmsd(const ScriptSubject& subject, const Settings& settings,
+void showRmsd(const ScriptSubject& subject, const RmsdResult& result, const RmsdFigures& figures,
+              PairViewer& viewer) {
+    ListedRmsd listed{result.rmsd,      result.pairs,
+                      result.urmsd,     subject.predictionSet.gyrationRadius,
+                      figures.contacts, std::nullopt};
+    if (result.rmsd) listed.superposition = result.superposition;
+    viewer.seeRmsd(comparedPair(subject), listed, result.matched);
+}
+
+int comparePairRmsd(const ScriptSubject& subject, const Settings& settings, PairViewer* viewer,
                     ComparisonWorkspace& workspace, Log& log, Report& report) {
     RmsdResult result;
     compareRmsd(subject.experimentSet, subject.predictionSet, rmsdOptions(settings), workspace,
@@ -77,13 +93,29 @@ int comparePairRmsd(const ScriptSubject& subject, const Settings& settings,
     figures.contacts = sharedContacts(subject.experiment, subject.experimentSet, subject.prediction,
                                       subject.predictionSet, result, settings.comparison);
     report.report(ReportLevel::Results, "%s\n", singleLine(figures).c_str());
+    if (viewer != nullptr) showRmsd(subject, result, figures, *viewer);
     if (!result.rmsd || !settings.output.alignOutput) return EXIT_SUCCESS;
     return exitStatus(writeRmsdScript(kPairScript, subject, result, log, report));
 }
 
+int comparePair(const ScriptSubject& subject, const Settings& settings, PairViewer* viewer,
+                Log& log, Report& report) {
+    ComparisonWorkspace workspace;
+    switch (comparisonKind(settings)) {
+        case ComparisonKind::Gdt:
+            return comparePairGdt(subject, settings, viewer, workspace, report);
+        case ComparisonKind::Rmsd:
+            return comparePairRmsd(subject, settings, viewer, workspace, log, report);
+        case ComparisonKind::MaxSub:
+            return comparePairMaxSub(subject, settings, viewer, workspace, log, report);
+    }
+    std::abort();
+}
+
 }  // namespace
 
-int runPairwise(const Settings& settings, const ResidueExclusions& exclusions, Log& log) {
+int runPairwise(const Settings& settings, const ResidueExclusions& exclusions, RunExports& exports,
+                Log& log) {
     assert(settings.input.experimentFile && settings.input.predictionFile);
     Report report(log, pairwiseReportLevel(settings));
     const ReadPlan plan = readPlan(settings);
@@ -99,16 +131,10 @@ int runPairwise(const Settings& settings, const ResidueExclusions& exclusions, L
     const CoordinateSet predictionSet =
         prepareChain(prediction, plan.atoms, settings.comparison, report);
     const ScriptSubject subject{experiment, experimentSet, prediction, predictionSet};
-    ComparisonWorkspace workspace;
-    switch (kind) {
-        case ComparisonKind::Gdt:
-            return comparePairGdt(subject, settings, workspace, report);
-        case ComparisonKind::Rmsd:
-            return comparePairRmsd(subject, settings, workspace, log, report);
-        case ComparisonKind::MaxSub:
-            return comparePairMaxSub(subject, settings, workspace, log, report);
-    }
-    std::abort();
+    exports.startPair(experiment, prediction);
+    const int status = comparePair(subject, settings, exports.viewer(), log, report);
+    exports.finish({});
+    return status;
 }
 
 }  // namespace tervolanda

@@ -1,9 +1,11 @@
-// What the run modes have in common on the way out: tables, clusters, and what result files mean
-// for the exit status.
+// What the run modes have in common on the way out: tables, clusters, the values of both, and what
+// result files mean for the exit status.
 #pragma once
 
+#include <span>
 #include <utility>
 #include <variant>
+#include <vector>
 
 #include "chain/chain.h"
 #include "cluster/cluster.h"
@@ -16,17 +18,24 @@
 namespace tervolanda {
 
 class Log;
+class RunExports;
 
 RmsdOptions rmsdOptions(const Settings& settings);
 
 // Ranks the models by 3D-Jury and prints the table.  `chains` holds the models in matrix order.
-void rankAndPrint(const DistanceMatrix& scores, const PairMatrix& pairs, const ChainList& chains,
-                  const Settings& settings, Log& log);
+std::vector<JuryScore> rankAndPrint(const DistanceMatrix& scores, const PairMatrix& pairs,
+                                    const ChainList& chains, const Settings& settings, Log& log);
 
-// Clusters the models of a matrix, in which distances take the place of similarities, and prints
-// the clusters.  Nothing for method 0.
-void clusterAndPrint(DistanceMatrix& matrix, MatrixValues values, const ModelLabels& models,
-                     const Settings& settings, Log& log);
+// The models of a matrix as exports show them, best first: by the 3D-Jury, or without one by their
+// mean score.
+std::vector<RankedModel> rankedModels(const DistanceMatrix& scores, MatrixValues values,
+                                      std::span<const JuryScore> jury);
+
+// Clusters the models of a matrix and prints the clusters, none for method 0, and completes the
+// exports, for which the ranking is.
+void clusterAndFinish(DistanceMatrix matrix, MatrixValues values, const ModelLabels& models,
+                      std::vector<RankedModel> ranking, const Settings& settings,
+                      RunExports& exports, Log& log);
 
 // What a writer or reader of result files made; a format error is fatal.
 template <typename Made>

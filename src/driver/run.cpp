@@ -15,6 +15,7 @@
 #include "driver/help_text.h"
 #include "driver/modes.h"
 #include "driver/outputs.h"
+#include "driver/run_exports.h"
 #include "driver/settings.h"
 #include "export/export.h"
 
@@ -30,11 +31,12 @@ int runMode(Settings settings, Log& log) {
         // A file that cannot be read is reported, and the run goes on without it.
         readResidueExclusionFile(*settings.input.exclusionFile, exclusions, log);
     }
-    if (settings.input.distanceFile) return runClusterOnly(settings, log);
-    if (settings.input.transformFile) return runTransformMode(settings, log);
-    if (!settings.input.listFile) return runPairwise(settings, exclusions, log);
-    if (settings.input.experimentFile) return runOneVsList(settings, exclusions, log);
-    return runAllVsAll(settings, exclusions, log);
+    RunExports exports(settings, log);
+    if (settings.input.distanceFile) return runClusterOnly(settings, exports, log);
+    if (settings.input.transformFile) return runTransformMode(settings, exports, log);
+    if (!settings.input.listFile) return runPairwise(settings, exclusions, exports, log);
+    if (settings.input.experimentFile) return runOneVsList(settings, exclusions, exports, log);
+    return runAllVsAll(settings, exclusions, exports, log);
 }
 
 // The text that a command line asks for; none for a run.
@@ -97,7 +99,10 @@ int run(const std::vector<std::string>& arguments, LineStreams& streams) {
     Log log(streams.sink());
     try {
         const CommandLine line = readCommandLine(arguments, log);
-        if (line.request == Request::Run) startLog(line.settings, streams, log);
+        if (line.request == Request::Run) {
+            checkExports(line.settings);
+            startLog(line.settings, streams, log);
+        }
         const int status = perform(line, log);
         const bool arrived = everythingArrived(line, streams);
         return arrived && !log.hasIncompleteFile() ? status : EXIT_FAILURE;

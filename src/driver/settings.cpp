@@ -220,6 +220,7 @@ CommandLine readCommandLine(std::vector<std::string> values, Log& log) {
     // that ask for details.
     log.info(0, "help");
     resolveRun(arguments, settings, log);
+    settings.output.exports = exportRequests(own);
     return line;
 }
 

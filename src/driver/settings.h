@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "compare/compare.h"
+#include "driver/export_forms.h"
 
 namespace tervolanda {
 
@@ -56,6 +57,7 @@ struct OutputSettings {
     std::optional<std::string> liteResultFile;
     std::optional<std::string> urmsdResultFile;
     std::optional<std::string> logFile;
+    std::vector<ExportRequest> exports;
     int outputOption = 0;  // 0 MaxSub atoms, 1 all atoms spanning MaxSub, 2 all atoms
     bool outputOptionGiven = false;
     int superTop = 0;  // models in the superposition script of a list run

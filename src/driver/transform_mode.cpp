@@ -5,16 +5,20 @@
 #include "base/log.h"
 #include "driver/modes.h"
 #include "driver/result_output.h"
+#include "driver/run_exports.h"
 #include "resultfiles/resultfiles.h"
 
 namespace tervolanda {
 
-int runTransformMode(const Settings& settings, Log& log) {
+int runTransformMode(const Settings& settings, RunExports& exports, Log& log) {
     std::optional<MaxSubFile> file = orAbend(readMaxSubFile(*settings.input.transformFile, log));
     if (!file) return EXIT_FAILURE;
-    rankAndPrint(file->scores, file->pairs, file->chains, settings, log);
-    clusterAndPrint(file->scores, MatrixValues::Similarities, {file->ids, &file->chains}, settings,
-                    log);
+    exports.startMatrix(file->ids, &file->chains, &file->pairs);
+    const auto jury = rankAndPrint(file->scores, file->pairs, file->chains, settings, log);
+    std::vector<RankedModel> ranked;
+    if (exports.isWanted()) ranked = rankedModels(file->scores, MatrixValues::Similarities, jury);
+    clusterAndFinish(std::move(file->scores), MatrixValues::Similarities,
+                     {file->ids, &file->chains}, std::move(ranked), settings, exports, log);
     return EXIT_SUCCESS;
 }
 

@@ -3,11 +3,16 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <span>
+#include <string>
+#include <string_view>
 
+#include "base/file.h"
 #include "chain/chain.h"
 #include "cluster/cluster.h"
 #include "compare/pairing/similarity.h"
+#include "export/results.h"
 
 namespace tervolanda {
 
@@ -49,5 +54,54 @@ class SimilarityMatrixFiles final : public SimilaritySink {
     Log& log_;
     bool hasFailed_ = false;
 };
+
+// --- Files that a run is asked for ---------------------------------------------------------------
+
+// What a file shows of pairs, and so what is filled in of them.
+enum class PairDetail : std::uint8_t { None, Figures, Residues };
+
+// One file of one form.  start(), take() for each pair, finish(), commit(); what happens to no
+// commit() leaves no file, and an older one as it was.
+class ExportFile {
+ public:
+    explicit ExportFile(std::string path) : path_(std::move(path)), file_(path_) {}
+    ExportFile(const ExportFile&) = delete;
+    ExportFile& operator=(const ExportFile&) = delete;
+    virtual ~ExportFile() = default;
+
+    virtual PairDetail pairDetail() const { return PairDetail::None; }
+    virtual bool showsChecksums() const { return false; }  // of the inputs
+    // The inputs are lent until the file is gone.
+    virtual void start(const RunInputs& inputs) = 0;
+    virtual void take(const PairResult& /*pair*/) {}
+    virtual void finish(const RunResults& /*results*/) {}
+
+    const std::string& path() const { return path_; }
+    bool isOpen() const { return file_.isOpen(); }
+    // Gives the file its name; true when every byte arrived.
+    virtual bool commit();
+
+ protected:
+    // What is to be written next is appended here.
+    std::string& text() { return text_; }
+    // Hands the text on when there is enough of it.
+    void pace() {
+        if (text_.size() >= kBlock) flush();
+    }
+
+ private:
+    static constexpr std::size_t kBlock = std::size_t{1} << 16;
+    void flush();
+
+    std::string path_;
+    OutputFile file_;
+    std::string text_;
+};
+
+// --tsv: a row a pair.
+std::unique_ptr<ExportFile> makePairTable(std::string path);
+
+// The words of PairStatus, as all forms show them: "ok", "no_pairs", "no_fit", "not_significant".
+std::string_view statusWord(PairStatus status);
 
 }  // namespace tervolanda

@@ -9,6 +9,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_set>
+#include <vector>
 
 #include "chain/chain.h"
 
@@ -80,13 +81,26 @@ std::optional<ChainSet> readStructureFile(const std::string& path, const ReadReq
 std::optional<Chain> readChain(const std::string& path, const ReadRequest& request,
                                const ResidueExclusions& exclusions, Log& log);
 
+// A file of a list that could not be read, and the first ERROR line about it.
+struct UnreadModel {
+    std::uint32_t id = 0;
+    std::string path;
+    std::string reason;
+};
+
 // Reads the models that a list file names, one path a line, and appends those that can be read to
 // `list`; returns their number.  `counter` is the caller's running ID: it starts at 0, and every
-// line that names a file takes the next ID, whether the file can be read or not.  List and messages
-// are the same by however many threads the files are read.
+// line that names a file takes the next ID, whether the file can be read or not.  Those that cannot
+// are appended to `unread`, where there is one.  List and messages are the same by however many
+// threads the files are read.
 std::size_t readModelList(const std::string& path, std::uint32_t& counter,
                           const ReadRequest& request, const ResidueExclusions& exclusions, Log& log,
-                          ChainList& list, std::size_t threads = 1);
+                          ChainList& list, std::size_t threads = 1,
+                          std::vector<UnreadModel>* unread = nullptr);
+
+// CRC-32 (ISO 3309) of the bytes of a regular file, as they lie there; none for any other file, and
+// for one that cannot be read.
+std::optional<std::uint32_t> fileChecksum(const std::string& path);
 
 // Adds the keys of a residue exclusion file (the first five characters of every line).  False,
 // after an ERROR line, when it cannot be read.

@@ -55,16 +55,44 @@ bool mayBeReadAside(const std::string& path) {
     return status.st_size <= kLargest / factor;
 }
 
+// Notes the files that are no models, and why.  While it does, lines take the way through its log.
+class UnreadNotes {
+ public:
+    UnreadNotes(Log& log, std::vector<UnreadModel>* unread)
+        : unread_(unread),
+          listener_([this, &log](LogLevel severity, std::string_view text) {
+              if (severity == LogLevel::Error && reason_.empty()) reason_ = text;
+              log.passOn(severity, text);
+          }),
+          log_(unread == nullptr ? log : listener_) {
+        listener_.setLogLevel(log.logLevel());
+    }
+
+    Log& log() { return log_; }
+    // After the lines about a file.
+    void finishFile(std::uint32_t id, const std::string& path, bool isModel) {
+        if (unread_ != nullptr && !isModel) unread_->push_back({id, path, reason_});
+        reason_.clear();
+    }
+
+ private:
+    std::vector<UnreadModel>* unread_;
+    std::string reason_;
+    Log listener_;
+    Log& log_;
+};
+
 // The reading of one list.
 class ListReading {
  public:
     ListReading(LineReader& lines, const ReadRequest& request, const ResidueExclusions& exclusions,
-                std::uint32_t& counter, Log& log, ChainList& list)
+                std::uint32_t& counter, UnreadNotes& notes, ChainList& list)
         : lines_(lines),
           request_(request),
           exclusions_(exclusions),
           counter_(counter),
-          log_(log),
+          notes_(notes),
+          log_(notes.log()),
           list_(list) {
         request_.options |= ReadSingleChain;
     }
@@ -87,12 +115,13 @@ class ListReading {
     std::optional<std::string> nextPath();
     void readAside(Reading& reading) const;
     void consume(Reading& reading);
-    void take(std::optional<Chain> chain);
+    void take(const std::string& path, std::optional<Chain> chain);
 
     LineReader& lines_;
     ReadRequest request_;
     const ResidueExclusions& exclusions_;
     std::uint32_t& counter_;
+    UnreadNotes& notes_;
     Log& log_;
     ChainList& list_;
     std::size_t read_ = 0;
@@ -108,9 +137,10 @@ std::optional<std::string> ListReading::nextPath() {
 }
 
 // The next model, if it could be read.
-void ListReading::take(std::optional<Chain> chain) {
+void ListReading::take(const std::string& path, std::optional<Chain> chain) {
     ++counter_;
     ++tried_;
+    notes_.finishFile(counter_, path, chain.has_value());
     if (!chain) return;
     if (read_ % kProgressStep == 0) {
         log_.progress(0, "Successfully read %d PDBs", static_cast<int>(read_));
@@ -122,7 +152,7 @@ void ListReading::take(std::optional<Chain> chain) {
 
 void ListReading::readAll() {
     while (const auto path = nextPath())
-        take(readChain(*path, request_, exclusions_, log_));
+        take(*path, readChain(*path, request_, exclusions_, log_));
 }
 
 // A model of which there is much to say is left to its turn.
@@ -142,10 +172,11 @@ void ListReading::readAside(Reading& reading) const {
 }
 
 void ListReading::consume(Reading& reading) {
-    if (!reading.isRead) return take(readChain(reading.path, request_, exclusions_, log_));
+    if (!reading.isRead)
+        return take(reading.path, readChain(reading.path, request_, exclusions_, log_));
     for (const auto& [severity, text] : reading.lines)
         log_.passOn(severity, text);
-    take(std::move(reading.chain));
+    take(reading.path, std::move(reading.chain));
 }
 
 void ListReading::readAll(std::size_t threads) {
@@ -168,7 +199,7 @@ void ListReading::readAll(std::size_t threads) {
 
 std::size_t readModelList(const std::string& path, std::uint32_t& counter,
                           const ReadRequest& request, const ResidueExclusions& exclusions, Log& log,
-                          ChainList& list, std::size_t threads) {
+                          ChainList& list, std::size_t threads, std::vector<UnreadModel>* unread) {
     log.info(0, "Reading PDB list file '%s'", path.c_str());
     const FileHandle file = openForReading(path);
     if (!file) {
@@ -176,7 +207,8 @@ std::size_t readModelList(const std::string& path, std::uint32_t& counter,
         return 0;
     }
     LineReader reader(file.get(), kLongestList);
-    ListReading reading(reader, request, exclusions, counter, log, list);
+    UnreadNotes notes(log, unread);
+    ListReading reading(reader, request, exclusions, counter, notes, list);
     if (threads > 1) {
         reading.readAll(threads);
     } else {

@@ -1,5 +1,6 @@
 // One experiment with each model of a list.  A model is prepared where it is compared: it takes
 // part in one comparison only, and a list may be longer than memory has room for coordinate sets.
+#include <algorithm>
 #include <utility>
 
 #include "cluster/batch/run_batch.h"
@@ -20,7 +21,18 @@ class ListPairs {
         return {0, pair.prediction + count};
     }
     static std::size_t together(BatchPair) { return 1; }
-    static ChunkNeeds chunkNeeds() { return {}; }
+    // Where somebody looks at the pairs, outcomes hold searches and models.
+    ChunkNeeds chunkNeeds() const {
+        constexpr std::size_t kBackboneAtoms = 4;
+        constexpr std::size_t kBytesOfRecord = 128;  // of a CoordinateSet, with room to grow
+        ChunkNeeds needs;
+        if (list.viewer == nullptr) return needs;
+        std::size_t longest = 0;
+        for (const Chain& model : list.models.chains)
+            longest = std::max(longest, model.residues.size());
+        needs.bytesOfPair = longest * kBackboneAtoms * (kBytesOfRecord + kBytesOfSearch);
+        return needs;
+    }
     const Chain& experiment(BatchPair) const { return list.experiment; }
     const Chain& prediction(BatchPair pair) const { return list.models.chains[pair.prediction]; }
 
@@ -32,73 +44,111 @@ class ListPairs {
     const ListComparison& list;
 };
 
+// Outcomes hold the model only where somebody looks at it.
+void keep(std::optional<CoordinateSet>& kept, CoordinateSet& model, const ListComparison& list) {
+    if (list.viewer != nullptr) kept = std::move(model);
+}
+
 class ListedMaxSubPairs : public ListPairs {
  public:
-    using Outcome = ListedMaxSub;
+    struct Outcome {
+        ListedMaxSub found;
+        ComparisonResult search;
+        std::optional<CoordinateSet> model;
+    };
     static constexpr const char* kName = "MAXSUB";
 
     using ListPairs::ListPairs;
 
     void compute(BatchPair pair, std::span<Outcome> outcomes, BatchWorker& worker) const {
-        ComparisonResult& result = worker.result;
-        compareMaxSub(list.experimentSet, prepare(pair, worker), list.parameters, worker.workspace,
-                      worker.report, result);
-        if (list.parameters.iterations > 1) reportTotal(result, worker.report);
         Outcome& outcome = outcomes.front();
-        outcome = {result.pairs, result.rmsd, result.maxsub, result.tm, result.msi, std::nullopt};
+        ComparisonResult& result = list.viewer == nullptr ? worker.result : outcome.search;
+        CoordinateSet model = prepare(pair, worker);
+        compareMaxSub(list.experimentSet, model, list.parameters, worker.workspace, worker.report,
+                      result);
+        if (list.parameters.iterations > 1) reportTotal(result, worker.report);
+        outcome.found = {result.pairs, result.rmsd, result.maxsub,
+                         result.tm,    result.msi,  std::nullopt};
         if (!result.iterations.empty()) {
-            outcome.superposition = result.iterations.front().superposition;
+            outcome.found.superposition = result.iterations.front().superposition;
         }
+        keep(outcome.model, model, list);
         worker.finishPair();
     }
 
-    void consume(BatchPair, const Outcome& outcome) { found.push_back(outcome); }
+    void consume(BatchPair pair, const Outcome& outcome) {
+        found.push_back(outcome.found);
+        if (list.viewer == nullptr) return;
+        list.viewer->seeMaxSub({pair, list.experimentSet, *outcome.model}, outcome.search);
+    }
 
-    std::vector<Outcome> found;
+    std::vector<ListedMaxSub> found;
 };
 
 class ListedGdtPairs : public ListPairs {
  public:
-    using Outcome = GdtResult;
+    struct Outcome : GdtOutcome {
+        std::optional<CoordinateSet> model;
+    };
     static constexpr const char* kName = "GDT";
 
     using ListPairs::ListPairs;
 
     void compute(BatchPair pair, std::span<Outcome> outcomes, BatchWorker& worker) const {
-        outcomes.front() = compareGdt(list.experimentSet, prepare(pair, worker), list.parameters,
-                                      worker.workspace, worker.report, worker.result);
+        Outcome& outcome = outcomes.front();
+        CoordinateSet model = prepare(pair, worker);
+        ComparisonResult& search = list.viewer == nullptr ? worker.result : outcome.search;
+        outcome.found = compareGdt(list.experimentSet, model, list.parameters, worker.workspace,
+                                   worker.report, search);
+        keep(outcome.model, model, list);
         worker.finishPair();
     }
 
-    void consume(BatchPair, const Outcome& outcome) { found.push_back(outcome); }
+    void consume(BatchPair pair, const Outcome& outcome) {
+        found.push_back(outcome.found);
+        if (list.viewer == nullptr) return;
+        list.viewer->seeGdt({pair, list.experimentSet, *outcome.model}, outcome.found,
+                            outcome.search);
+    }
 
-    std::vector<Outcome> found;
+    std::vector<GdtResult> found;
 };
 
 class ListedRmsdPairs : public ListPairs {
  public:
-    using Outcome = ListedRmsd;
+    struct Outcome {
+        ListedRmsd found;
+        std::vector<MatchedPair> matched;
+        std::optional<CoordinateSet> model;
+    };
     static constexpr const char* kName = "RMSD";
 
     ListedRmsdPairs(const ListComparison& comparison, const RmsdOptions& options)
         : ListPairs(comparison), options_(options) {}
 
     void compute(BatchPair pair, std::span<Outcome> outcomes, BatchWorker& worker) const {
-        const CoordinateSet model = prepare(pair, worker);
+        CoordinateSet model = prepare(pair, worker);
         RmsdResult& fit = worker.fit;
         compareRmsd(list.experimentSet, model, options_, worker.workspace, worker.report, fit);
         Outcome& outcome = outcomes.front();
-        outcome = {fit.rmsd,     fit.pairs,   fit.urmsd, model.gyrationRadius,
-                   std::nullopt, std::nullopt};
-        if (fit.rmsd) outcome.superposition = fit.superposition;
-        outcome.contacts = sharedContacts(list.experiment, list.experimentSet, prediction(pair),
-                                          model, fit, list.parameters);
+        ListedRmsd& listed = outcome.found;
+        listed = {fit.rmsd, fit.pairs, fit.urmsd, model.gyrationRadius, std::nullopt, std::nullopt};
+        if (fit.rmsd) listed.superposition = fit.superposition;
+        listed.contacts = sharedContacts(list.experiment, list.experimentSet, prediction(pair),
+                                         model, fit, list.parameters);
+        if (list.viewer != nullptr) outcome.matched = fit.matched;
+        keep(outcome.model, model, list);
         worker.finishPair();
     }
 
-    void consume(BatchPair, const Outcome& outcome) { found.push_back(outcome); }
+    void consume(BatchPair pair, const Outcome& outcome) {
+        found.push_back(outcome.found);
+        if (list.viewer == nullptr) return;
+        list.viewer->seeRmsd({pair, list.experimentSet, *outcome.model}, outcome.found,
+                             outcome.matched);
+    }
 
-    std::vector<Outcome> found;
+    std::vector<ListedRmsd> found;
 
  private:
     const RmsdOptions& options_;

@@ -64,6 +64,19 @@ class AllPairs {
     const Chain& prediction(BatchPair pair) const { return chain(pair.prediction); }
 
  protected:
+    // For outcomes that hold what a search found.
+    ChunkNeeds needsOfSearches(std::size_t bytesOfOutcome) const {
+        std::size_t longest = 0;
+        for (const CoordinateSet& set : sets)
+            longest = std::max(longest, set.size());
+        ChunkNeeds needs;
+        needs.bytesOfPair = bytesOfOutcome + longest * kBytesOfSearch;
+        return needs;
+    }
+    ComparedPair compared(BatchPair pair) const {
+        return {pair, sets[pair.experiment], sets[pair.prediction]};
+    }
+
     const std::span<const CoordinateSet> sets;
 
  private:
@@ -78,7 +91,7 @@ class MaxSubPairs : public AllPairs {
     static constexpr const char* kName = "MAXSUB";
 
     MaxSubPairs(const PreparedList& list, const ComparisonParameters& parameters,
-                PairRecorder* recorder)
+                PairRecorder* recorder, PairViewer* viewer)
         : AllPairs(list),
           parameters_(parameters),
           hasIterations_(parameters.iterations > 1),
@@ -86,19 +99,11 @@ class MaxSubPairs : public AllPairs {
           // A given normalisation length is the same for both models of a pair.
           keepsLength_(ranksByTM_ && parameters.normLength > 0),
           recorder_(recorder),
+          viewer_(viewer),
           found{matrixWithDiagonal(list.size(), 1.0F), matrixWithDiagonal(list.size(), 0.0F),
                 pairMatrix(list.sets())} {}
 
-    ChunkNeeds chunkNeeds() const {
-        std::size_t longest = 0;
-        for (const CoordinateSet& set : sets)
-            longest = std::max(longest, set.size());
-        ChunkNeeds needs;
-        // Vectors that grow may be twice as long as what they hold.
-        needs.bytesOfPair =
-            sizeof(Outcome) + longest * (2 * sizeof(MatchedPair) + sizeof(std::int32_t));
-        return needs;
-    }
+    ChunkNeeds chunkNeeds() const { return needsOfSearches(sizeof(Outcome)); }
 
     void compute(BatchPair pair, std::span<Outcome> outcomes, BatchWorker& worker) const {
         Outcome& result = outcomes.front();
@@ -115,27 +120,23 @@ class MaxSubPairs : public AllPairs {
     void consume(BatchPair pair, const Outcome& result) {
         const auto [i, j] = pair;
         const double score = ranksByTM_ ? result.tm : result.maxsub;
+        const double mirrored =
+            keepsLength_ ? score : renormalised(score, sets[i].residues, sets[j].residues);
         found.scores.at(i, j) = static_cast<float>(score);
-        found.scores.at(j, i) = static_cast<float>(renormalised(score, pair));
+        found.scores.at(j, i) = static_cast<float>(mirrored);
         setBoth(found.rmsd, pair, hasIterations_ ? 0.0F : static_cast<float>(result.rmsd));
         setBoth(found.pairs, pair, result.pairs);
         if (recorder_ != nullptr) recorder_->record(pair, result);
+        if (viewer_ != nullptr) viewer_->seeMaxSub(compared(pair), result);
     }
 
  private:
-    // A score over the residues of the experiment as one over those of the prediction.
-    double renormalised(double score, BatchPair pair) const {
-        const std::size_t residues = sets[pair.prediction].residues;
-        if (keepsLength_ || residues == 0) return score;
-        return score * static_cast<double>(sets[pair.experiment].residues) /
-               static_cast<double>(residues);
-    }
-
     const ComparisonParameters& parameters_;
     bool hasIterations_;
     bool ranksByTM_;
     bool keepsLength_;
     PairRecorder* recorder_;
+    PairViewer* viewer_;
 
  public:
     MaxSubBatch found;
@@ -143,25 +144,33 @@ class MaxSubPairs : public AllPairs {
 
 class GdtPairs : public AllPairs {
  public:
-    using Outcome = double;
+    using Outcome = GdtOutcome;
     static constexpr const char* kName = "GDT";
 
-    GdtPairs(const PreparedList& list, const ComparisonParameters& parameters)
-        : AllPairs(list), parameters_(parameters), found{matrixWithDiagonal(list.size(), 100.0F)} {}
+    GdtPairs(const PreparedList& list, const ComparisonParameters& parameters, PairViewer* viewer)
+        : AllPairs(list),
+          parameters_(parameters),
+          viewer_(viewer),
+          found{matrixWithDiagonal(list.size(), 100.0F)} {}
 
-    static ChunkNeeds chunkNeeds() { return {}; }
+    ChunkNeeds chunkNeeds() const { return needsOfSearches(sizeof(Outcome)); }
 
     void compute(BatchPair pair, std::span<Outcome> outcomes, BatchWorker& worker) const {
-        outcomes.front() = compareGdt(sets[pair.experiment], sets[pair.prediction], parameters_,
-                                      worker.workspace, worker.report, worker.result)
-                               .gdt;
+        Outcome& outcome = outcomes.front();
+        ComparisonResult& search = viewer_ == nullptr ? worker.result : outcome.search;
+        outcome.found = compareGdt(sets[pair.experiment], sets[pair.prediction], parameters_,
+                                   worker.workspace, worker.report, search);
         worker.finishPair();
     }
 
-    void consume(BatchPair pair, Outcome gdt) { setBoth(found.gdt, pair, static_cast<float>(gdt)); }
+    void consume(BatchPair pair, const Outcome& outcome) {
+        setBoth(found.gdt, pair, static_cast<float>(outcome.found.gdt));
+        if (viewer_ != nullptr) viewer_->seeGdt(compared(pair), outcome.found, outcome.search);
+    }
 
  private:
     const ComparisonParameters& parameters_;
+    PairViewer* viewer_;
 
  public:
     GdtBatch found;
@@ -180,9 +189,11 @@ class RmsdPairs : public AllPairs {
     using Outcome = RmsdCells;
     static constexpr const char* kName = "RMSD";
 
-    RmsdPairs(const PreparedList& list, const RmsdOptions& options, bool wantsDetails)
+    RmsdPairs(const PreparedList& list, const RmsdOptions& options, bool wantsDetails,
+              PairViewer* viewer)
         : AllPairs(list),
           options_(options),
+          viewer_(viewer),
           // The details of a fit are known to a comparison of its own only.
           byPosition_(!wantsDetails && list.selection() == AtomSelection::Calpha),
           positional_(byPosition_ ? list.sets() : std::span<const CoordinateSet>(), options.urmsd,
@@ -207,6 +218,7 @@ class RmsdPairs : public AllPairs {
         found.rmsd.at(i, j) = cells.rmsd;
         found.urmsd.at(i, j) = cells.urmsd;
         found.pairs.at(i, j) = cells.pairs;
+        if (viewer_ != nullptr) viewer_->seeRmsd(compared(pair), asListed(pair, cells), {});
     }
 
  private:
@@ -217,14 +229,25 @@ class RmsdPairs : public AllPairs {
         return std::min(row - row % kRows + kRows, sets.size());
     }
     Outcome compare(BatchPair pair, BatchWorker& worker) const;
+    ListedRmsd asListed(BatchPair pair, const Outcome& cells) const;
 
     RmsdOptions options_;
+    PairViewer* viewer_;
     bool byPosition_;
     PositionalRmsd positional_;
 
  public:
     RmsdBatch found;
 };
+
+ListedRmsd RmsdPairs::asListed(BatchPair pair, const RmsdCells& cells) const {
+    ListedRmsd listed;
+    if (cells.rmsd >= 0.0F) listed.rmsd = static_cast<double>(cells.rmsd);
+    listed.pairs = cells.pairs;
+    listed.urmsd = static_cast<double>(cells.urmsd);
+    listed.gyrationRadius = sets[pair.prediction].gyrationRadius;
+    return listed;
+}
 
 // A pair by a fit of its own.
 RmsdCells RmsdPairs::compare(BatchPair pair, BatchWorker& worker) const {
@@ -278,24 +301,29 @@ void mirror(Matrix<Value>& matrix) {
 
 }  // namespace
 
+double renormalised(double score, std::size_t residues, std::size_t otherResidues) {
+    if (otherResidues == 0) return score;
+    return score * static_cast<double>(residues) / static_cast<double>(otherResidues);
+}
+
 MaxSubBatch compareAllMaxSub(const PreparedList& models, const ComparisonParameters& parameters,
-                             PairRecorder* recorder, Log& log, Report& report,
-                             std::size_t threads) {
-    MaxSubPairs pairs(models, parameters, recorder);
+                             PairRecorder* recorder, Log& log, Report& report, std::size_t threads,
+                             PairViewer* viewer) {
+    MaxSubPairs pairs(models, parameters, recorder, viewer);
     runBatch(pairs, threadsFor(parameters, threads), log, report);
     return std::move(pairs.found);
 }
 
 GdtBatch compareAllGdt(const PreparedList& models, const ComparisonParameters& parameters, Log& log,
-                       Report& report, std::size_t threads) {
-    GdtPairs pairs(models, parameters);
+                       Report& report, std::size_t threads, PairViewer* viewer) {
+    GdtPairs pairs(models, parameters, viewer);
     runBatch(pairs, threadsFor(parameters, threads), log, report);
     return std::move(pairs.found);
 }
 
 RmsdBatch compareAllRmsd(const PreparedList& models, const RmsdOptions& options, Log& log,
-                         Report& report, std::size_t threads) {
-    RmsdPairs pairs(models, options, report.reports(ReportLevel::Passes));
+                         Report& report, std::size_t threads, PairViewer* viewer) {
+    RmsdPairs pairs(models, options, report.reports(ReportLevel::Passes), viewer);
     runBatch(pairs, threads, log, report);
     mirror(pairs.found.rmsd);
     if (options.urmsd) mirror(pairs.found.urmsd);

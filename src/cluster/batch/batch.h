@@ -49,6 +49,34 @@ struct BatchPair {
     std::size_t prediction = 0;
 };
 
+// A pair that has been compared, with its coordinate sets, lent.
+struct ComparedPair {
+    BatchPair at;
+    const CoordinateSet& experiment;
+    const CoordinateSet& prediction;
+};
+
+struct ListedRmsd;
+
+// Sees every pair, in order, after its comparison, with all that is known of it: for output that
+// shows more than matrices and listed figures hold.
+class PairViewer {
+ public:
+    virtual void seeMaxSub(const ComparedPair& pair, const ComparisonResult& result) = 0;
+    // `search` is the MaxSub search that the superposition comes from.
+    virtual void seeGdt(const ComparedPair& pair, const GdtResult& found,
+                        const ComparisonResult& search) = 0;
+    // Of a batch of all pairs neither superposition nor `matched` is known.
+    virtual void seeRmsd(const ComparedPair& pair, const ListedRmsd& found,
+                         std::span<const MatchedPair> matched) = 0;
+
+ protected:
+    PairViewer() = default;
+    PairViewer(const PairViewer&) = default;
+    PairViewer& operator=(const PairViewer&) = default;
+    ~PairViewer() = default;
+};
+
 // --- All models with each other ------------------------------------------------------------------
 //
 // Model i is compared as the experiment with the models before it: (1, 0), (2, 1), (2, 0), (3, 2)
@@ -77,13 +105,17 @@ struct MaxSubBatch {
 // Without a recorder nothing else is kept.
 MaxSubBatch compareAllMaxSub(const PreparedList& models, const ComparisonParameters& parameters,
                              PairRecorder* recorder, Log& log, Report& report,
-                             std::size_t threads = 1);
+                             std::size_t threads = 1, PairViewer* viewer = nullptr);
+
+// A score over the residues of one chain as one over those of another; as it is where that has
+// none.
+double renormalised(double score, std::size_t residues, std::size_t otherResidues);
 
 struct GdtBatch {
     DistanceMatrix gdt;  // 0 to 100, symmetric, 100 on the diagonal
 };
 GdtBatch compareAllGdt(const PreparedList& models, const ComparisonParameters& parameters, Log& log,
-                       Report& report, std::size_t threads = 1);
+                       Report& report, std::size_t threads = 1, PairViewer* viewer = nullptr);
 
 struct RmsdBatch {
     DistanceMatrix rmsd;   // Å; -1 where no fit was possible; 1 on the diagonal
@@ -91,7 +123,7 @@ struct RmsdBatch {
     PairMatrix pairs;      // 0 for fewer than 3
 };
 RmsdBatch compareAllRmsd(const PreparedList& models, const RmsdOptions& options, Log& log,
-                         Report& report, std::size_t threads = 1);
+                         Report& report, std::size_t threads = 1, PairViewer* viewer = nullptr);
 
 // --- One experiment with all models --------------------------------------------------------------
 
@@ -103,6 +135,7 @@ struct ListComparison {
     const ChainList& models;
     AtomSelection selection = AtomSelection::Calpha;
     const ComparisonParameters& parameters;
+    PairViewer* viewer = nullptr;
 };
 
 // Results come one a model, in list order.

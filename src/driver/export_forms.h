@@ -1,0 +1,36 @@
+// The forms of files that a run can be asked for beside its usual output.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "driver/own_options.h"
+#include "export/export.h"
+
+namespace tervolanda {
+
+struct ExportForm {
+    std::string_view option;  // without its dashes
+    unsigned runs;            // kinds of runs that it has a meaning in, as bits
+    std::unique_ptr<ExportFile> (*make)(std::string path);
+};
+
+bool hasMeaningIn(const ExportForm& form, RunKind kind);
+
+// A file to be made.
+struct ExportRequest {
+    const ExportForm* form = nullptr;
+    std::string path;
+};
+
+// The option that named it, with its dashes.
+inline std::string optionName(const ExportRequest& request) {
+    return "--" + std::string(request.form->option);
+}
+
+// Those that the options name, in the order of the table of forms.
+std::vector<ExportRequest> exportRequests(const OwnOptions& options);
+
+}  // namespace tervolanda

@@ -1,0 +1,173 @@
+// What the matrices of a batch hold is shown as they hold it, in single precision: so all that a
+// run writes agrees to the last digit, whatever the form.
+#include "driver/pair_values.h"
+
+#include <cmath>
+
+#include "driver/result_rows.h"
+
+namespace tervolanda {
+
+namespace {
+
+// A number as the matrices of the run hold it, where they do.
+double shown(double value, bool isInMatrix) {
+    return isInMatrix ? static_cast<double>(static_cast<float>(value)) : value;
+}
+
+void clearPair(PairResult& result) {
+    result.status = PairStatus::Ok;
+    for (auto* count : {&result.mapped, &result.pairs, &result.domains})
+        count->reset();
+    for (auto* value : {&result.rmsd, &result.grmsd, &result.maxsub, &result.msi, &result.tm1,
+                        &result.tm2, &result.gdt, &result.rrmsd, &result.urmsd, &result.rurmsd,
+                        &result.contacts, &result.cutoff}) {
+        value->reset();
+    }
+    result.superpositions.clear();
+    result.residues.clear();
+}
+
+ResidueId residueOf(const CoordinateSet& set, std::size_t record) {
+    return {static_cast<std::int16_t>(set.residueNumber[record]), set.insertionCode[record]};
+}
+
+double distanceUnder(const Superposition& motion, const ComparedPair& pair,
+                     const MatchedPair& matched) {
+    const Points& a = pair.experiment.points;
+    const Points& b = pair.prediction.points;
+    const auto [x, y, z] =
+        motion.apply(b.x[matched.prediction], b.y[matched.prediction], b.z[matched.prediction]);
+    const double dx = x - a.x[matched.experiment];
+    const double dy = y - a.y[matched.experiment];
+    const double dz = z - a.z[matched.experiment];
+    return std::sqrt(dx * dx + dy * dy + dz * dz);
+}
+
+// `domain` is that of the subset, 0 for none.
+void addResidue(const ComparedPair& pair, const MatchedPair& matched, std::uint32_t domain,
+                PairResult& result) {
+    const Superposition& motion = result.superpositions[domain == 0 ? 0 : domain - 1];
+    const auto e = matched.experiment;
+    const auto p = matched.prediction;
+    result.residues.push_back({residueOf(pair.experiment, e), residueOf(pair.prediction, p),
+                               pair.experiment.sequence[e], pair.prediction.sequence[p],
+                               pair.experiment.residueIndex[e], pair.prediction.residueIndex[p],
+                               distanceUnder(motion, pair, matched), domain});
+}
+
+// The pairs of all subsets, and those of the first mapping whose residues are in none.
+void addResidues(const ComparedPair& pair, const ComparisonResult& found, PairResult& result) {
+    std::vector<const MatchedPair*> inSubset(pair.prediction.size());
+    std::vector<bool> isTaken(pair.experiment.size());
+    for (const MatchedPair& matched : found.matched) {
+        inSubset[matched.prediction] = &matched;
+        isTaken[matched.experiment] = true;
+    }
+    for (std::uint32_t p = 0; p < inSubset.size(); ++p) {
+        const std::int32_t partner = found.partners[p];
+        if (inSubset[p] != nullptr) {
+            const std::uint32_t iteration = inSubset[p]->iteration;
+            const bool hasFit = iteration < result.superpositions.size();
+            addResidue(pair, *inSubset[p], hasFit ? iteration + 1 : 0, result);
+        } else if (partner >= 0 && !isTaken[static_cast<std::size_t>(partner)]) {
+            addResidue(pair, {static_cast<std::uint32_t>(partner), p, 0}, 0, result);
+        }
+    }
+}
+
+PairStatus statusOf(const ComparisonResult& found) {
+    if (!found.iterations.empty()) return PairStatus::Ok;
+    if (found.mapped == 0) return PairStatus::NoPairs;
+    // Every fit has a TM-score.
+    return found.tm > 0.0 ? PairStatus::NotSignificant : PairStatus::NoFit;
+}
+
+void fillSearch(const ComparedPair& pair, const ComparisonResult& found, const PairForm& form,
+                PairResult& result) {
+    clearPair(result);
+    const auto score = form.matrixScore;
+    const bool isMaxSubBatch = score == ScoreKind::Tm || score == ScoreKind::MaxSub;
+    result.status = statusOf(found);
+    result.mapped = found.mapped;
+    if (result.status == PairStatus::NoPairs || result.status == PairStatus::NoFit) return;
+    result.pairs = found.pairs;
+    result.domains = static_cast<std::uint32_t>(found.iterations.size());
+    result.rmsd = shown(found.rmsd, isMaxSubBatch);
+    result.grmsd = found.grmsd;
+    result.maxsub = shown(found.maxsub, score == ScoreKind::MaxSub);
+    result.msi = found.msi;
+    result.tm1 = shown(found.tm, score == ScoreKind::Tm);
+    result.tm2 =
+        form.parameters.normLength > 0
+            ? result.tm1
+            : shown(renormalised(found.tm, pair.experiment.residues, pair.prediction.residues),
+                    score == ScoreKind::Tm);
+    if (!found.iterations.empty()) result.cutoff = found.iterations.front().distanceCutoff;
+}
+
+}  // namespace
+
+void fillPair(const ComparedPair& pair, const ComparisonResult& found, const PairForm& form,
+              PairResult& result) {
+    fillSearch(pair, found, form, result);
+    for (const DomainIteration& domain : found.iterations)
+        result.superpositions.push_back(domain.superposition);
+    const bool hasResidues = form.detail == PairDetail::Residues && !found.iterations.empty();
+    if (hasResidues) addResidues(pair, found, result);
+}
+
+void fillPair(const ComparedPair& pair, const GdtResult& found, const ComparisonResult& search,
+              const PairForm& form, PairResult& result) {
+    fillSearch(pair, search, form, result);
+    if (result.status == PairStatus::Ok && !found.superposition) result.status = PairStatus::NoFit;
+    if (result.status == PairStatus::NoPairs || result.status == PairStatus::NoFit) return;
+    result.gdt = shown(found.gdt, form.matrixScore.has_value());
+    if (!found.superposition) return;
+    result.superpositions.push_back(*found.superposition);
+    if (form.detail == PairDetail::Residues) addResidues(pair, search, result);
+}
+
+void fillPair(const ComparedPair& pair, const ListedRmsd& found,
+              std::span<const MatchedPair> matched, const PairForm& form, PairResult& result) {
+    constexpr std::uint32_t kFewestUnitVectorPairs = 4;
+    clearPair(result);
+    result.mapped = found.pairs;
+    if (found.contacts) result.contacts = found.contacts->percentage();
+    if (!found.rmsd) {
+        result.status = found.pairs == 0 ? PairStatus::NoPairs : PairStatus::NoFit;
+        return;
+    }
+    const RmsdFigures figures = rmsdFigures(found.rmsd, found.pairs, found.urmsd,
+                                            pair.experiment.gyrationRadius, found.gyrationRadius);
+    result.pairs = found.pairs;
+    result.rmsd = figures.rmsd;
+    result.rrmsd = figures.relative.ratio;
+    if (form.hasUrmsd && found.pairs >= kFewestUnitVectorPairs) {
+        result.urmsd = figures.urmsd;
+        result.rurmsd = figures.relativeUrmsd;
+    }
+    if (!found.superposition) return;
+    result.superpositions.push_back(*found.superposition);
+    if (form.detail != PairDetail::Residues) return;
+    for (const MatchedPair& at : matched)
+        addResidue(pair, at, 1, result);
+}
+
+InputStructure inputOf(const Chain& chain) {
+    InputStructure input;
+    input.file = chain.fileName;
+    input.chain = chain.name == " " ? "" : chain.name;
+    input.length = chain.residues.size();
+    double sum = 0.0;
+    std::size_t count = 0;
+    for (const Residue& residue : chain.residues) {
+        if (residue.ca == kNoAtom) continue;
+        sum += chain.atoms[residue.ca].bFactor;
+        ++count;
+    }
+    if (count > 0) input.meanBFactor = sum / static_cast<double>(count);
+    return input;
+}
+
+}  // namespace tervolanda

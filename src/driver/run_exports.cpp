@@ -1,0 +1,170 @@
+// The run modes know no form of file: they hand over what they have, and the files that were asked
+// for take it one after the other.
+#include "driver/run_exports.h"
+
+#include <algorithm>
+
+#include "base/log.h"
+#include "driver/abend.h"
+#include "driver/read_plan.h"
+
+namespace tervolanda {
+
+namespace {
+
+RunKind runKind(const Settings& settings) {
+    if (settings.input.distanceFile) return RunKind::DistanceFile;
+    if (settings.input.transformFile) return RunKind::MaxSubFile;
+    if (!settings.input.listFile) return RunKind::Pairwise;
+    return settings.input.experimentFile ? RunKind::OneVersusList : RunKind::AllVersusAll;
+}
+
+// What messages call it.
+const char* nameOf(RunKind kind) {
+    switch (kind) {
+        case RunKind::Pairwise:
+            return "of one pair";
+        case RunKind::OneVersusList:
+            return "of one experiment against a list";
+        case RunKind::AllVersusAll:
+            return "of all models against each other";
+        case RunKind::DistanceFile:
+            return "of -F";
+        case RunKind::MaxSubFile:
+            break;
+    }
+    return "of -M";
+}
+
+ScoreKind scoreKind(const Settings& settings) {
+    if (settings.input.distanceFile) return ScoreKind::Distance;
+    if (settings.input.transformFile) return ScoreKind::Similarity;
+    switch (comparisonKind(settings)) {
+        case ComparisonKind::Gdt:
+            return ScoreKind::Gdt;
+        case ComparisonKind::Rmsd:
+            return ScoreKind::Rmsd;
+        case ComparisonKind::MaxSub:
+            break;
+    }
+    return settings.comparison.rankByTM ? ScoreKind::Tm : ScoreKind::MaxSub;
+}
+
+}  // namespace
+
+void checkExports(const Settings& settings) {
+    const RunKind kind = runKind(settings);
+    for (const ExportRequest& request : settings.output.exports) {
+        if (!hasMeaningIn(*request.form, kind)) {
+            abend("Option '%s' has no meaning in a run %s", optionName(request).c_str(),
+                  nameOf(kind));
+        }
+    }
+}
+
+void RunExports::startPair(const Chain& experiment, const Chain& prediction) {
+    if (!isWanted()) return;
+    addInput(experiment, false);
+    addInput(prediction, false);
+    start();
+}
+
+void RunExports::startList(const Chain& experiment, const ChainList& models) {
+    if (!isWanted()) return;
+    addInput(experiment, false);
+    for (const Chain& model : models.chains)
+        addInput(model, true);
+    start();
+}
+
+void RunExports::startAll(const ChainList& models) {
+    if (!isWanted()) return;
+    for (const Chain& model : models.chains)
+        addInput(model, true);
+    start();
+}
+
+void RunExports::startMatrix(const std::vector<std::uint32_t>& ids, const ChainList* chains,
+                             const PairMatrix* pairs) {
+    if (!isWanted()) return;
+    for (std::size_t i = 0; i < ids.size(); ++i) {
+        InputStructure input;
+        input.id = ids[i];
+        if (chains != nullptr) input.file = chains->chains[i].fileName;
+        if (pairs != nullptr && pairs->at(i, i) > 0) input.length = pairs->at(i, i);
+        inputs_.structures.push_back(std::move(input));
+    }
+    start();
+}
+
+void RunExports::addInput(const Chain& chain, bool hasId) {
+    InputStructure input = inputOf(chain);
+    if (hasId) input.id = chain.number;
+    inputs_.structures.push_back(std::move(input));
+}
+
+void RunExports::start() {
+    inputs_.kind = runKind(settings_);
+    inputs_.score = scoreKind(settings_);
+    for (UnreadModel& unread : unread_)
+        inputs_.skipped.push_back({unread.id, std::move(unread.path), std::move(unread.reason)});
+    form_.hasUrmsd = (settings_.measure.urmsdFlags & UrmsdCompute) != 0;
+    if (inputs_.kind == RunKind::AllVersusAll) form_.matrixScore = inputs_.score;
+    for (const ExportRequest& request : settings_.output.exports) {
+        std::unique_ptr<ExportFile> file = request.form->make(request.path);
+        if (file->isOpen()) {
+            files_.push_back(std::move(file));
+        } else {
+            log_.incompleteFile(request.path);
+        }
+    }
+    const bool showsChecksums = std::any_of(
+        files_.begin(), files_.end(), [](const auto& file) { return file->showsChecksums(); });
+    for (InputStructure& input : inputs_.structures) {
+        if (showsChecksums) input.crc32 = fileChecksum(input.file);
+    }
+    for (const auto& file : files_) {
+        file->start(inputs_);
+        form_.detail = std::max(form_.detail, file->pairDetail());
+    }
+}
+
+void RunExports::take(BatchPair at) {
+    const std::size_t firstPrediction = inputs_.kind == RunKind::AllVersusAll ? 0 : 1;
+    pair_.experiment = at.experiment;
+    pair_.prediction = firstPrediction + at.prediction;
+    for (const auto& file : files_)
+        file->take(pair_);
+}
+
+void RunExports::seeMaxSub(const ComparedPair& pair, const ComparisonResult& result) {
+    fillPair(pair, result, form_, pair_);
+    take(pair.at);
+}
+
+void RunExports::seeGdt(const ComparedPair& pair, const GdtResult& found,
+                        const ComparisonResult& search) {
+    fillPair(pair, found, search, form_, pair_);
+    take(pair.at);
+}
+
+void RunExports::seeRmsd(const ComparedPair& pair, const ListedRmsd& found,
+                         std::span<const MatchedPair> matched) {
+    fillPair(pair, found, matched, form_, pair_);
+    take(pair.at);
+}
+
+void RunExports::giveUp() {
+    for (const ExportRequest& request : settings_.output.exports)
+        log_.incompleteFile(request.path);
+}
+
+void RunExports::finish(const RunResults& results) {
+    for (const auto& file : files_) {
+        file->finish(results);
+        if (!file->commit()) log_.incompleteFile(file->path());
+    }
+    files_.clear();
+}
+
+}  // namespace tervolanda

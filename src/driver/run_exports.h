@@ -1,0 +1,68 @@
+// How the run modes fill the files that a run is asked for beside its usual output.  Where none is
+// asked for nothing is done and nothing kept.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "chain/input/input.h"
+#include "cluster/batch/batch.h"
+#include "driver/pair_values.h"
+#include "driver/settings.h"
+#include "export/export.h"
+
+namespace tervolanda {
+
+class Log;
+
+// Ends the run by an Abend where a file that is asked for has no meaning in it.
+void checkExports(const Settings& settings);
+
+class RunExports final : public PairViewer {
+ public:
+    // The settings and the log are lent.
+    RunExports(const Settings& settings, Log& log) : settings_(settings), log_(log) {}
+
+    bool isWanted() const { return !settings_.output.exports.empty(); }
+    // Where files of a list that are no models are noted; null where nobody wants to know.
+    std::vector<UnreadModel>* unread() { return isWanted() ? &unread_ : nullptr; }
+
+    // Opens the files, once the structures are known.  A file that cannot be opened is an ERROR
+    // line, and the run ends with status 1.
+    void startPair(const Chain& experiment, const Chain& prediction);
+    void startList(const Chain& experiment, const ChainList& models);
+    void startAll(const ChainList& models);
+    // For the matrix of an earlier run: the model behind each row, by ID alone without `chains`.
+    void startMatrix(const std::vector<std::uint32_t>& ids, const ChainList* chains,
+                     const PairMatrix* pairs);
+
+    // Null where no file shows pairs.
+    PairViewer* viewer() { return form_.detail == PairDetail::None ? nullptr : this; }
+    void seeMaxSub(const ComparedPair& pair, const ComparisonResult& result) override;
+    void seeGdt(const ComparedPair& pair, const GdtResult& found,
+                const ComparisonResult& search) override;
+    void seeRmsd(const ComparedPair& pair, const ListedRmsd& found,
+                 std::span<const MatchedPair> matched) override;
+
+    // For a run that ends without results, after it has said why: an ERROR line for each file.
+    void giveUp();
+    // Completes the files.
+    void finish(const RunResults& results);
+
+ private:
+    void start();
+    void addInput(const Chain& chain, bool hasId);
+    void take(BatchPair at);
+
+    const Settings& settings_;
+    Log& log_;
+    std::vector<UnreadModel> unread_;
+    RunInputs inputs_;
+    std::vector<std::unique_ptr<ExportFile>> files_;
+    PairForm form_{settings_.comparison, true, std::nullopt, PairDetail::None};
+    PairResult pair_;
+};
+
+}  // namespace tervolanda

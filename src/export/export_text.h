@@ -1,0 +1,35 @@
+// Numbers and names as the text of files.
+#pragma once
+
+#include <cmath>
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace tervolanda {
+
+// The shortest decimal number that reads back as this one; a zero has no sign.
+// REQUIRES: a finite number.
+void appendNumber(std::string& text, double value);
+void appendNumber(std::string& text, std::size_t value);
+
+// The length of the character that UTF-8 text begins with, in bytes; 0 where it begins with none.
+// REQUIRES: the text is not empty.
+std::size_t utf8Length(std::string_view text);
+
+// A field of a table: tabs, line ends, other control bytes, quotation marks (which some readers
+// take for their own), backslashes and bytes that are no UTF-8 as "\t", "\n", "\r", "\\" and
+// "\xHH".
+void appendField(std::string& text, std::string_view name);
+
+// A value between tabs; nothing stands for none, and for a number that is not finite.
+inline void appendCell(std::string& text, std::optional<double> value) {
+    if (value && std::isfinite(*value)) appendNumber(text, *value);
+}
+template <typename Count>
+void appendCell(std::string& text, std::optional<Count> value) {
+    if (value) appendNumber(text, static_cast<std::size_t>(*value));
+}
+
+}  // namespace tervolanda

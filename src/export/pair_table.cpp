@@ -1,0 +1,74 @@
+// The table of pairs: tab-separated, a row a pair, the first line the names of its columns.
+#include <utility>
+#include <vector>
+
+#include "export/export.h"
+#include "export/export_text.h"
+
+namespace tervolanda {
+
+namespace {
+
+class PairTable final : public ExportFile {
+ public:
+    using ExportFile::ExportFile;
+
+    PairDetail pairDetail() const override { return PairDetail::Figures; }
+    void start(const RunInputs& inputs) override;
+    void take(const PairResult& pair) override;
+
+ private:
+    // What each input contributes to its rows, between tabs.
+    struct Columns {
+        std::string id, file, chain, length;
+    };
+    std::vector<Columns> inputs_;
+};
+
+void PairTable::start(const RunInputs& inputs) {
+    text() +=
+        "id1\tid2\tfile1\tfile2\tchain1\tchain2\tlength1\tlength2\tmapped\tpairs\trmsd\tgrmsd\t"
+        "maxsub\ttm1\ttm2\tmsi\tgdt\trrmsd\turmsd\trurmsd\tcontacts\tcutoff\tdomains\tstatus\n";
+    inputs_.reserve(inputs.structures.size());
+    for (const InputStructure& input : inputs.structures) {
+        Columns columns;
+        appendCell(columns.id, input.id);
+        appendField(columns.file, input.file);
+        appendField(columns.chain, input.chain);
+        appendCell(columns.length, input.length);
+        inputs_.push_back(std::move(columns));
+    }
+}
+
+void PairTable::take(const PairResult& pair) {
+    std::string& row = text();
+    for (const auto column : {&Columns::id, &Columns::file, &Columns::chain, &Columns::length}) {
+        for (const std::size_t input : {pair.experiment, pair.prediction}) {
+            row += inputs_[input].*column;
+            row += '\t';
+        }
+    }
+    const auto add = [&row](const auto& value) {
+        appendCell(row, value);
+        row += '\t';
+    };
+    add(pair.mapped);
+    add(pair.pairs);
+    for (const auto& value :
+         {pair.rmsd, pair.grmsd, pair.maxsub, pair.tm1, pair.tm2, pair.msi, pair.gdt, pair.rrmsd,
+          pair.urmsd, pair.rurmsd, pair.contacts, pair.cutoff}) {
+        add(value);
+    }
+    add(pair.domains);
+    row += statusWord(pair.status);
+    row += '\n';
+    pace();
+}
+
+}  // namespace
+
+std::unique_ptr<ExportFile> makePairTable(std::string path) {
+    return std::make_unique<PairTable>(std::move(path));
+}
+
+}  // namespace tervolanda

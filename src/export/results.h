@@ -1,0 +1,135 @@
+// The results of a run as values: what every form of output takes.  The run modes fill them, and
+// only when a file asks for it; nothing here computes.
+//
+// What a run did not compute, or did not find, is empty and never 0.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "chain/chain.h"
+#include "cluster/cluster.h"
+#include "compare/fit/fit.h"
+
+namespace tervolanda {
+
+enum class RunKind : std::uint8_t {
+    Pairwise,
+    OneVersusList,
+    AllVersusAll,
+    DistanceFile,  // -F
+    MaxSubFile,    // -M
+};
+
+// What models are ranked and clustered by.
+enum class ScoreKind : std::uint8_t {
+    Tm,
+    MaxSub,
+    Gdt,         // 0 to 100
+    Rmsd,        // Å
+    Distance,    // of a distance file: of any kind
+    Similarity,  // of a MaxSub file: TM-score or MaxSub
+};
+
+inline bool isDistance(ScoreKind kind) {
+    return kind == ScoreKind::Rmsd || kind == ScoreKind::Distance;
+}
+
+// --- Inputs --------------------------------------------------------------------------------------
+
+// A structure that was read, or that an earlier run had read.
+struct InputStructure {
+    std::optional<std::uint32_t> id;     // of a model of a list
+    std::string file;                    // path as given; empty where none is known
+    std::string chain;                   // its name; empty for none
+    std::optional<std::size_t> length;   // residues
+    std::optional<double> meanBFactor;   // of the C-alpha atoms, Å²; in predictions the pLDDT
+    std::optional<std::uint32_t> crc32;  // of the file's text; of a gzip file, decompressed
+};
+
+// A file of a list that is no model of the run.
+struct SkippedInput {
+    std::uint32_t id = 0;
+    std::string file;
+    std::string reason;  // the first ERROR line about it, without the prefix
+};
+
+// --- Pairs ---------------------------------------------------------------------------------------
+
+enum class PairStatus : std::uint8_t {
+    Ok,
+    NoPairs,         // no residues belong together
+    NoFit,           // no rotation fits, or no subset was found
+    NotSignificant,  // a subset was found and counts as nothing: pairs, MaxSub and MSI are 0
+};
+
+// A residue pair of the mapping.
+struct ResiduePair {
+    ResidueId experiment, prediction;
+    char experimentCode = 'X', predictionCode = 'X';  // one letter
+    std::uint32_t experimentPosition = 0;             // of the residue in its chain, from 0
+    std::uint32_t predictionPosition = 0;
+    double distance = 0.0;  // of the two C-alpha atoms under the superposition of its domain, for
+                            // one without a domain that of the first, Å
+    std::uint32_t domain = 0;  // from 1, the domain whose subset it is in; 0 for none
+};
+
+// A compared pair.  Pairs come one after the other, in the order of comparison: the experiment and
+// each model of a list; or model i as the experiment with i - 1, i - 2 ... 0 as predictions, for
+// i = 1, 2 ...  An object that is used again keeps its memory.
+struct PairResult {
+    std::size_t experiment = 0, prediction = 0;  // positions among the inputs
+    PairStatus status = PairStatus::Ok;
+    std::optional<std::uint32_t> mapped;   // residue pairs of the mapping
+    std::optional<std::uint32_t> pairs;    // in the subset, over all domains; by RMSD the fitted
+    std::optional<std::uint32_t> domains;  // found
+    std::optional<double> rmsd, grmsd;     // Å
+    std::optional<double> maxsub, msi;
+    std::optional<double> tm1, tm2;  // by the length of the experiment, of the prediction
+    std::optional<double> gdt;       // 0 to 100
+    std::optional<double> rrmsd, urmsd, rurmsd;
+    std::optional<double> contacts;             // native contacts, per cent
+    std::optional<double> cutoff;               // of the first domain, Å
+    std::vector<Superposition> superpositions;  // one a domain; by GDT and RMSD one
+    std::vector<ResiduePair>
+        residues;  // in mapped order, where a file asks for PairDetail::Residues
+};
+
+// --- The run -------------------------------------------------------------------------------------
+
+// What is known before the first comparison.
+struct RunInputs {
+    RunKind kind = RunKind::Pairwise;
+    ScoreKind score = ScoreKind::Tm;
+    // Pairwise the experiment and the prediction; the experiment of a list, then its models; else
+    // the models in the order of the matrix.
+    std::vector<InputStructure> structures;
+    std::vector<SkippedInput> skipped;
+
+    std::size_t firstModel() const { return kind == RunKind::OneVersusList ? 1 : 0; }
+};
+
+// A model of a list, best first.
+struct RankedModel {
+    std::size_t model = 0;                 // position among the inputs
+    std::optional<double> score;           // one-versus-list
+    std::optional<std::uint32_t> jury;     // 3D-Jury pairs, where there is a jury
+    std::optional<double> meanScore;       // over the other models that it has a score with
+    std::optional<std::uint32_t> cluster;  // as the tables number them
+    bool isMedoid = false;                 // of its cluster
+};
+
+// What is known after the last comparison.  Positions in the matrix and the clustering count models
+// from 0: add firstModel().
+struct RunResults {
+    std::vector<RankedModel> ranking;
+    // What is clustered, N x N; null without.  Not symmetric where scores depend on the length.
+    const DistanceMatrix* matrix = nullptr;
+    MatrixValues matrixValues = MatrixValues::Distances;
+    std::optional<Clustering> clustering;
+};
+
+}  // namespace tervolanda
