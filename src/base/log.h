@@ -30,7 +30,7 @@ std::string_view prefixOf(LogLevel severity);
 // report only ends a progress line that stands unfinished.
 using LineSink = std::function<void(LogLevel severity, std::string_view text)>;
 
-// The text behind " - " in messages about a failed file operation.  It is the same for every
+// The text after " - " in messages about a failed file operation.  It is the same for every
 // error: scripts that read the messages rely on it.
 const char* systemErrorText();
 

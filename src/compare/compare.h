@@ -72,7 +72,7 @@ class ComparisonWorkspace {
 // Moves every atom of a chain.
 void applySuperposition(const Superposition& superposition, Chain& chain);
 
-// The same for what `parameters` ask for.
+// Turns a chain into its coordinate set, as `parameters` ask for it.
 CoordinateSet prepareChain(const Chain& chain, AtomSelection selection,
                            const ComparisonParameters& parameters, Report& report);
 
@@ -120,7 +120,7 @@ struct GdtResult {
     double gdt = 0.0;
     std::optional<Superposition> superposition;
 };
-// `result` is that of the MaxSub search behind it.
+// `result` is that of the MaxSub search that it looks at.
 GdtResult compareGdt(const CoordinateSet& experiment, const CoordinateSet& prediction,
                      const ComparisonParameters& parameters, ComparisonWorkspace& workspace,
                      Report& report, ComparisonResult& result);

@@ -8,6 +8,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "base/format.h"
 #include "base/log.h"
 #include "export/export.h"
 
@@ -15,9 +16,9 @@ namespace tervolanda {
 
 namespace {
 
-// A number as the tables show it with three decimals: what would read "-0.000" is 0.
+// A number as the tables show it, with three decimals.
 double shown(double value) {
-    return value <= 0.0 && value > -0.0005 ? 0.0 : value;
+    return withoutNegativeZero(value, 3);
 }
 
 // The lines of one clustering.  All that is handed over is lent.

@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "cluster/batch/run_batch.h"
+#include "compare/pairing/mapping.h"
 
 namespace tervolanda {
 
@@ -183,6 +184,17 @@ struct RmsdCells {
     std::uint32_t pairs = 0;
 };
 
+PositionalRmsd positionalRmsd(std::span<const CoordinateSet> sets, const RmsdOptions& options) {
+    const std::vector<std::uint32_t> kinds = positionalKinds(sets);
+    std::vector<PositionalChain> chains;
+    chains.reserve(sets.size());
+    for (std::size_t i = 0; i < sets.size(); ++i)
+        chains.push_back({&sets[i].points, kinds[i]});
+    const auto measures =
+        options.urmsd ? PositionalMeasures::RmsdAndUrmsd : PositionalMeasures::Rmsd;
+    return {chains, measures, bestKernels()};
+}
+
 // Cells are filled below the diagonal, row by row, and mirrored at the end.
 class RmsdPairs : public AllPairs {
  public:
@@ -196,8 +208,8 @@ class RmsdPairs : public AllPairs {
           viewer_(viewer),
           // The details of a fit are known to a comparison of its own only.
           byPosition_(!wantsDetails && list.selection() == AtomSelection::Calpha),
-          positional_(byPosition_ ? list.sets() : std::span<const CoordinateSet>(), options.urmsd,
-                      bestKernels()),
+          positional_(positionalRmsd(byPosition_ ? list.sets() : std::span<const CoordinateSet>(),
+                                     options)),
           found{matrixWithDiagonal(list.size(), 1.0F), matrixWithDiagonal(list.size(), 0.0F),
                 pairMatrix(list.sets())} {
         options_.reportTooFew = false;  // usual in a list and not worth a line each

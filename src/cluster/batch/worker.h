@@ -9,7 +9,7 @@
 
 #include "base/log.h"
 #include "compare/compare.h"
-#include "compare/positional_rmsd.h"
+#include "compare/fit/positional_rmsd.h"
 
 namespace tervolanda {
 

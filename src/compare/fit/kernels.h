@@ -82,7 +82,7 @@ struct SumsAboutLimit {
     std::uint32_t within;  // number of those within
 };
 
-// Four points of one structure: aligned blocks one behind the other are read a tenth faster than
+// Four points of one structure: aligned blocks one after the other are read a tenth faster than
 // three arrays.
 struct alignas(32) PointBlock {
     std::array<double, 4> x{}, y{}, z{};

@@ -108,8 +108,9 @@ Rotation asRotation(const Quaternion& quaternion);
 // The rotation that does first `first` and then `second`, by way of quaternions.
 Rotation compose(const Rotation& second, const Rotation& first);
 
-// Replaces points by the vectors from each to the next, of length 1; those shorter
-// than 1e-6 Å keep their length.
+// Replaces points by the vectors from each to the next, of length 1; those shorter than 1e-6 Å keep
+// their length, and those of absurd coordinates have a direction as long as they are numbers.  The
+// vectors of fragments (unitVectors(), compare/pairing) have other rules and other last digits.
 void makeUnitVectors(Points& points);
 
 }  // namespace tervolanda

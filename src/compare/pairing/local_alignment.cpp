@@ -82,7 +82,7 @@ float LocalAligner::fillRow(std::uint8_t* __restrict steps, float open, float af
         paired[j] = scores[j] + similarity[j];
         unskipped[j + 1] = higher(higher(paired[j], rowGap[j]), 0.0F);
     }
-    // A gap need not open behind another one of its kind: going on is at least as good.
+    // A gap need not open after another one of its kind: going on is at least as good.
     // Each step waits for the one before; without a penalty to add it takes half the time.
     float gap = kNever;
     if (affine == 0.0F) {

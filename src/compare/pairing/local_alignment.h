@@ -48,7 +48,7 @@ class LocalAligner {
 
     std::size_t columns_ = 0;
     // One entry a column.  Those of `scores_` (of the row above, then of the row itself) and
-    // `unskipped_` come behind an entry for the border of the matrix, 0.
+    // `unskipped_` come after an entry for the border of the matrix, 0.
     std::vector<float> similarity_;  // of the row under work
     std::vector<float> scores_;
     std::vector<float> unskipped_;     // score without a gap of columns at the end

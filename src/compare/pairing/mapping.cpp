@@ -3,7 +3,10 @@
 #include "compare/pairing/mapping.h"
 
 #include <algorithm>
+#include <map>
 #include <numeric>
+#include <string_view>
+#include <tuple>
 
 #include "base/log.h"
 #include "compare/pairing/secondary_structure.h"
@@ -48,7 +51,7 @@ void reserve(std::size_t residues, CoordinateSet& set) {
     set.sequence.reserve(residues);
 }
 
-// A blank behind every 10 letters and a line break behind every 60.
+// A blank after every 10 letters and a line break after every 60.
 std::string inFastaForm(std::string_view letters) {
     std::string text;
     for (std::size_t i = 0; i < letters.size(); ++i) {
@@ -59,7 +62,7 @@ std::string inFastaForm(std::string_view letters) {
     return text;
 }
 
-// Negative, zero or positive as record a of one set sorts before, with or behind record b of
+// Negative, zero or positive as record a of one set sorts before, with or after record b of
 // another.
 int compareKeys(const CoordinateSet& x, std::uint32_t a, const CoordinateSet& y, std::uint32_t b) {
     if (x.residueKey[a] != y.residueKey[b]) return x.residueKey[a] < y.residueKey[b] ? -1 : 1;
@@ -94,7 +97,7 @@ CoordinateSet prepareChain(const Chain& chain, AtomSelection selection,
     const bool isAssigned = structureShown == SecondaryStructure::Assigned;
     const std::string structure = isAssigned ? secondaryStructure(chain) : std::string();
     reserve(chain.residues.size(), set);
-    // Atoms behind a residue that fell apart belong to no residue; they count from its number on.
+    // Atoms after a residue that fell apart belong to no residue; they count from its number on.
     std::uint32_t residue = 0;
     for (std::uint32_t i = 0; i < chain.atoms.size(); ++i) {
         while (residue + 1 < chain.residues.size() && i >= chain.residues[residue].end)
@@ -179,6 +182,24 @@ bool haveSameEnds(const CoordinateSet& experiment, const CoordinateSet& predicti
     return experiment.size() == prediction.size() &&
            experiment.firstResidue == prediction.firstResidue &&
            experiment.lastResidue == prediction.lastResidue;
+}
+
+std::vector<std::uint32_t> positionalKinds(std::span<const CoordinateSet> sets) {
+    using Ends = std::tuple<std::size_t, std::int64_t, std::int64_t, std::string_view>;
+    std::map<Ends, std::uint32_t> known;
+    std::vector<std::uint32_t> kinds;
+    kinds.reserve(sets.size());
+    for (const CoordinateSet& set : sets) {
+        Ends ends(set.size(), set.firstResidue, set.lastResidue, {});
+        if (set.residueLetters.size() == set.size()) {
+            ends = {set.size(), 0, 0, set.sequence};
+        } else if (!set.residueLetters.empty()) {
+            ends = {set.size(), static_cast<std::int64_t>(kinds.size()), 1, {}};  // like no other
+        }
+        const auto next = static_cast<std::uint32_t>(known.size());
+        kinds.push_back(known.try_emplace(ends, next).first->second);
+    }
+    return kinds;
 }
 
 void selectRecords(const CoordinateSet& set, const std::vector<std::uint8_t>& left,

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <vector>
 
 #include "compare/pairing/pairing.h"
@@ -40,6 +41,10 @@ void mapByPosition(const CoordinateSet& experiment, const CoordinateSet& predict
 
 // True when the sets have as many records and their chains the same first and last residue.
 bool haveSameEnds(const CoordinateSet& experiment, const CoordinateSet& prediction);
+
+// One number a set, the same for sets that pair by position: those that have the same ends or,
+// where they are paired by it, the same sequence.
+std::vector<std::uint32_t> positionalKinds(std::span<const CoordinateSet> sets);
 
 // The records of `set` for which `left[record]` is not 0, in order; `original` receives their
 // numbers in `set`.

@@ -15,7 +15,8 @@ namespace tervolanda {
 inline constexpr std::size_t kFragmentLength = 7;
 
 // The vectors from each point to the next, of length 1; a vector shorter than 1e-6 Å stays as it
-// is, and one that is not finite is 0.  One fewer than points.
+// is, and one whose length is not finite is 0.  One fewer than points.  makeUnitVectors(), which is
+// for whole chains, gives such a vector a direction; here it must not lend a fragment a shape.
 Points unitVectors(const Points& points);
 
 // The scores of all fragments of two sets of unit vectors, prediction fragments by experiment
@@ -54,7 +55,7 @@ class DistanceScores final : public SimilarityRows {
     static constexpr std::size_t kGroup = 8;
     struct Group {
         std::size_t middle;  // the residue that stands for the others
-        std::size_t end;     // behind the last one
+        std::size_t end;     // after the last one
         double farSquared;   // Å^2, to the middle: beyond, none is within reach
     };
 

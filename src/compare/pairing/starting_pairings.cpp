@@ -91,7 +91,7 @@ StartingPairings::Judged StartingPairings::judge(const Pairing& pairing) {
         squaredDeviations(scratch_.pairs, *fit, kernels_, scratch_.squared);
         double sum = 0.0;
         for (const double squared : scratch_.squared)
-            sum += 1.0 / (1.0 + squared / (scale_ * scale_));
+            sum += tmTerm(squared, scale_ * scale_);
         if (sum / length_ > best.tm) best = {sum / length_, asSuperposition(scratch_.pairs, *fit)};
         if (trimming == kTrimmings) break;
         scratch_.subset.clear();
@@ -207,7 +207,7 @@ double StartingPairings::agreement(const Superposition& superposition, std::ptrd
             const double dz = z - to.z[j];
             nearest = std::min(nearest, (dx * dx + dy * dy) + dz * dz);
         }
-        sum += 1.0 / (1.0 + nearest / (scale_ * scale_));
+        sum += tmTerm(nearest, scale_ * scale_);
     }
     return sum;
 }

@@ -7,7 +7,7 @@
 #include <span>
 #include <vector>
 
-#include "compare/compare.h"
+#include "compare/fit/fit.h"
 #include "compare/fit/kernels.h"
 
 namespace tervolanda {
@@ -21,6 +21,15 @@ struct RmsdRow {
     bool has(std::size_t j) const { return !std::isnan(rmsd[j]) && !std::isnan(urmsd[j]); }
 };
 
+// The C-alpha atoms of a chain, Å, lent.  Chains of the same kind have as many and pair by
+// position; others do not pair.
+struct PositionalChain {
+    const Points* points;
+    std::uint32_t kind;
+};
+
+enum class PositionalMeasures : std::uint8_t { Rmsd, RmsdAndUrmsd };
+
 // What the fits of a chain need that does not depend on its partner, made once for each chain: its
 // coordinates about their centroid and the sum of their squares, and the same of its unit vectors.
 // A pair then costs nine sums and the largest root of a quartic.
@@ -29,8 +38,9 @@ struct RmsdRow {
 // and 6 µs.
 class PositionalRmsd {
  public:
-    // The sets hold C-alpha atoms.  The kernels are lent.
-    PositionalRmsd(std::span<const CoordinateSet> sets, bool withUrmsd, const Kernels& kernels);
+    // Needs the points no longer than for this call.  The kernels are lent.
+    PositionalRmsd(std::span<const PositionalChain> chains, PositionalMeasures measures,
+                   const Kernels& kernels);
 
     // So many rows at a time: each earlier chain is then read once for all of them, in 0.94 of the
     // time of rows one by one.
@@ -48,12 +58,12 @@ class PositionalRmsd {
         std::size_t points = 0;
         double squares = 0.0;
     };
-    // All chains one behind the other: a row reads them in that order.
+    // All chains one after the other: a row reads them in that order.
     struct CentredChains {
         std::vector<PointBlock> blocks;
         std::vector<Centred> chains;
 
-        void reserve(std::span<const CoordinateSet> sets);
+        void reserve(std::span<const PositionalChain> from);
         void append(const Points& points);
     };
     using Values = std::vector<double> RmsdRow::*;
@@ -64,7 +74,7 @@ class PositionalRmsd {
 
     const Kernels& kernels_;
     bool withUrmsd_;
-    std::vector<std::uint32_t> kinds_;  // chains of the same kind pair by position
+    std::vector<std::uint32_t> kinds_;  // one a chain
     CentredChains positions_, directions_;
 };
 

@@ -1,5 +1,5 @@
 // Rows of RMSDs against comparisons one by one.
-#include "compare/positional_rmsd.h"
+#include "compare/fit/positional_rmsd.h"
 
 #include <gtest/gtest.h>
 
@@ -8,6 +8,7 @@
 #include <cmath>
 
 #include "compare/comparing.h"
+#include "compare/pairing/mapping.h"
 
 namespace tervolanda::test {
 namespace {
@@ -42,8 +43,13 @@ TEST(PositionalRmsd, AgreesWithComparisonsOneByOneOrLeavesThePairToThem) {
     std::vector<CoordinateSet> sets;
     for (const Chain& chain : chains)
         sets.push_back(prepared(chain));
-    const PositionalRmsd rows(sets, true, bestKernels());
-    const PositionalRmsd plainRows(sets, true, portableKernels());
+    const std::vector<std::uint32_t> kinds = positionalKinds(sets);
+    std::vector<PositionalChain> positional;
+    for (std::size_t i = 0; i < sets.size(); ++i)
+        positional.push_back({&sets[i].points, kinds[i]});
+    constexpr auto kBoth = PositionalMeasures::RmsdAndUrmsd;
+    const PositionalRmsd rows(positional, kBoth, bestKernels());
+    const PositionalRmsd plainRows(positional, kBoth, portableKernels());
     std::vector<RmsdRow> bands(sets.size()), plainBands(sets.size());
     for (std::size_t i = 0; i < sets.size(); i += 3) {
         const std::size_t count = std::min<std::size_t>(3, sets.size() - i);

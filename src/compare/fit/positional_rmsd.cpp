@@ -1,15 +1,12 @@
 // The sum of squares that the best rotation leaves is E (1 - x), E half the squares of both chains
 // and x the largest root of a quartic in their nine correlation sums (Theobald 2005, Acta Cryst.
 // A61:478).  The rotation itself, and the deviations under it, need not be known.
-#include "compare/positional_rmsd.h"
+#include "compare/fit/positional_rmsd.h"
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <map>
 #include <numeric>
-#include <string_view>
-#include <tuple>
 
 #include "compare/fit/superposition.h"
 
@@ -25,52 +22,34 @@ double meanOf(const std::vector<double>& axis) {
     return std::accumulate(axis.begin(), axis.end(), 0.0) / static_cast<double>(axis.size());
 }
 
-// One number for all chains that have the same number of atoms and the same ends or, where they are
-// paired by it, the same sequence.
-std::vector<std::uint32_t> kindsOf(std::span<const CoordinateSet> sets) {
-    using Ends = std::tuple<std::size_t, std::int64_t, std::int64_t, std::string_view>;
-    std::map<Ends, std::uint32_t> known;
-    std::vector<std::uint32_t> kinds;
-    kinds.reserve(sets.size());
-    for (const CoordinateSet& set : sets) {
-        Ends ends(set.size(), set.firstResidue, set.lastResidue, {});
-        if (set.residueLetters.size() == set.size()) {
-            ends = {set.size(), 0, 0, set.sequence};
-        } else if (!set.residueLetters.empty()) {
-            ends = {set.size(), static_cast<std::int64_t>(kinds.size()), 1, {}};  // like no other
-        }
-        const auto next = static_cast<std::uint32_t>(known.size());
-        kinds.push_back(known.try_emplace(ends, next).first->second);
-    }
-    return kinds;
-}
-
 std::size_t blocksOf(std::size_t points) {
     return (points + 3) / 4;
 }
 
 }  // namespace
 
-PositionalRmsd::PositionalRmsd(std::span<const CoordinateSet> sets, bool withUrmsd,
+PositionalRmsd::PositionalRmsd(std::span<const PositionalChain> chains, PositionalMeasures measures,
                                const Kernels& kernels)
-    : kernels_(kernels), withUrmsd_(withUrmsd), kinds_(kindsOf(sets)) {
-    positions_.reserve(sets);
-    if (withUrmsd) directions_.reserve(sets);
-    for (const CoordinateSet& set : sets) {
-        positions_.append(set.points);
-        if (!withUrmsd) continue;
-        Points directions = set.points;
+    : kernels_(kernels), withUrmsd_(measures == PositionalMeasures::RmsdAndUrmsd) {
+    positions_.reserve(chains);
+    if (withUrmsd_) directions_.reserve(chains);
+    kinds_.reserve(chains.size());
+    for (const PositionalChain& chain : chains) {
+        kinds_.push_back(chain.kind);
+        positions_.append(*chain.points);
+        if (!withUrmsd_) continue;
+        Points directions = *chain.points;
         makeUnitVectors(directions);
         directions_.append(directions);
     }
 }
 
-void PositionalRmsd::CentredChains::reserve(std::span<const CoordinateSet> sets) {
+void PositionalRmsd::CentredChains::reserve(std::span<const PositionalChain> from) {
     std::size_t most = 0;
-    for (const CoordinateSet& set : sets)
-        most += blocksOf(set.size());
+    for (const PositionalChain& chain : from)
+        most += blocksOf(chain.points->size());
     blocks.reserve(most);
-    chains.reserve(sets.size());
+    chains.reserve(from.size());
 }
 
 void PositionalRmsd::CentredChains::append(const Points& points) {
