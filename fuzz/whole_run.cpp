@@ -23,7 +23,7 @@
 #include "chains.h"
 #include "driver/run.h"
 #include "resultfiles/distance_file.h"
-#include "resultfiles/transformation_file.h"
+#include "resultfiles/maxsub_reader.h"
 #include "support.h"
 #include "support/support.h"
 

@@ -36,7 +36,11 @@ std::string format(const char* pattern, ...) {
 }
 
 double withoutNegativeZero(double value, int decimals) {
-    if (!(value <= 0.0 && value > -1.0)) return value;
+    double unit = 1.0;  // of the last decimal: what is that large has a digit
+    for (int i = 0; i < decimals; ++i)
+        unit /= 10.0;
+    if (!(value <= 0.0 && value > -unit)) return value;
+    if (value == 0.0) return 0.0;
     const std::string text = format("%.*f", decimals, value);
     return text.find_first_of("123456789") == std::string::npos ? 0.0 : value;
 }

@@ -87,15 +87,15 @@ int compareListMaxSub(const ChainList& models, const Settings& settings, RunExpo
     };
     printPairs(models, figures, log);
     printAverage(batch.scores, settings, log);
+    const std::vector<std::uint32_t> ids = modelIds(models);
+    const MaxSubTable table{models, batch.scores, batch.pairs, ids};
     int status = EXIT_SUCCESS;
     if (settings.output.resultFile) {
         status |= exitStatus(
-            orAbend(writeTransformationFile(*settings.output.resultFile, models, batch.scores,
-                                            batch.pairs, *spool, modelIds(models), log)));
+            orAbend(writeFullMaxSubFile(*settings.output.resultFile, table, *spool, log)));
     }
     if (settings.output.liteResultFile) {
-        status |= exitStatus(writeMaxSubFile(*settings.output.liteResultFile, models, batch.scores,
-                                             batch.pairs, modelIds(models), log));
+        status |= exitStatus(writeLiteMaxSubFile(*settings.output.liteResultFile, table, log));
     }
     const auto jury = rankAndPrint(batch.scores, batch.pairs, models, settings, log);
     auto ranked = ranking(batch.scores, MatrixValues::Similarities, jury, exports);

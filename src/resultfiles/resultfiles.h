@@ -52,12 +52,18 @@ std::variant<std::optional<DistanceFile>, FormatError> readDistanceFile(const st
 
 // --- MaxSub file ---------------------------------------------------------------------------------
 
-// Writes the lite file: a score record for every model and every pair of models.  Scores and pairs
-// are N x N, as a MaxSub batch returns them.  Scores above 1 (a score that was renormalised to a
-// much shorter model) are written as 1: no reader takes more.
-FileOutcome writeMaxSubFile(const std::string& path, const ChainList& chains,
-                            const DistanceMatrix& scores, const PairMatrix& pairs,
-                            std::span<const std::uint32_t> ids, Log& log);
+// What both forms of the file are written of, lent: scores and pairs are N x N, as a MaxSub batch
+// returns them, and there is an ID for each row.
+struct MaxSubTable {
+    const ChainList& chains;
+    const DistanceMatrix& scores;
+    const PairMatrix& pairs;
+    std::span<const std::uint32_t> ids;
+};
+
+// Writes the lite file: a score record for every model and every pair of models.  Scores above 1 (a
+// score that was renormalised to a much shorter model) are written as 1: no reader takes more.
+FileOutcome writeLiteMaxSubFile(const std::string& path, const MaxSubTable& table, Log& log);
 
 // Keeps what the full file says about pairs and no matrix holds, superpositions and residue pairs,
 // in a nameless file on disk while a batch runs.  In memory a pair takes 16 bytes.
@@ -73,7 +79,7 @@ class TransformationSpool final : public PairRecorder {
     // REQUIRES: pair.experiment > pair.prediction.  Pairs may come in any order.
     void record(BatchPair pair, const ComparisonResult& result) override;
 
-    class Storage;  // transformation_file.cpp
+    class Storage;  // transformation_spool.h
     Storage& storage() const { return *storage_; }
 
  private:
@@ -81,13 +87,13 @@ class TransformationSpool final : public PairRecorder {
 };
 
 // Writes the full file: a transformation and a position record for every pair of models.  A pair
-// that the spool has not seen, or with another number of residue pairs than `pairs` says, is an
+// that the spool has not seen, or with another number of residue pairs than the table says, is an
 // error, and no file is written.
-std::variant<FileOutcome, FormatError> writeTransformationFile(
-    const std::string& path, const ChainList& chains, const DistanceMatrix& scores,
-    const PairMatrix& pairs, const TransformationSpool& transformations,
-    std::span<const std::uint32_t> ids, Log& log);
+std::variant<FileOutcome, FormatError> writeFullMaxSubFile(
+    const std::string& path, const MaxSubTable& table, const TransformationSpool& transformations,
+    Log& log);
 
+// What a file holds that was read.
 struct MaxSubFile {
     ChainList chains;                // N chains in row order that have only number and file name
     DistanceMatrix scores;           // N x N, 0..1, as in MaxSubBatch; 1 on the diagonal

@@ -5,7 +5,7 @@
 
 #include "base/format.h"
 #include "resultfiles/distance_file.h"
-#include "resultfiles/transformation_file.h"
+#include "resultfiles/maxsub_reader.h"
 #include "support/support.h"
 
 namespace tervolanda {

@@ -1,4 +1,4 @@
-#include "resultfiles/transformation_file.h"
+#include "resultfiles/maxsub_reader.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -62,6 +62,8 @@ struct Batch {
         return {models, AtomSelection::Calpha, {}, silent};
     }
 
+    MaxSubTable table() const { return {models, scores, pairs, ids}; }
+
     static constexpr std::uint32_t kResidues = 12;
     std::vector<std::uint32_t> ids;
     ChainList models;
@@ -85,8 +87,7 @@ TEST(TransformationSpool, PositionsAreThoseOfResiduesAndRunsComeApartAgain) {
     TransformationSpool spool("/dev/null", prepared.sets());
     spool.record({1, 0}, found);
     const std::string path = folder / "m.txt";
-    writeTransformationFile(path, batch.models, batch.scores, batch.pairs, spool, batch.ids,
-                            captured.log);
+    writeFullMaxSubFile(path, batch.table(), spool, captured.log);
     EXPECT_THAT(test::readFile(path),
                 testing::EndsWith("POS  :      2      1    1:1 2:3 3:4 6:11 7:10 4:6 5:7\n"));
 }
@@ -99,8 +100,7 @@ TEST(TransformationSpool, FaultyPositionsAreAnErrorAndLeaveNoFile) {
     const PreparedList prepared = batch.prepared();
     TransformationSpool spool(path, prepared.sets());
     const auto fault = [&] {
-        const auto made = writeTransformationFile(path, batch.models, batch.scores, batch.pairs,
-                                                  spool, batch.ids, log);
+        const auto made = writeFullMaxSubFile(path, batch.table(), spool, log);
         return std::get<FormatError>(made).message;
     };
     EXPECT_EQ(fault(), "Missing MaxSub positions count for 9 vs. 4");
