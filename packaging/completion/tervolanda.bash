@@ -40,7 +40,7 @@ _tervolanda() {
         -TSF -O -mS -mP -opt -open -aff -seed -super -lws -dist -gap'
     local others='-h -help -version -V -rmsd -rms -gdt -in -av -nosort -rankMS -noscore -bb -urmsd
         -maxRMSD -TM -matrix -all -nourmsd -noalign -contact'
-    local own='--help= --threads= --pair= --tsv='
+    local own='--strict --help= --threads= --pair= --tsv='
     COMPREPLY=()
 
     # The shell takes "--name=value" for three words.

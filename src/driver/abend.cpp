@@ -14,7 +14,15 @@ void abend(const char* pattern, ...) {
     va_start(arguments, pattern);
     const std::string message = formatList(pattern, arguments);
     va_end(arguments);
-    throw Abend(message);
+    throw Abend(message, std::nullopt);
+}
+
+void abend(Fault fault, const char* pattern, ...) {
+    std::va_list arguments;
+    va_start(arguments, pattern);
+    const std::string message = formatList(pattern, arguments);
+    va_end(arguments);
+    throw Abend(message, fault);
 }
 
 }  // namespace tervolanda

@@ -30,6 +30,9 @@ ChainList readModels(const Settings& settings, const ResidueExclusions& exclusio
         abend("Failed to read PDB list file '%s'", path.c_str());
     }
     if (read == 0) abend("Failed to read PDB list file");
+    if (settings.strict && read < counter) {
+        abend("%zu of the %u structures of the list cannot be read", counter - read, counter);
+    }
     log.info(0, "Successfully read %zu %s structures", read,
              kind == ComparisonKind::MaxSub ? "Chain" : "PDB");
     return models;

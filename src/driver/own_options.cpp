@@ -4,10 +4,10 @@
 
 #include <algorithm>
 #include <array>
-#include <numeric>
 
 #include "base/text.h"
 #include "driver/abend.h"
+#include "driver/options.h"
 
 namespace tervolanda {
 
@@ -17,6 +17,7 @@ namespace {
 constexpr auto kOptions = std::to_array<OwnOption>({
     {"help", "more", "This page"},
     {"threads", "n|all", "Threads of list runs; 'all': one for each processor (default = 1)"},
+    {"strict", "", "End the run at what is otherwise ignored in silence"},
     {"pair", "sequence", "Pair residues by aligning the sequences, not by number"},
     {"tsv", "file", "A table of all pairs, with all that the run knows of each"},
 });
@@ -24,31 +25,6 @@ constexpr auto kOptions = std::to_array<OwnOption>({
 
 std::string quoted(std::string_view name) {
     return "'--" + std::string(name) + "'";
-}
-
-// How many letters to change, add or leave out (Levenshtein 1966).
-std::size_t editDistance(std::string_view a, std::string_view b) {
-    std::vector<std::size_t> row(b.size() + 1);
-    std::iota(row.begin(), row.end(), std::size_t{0});
-    for (const char letter : a) {
-        std::size_t diagonal = row[0]++;
-        for (std::size_t j = 0; j < b.size(); ++j) {
-            const std::size_t above = row[j + 1];
-            row[j + 1] =
-                std::min({above + 1, row[j] + 1, diagonal + (letter == b[j] ? std::size_t{0} : 1)});
-            diagonal = above;
-        }
-    }
-    return row.back();
-}
-
-const OwnOption& nearest(std::string_view name) {
-    constexpr std::size_t kLongest = 64;  // of a name that is looked at
-    name = name.substr(0, kLongest);
-    return *std::min_element(kOptions.begin(), kOptions.end(),
-                             [name](const OwnOption& a, const OwnOption& b) {
-                                 return editDistance(name, a.name) < editDistance(name, b.name);
-                             });
 }
 
 // The option that an argument is or has to be; none for an argument of another kind.
@@ -65,8 +41,11 @@ const OwnOption* optionOf(std::string_view argument) {
         return sign == std::string_view::npos && name == "help" ? nullptr : found;
     }
     if (sign == std::string_view::npos) return nullptr;
+    std::vector<std::string_view> names;
+    for (const OwnOption& option : kOptions)
+        names.push_back(option.name);
     abend("Unknown option %s, the nearest is %s", quoted(name).c_str(),
-          quoted(nearest(name).name).c_str());
+          quoted(nearestName(name, names)).c_str());
 }
 
 }  // namespace

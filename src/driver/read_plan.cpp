@@ -23,6 +23,7 @@ ReadPlan readPlan(const Settings& settings) {
         options |= ReadBackboneAndBeta;
     }
     plan.request.options = static_cast<std::uint16_t>(options);
+    plan.request.strictColumns = settings.strict;
     return plan;
 }
 

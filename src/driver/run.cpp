@@ -2,6 +2,7 @@
 // check that everything printed has arrived.
 #include "driver/run.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <optional>
@@ -29,7 +30,9 @@ int runMode(Settings settings, Log& log) {
     ResidueExclusions exclusions;
     if (settings.input.exclusionFile) {
         // A file that cannot be read is reported, and the run goes on without it.
-        readResidueExclusionFile(*settings.input.exclusionFile, exclusions, log);
+        const std::string& path = *settings.input.exclusionFile;
+        const bool isRead = readResidueExclusionFile(path, exclusions, log);
+        if (!isRead && settings.strict) abend("Failed to read exclusion file '%s'", path.c_str());
     }
     RunExports exports(settings, log);
     if (settings.input.distanceFile) return runClusterOnly(settings, exports, log);
@@ -71,7 +74,8 @@ void startLog(const Settings& settings, LineStreams& streams, Log& log) {
     if (!settings.output.logFile) return;
     const char* const path = settings.output.logFile->c_str();
     FileHandle file(std::fopen(path, "wb"));
-    if (!file) abend("Failed to open log file '%s' - %s", path, systemErrorText());
+    if (!file)
+        abend(Fault::NotWritten, "Failed to open log file '%s' - %s", path, systemErrorText());
     streams.useLogFile(std::move(file));
     log.info(0, "Successfully started log file '%s'", path);
 }
@@ -96,6 +100,10 @@ bool everythingArrived(const CommandLine& line, LineStreams& streams) {
 }  // namespace
 
 int run(const std::vector<std::string>& arguments, LineStreams& streams) {
+    // Known before the command line is, which may end the run.
+    const bool isStrict =
+        std::find(arguments.begin(), arguments.end(), "--strict") != arguments.end();
+    Fault fault = Fault::Usage;
     Log log(streams.sink());
     try {
         const CommandLine line = readCommandLine(arguments, log);
@@ -103,12 +111,14 @@ int run(const std::vector<std::string>& arguments, LineStreams& streams) {
             checkExports(line.settings);
             startLog(line.settings, streams, log);
         }
+        fault = Fault::Input;
         const int status = perform(line, log);
         const bool arrived = everythingArrived(line, streams);
-        return arrived && !log.hasIncompleteFile() ? status : EXIT_FAILURE;
+        if (arrived && !log.hasIncompleteFile() && status == EXIT_SUCCESS) return EXIT_SUCCESS;
+        return isStrict ? static_cast<int>(Fault::NotWritten) : EXIT_FAILURE;
     } catch (const Abend& end) {
         streams.write(LogLevel::Abend, end.what());
-        return EXIT_FAILURE;
+        return isStrict ? static_cast<int>(end.fault().value_or(fault)) : EXIT_FAILURE;
     }
 }
 

@@ -11,20 +11,13 @@
 #include "base/parallel.h"
 #include "driver/abend.h"
 #include "driver/arguments.h"
+#include "driver/options.h"
 #include "driver/own_options.h"
+#include "driver/strict.h"
 
 namespace tervolanda {
 
 namespace {
-
-constexpr unsigned int kMaxIterations = 200;
-
-// Options whose next argument is their value.  "-gdt" is a case of its own.
-constexpr auto kValuedOptions = std::to_array<std::string_view>(
-    {"-e",       "-p",   "-F",    "-M",   "-l",   "-R",     "-Rl",   "-Ru", "-log",
-     "-exclude", "-T",   "-Tm",   "-a",   "-s",   "-TSF",   "-dist", "-L",  "-is",
-     "-ms",      "-O",   "-C",    "-P",   "-gap", "-super", "-i",    "-mP", "-mS",
-     "-d",       "-opt", "-open", "-aff", "-N",   "-seed",  "-lws"});
 
 // The requests for a text, as the flags stand on the command line.
 struct TextFlags {
@@ -129,7 +122,8 @@ void readOwnOptions(const OwnOptions& own, Settings& settings) {
 bool isValue(const Arguments& arguments, std::size_t i) {
     const std::string& before = arguments[i - 1];
     if (before == "-gdt") return isWellFormedReal(arguments[i]);
-    return std::find(kValuedOptions.begin(), kValuedOptions.end(), before) != kValuedOptions.end();
+    const Option* const option = findOption(before);
+    return option != nullptr && option->takesNext();
 }
 
 // Positions of the two files of the form "prediction experiment [cut-off]": the first two arguments
@@ -151,7 +145,7 @@ void takePositionalForm(const Arguments& arguments, Settings& settings) {
     const auto [prediction, experiment] = findPlainArguments(arguments);
     for (const std::size_t i : {prediction, experiment}) {
         if (arguments[i] != "-" && !openForReading(arguments[i])) {
-            abend("Failed to read PDB file '%s'", arguments[i].c_str());
+            abend(Fault::Input, "Failed to read PDB file '%s'", arguments[i].c_str());
         }
     }
     settings.input.predictionFile = arguments[prediction];
@@ -189,19 +183,20 @@ void resolveRun(Arguments& arguments, Settings& settings, Log& log) {
 
 CommandLine readCommandLine(std::vector<std::string> values, Log& log) {
     const OwnOptions own(values);
-    Arguments arguments(std::move(values));
     CommandLine line;
     constexpr std::array<std::string_view, 1> kHelpPages = {"more"};
     if (own.choice("help", kHelpPages)) {
         line.request = Request::MoreHelp;
         return line;
     }
+    line.settings.strict = own.has("strict");
+    if (line.settings.strict) checkArguments(values);
+    Arguments arguments(std::move(values));
     if (arguments.count() < 2) {
         line.request = Request::ShortUsage;
         return line;
     }
     Settings& settings = line.settings;
-    readOwnOptions(own, settings);
     readFileOptions(arguments, settings);
     readClusterOptions(arguments, settings);
     log.setLogLevel(settings.output.logLevel);

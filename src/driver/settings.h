@@ -69,6 +69,7 @@ struct OutputSettings {
 };
 
 struct Settings {
+    bool strict = false;  // nothing is ignored in silence
     ComparisonParameters comparison;
     InputSettings input;
     MeasureSettings measure;

@@ -119,6 +119,19 @@ void takeFullWidthTexts(const Record& record, Atom& atom) {
     if (namesHydrogen(atom.name)) atom.element[0] = ' ';
 }
 
+// What shows that fields are not where they belong.
+std::string misplacementIn(const Record& record) {
+    const std::string_view residue = record.columns(23, 27);
+    if (record.column(27) >= '0' && record.column(27) <= '9')
+        return "residue number '" + std::string(residue) + "' has five columns";
+    for (const std::size_t point : {std::size_t{35}, std::size_t{43}, std::size_t{51}}) {
+        if (record.column(point) == '.') continue;
+        return "coordinates '" + std::string(record.columns(31, 54)) + "' of residue '" +
+               std::string(residue) + "' are not in their columns";
+    }
+    return {};
+}
+
 }  // namespace
 
 void AtomRecordReader::take(std::string_view line) {
@@ -127,6 +140,7 @@ void AtomRecordReader::take(std::string_view line) {
     if (residue != residueColumns_.view()) beginResidue(residue);
     Atom* const atom = builder_.add(record.columns(13, 16));
     if (atom == nullptr) return;
+    if (isStrict_ && misplacement_.empty()) misplacement_ = misplacementIn(record);
     atom->alternateLocation = record.column(17);
     atom->x = coordinate(record, 31);
     atom->y = coordinate(record, 39);

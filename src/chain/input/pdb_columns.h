@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 #include "base/text.h"
@@ -25,7 +26,12 @@ struct ShortField {
 class AtomRecordReader {
  public:
     // The builder is lent.
-    explicit AtomRecordReader(ChainBuilder& builder) : builder_(builder) {}
+    explicit AtomRecordReader(ChainBuilder& builder, bool isStrict = false)
+        : builder_(builder), isStrict_(isStrict) {}
+
+    // What a strict reader found out of its columns in the first atom of which this can be said;
+    // empty for none.
+    const std::string& misplacement() const { return misplacement_; }
 
     // `line` begins with "ATOM" and may have its line end.  What stands after column 80 is no part
     // of the record; columns that it does not have read as blanks.
@@ -35,6 +41,8 @@ class AtomRecordReader {
     void beginResidue(std::string_view columns);
 
     ChainBuilder& builder_;
+    bool isStrict_;
+    std::string misplacement_;
     FixedText<10> residueColumns_{"\n"};  // of the latest record: 18 to 27; at first as none has
     ShortField occupancy_, bFactor_;      // of the latest full record
 };

@@ -17,24 +17,31 @@ namespace tervolanda {
 
 namespace {
 
+// False, after an ERROR line, when the fields of an atom are not in their columns.
+bool isInPlace(const AtomRecordReader& reader, const std::string& path, Log& log) {
+    if (reader.misplacement().empty()) return true;
+    log.error(0, "Input file '%s': %s", path.c_str(), reader.misplacement().c_str());
+    return false;
+}
+
 // The next functions make atoms of all records of a file; false, after an ERROR line, when it
 // cannot be opened or is too long.  They end early when the builder takes no more.
 
-bool readPlainRecords(const std::string& path, ChainBuilder& builder, Log& log) {
+bool readPlainRecords(const std::string& path, bool isStrict, ChainBuilder& builder, Log& log) {
     PlainText text(path, log);
     if (!text.isOpen()) return false;
-    AtomRecordReader reader(builder);
+    AtomRecordReader reader(builder, isStrict);
     while (const auto piece = text.next(kPdbRecordWidth)) {
         if (piece->starts_with("ATOM")) reader.take(*piece);
         if (builder.exceeds()) break;
     }
-    return text.finish();
+    return text.finish() && isInPlace(reader, path, log);
 }
 
-bool readScannedRecords(const std::string& path, ChainBuilder& builder, Log& log) {
+bool readScannedRecords(const std::string& path, bool isStrict, ChainBuilder& builder, Log& log) {
     GzipText text(path, log);
     if (!text.isOpen()) return false;
-    AtomRecordReader reader(builder);
+    AtomRecordReader reader(builder, isStrict);
     RecordScanner scanner(reader);
     while (const auto piece = text.next()) {
         scanner.append(*piece);
@@ -42,12 +49,13 @@ bool readScannedRecords(const std::string& path, ChainBuilder& builder, Log& log
     }
     if (!text.finish()) return false;
     scanner.finish();
-    return true;
+    return isInPlace(reader, path, log);
 }
 
-bool readAtoms(const std::string& path, FileKind kind, ChainBuilder& builder, Log& log) {
-    return kind == FileKind::Gzip ? readScannedRecords(path, builder, log)
-                                  : readPlainRecords(path, builder, log);
+bool readAtoms(const std::string& path, FileKind kind, bool isStrict, ChainBuilder& builder,
+               Log& log) {
+    return kind == FileKind::Gzip ? readScannedRecords(path, isStrict, builder, log)
+                                  : readPlainRecords(path, isStrict, builder, log);
 }
 
 // Of the chains of a file those that the request can use, residues built; none, after ERROR lines,
@@ -90,7 +98,7 @@ std::optional<ChainSet> readStructureFile(const std::string& path, const ReadReq
         return setOf(path, {}, log);
     }
     ChainBuilder builder(selectionOf(request.options), exclusions);
-    if (!readAtoms(path, kind, builder, log)) return std::nullopt;
+    if (!readAtoms(path, kind, request.strictColumns, builder, log)) return std::nullopt;
     if (builder.exceeds()) {
         log.error(0, "Input file '%s' has more than %zu atoms", path.c_str(), kMostAtoms);
         return std::nullopt;

@@ -1,0 +1,42 @@
+// The options of one dash, and names that were meant.
+#pragma once
+
+#include <limits>
+#include <span>
+#include <string_view>
+#include <vector>
+
+namespace tervolanda {
+
+inline constexpr unsigned int kMaxIterations = 200;  // of -i
+
+enum class OptionValue {
+    None,
+    Text,
+    Integer,
+    Real,
+    PerhapsReal,  // the next argument if it looks like a number
+};
+
+struct Option {
+    std::string_view name;
+    OptionValue value = OptionValue::None;
+    // Other numbers are replaced in silence, by a limit or by the default.
+    double least = -std::numeric_limits<double>::infinity();
+    double most = std::numeric_limits<double>::infinity();
+
+    bool takesNext() const {
+        return value != OptionValue::None && value != OptionValue::PerhapsReal;
+    }
+};
+
+// All of them.
+std::span<const Option> options();
+
+// The one of this name, dash and all; nullptr for none.
+const Option* findOption(std::string_view name);
+
+// Of some names, at least one, the one that takes the fewest changes to be `name`.
+std::string_view nearestName(std::string_view name, const std::vector<std::string_view>& names);
+
+}  // namespace tervolanda

@@ -1,0 +1,13 @@
+// What --strict does not let pass: arguments and inputs that are otherwise ignored, or guessed at,
+// in silence.  All of it ends the run by an Abend.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace tervolanda {
+
+// Looks at the arguments, the program name first, without the options of two dashes.
+void checkArguments(const std::vector<std::string>& arguments);
+
+}  // namespace tervolanda
