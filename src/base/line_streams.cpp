@@ -62,6 +62,7 @@ void LineStreams::writeOutOfMemory() {
 
 void LineStreams::writeReport(std::string_view text) {
     endProgress();
+    if (text.empty()) return;  // it may have no address, which fwrite() must not be given
     text = shown(report_, text, "\n");
     std::fwrite(text.data(), 1, text.size(), report_.file);
 }
