@@ -11,6 +11,7 @@
 #include "base/log.h"
 #include "cluster/batch/batch.h"
 #include "driver/abend.h"
+#include "driver/blocks.h"
 #include "driver/model_input.h"
 #include "driver/modes.h"
 #include "driver/read_plan.h"
@@ -69,14 +70,67 @@ std::vector<RankedModel> ranking(const DistanceMatrix& scores, MatrixValues valu
     return rankedModels(scores, values, jury);
 }
 
+// The pairs of a run that merges parts.
+MergedPairs mergedPairs(const Settings& settings, const PreparedList& models, RunExports& exports,
+                        Log& log) {
+    if (exports.viewer() != nullptr)
+        abend("Parts hold no more of a pair than its results: leave out files that show more");
+    return {settings, models.models(), log};
+}
+
+// Each batch is computed, or merged from the parts of an earlier computation.
+
+MaxSubBatch maxSubOfAll(const PreparedList& models, PairRecorder* recorder,
+                        const Settings& settings, RunExports& exports, Log& log, Report& report) {
+    const ComparisonParameters& parameters = settings.comparison;
+    if (!settings.blocks.mergeFolder) {
+        return compareAllMaxSub(models, parameters, recorder, log, report, settings.threads,
+                                exports.viewer());
+    }
+    MergedPairs merged = mergedPairs(settings, models, exports, log);
+    const auto give = [&](BatchPair pair, ComparisonResult& result) {
+        merged.next(models.sets()[pair.experiment].size(), models.sets()[pair.prediction].size(),
+                    result);
+    };
+    MaxSubBatch batch = collectAllMaxSub(models, parameters, recorder, give, log, report);
+    merged.finish();
+    return batch;
+}
+
+GdtBatch gdtOfAll(const PreparedList& models, const Settings& settings, RunExports& exports,
+                  Log& log, Report& report) {
+    const ComparisonParameters& parameters = settings.comparison;
+    if (!settings.blocks.mergeFolder) {
+        return compareAllGdt(models, parameters, log, report, settings.threads, exports.viewer());
+    }
+    MergedPairs merged = mergedPairs(settings, models, exports, log);
+    const auto give = [&](BatchPair, double& gdt) { merged.next(gdt); };
+    GdtBatch batch = collectAllGdt(models, parameters, give, log, report);
+    merged.finish();
+    return batch;
+}
+
+RmsdBatch rmsdOfAll(const PreparedList& models, const Settings& settings, RunExports& exports,
+                    Log& log, Report& report) {
+    const RmsdOptions options = rmsdOptions(settings);
+    if (!settings.blocks.mergeFolder) {
+        return compareAllRmsd(models, options, log, report, settings.threads, exports.viewer());
+    }
+    MergedPairs merged = mergedPairs(settings, models, exports, log);
+    const auto give = [&](BatchPair, RmsdCells& cells) { merged.next(cells); };
+    RmsdBatch batch = collectAllRmsd(models, options, give, log, report);
+    merged.finish();
+    return batch;
+}
+
 int compareListMaxSub(const ChainList& models, const Settings& settings, RunExports& exports,
                       Log& log, Report& report) {
     const RunTimer timer;
     const PreparedList prepared(models, AtomSelection::Calpha, settings.comparison, report);
     std::optional<TransformationSpool> spool;
     if (settings.output.resultFile) spool.emplace(*settings.output.resultFile, prepared.sets());
-    MaxSubBatch batch = compareAllMaxSub(prepared, settings.comparison, spool ? &*spool : nullptr,
-                                         log, report, settings.threads, exports.viewer());
+    PairRecorder* const recorder = spool ? &*spool : nullptr;
+    MaxSubBatch batch = maxSubOfAll(prepared, recorder, settings, exports, log, report);
     timer.stop(log);
     const auto figures = [&batch](std::size_t i, std::size_t j) {
         return MaxSubFigures{.pairs = batch.pairs.at(i, j),
@@ -109,8 +163,7 @@ int compareListGdt(const ChainList& models, const Settings& settings, RunExports
     log.info(0, "All vs. All GDT");
     const RunTimer timer;
     const PreparedList prepared(models, AtomSelection::Calpha, settings.comparison, report);
-    GdtBatch batch = compareAllGdt(prepared, settings.comparison, log, report, settings.threads,
-                                   exports.viewer());
+    GdtBatch batch = gdtOfAll(prepared, settings, exports, log, report);
     timer.stop(log);
     const auto figures = [&batch](std::size_t i, std::size_t j) {
         return GdtFigures{static_cast<double>(batch.gdt.at(i, j))};
@@ -160,8 +213,7 @@ int compareListRmsd(const ChainList& models, const Settings& settings, RunExport
     log.info(0, "All vs. All RMSD");
     const RunTimer timer;
     const PreparedList prepared(models, readPlan(settings).atoms, settings.comparison, report);
-    RmsdBatch batch = compareAllRmsd(prepared, rmsdOptions(settings), log, report, settings.threads,
-                                     exports.viewer());
+    RmsdBatch batch = rmsdOfAll(prepared, settings, exports, log, report);
     timer.stop(log);
     printPairs(models, rmsdPairFigures(batch, prepared), log);
     printAverage(batch.rmsd, settings, log);

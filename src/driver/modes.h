@@ -23,6 +23,15 @@ int runOneVsList(const Settings& settings, const ResidueExclusions& exclusions, 
 int runAllVsAll(const Settings& settings, const ResidueExclusions& exclusions, RunExports& exports,
                 Log& log);
 
+// A block of the pairs of such a run, into its part file.
+int runBlock(const Settings& settings, const ResidueExclusions& exclusions, Log& log);
+
+// Prints the numbers of the blocks that a folder lacks whole parts of, and nothing else: "3,7-9".
+int runMissing(const Settings& settings, const ResidueExclusions& exclusions, Log& log);
+
+// Times some pairs and prints, as "name=value" lines, how many blocks take so long each.
+int runPlan(const Settings& settings, const ResidueExclusions& exclusions, Log& log);
+
 // Clusters a distance file.
 int runClusterOnly(const Settings& settings, RunExports& exports, Log& log);
 

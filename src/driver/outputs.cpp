@@ -69,6 +69,10 @@ std::vector<Output> outputsOf(const Settings& settings) {
     for (const ExportRequest& request : settings.output.exports)
         add(outputs, optionName(request).c_str(), request.path);
     if (settings.input.distanceFile || settings.input.transformFile) return outputs;
+    if (settings.blocks.partFile) {
+        add(outputs, "--part", settings.blocks.partFile);
+        return outputs;
+    }
     if (!settings.input.listFile) {
         const bool hasScript = comparisonKind(settings) != ComparisonKind::Gdt;
         if (hasScript && settings.output.alignOutput) add(outputs, "script", kPairScript);

@@ -20,6 +20,12 @@ constexpr auto kOptions = std::to_array<OwnOption>({
     {"strict", "", "End the run at what is otherwise ignored in silence"},
     {"pair", "sequence", "Pair residues by aligning the sequences, not by number"},
     {"tsv", "file", "A table of all pairs, with all that the run knows of each"},
+    {"block", "k/n", "Compute the k-th of n blocks of the pairs of a list into --part"},
+    {"part", "file", "Part file of a block; a name that ends in '.part'"},
+    {"resume", "", "Leave a block alone whose part is whole"},
+    {"missing", "dir", "Print the numbers of the blocks whose parts are not in 'dir', as 3,7-9"},
+    {"merge", "dir", "Take the pairs from the parts in 'dir' instead of comparing"},
+    {"plan", "minutes", "Print how many blocks take so long each, and their memory"},
 });
 // clang-format on
 

@@ -39,6 +39,10 @@ int runMode(Settings settings, Log& log) {
     if (settings.input.transformFile) return runTransformMode(settings, exports, log);
     if (!settings.input.listFile) return runPairwise(settings, exclusions, exports, log);
     if (settings.input.experimentFile) return runOneVsList(settings, exclusions, exports, log);
+    const BlockSettings& blocks = settings.blocks;
+    if (blocks.missingFolder) return runMissing(settings, exclusions, log);
+    if (blocks.planMinutes) return runPlan(settings, exclusions, log);
+    if (blocks.partFile) return runBlock(settings, exclusions, log);
     return runAllVsAll(settings, exclusions, exports, log);
 }
 

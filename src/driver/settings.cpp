@@ -9,6 +9,7 @@
 #include "base/file.h"
 #include "base/log.h"
 #include "base/parallel.h"
+#include "base/text.h"
 #include "driver/abend.h"
 #include "driver/arguments.h"
 #include "driver/options.h"
@@ -104,7 +105,51 @@ void readSearchOptions(Arguments& arguments, Settings& settings) {
     comparison.rankByTM = !settings.measure.rankMS;
 }
 
+void readBlock(const std::string& text, BlockSettings& blocks) {
+    constexpr std::uint64_t kMostBlocks = 1'000'000'000;
+    const std::size_t slash = std::min(text.find('/'), text.size());
+    const auto number = digitsOnly(std::string_view(text).substr(0, slash));
+    const auto count = digitsOnly(std::string_view(text).substr(std::min(slash + 1, text.size())));
+    if (!number || !count || *number < 1 || *number > *count || *count > kMostBlocks) {
+        abend("Option '--block' takes k/n with k from 1 to n, not '%s'", text.c_str());
+    }
+    blocks.number = *number;
+    blocks.blocks = *count;
+}
+
+// What the options for blocks ask for is one thing of a run over all pairs.
+void checkBlocks(const Settings& settings) {
+    const BlockSettings& blocks = settings.blocks;
+    const bool computes = blocks.blocks > 0 && !blocks.missingFolder;
+    const int tasks = (computes ? 1 : 0) + (blocks.mergeFolder ? 1 : 0) +
+                      (blocks.missingFolder ? 1 : 0) + (blocks.planMinutes ? 1 : 0);
+    if (blocks.partFile.has_value() != computes || (blocks.resume && !computes)) {
+        abend("Options '--block=k/n' and '--part=FILE' go together, and '--resume' with them");
+    }
+    if (tasks == 0) return;
+    if (tasks > 1) abend("One of '--block', '--merge', '--missing' and '--plan' at a time");
+    const InputSettings& input = settings.input;
+    if (!input.listFile || input.experimentFile || input.distanceFile || input.transformFile) {
+        abend("Blocks are of runs over all pairs of a list: -l without -e");
+    }
+    if (!settings.blocks.mergeFolder && !settings.output.exports.empty()) {
+        abend("Blocks write no other files: leave out '%s'",
+              optionName(settings.output.exports.front()).c_str());
+    }
+    if (settings.output.logLevel > 2) abend("Blocks keep no details: -L 1 or 2");
+    if (settings.comparison.similarityMatrix && settings.comparison.sequenceIndependent) {
+        abend("Blocks keep no matrices: leave out -matrix");
+    }
+}
+
 void readOwnOptions(const OwnOptions& own, Settings& settings) {
+    if (const auto block = own.text("block")) readBlock(*block, settings.blocks);
+    settings.blocks.partFile = own.text("part");
+    settings.blocks.resume = own.has("resume");
+    settings.blocks.mergeFolder = own.text("merge");
+    settings.blocks.missingFolder = own.text("missing");
+    settings.blocks.planMinutes = own.integer("plan", 1, 1'000'000);
+
     if (own.text("threads") == "all") {
         settings.threads = usableProcessors();
     } else if (const auto threads = own.integer("threads", 1, kMostThreads)) {
@@ -213,9 +258,12 @@ CommandLine readCommandLine(std::vector<std::string> values, Log& log) {
     if (line.request != Request::Run) return line;
     // The level is still the number that was given, -1 without one: the line appears only in runs
     // that ask for details.
-    log.info(0, "help");
+    const bool printsOneThing =
+        settings.blocks.missingFolder.has_value() || settings.blocks.planMinutes.has_value();
+    if (!printsOneThing) log.info(0, "help");
     resolveRun(arguments, settings, log);
     settings.output.exports = exportRequests(own);
+    checkBlocks(settings);
     return line;
 }
 

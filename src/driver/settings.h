@@ -68,6 +68,17 @@ struct OutputSettings {
     int lineWrap = 60;
 };
 
+// All pairs of a list in blocks, each computed by a run of its own.
+struct BlockSettings {
+    std::uint64_t number = 0;  // of `blocks`, from 1
+    std::uint64_t blocks = 0;  // 0: none were asked for
+    std::optional<std::string> partFile;
+    bool resume = false;
+    std::optional<std::string> mergeFolder;
+    std::optional<std::string> missingFolder;
+    std::optional<int> planMinutes;
+};
+
 struct Settings {
     bool strict = false;  // nothing is ignored in silence
     ComparisonParameters comparison;
@@ -75,6 +86,7 @@ struct Settings {
     MeasureSettings measure;
     ClusteringSettings clustering;
     OutputSettings output;
+    BlockSettings blocks;
     std::size_t threads = 1;  // of list runs
 };
 

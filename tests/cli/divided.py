@@ -1,9 +1,11 @@
 #!/usr/bin/env python3
 """Compares runs whose work is divided with those of one thread, byte for byte.
 
-usage: divided.py PROGRAM threads
+usage: divided.py PROGRAM PART
 
   threads     all kinds of list runs by 2, 3 and 8 threads
+  blocks      runs over all pairs in blocks, from one to more than there are pairs, and merged
+  faults      blocks that are killed, and parts that are damaged or of another run
 
 The models are made here: walks of different lengths that share much or little, one of which takes
 longer than all others together, and everything a list may hold besides (files that are missing, out
@@ -146,9 +148,200 @@ def threads(program, models):
     return found
 
 
+# Runs whose pairs blocks can compute, and in how many blocks: 0 stands for more than there are
+# pairs.
+IN_BLOCKS = [
+    (["-l", "models.txt", "-av", "-L", "2", "-C", "2"], [1, 2, 29]),
+    (["-l", "models.txt", "-R", "full.txt", "-Rl", "lite.txt", "-rankMS"], [3, 7]),
+    (["-l", "few.txt", "-i", "2", "-L", "2", "-R", "full.txt"], [1, 7, 0]),
+    (["-l", "models.txt", "-gdt", "4", "-L", "2", "-R", "gdt.txt"], [2, 7]),
+    (["-l", "models.txt", "-rmsd", "-L", "2", "-R", "r.txt", "-Ru", "u.txt"], [1, 2, 7, 29]),
+    (["-l", "few.txt", "-rmsd", "-bb", "-L", "2", "-Ru", "u.txt"], [3, 0]),
+    (["-l", "few.txt", "-in", "-R", "full.txt"], [1, 5, 0]),
+]
+
+
+def block(program, arguments, models, number, count, parts, *more):
+    own = [f"--block={number}/{count}", f"--part={parts}/{number:04d}.part", *more]
+    return outcome(program, arguments + own, models)
+
+
+def compute(program, arguments, models, count, parts):
+    """All blocks, the last one first."""
+    for number in range(count, 0, -1):
+        threads = f"--threads={number % 2 + 1}"
+        found = block(program, arguments, models, number, count, parts, threads)
+        assert found["status"] == b"0", found
+        assert len(found) == 3, found  # no file but the part
+
+
+def blocks(program, models):
+    found = []
+    for arguments, counts in IN_BLOCKS:
+        expected = outcome(program, arguments, models)
+        entries = len((models / arguments[1]).read_text().splitlines())
+        for count in counts:
+            with tempfile.TemporaryDirectory() as parts:
+                compute(program, arguments, models, count or entries * entries // 2 + 3, parts)
+                merged = outcome(program, arguments + [f"--merge={parts}"], models)
+                found += differences(f"{arguments} in {count} blocks", expected, merged)
+                missing = outcome(program, arguments + [f"--missing={parts}"], models)
+                if missing["standard output"]:
+                    found.append(f"{arguments}: missing: {missing['standard output']}")
+    return found
+
+
+class Faults:
+    """Five blocks of a small run, of which one is spoilt at a time."""
+
+    ARGUMENTS = ["-l", "few.txt", "-R", "full.txt"]
+    COUNT = 5
+
+    def __init__(self, program, models):
+        self.program, self.models, self.found = program, models, []
+        self.expected = outcome(program, self.ARGUMENTS, models)
+
+    def run(self, *own):
+        return outcome(self.program, self.ARGUMENTS + list(own), self.models)
+
+    def expect(self, condition, *what):
+        if not condition:
+            self.found.append(" ".join(str(w) for w in what))
+
+    def spoil(self, name, change, fault, missing="3"):
+        """Changes the parts, sees that no run takes them, and lets --resume mend them."""
+        with tempfile.TemporaryDirectory() as scratch:
+            parts = pathlib.Path(scratch)
+            compute(self.program, self.ARGUMENTS, self.models, self.COUNT, parts)
+            change(parts)
+            merged = self.run(f"--merge={parts}")
+            self.expect(merged["status"] == b"1", name, "was merged")
+            self.expect("full.txt" not in merged, name, "left a result")
+            self.expect(fault in merged["standard error"].decode(), name, merged["standard error"])
+            listed = self.run(f"--missing={parts}")["standard output"].decode().strip()
+            self.expect(listed == missing, name, "is listed as", listed)
+            for path in parts.glob("extra*.part"):
+                path.unlink()
+            for number in range(1, self.COUNT + 1):
+                path = parts / f"{number:04d}.part"
+                before = path.stat().st_mtime_ns if path.exists() else 0
+                block(self.program, self.ARGUMENTS, self.models, number, self.COUNT, parts,
+                      "--resume")
+                was_kept = before == path.stat().st_mtime_ns
+                self.expect(was_kept == (str(number) not in missing), name, number, "kept:", was_kept)
+            self.found += differences(name, self.expected, self.run(f"--merge={parts}"))
+
+    def rewrite(self, change):
+        def spoil(parts):
+            path = parts / "0003.part"
+            path.write_bytes(change(path.read_bytes()))
+
+        return spoil
+
+    def bits(self):
+        """No bit of a part may change unnoticed."""
+        generator = random.Random(5)
+        with tempfile.TemporaryDirectory() as scratch:
+            parts = pathlib.Path(scratch)
+            compute(self.program, self.ARGUMENTS, self.models, self.COUNT, parts)
+            whole = (parts / "0003.part").read_bytes()
+            places = list(range(100)) + generator.sample(range(len(whole)), 60)
+            for place in places:
+                bytes_ = bytearray(whole)
+                bytes_[place] ^= 1 << generator.randrange(8)
+                (parts / "0003.part").write_bytes(bytes_)
+                merged = self.run(f"--merge={parts}")
+                self.expect(merged["status"] == b"1" and "full.txt" not in merged, "bit of", place)
+            for length in list(range(0, 100, 7)) + generator.sample(range(len(whole)), 20):
+                (parts / "0003.part").write_bytes(whole[:length])
+                merged = self.run(f"--merge={parts}")
+                self.expect(merged["status"] == b"1", "cut at", length)
+
+    def killed(self):
+        """A block that is killed at any moment leaves its part whole or does not leave it."""
+        generator = random.Random(6)
+        with tempfile.TemporaryDirectory() as scratch:
+            parts = pathlib.Path(scratch)
+            for _ in range(60):
+                process = subprocess.Popen(
+                    [self.program, *self.ARGUMENTS, "--block=2/2", f"--part={parts}/2.part"],
+                    cwd=self.models, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+                    stderr=subprocess.DEVNULL,
+                )
+                try:
+                    process.wait(generator.uniform(0.0, 0.05))
+                except subprocess.TimeoutExpired:
+                    process.kill()
+                    process.wait()
+            twins = [
+                subprocess.Popen(
+                    [self.program, *self.ARGUMENTS, f"--block={k}/2", f"--part={parts}/{k}.part"],
+                    cwd=self.models, stdin=open(self.models / "model_2.pdb", "rb"),
+                    stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+                )
+                for k in (1, 2, 1, 2)
+            ]
+            for twin in twins:
+                self.expect(twin.wait() == 0, "one of two at once failed")
+            self.found += differences("killed", self.expected, self.run(f"--merge={parts}"))
+
+    def disk_full(self):
+        limited = subprocess.run(
+            ["prlimit", "--fsize=2000", self.program, *self.ARGUMENTS, "--block=1/2",
+             "--part=full.part"],
+            cwd=self.models, input=(self.models / "model_2.pdb").read_bytes(), capture_output=True,
+        )
+        self.expect(limited.returncode == 1, "a part that did not fit")
+        self.expect(b"Failed to write file 'full.part'" in limited.stderr, limited.stderr)
+        self.expect(not (self.models / "full.part").exists(), "a part that did not fit was left")
+
+
+def faults(program, models):
+    runs = Faults(program, models)
+
+    def other(*arguments):
+        def make(parts):
+            command = runs.ARGUMENTS[:2] + list(arguments)
+            outcome(program, command + ["--block=3/5", f"--part={parts}/0003.part"], models)
+
+        return make
+
+    def change_model(parts):
+        text = (models / "model_0.pdb").read_text()
+        (models / "model_0.pdb").write_text(text.replace("ALA", "GLY", 4))
+        compute_one = block(program, runs.ARGUMENTS, models, 3, 5, parts)
+        (models / "model_0.pdb").write_text(text)
+        assert compute_one["status"] == b"0"
+
+    def of_other_blocks(parts):
+        own = ["--block=1/2", f"--part={parts}/extra.part"]
+        outcome(program, runs.ARGUMENTS + own, models)
+
+    runs.spoil("a part that is not there", lambda p: (p / "0003.part").unlink(),
+               "Of 5 blocks these are missing")
+    runs.spoil("an empty part", runs.rewrite(lambda text: b""), "is cut short")
+    runs.spoil("half a part", runs.rewrite(lambda text: text[: len(text) // 2]), "is cut short")
+    runs.spoil("a part with more", runs.rewrite(lambda text: text + b"x"), "longer than it says")
+    runs.spoil("a part of another format", runs.rewrite(lambda t: t[:8] + b"\2" + t[9:]),
+               "is of format version 2")
+    runs.spoil("no part", runs.rewrite(lambda text: b"SIZE : 2\n" * 100), "is no part file")
+    runs.spoil("a part without superpositions", other(), "was made with 'kind MaxSub'")
+    runs.spoil("a part by another cut-off", other("-R", "full.txt", "-d", "3"),
+               "was made with '-d 3', not '-d 0'")
+    runs.spoil("a part of another model", change_model, "another model in line 1")
+    runs.spoil("one block twice",
+               lambda p: (p / "extra.part").write_bytes((p / "0003.part").read_bytes()),
+               "is block 3, as", missing="")
+    runs.spoil("a part of other blocks", of_other_blocks, "is one of 2 blocks", missing="")
+    runs.bits()
+    runs.killed()
+    runs.disk_full()
+    return runs.found
+
+
 def main():
     program = str(pathlib.Path(sys.argv[1]).resolve())
-    parts = {"threads": threads}
+    parts = {"threads": threads, "blocks": blocks, "faults": faults}
     with tempfile.TemporaryDirectory() as scratch:
         models = pathlib.Path(scratch)
         write_models(models)

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -95,11 +96,20 @@ struct UnreadModel {
 // `list`; returns their number.  `counter` is the caller's running ID: it starts at 0, and every
 // line that names a file takes the next ID, whether the file can be read or not.  Those that cannot
 // are appended to `unread`, where there is one.  List and messages are the same by however many
-// threads the files are read.
+// threads the files are read.  With `wanted` only the models are read whose IDs it says yes to.
 std::size_t readModelList(const std::string& path, std::uint32_t& counter,
                           const ReadRequest& request, const ResidueExclusions& exclusions, Log& log,
                           ChainList& list, std::size_t threads = 1,
-                          std::vector<UnreadModel>* unread = nullptr);
+                          std::vector<UnreadModel>* unread = nullptr,
+                          const std::function<bool(std::uint32_t id)>& wanted = {});
+
+// What a list file holds, its models unread.
+struct ListSummary {
+    std::uint32_t models = 0;    // lines that name a file
+    std::uint32_t checksum = 0;  // CRC-32 of all bytes
+};
+// None, after an ERROR line, when it cannot be read.
+std::optional<ListSummary> summariseModelList(const std::string& path, Log& log);
 
 // CRC-32 (ISO 3309) of the bytes of a regular file, as they lie there; none for any other file, and
 // for one that cannot be read.

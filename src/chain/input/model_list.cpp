@@ -1,5 +1,6 @@
 // The two small text files that steer reading: which models there are, and which residues to skip.
 #include <sys/stat.h>
+#include <zlib.h>
 
 #include <utility>
 #include <vector>
@@ -86,10 +87,12 @@ class UnreadNotes {
 class ListReading {
  public:
     ListReading(LineReader& lines, const ReadRequest& request, const ResidueExclusions& exclusions,
-                std::uint32_t& counter, UnreadNotes& notes, ChainList& list)
+                const std::function<bool(std::uint32_t id)>& wanted, std::uint32_t& counter,
+                UnreadNotes& notes, ChainList& list)
         : lines_(lines),
           request_(request),
           exclusions_(exclusions),
+          wanted_(wanted),
           counter_(counter),
           notes_(notes),
           log_(notes.log()),
@@ -104,22 +107,27 @@ class ListReading {
     std::size_t tried() const { return tried_; }
 
  private:
+    struct Model {
+        std::string path;
+        std::uint32_t id = 0;
+    };
     // A model that is read aside, and what was said meanwhile.
     struct Reading {
-        std::string path;
+        Model model;
         bool isRead = false;
         std::optional<Chain> chain;
         std::vector<std::pair<LogLevel, std::string>> lines;
     };
 
-    std::optional<std::string> nextPath();
+    std::optional<Model> next();
     void readAside(Reading& reading) const;
     void consume(Reading& reading);
-    void take(const std::string& path, std::optional<Chain> chain);
+    void take(const Model& model, std::optional<Chain> chain);
 
     LineReader& lines_;
     ReadRequest request_;
     const ResidueExclusions& exclusions_;
+    const std::function<bool(std::uint32_t id)>& wanted_;
     std::uint32_t& counter_;
     UnreadNotes& notes_;
     Log& log_;
@@ -128,38 +136,39 @@ class ListReading {
     std::size_t tried_ = 0;
 };
 
-std::optional<std::string> ListReading::nextPath() {
+std::optional<ListReading::Model> ListReading::next() {
     while (const auto line = lines_.next(kLineLimit)) {
         const std::string_view path = pathIn(*line);
-        if (!path.empty()) return std::string(path);
+        if (path.empty()) continue;
+        ++counter_;
+        if (!wanted_ || wanted_(counter_)) return Model{std::string(path), counter_};
     }
     return std::nullopt;
 }
 
 // The next model, if it could be read.
-void ListReading::take(const std::string& path, std::optional<Chain> chain) {
-    ++counter_;
+void ListReading::take(const Model& model, std::optional<Chain> chain) {
     ++tried_;
-    notes_.finishFile(counter_, path, chain.has_value());
+    notes_.finishFile(model.id, model.path, chain.has_value());
     if (!chain) return;
     if (read_ % kProgressStep == 0) {
         log_.progress(0, "Successfully read %d PDBs", static_cast<int>(read_));
     }
-    chain->number = counter_;
+    chain->number = model.id;
     list_.chains.push_back(*std::move(chain));
     ++read_;
 }
 
 void ListReading::readAll() {
-    while (const auto path = nextPath())
-        take(*path, readChain(*path, request_, exclusions_, log_));
+    while (const auto model = next())
+        take(*model, readChain(model->path, request_, exclusions_, log_));
 }
 
 // A model of which there is much to say is left to its turn.
 void ListReading::readAside(Reading& reading) const {
     constexpr std::size_t kMostBytes = std::size_t{1} << 16;
     reading.lines.clear();
-    reading.isRead = mayBeReadAside(reading.path);
+    reading.isRead = mayBeReadAside(reading.model.path);
     if (!reading.isRead) return;
     std::size_t bytes = 0;
     Log log([&](LogLevel severity, std::string_view text) {
@@ -167,25 +176,25 @@ void ListReading::readAside(Reading& reading) const {
         if (bytes <= kMostBytes) reading.lines.emplace_back(severity, text);
     });
     log.setLogLevel(log_.logLevel());
-    reading.chain = readChain(reading.path, request_, exclusions_, log);
+    reading.chain = readChain(reading.model.path, request_, exclusions_, log);
     reading.isRead = bytes <= kMostBytes;
 }
 
 void ListReading::consume(Reading& reading) {
-    if (!reading.isRead)
-        return take(reading.path, readChain(reading.path, request_, exclusions_, log_));
+    const Model& model = reading.model;
+    if (!reading.isRead) return take(model, readChain(model.path, request_, exclusions_, log_));
     for (const auto& [severity, text] : reading.lines)
         log_.passOn(severity, text);
-    take(reading.path, std::move(reading.chain));
+    take(model, std::move(reading.chain));
 }
 
 void ListReading::readAll(std::size_t threads) {
     constexpr std::size_t kSlots = 4;  // of a thread
     std::vector<Reading> readings(threads * kSlots);
     const auto claim = [&](std::size_t slot) {
-        std::optional<std::string> path = nextPath();
-        if (path) readings[slot].path = *std::move(path);
-        return path.has_value();
+        std::optional<Model> model = next();
+        if (model) readings[slot].model = *std::move(model);
+        return model.has_value();
     };
     runInOrder({threads, readings.size(), 0, claim,
                 [&](std::size_t slot, std::size_t) {
@@ -199,7 +208,8 @@ void ListReading::readAll(std::size_t threads) {
 
 std::size_t readModelList(const std::string& path, std::uint32_t& counter,
                           const ReadRequest& request, const ResidueExclusions& exclusions, Log& log,
-                          ChainList& list, std::size_t threads, std::vector<UnreadModel>* unread) {
+                          ChainList& list, std::size_t threads, std::vector<UnreadModel>* unread,
+                          const std::function<bool(std::uint32_t id)>& wanted) {
     log.info(0, "Reading PDB list file '%s'", path.c_str());
     const FileHandle file = openForReading(path);
     if (!file) {
@@ -208,7 +218,7 @@ std::size_t readModelList(const std::string& path, std::uint32_t& counter,
     }
     LineReader reader(file.get(), kLongestList);
     UnreadNotes notes(log, unread);
-    ListReading reading(reader, request, exclusions, counter, notes, list);
+    ListReading reading(reader, request, exclusions, wanted, counter, notes, list);
     if (threads > 1) {
         reading.readAll(threads);
     } else {
@@ -219,6 +229,22 @@ std::size_t readModelList(const std::string& path, std::uint32_t& counter,
                  static_cast<int>(reading.read()), static_cast<int>(reading.tried()), path.c_str());
     log.endProgress();
     return reading.read();
+}
+
+std::optional<ListSummary> summariseModelList(const std::string& path, Log& log) {
+    const FileHandle file = openForReading(path);
+    if (!file) {
+        log.error(0, "Can't open model list file '%s' - %s", path.c_str(), systemErrorText());
+        return std::nullopt;
+    }
+    LineReader reader(file.get(), kLongestList);
+    ListSummary summary;
+    while (const auto line = reader.next(kLineLimit)) {
+        summary.checksum = static_cast<std::uint32_t>(
+            crc32_z(summary.checksum, reinterpret_cast<const Bytef*>(line->data()), line->size()));
+        if (!pathIn(*line).empty()) ++summary.models;
+    }
+    return summary;
 }
 
 bool readResidueExclusionFile(const std::string& path, ResidueExclusions& exclusions, Log& log) {

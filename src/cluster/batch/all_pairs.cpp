@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 #include "cluster/batch/run_batch.h"
 #include "compare/pairing/mapping.h"
@@ -42,13 +43,12 @@ DistanceMatrix matrixWithDiagonal(std::size_t n, float diagonal) {
 // The order of the pairs, for batches of all kinds.
 class AllPairs {
  public:
-    explicit AllPairs(const PreparedList& list) : sets(list.sets()), list_(list) {}
+    explicit AllPairs(const PreparedList& list) : AllPairs(list, {0, pairsOf(list.size())}) {}
+    AllPairs(const PreparedList& list, PairRange range)
+        : sets(list.sets()), list_(list), range_(range) {}
 
-    std::size_t count() const {
-        const std::size_t n = list_.size();
-        return n == 0 ? 0 : n * (n - 1) / 2;
-    }
-    static BatchPair first() { return {1, 0}; }
+    std::size_t count() const { return range_.count; }
+    BatchPair first() const { return skip({1, 0}, range_.first); }
     static BatchPair next(BatchPair pair) {
         if (pair.prediction > 0) return {pair.experiment, pair.prediction - 1};
         return {pair.experiment + 1, pair.experiment};
@@ -84,25 +84,16 @@ class AllPairs {
     const Chain& chain(std::size_t i) const { return list_.models().chains[i]; }
 
     const PreparedList& list_;
+    PairRange range_;
 };
 
-class MaxSubPairs : public AllPairs {
+class MaxSubSearches : public AllPairs {
  public:
     using Outcome = ComparisonResult;
     static constexpr const char* kName = "MAXSUB";
 
-    MaxSubPairs(const PreparedList& list, const ComparisonParameters& parameters,
-                PairRecorder* recorder, PairViewer* viewer)
-        : AllPairs(list),
-          parameters_(parameters),
-          hasIterations_(parameters.iterations > 1),
-          ranksByTM_(parameters.rankByTM && !hasIterations_),
-          // A given normalisation length is the same for both models of a pair.
-          keepsLength_(ranksByTM_ && parameters.normLength > 0),
-          recorder_(recorder),
-          viewer_(viewer),
-          found{matrixWithDiagonal(list.size(), 1.0F), matrixWithDiagonal(list.size(), 0.0F),
-                pairMatrix(list.sets())} {}
+    MaxSubSearches(AllPairs pairs, const ComparisonParameters& parameters)
+        : AllPairs(pairs), parameters_(parameters), hasIterations_(parameters.iterations > 1) {}
 
     ChunkNeeds chunkNeeds() const { return needsOfSearches(sizeof(Outcome)); }
 
@@ -111,11 +102,32 @@ class MaxSubPairs : public AllPairs {
         compareMaxSub(sets[pair.experiment], sets[pair.prediction], parameters_, worker.workspace,
                       worker.report, result);
         if (hasIterations_) reportTotal(result, worker.report);
-        if (recorder_ != nullptr && !result.iterations.empty()) {
+        if (reportsSuperpositions_ && !result.iterations.empty()) {
             reportSuperposition(result.iterations.front().superposition, ReportLevel::Numbers,
                                 worker.report);
         }
         worker.finishPair();
+    }
+
+ protected:
+    const ComparisonParameters& parameters_;
+    bool hasIterations_;
+    bool reportsSuperpositions_ = false;
+};
+
+class MaxSubPairs : public MaxSubSearches {
+ public:
+    MaxSubPairs(const PreparedList& list, const ComparisonParameters& parameters,
+                PairRecorder* recorder, PairViewer* viewer)
+        : MaxSubSearches(AllPairs(list), parameters),
+          ranksByTM_(parameters.rankByTM && !hasIterations_),
+          // A given normalisation length is the same for both models of a pair.
+          keepsLength_(ranksByTM_ && parameters.normLength > 0),
+          recorder_(recorder),
+          viewer_(viewer),
+          found{matrixWithDiagonal(list.size(), 1.0F), matrixWithDiagonal(list.size(), 0.0F),
+                pairMatrix(list.sets())} {
+        reportsSuperpositions_ = recorder != nullptr;
     }
 
     void consume(BatchPair pair, const Outcome& result) {
@@ -132,8 +144,6 @@ class MaxSubPairs : public AllPairs {
     }
 
  private:
-    const ComparisonParameters& parameters_;
-    bool hasIterations_;
     bool ranksByTM_;
     bool keepsLength_;
     PairRecorder* recorder_;
@@ -143,16 +153,13 @@ class MaxSubPairs : public AllPairs {
     MaxSubBatch found;
 };
 
-class GdtPairs : public AllPairs {
+class GdtSearches : public AllPairs {
  public:
     using Outcome = GdtOutcome;
     static constexpr const char* kName = "GDT";
 
-    GdtPairs(const PreparedList& list, const ComparisonParameters& parameters, PairViewer* viewer)
-        : AllPairs(list),
-          parameters_(parameters),
-          viewer_(viewer),
-          found{matrixWithDiagonal(list.size(), 100.0F)} {}
+    GdtSearches(AllPairs pairs, const ComparisonParameters& parameters, PairViewer* viewer)
+        : AllPairs(pairs), viewer_(viewer), parameters_(parameters) {}
 
     ChunkNeeds chunkNeeds() const { return needsOfSearches(sizeof(Outcome)); }
 
@@ -164,24 +171,25 @@ class GdtPairs : public AllPairs {
         worker.finishPair();
     }
 
+ protected:
+    PairViewer* viewer_;
+
+ private:
+    const ComparisonParameters& parameters_;
+};
+
+class GdtPairs : public GdtSearches {
+ public:
+    GdtPairs(const PreparedList& list, const ComparisonParameters& parameters, PairViewer* viewer)
+        : GdtSearches(AllPairs(list), parameters, viewer),
+          found{matrixWithDiagonal(list.size(), 100.0F)} {}
+
     void consume(BatchPair pair, const Outcome& outcome) {
         setBoth(found.gdt, pair, static_cast<float>(outcome.found.gdt));
         if (viewer_ != nullptr) viewer_->seeGdt(compared(pair), outcome.found, outcome.search);
     }
 
- private:
-    const ComparisonParameters& parameters_;
-    PairViewer* viewer_;
-
- public:
     GdtBatch found;
-};
-
-// The cells of a pair, as the matrices hold them.
-struct RmsdCells {
-    float rmsd = 0.0F;
-    float urmsd = 0.0F;
-    std::uint32_t pairs = 0;
 };
 
 PositionalRmsd positionalRmsd(std::span<const CoordinateSet> sets, const RmsdOptions& options) {
@@ -195,43 +203,32 @@ PositionalRmsd positionalRmsd(std::span<const CoordinateSet> sets, const RmsdOpt
     return {chains, measures, bestKernels()};
 }
 
-// Cells are filled below the diagonal, row by row, and mirrored at the end.
-class RmsdPairs : public AllPairs {
+class RmsdFits : public AllPairs {
  public:
     using Outcome = RmsdCells;
     static constexpr const char* kName = "RMSD";
 
-    RmsdPairs(const PreparedList& list, const RmsdOptions& options, bool wantsDetails,
-              PairViewer* viewer)
-        : AllPairs(list),
+    RmsdFits(AllPairs pairs, AtomSelection selection, const RmsdOptions& options, bool wantsDetails)
+        : AllPairs(pairs),
           options_(options),
-          viewer_(viewer),
           // The details of a fit are known to a comparison of its own only.
-          byPosition_(!wantsDetails && list.selection() == AtomSelection::Calpha),
-          positional_(positionalRmsd(byPosition_ ? list.sets() : std::span<const CoordinateSet>(),
-                                     options)),
-          found{matrixWithDiagonal(list.size(), 1.0F), matrixWithDiagonal(list.size(), 0.0F),
-                pairMatrix(list.sets())} {
+          byPosition_(!wantsDetails && selection == AtomSelection::Calpha),
+          positional_(
+              positionalRmsd(byPosition_ ? sets : std::span<const CoordinateSet>(), options)) {
         options_.reportTooFew = false;  // usual in a list and not worth a line each
     }
 
+    // Those of four rows.
     std::size_t together(BatchPair from) const {
         if (!byPosition_) return 1;
         const std::size_t end = endOfRows(from.experiment);
-        return end * (end - 1) / 2 - from.experiment * (from.experiment - 1) / 2;
+        return pairsOf(end) - pairsOf(from.experiment) - (from.experiment - 1 - from.prediction);
     }
     ChunkNeeds chunkNeeds() const {
         if (!byPosition_) return {};
         return {2000, kRows * sets.size(), sizeof(Outcome)};
     }
     void compute(BatchPair from, std::span<Outcome> outcomes, BatchWorker& worker) const;
-    void consume(BatchPair pair, const Outcome& cells) {
-        const auto [i, j] = pair;
-        found.rmsd.at(i, j) = cells.rmsd;
-        found.urmsd.at(i, j) = cells.urmsd;
-        found.pairs.at(i, j) = cells.pairs;
-        if (viewer_ != nullptr) viewer_->seeRmsd(compared(pair), asListed(pair, cells), {});
-    }
 
  private:
     static constexpr std::size_t kRows = PositionalRmsd::kRowsAtOnce;
@@ -241,12 +238,34 @@ class RmsdPairs : public AllPairs {
         return std::min(row - row % kRows + kRows, sets.size());
     }
     Outcome compare(BatchPair pair, BatchWorker& worker) const;
-    ListedRmsd asListed(BatchPair pair, const Outcome& cells) const;
 
     RmsdOptions options_;
-    PairViewer* viewer_;
     bool byPosition_;
     PositionalRmsd positional_;
+};
+
+// Cells are filled below the diagonal, row by row, and mirrored at the end.
+class RmsdPairs : public RmsdFits {
+ public:
+    RmsdPairs(const PreparedList& list, const RmsdOptions& options, bool wantsDetails,
+              PairViewer* viewer)
+        : RmsdFits(AllPairs(list), list.selection(), options, wantsDetails),
+          viewer_(viewer),
+          found{matrixWithDiagonal(list.size(), 1.0F), matrixWithDiagonal(list.size(), 0.0F),
+                pairMatrix(list.sets())} {}
+
+    void consume(BatchPair pair, const Outcome& cells) {
+        const auto [i, j] = pair;
+        found.rmsd.at(i, j) = cells.rmsd;
+        found.urmsd.at(i, j) = cells.urmsd;
+        found.pairs.at(i, j) = cells.pairs;
+        if (viewer_ != nullptr) viewer_->seeRmsd(compared(pair), asListed(pair, cells), {});
+    }
+
+ private:
+    ListedRmsd asListed(BatchPair pair, const Outcome& cells) const;
+
+    PairViewer* viewer_;
 
  public:
     RmsdBatch found;
@@ -262,7 +281,7 @@ ListedRmsd RmsdPairs::asListed(BatchPair pair, const RmsdCells& cells) const {
 }
 
 // A pair by a fit of its own.
-RmsdCells RmsdPairs::compare(BatchPair pair, BatchWorker& worker) const {
+RmsdCells RmsdFits::compare(BatchPair pair, BatchWorker& worker) const {
     constexpr double kNoFit = -1.0;
     constexpr std::uint32_t kFewestPairs = 3;
     RmsdResult& fit = worker.fit;
@@ -273,20 +292,21 @@ RmsdCells RmsdPairs::compare(BatchPair pair, BatchWorker& worker) const {
             static_cast<float>(fit.rmsd ? fit.urmsd : 0.0), isMapped ? fit.pairs : 0U};
 }
 
-void RmsdPairs::compute(BatchPair from, std::span<Outcome> outcomes, BatchWorker& worker) const {
+void RmsdFits::compute(BatchPair from, std::span<Outcome> outcomes, BatchWorker& worker) const {
     if (!byPosition_) {
         outcomes.front() = compare(from, worker);
         worker.finishPair();
         return;
     }
-    const std::size_t end = endOfRows(from.experiment);
-    const auto rows = std::span(worker.rows).first(end - from.experiment);
+    const BatchPair last = skip(from, outcomes.size() - 1);
+    const auto rows = std::span(worker.rows).first(last.experiment + 1 - from.experiment);
     positional_.compareWithEarlier(from.experiment, rows);
     auto outcome = outcomes.begin();
-    for (std::size_t i = from.experiment; i < end; ++i) {
+    std::size_t j = from.prediction + 1;
+    for (std::size_t i = from.experiment; outcome != outcomes.end(); j = ++i) {
         const RmsdRow& row = rows[i - from.experiment];
         const auto atoms = static_cast<std::uint32_t>(sets[i].size());
-        for (std::size_t j = i; j-- > 0; ++outcome) {
+        for (; j-- > 0 && outcome != outcomes.end(); ++outcome) {
             *outcome = row.has(j) ? RmsdCells{static_cast<float>(row.rmsd[j]),
                                               static_cast<float>(row.urmsd[j]), atoms}
                                   : compare({i, j}, worker);
@@ -309,6 +329,46 @@ void mirror(Matrix<Value>& matrix) {
             }
         }
     }
+}
+
+// Pairs whose outcomes go elsewhere than into matrices.
+template <typename Searches>
+class TakenPairs : public Searches {
+ public:
+    using Outcome = typename Searches::Outcome;
+
+    TakenPairs(Searches searches, const TakePair<Outcome>& take)
+        : Searches(std::move(searches)), take_(take) {}
+    void consume(BatchPair pair, const Outcome& outcome) { take_(pair, outcome); }
+
+ private:
+    const TakePair<Outcome>& take_;
+};
+
+// Pairs whose outcomes come from elsewhere than from a comparison.
+template <typename Pairs>
+class GivenPairs : public Pairs {
+ public:
+    using Outcome = typename Pairs::Outcome;
+
+    template <typename... Arguments>
+    explicit GivenPairs(const GivePair<Outcome>& give, Arguments&&... arguments)
+        : Pairs(std::forward<Arguments>(arguments)...), give_(give) {}
+    static std::size_t together(BatchPair) { return 1; }
+    void compute(BatchPair pair, std::span<Outcome> outcomes, BatchWorker& worker) const {
+        give_(pair, outcomes.front());
+        worker.finishPair();
+    }
+
+ private:
+    const GivePair<Outcome>& give_;
+};
+
+RmsdBatch mirrored(RmsdBatch found, const RmsdOptions& options) {
+    mirror(found.rmsd);
+    if (options.urmsd) mirror(found.urmsd);
+    mirror(found.pairs);
+    return found;
 }
 
 }  // namespace
@@ -337,10 +397,57 @@ RmsdBatch compareAllRmsd(const PreparedList& models, const RmsdOptions& options,
                          Report& report, std::size_t threads, PairViewer* viewer) {
     RmsdPairs pairs(models, options, report.reports(ReportLevel::Passes), viewer);
     runBatch(pairs, threads, log, report);
-    mirror(pairs.found.rmsd);
-    if (options.urmsd) mirror(pairs.found.urmsd);
-    mirror(pairs.found.pairs);
+    return mirrored(std::move(pairs.found), options);
+}
+
+void compareMaxSub(const PreparedList& models, PairRange range,
+                   const ComparisonParameters& parameters, const TakePair<ComparisonResult>& take,
+                   Log& log, Report& report, std::size_t threads) {
+    TakenPairs pairs(MaxSubSearches(AllPairs(models, range), parameters), take);
+    runBatch(pairs, threadsFor(parameters, threads), log, report);
+}
+
+void compareGdt(const PreparedList& models, PairRange range, const ComparisonParameters& parameters,
+                const TakePair<double>& take, Log& log, Report& report, std::size_t threads) {
+    const TakePair<GdtOutcome> takeOutcome = [&take](BatchPair pair, const GdtOutcome& outcome) {
+        take(pair, outcome.found.gdt);
+    };
+    TakenPairs pairs(GdtSearches(AllPairs(models, range), parameters, nullptr), takeOutcome);
+    runBatch(pairs, threadsFor(parameters, threads), log, report);
+}
+
+void compareRmsd(const PreparedList& models, PairRange range, const RmsdOptions& options,
+                 const TakePair<RmsdCells>& take, Log& log, Report& report, std::size_t threads) {
+    TakenPairs pairs(RmsdFits(AllPairs(models, range), models.selection(), options,
+                              report.reports(ReportLevel::Passes)),
+                     take);
+    runBatch(pairs, threads, log, report);
+}
+
+MaxSubBatch collectAllMaxSub(const PreparedList& models, const ComparisonParameters& parameters,
+                             PairRecorder* recorder, const GivePair<ComparisonResult>& give,
+                             Log& log, Report& report) {
+    GivenPairs<MaxSubPairs> pairs(give, models, parameters, recorder, nullptr);
+    runBatch(pairs, 1, log, report);
     return std::move(pairs.found);
+}
+
+GdtBatch collectAllGdt(const PreparedList& models, const ComparisonParameters& parameters,
+                       const GivePair<double>& give, Log& log, Report& report) {
+    const GivePair<GdtOutcome> giveOutcome = [&give](BatchPair pair, GdtOutcome& outcome) {
+        give(pair, outcome.found.gdt);
+    };
+    GivenPairs<GdtPairs> pairs(giveOutcome, models, parameters, nullptr);
+    runBatch(pairs, 1, log, report);
+    return std::move(pairs.found);
+}
+
+RmsdBatch collectAllRmsd(const PreparedList& models, const RmsdOptions& options,
+                         const GivePair<RmsdCells>& give, Log& log, Report& report) {
+    GivenPairs<RmsdPairs> pairs(give, models, options, report.reports(ReportLevel::Passes),
+                                nullptr);
+    runBatch(pairs, 1, log, report);
+    return mirrored(std::move(pairs.found), options);
 }
 
 }  // namespace tervolanda

@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
 #include <vector>
@@ -124,6 +125,53 @@ struct RmsdBatch {
 };
 RmsdBatch compareAllRmsd(const PreparedList& models, const RmsdOptions& options, Log& log,
                          Report& report, std::size_t threads = 1, PairViewer* viewer = nullptr);
+
+// --- Some of the pairs, here or elsewhere --------------------------------------------------------
+
+// Pairs that follow each other in the order of all pairs, which are counted from 0.
+struct PairRange {
+    std::size_t first = 0;
+    std::size_t count = 0;
+};
+
+// Pairs of n models.
+inline std::size_t pairsOf(std::size_t n) {
+    return n == 0 ? 0 : n * (n - 1) / 2;
+}
+
+// What the matrices of an RmsdBatch hold of a pair.
+struct RmsdCells {
+    float rmsd = 0.0F;
+    float urmsd = 0.0F;
+    std::uint32_t pairs = 0;
+};
+
+// Takes the outcome of each pair, and gives it, in pair order.
+template <typename Outcome>
+using TakePair = std::function<void(BatchPair pair, const Outcome& outcome)>;
+template <typename Outcome>
+using GivePair = std::function<void(BatchPair pair, Outcome& outcome)>;
+
+// The pairs of a range, which there are, as in the batch of all pairs.
+void compareMaxSub(const PreparedList& models, PairRange range,
+                   const ComparisonParameters& parameters, const TakePair<ComparisonResult>& take,
+                   Log& log, Report& report, std::size_t threads = 1);
+void compareGdt(const PreparedList& models, PairRange range, const ComparisonParameters& parameters,
+                const TakePair<double>& take, Log& log, Report& report, std::size_t threads = 1);
+void compareRmsd(const PreparedList& models, PairRange range, const RmsdOptions& options,
+                 const TakePair<RmsdCells>& take, Log& log, Report& report,
+                 std::size_t threads = 1);
+
+// The batches of all pairs from outcomes that such a comparison took.  Of a ComparisonResult pairs,
+// rmsd, maxsub and tm count, and for the recorder the first iteration's superposition and the
+// matched pairs.
+MaxSubBatch collectAllMaxSub(const PreparedList& models, const ComparisonParameters& parameters,
+                             PairRecorder* recorder, const GivePair<ComparisonResult>& give,
+                             Log& log, Report& report);
+GdtBatch collectAllGdt(const PreparedList& models, const ComparisonParameters& parameters,
+                       const GivePair<double>& give, Log& log, Report& report);
+RmsdBatch collectAllRmsd(const PreparedList& models, const RmsdOptions& options,
+                         const GivePair<RmsdCells>& give, Log& log, Report& report);
 
 // --- One experiment with all models --------------------------------------------------------------
 

@@ -16,7 +16,8 @@
 //   BatchPair skip(BatchPair pair, std::size_t count) const
 //                                         the same so many times
 //   std::size_t together(BatchPair from) const
-//                                         pairs, `from` and those after it, to be computed at once
+//                                         pairs, `from` and those after it, to be computed at once,
+//                                         where there are as many left
 //   void compute(BatchPair from, std::span<Outcome> outcomes, BatchWorker& worker) const
 //                                         that many; calls worker.finishPair() after each
 //   ChunkNeeds chunkNeeds() const         how many pairs are worth a thread's turn
@@ -152,7 +153,7 @@ class ThreadedBatch {
         chunk.from = next_;
         chunk.pairs = 0;
         while (chunk.pairs < plan_.pairs && left_ > 0) {
-            const std::size_t together = batch_.together(next_);
+            const std::size_t together = std::min(batch_.together(next_), left_);
             next_ = batch_.skip(next_, together);
             chunk.pairs += together;
             left_ -= together;
@@ -165,7 +166,7 @@ class ThreadedBatch {
         worker.captured.clear();
         BatchPair pair = chunk.from;
         for (std::size_t done = 0; done < chunk.pairs;) {
-            const std::size_t together = batch_.together(pair);
+            const std::size_t together = std::min(batch_.together(pair), chunk.pairs - done);
             batch_.compute(pair, std::span(chunk.outcomes).subspan(done, together), worker);
             pair = batch_.skip(pair, together);
             done += together;
@@ -201,7 +202,7 @@ void runBatch(Batch& batch, std::size_t threads, Log& log, Report& report) {
     std::vector<typename Batch::Outcome> outcomes;
     BatchPair pair = batch.first();
     for (std::size_t consumed = 0; consumed < batch.count();) {
-        const std::size_t together = batch.together(pair);
+        const std::size_t together = std::min(batch.together(pair), batch.count() - consumed);
         if (outcomes.size() < together) outcomes.resize(together);
         const auto computed = std::span(outcomes).first(together);
         worker.captured.clear();

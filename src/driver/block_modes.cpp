@@ -1,0 +1,190 @@
+// The runs that share a comparison of all pairs among processes: one computes a block, one says
+// which blocks are missing, one how many there should be.  The run that merges them is the ordinary
+// one (all_vs_all.cpp), which takes the pairs from parts.
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <ctime>
+#include <utility>
+
+#include "base/log.h"
+#include "driver/abend.h"
+#include "driver/blocks.h"
+#include "driver/model_input.h"
+#include "driver/modes.h"
+#include "driver/read_plan.h"
+#include "driver/result_output.h"
+#include "driver/timer.h"
+
+namespace tervolanda {
+
+namespace {
+
+// The models of a block.  None of them need be readable.
+ChainList readNeeded(const std::vector<std::uint32_t>& needed, const Settings& settings,
+                     const ResidueExclusions& exclusions, Log& log) {
+    ChainList models;
+    std::uint32_t counter = 0;
+    const auto isNeeded = [&needed](std::uint32_t id) {
+        return std::binary_search(needed.begin(), needed.end(), id - 1);
+    };
+    readModelList(*settings.input.listFile, counter, readPlan(settings).request, exclusions, log,
+                  models, settings.threads, nullptr, isNeeded);
+    return models;
+}
+
+// The pairs of a block among those of its models: all readable models before the last row are
+// there, or, for a block within one row, these pairs are the last row.
+PairRange rangeOf(const PartHeader& header, const ReadablePairs& readable, std::size_t models) {
+    const auto count = static_cast<std::size_t>(header.records);
+    const bool hasAll = !header.models.empty() &&
+                        header.models.back().entry + std::size_t{1} == header.models.size();
+    if (hasAll) return {readable.before(header.slice().first), count};
+    return {count == 0 ? 0 : pairsOf(models - 1), count};
+}
+
+void compareInto(PartWriter& part, const PreparedList& models, PairRange range,
+                 const Settings& settings, Log& log, Report& report) {
+    const auto take = [&part](BatchPair, const auto& outcome) { part.add(outcome); };
+    const std::size_t threads = settings.threads;
+    switch (comparisonKind(settings)) {
+        case ComparisonKind::MaxSub:
+            return compareMaxSub(models, range, settings.comparison, take, log, report, threads);
+        case ComparisonKind::Gdt:
+            return compareGdt(models, range, settings.comparison, take, log, report, threads);
+        case ComparisonKind::Rmsd:
+            return compareRmsd(models, range, rmsdOptions(settings), take, log, report, threads);
+    }
+}
+
+bool isWhole(const std::string& path, const PartHeader& header, const RunIdentity& run) {
+    const auto opened = PartReader::open(path);
+    const auto* const part = std::get_if<PartReader>(&opened);
+    return part != nullptr && part->header().block == header.block && !run.faultOf(part->header());
+}
+
+// Processor seconds that comparing all pairs of these models takes, the mean of enough rounds to
+// tell.
+double secondsForAll(const PreparedList& models, const Settings& settings, Log& log,
+                     Report& report) {
+    constexpr double kLongEnough = 0.1;
+    const auto nothing = [](BatchPair, const auto&) {};
+    const PairRange all{0, pairsOf(models.size())};
+    const std::clock_t begin = std::clock();
+    for (int rounds = 1;; ++rounds) {
+        switch (comparisonKind(settings)) {
+            case ComparisonKind::MaxSub:
+                compareMaxSub(models, all, settings.comparison, nothing, log, report);
+                break;
+            case ComparisonKind::Gdt:
+                compareGdt(models, all, settings.comparison, nothing, log, report);
+                break;
+            case ComparisonKind::Rmsd:
+                compareRmsd(models, all, rmsdOptions(settings), nothing, log, report);
+                break;
+        }
+        const double seconds = static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC;
+        if (seconds >= kLongEnough) return seconds / rounds;
+    }
+}
+
+// So many of the models, evenly spread.
+ChainList sampleOf(const ChainList& models, std::size_t count) {
+    ChainList sample;
+    const std::size_t n = models.chains.size();
+    for (std::size_t k = 0; k < std::min(count, n); ++k)
+        sample.chains.push_back(models.chains[k * n / std::min(count, n)]);
+    return sample;
+}
+
+// The most memory that the process has had, MB.
+double peakMemory() {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return static_cast<double>(usage.ru_maxrss) / 1024.0;
+}
+
+}  // namespace
+
+int runBlock(const Settings& settings, const ResidueExclusions& exclusions, Log& log) {
+    Report report(log, settings.output.logLevel);
+    const std::string& path = *settings.blocks.partFile;
+    const Block block{settings.blocks.number, settings.blocks.blocks};
+    const ListSummary list = summariseList(settings, log);
+    const ChainList models = readNeeded(entriesOf(block, list.models), settings, exclusions, log);
+    const RunIdentity run(settings, list, models);
+    const PartHeader header = run.headerOf(block);
+    if (settings.blocks.resume && isWhole(path, header, run)) {
+        log.info(0, "Part '%s' is whole and stays as it is", path.c_str());
+        return EXIT_SUCCESS;
+    }
+    const RunTimer timer;
+    const PreparedList prepared(models, readPlan(settings).atoms, settings.comparison, report);
+    PartWriter part(path, header.kind);
+    const PairRange range = rangeOf(header, run.readable(), prepared.size());
+    if (range.count > 0) compareInto(part, prepared, range, settings, log, report);
+    timer.stop(log);
+    if (!part.commit(header)) {
+        log.incompleteFile(path);
+        return EXIT_FAILURE;
+    }
+    log.info(0, "Wrote %ju pairs, block %ju of %ju, to '%s'", std::uintmax_t{header.records},
+             std::uintmax_t{block.number}, std::uintmax_t{block.blocks}, path.c_str());
+    return EXIT_SUCCESS;
+}
+
+int runMissing(const Settings& settings, const ResidueExclusions& exclusions, Log& log) {
+    log.setLogLevel(0);  // nothing but the numbers is to be printed
+    const std::string& path = *settings.blocks.missingFolder;
+    const ListSummary list = summariseList(settings, log);
+    const ChainList models = readModels(settings, exclusions, log, nullptr);
+    const RunIdentity run(settings, list, models);
+    const PartFolder folder(path, run, log);
+    const std::uint64_t given = settings.blocks.blocks;
+    if (given != 0 && folder.blocks() != 0 && given != folder.blocks()) {
+        abend("The parts in '%s' are of %ju blocks, not of %ju", path.c_str(),
+              std::uintmax_t{folder.blocks()}, std::uintmax_t{given});
+    }
+    const std::uint64_t blocks = given != 0 ? given : folder.blocks();
+    if (blocks == 0) {
+        abend("No part in '%s' says how many blocks there are: give --block=1/n", path.c_str());
+    }
+    log.setLogLevel(1);
+    const std::string missing = folder.missing(blocks);
+    if (!missing.empty()) log.plain(0, "%s", missing.c_str());
+    return EXIT_SUCCESS;
+}
+
+int runPlan(const Settings& settings, const ResidueExclusions& exclusions, Log& log) {
+    constexpr std::size_t kSample = 21;  // 210 pairs
+    constexpr double kSecondsPerMinute = 60.0;
+    log.setLogLevel(0);
+    Report report(log, 0);
+    const ListSummary list = summariseList(settings, log);
+    const ChainList models = readModels(settings, exclusions, log, nullptr);
+    if (models.chains.size() < 2) abend("Not enough structures for all vs. all clustering");
+    const PreparedList prepared(models, readPlan(settings).atoms, settings.comparison, report);
+    const ChainList sample = sampleOf(models, kSample);
+    const PreparedList few(sample, readPlan(settings).atoms, settings.comparison, report);
+    const double each = secondsForAll(few, settings, log, report) /
+                        static_cast<double>(pairsOf(sample.chains.size()));
+    const auto pairs = static_cast<double>(pairsOf(list.models));
+    const double minutes = each * pairs / kSecondsPerMinute / static_cast<double>(settings.threads);
+    const double blocks = std::clamp(std::ceil(minutes / *settings.blocks.planMinutes), 1.0, pairs);
+    const auto n = static_cast<double>(models.chains.size());
+    constexpr double kBytesOfPair = 24.0;  // three matrices, both halves
+    constexpr double kMegabyte = 1048576.0;
+    constexpr double kThreadMemory = 8.0;  // MB
+    const double memory = peakMemory() + kThreadMemory * static_cast<double>(settings.threads);
+    log.setLogLevel(1);
+    log.plain(0, "blocks=%.0f", blocks);
+    log.plain(0, "minutes=%.1f", minutes / blocks);
+    log.plain(0, "megabytes=%.0f", std::ceil(memory));
+    log.plain(0, "merge_megabytes=%.0f",
+              std::ceil(memory + kBytesOfPair / 2.0 * n * n / kMegabyte));
+    return EXIT_SUCCESS;
+}
+
+}  // namespace tervolanda

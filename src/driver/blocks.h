@@ -1,0 +1,109 @@
+// What the runs over blocks of pairs, and the run that merges their parts, have to agree on.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "chain/input/input.h"
+#include "cluster/batch/batch.h"
+#include "driver/settings.h"
+#include "resultfiles/part_file.h"
+
+namespace tervolanda {
+
+class Log;
+
+// Pair number `index` of those of a list, experiment and prediction from 0.
+BatchPair pairAt(std::uint64_t index);
+
+// Which lines of a list name models that could be read, and how many pairs these make.
+class ReadablePairs {
+ public:
+    ReadablePairs(std::size_t entries, const ChainList& models);
+    bool isReadable(std::size_t entry) const { return before_[entry + 1] > before_[entry]; }
+    // Pairs of readable models among the first `index` pairs of all.
+    std::size_t before(std::uint64_t index) const;
+
+ private:
+    std::vector<std::uint32_t> before_;  // readable models among the first so many
+};
+
+// The entries of a list that a block compares, ascending.
+std::vector<std::uint32_t> entriesOf(const Block& block, std::uint64_t entries);
+
+// What a part has to be to belong to a run.
+class RunIdentity {
+ public:
+    // The models are those of the whole list, or all that the blocks to be asked for need.
+    RunIdentity(const Settings& settings, const ListSummary& list, const ChainList& models);
+
+    const ReadablePairs& readable() const { return readable_; }
+    // The header of a block's part.
+    PartHeader headerOf(const Block& block) const;
+    // Why a part is not of this run; none when it is.
+    std::optional<std::string> faultOf(const PartHeader& header) const;
+
+ private:
+    PartHeader common_;              // what all parts of the run have in common
+    std::vector<PartModel> models_;  // one an entry
+    ReadablePairs readable_;
+};
+
+// The list of a run; one that cannot be read is fatal.
+ListSummary summariseList(const Settings& settings, Log& log);
+
+// The parts of a run in a folder: the files whose names end in ".part".
+class PartFolder {
+ public:
+    // Looks at all of them.  Those that cannot be used are ERROR lines.
+    PartFolder(const std::string& path, const RunIdentity& run, Log& log);
+
+    bool hasFaults() const { return hasFaults_; }
+    std::uint64_t blocks() const { return blocks_; }  // 0 without a usable part
+    const std::map<std::uint64_t, std::string>& parts() const { return parts_; }
+    // The numbers of the others of so many, as "3,7-9"; empty for none.
+    std::string missing(std::uint64_t blocks) const;
+
+ private:
+    void look(const std::string& path, const RunIdentity& run, Log& log);
+    void fault(const std::string& path, const std::string& text, Log& log);
+
+    std::map<std::uint64_t, std::string> parts_;  // by block number
+    std::uint64_t blocks_ = 0;
+    bool hasFaults_ = false;
+};
+
+// The pairs of a merged run, out of its parts.
+class MergedPairs {
+ public:
+    // A folder without all of them is fatal.  The models are those of the whole list.
+    MergedPairs(const Settings& settings, const ChainList& models, Log& log);
+
+    // The record of the next pair; what cannot be read any more is fatal.
+    template <typename... Target>
+    void next(Target&&... target) {
+        while (!reader_ || left_ == 0)
+            openNext();
+        if (!reader_->next(std::forward<Target>(target)...)) refuse();
+        --left_;
+    }
+    // After the last pair.
+    void finish();
+
+ private:
+    void openNext();
+    void closeCurrent();
+    [[noreturn]] void refuse() const;
+
+    RunIdentity run_;
+    std::map<std::uint64_t, std::string> parts_;
+    std::map<std::uint64_t, std::string>::const_iterator part_;
+    std::optional<PartReader> reader_;
+    std::uint64_t left_ = 0;  // records of the part that is open
+    std::string current_;     // its path
+};
+
+}  // namespace tervolanda

@@ -1,0 +1,456 @@
+// All numbers are little-endian and of fixed width, doubles and floats by their bits, so that a
+// part can be merged on another machine than it was made on.
+#include "resultfiles/part_file.h"
+
+#include <sys/stat.h>
+#include <zlib.h>
+
+#include <array>
+#include <bit>
+#include <cmath>
+#include <cstdio>
+#include <string_view>
+#include <utility>
+
+#include "base/format.h"
+
+namespace tervolanda {
+
+namespace {
+
+constexpr std::string_view kMagic = "TVLPART\n";
+constexpr std::uint32_t kFormatVersion = 1;
+constexpr std::size_t kFixedHeader = 84;
+constexpr std::size_t kModelBytes = 12;
+constexpr std::size_t kChecksumBytes = 4;
+constexpr std::size_t kRunBytes = 12;
+constexpr std::size_t kScoreBytes = 28;  // of a MaxSub record
+constexpr std::size_t kSuperpositionBytes =
+    15 * 8 + 12;  // and what else it may have, less its runs
+constexpr std::uint32_t kLongestOptions = 1U << 16;
+constexpr std::uint64_t kMostEntries = 1U << 26;
+constexpr std::uint64_t kMostBlocks = std::uint64_t{1} << 52;
+constexpr std::size_t kPiece = std::size_t{1} << 16;  // what is copied or checked at once
+
+std::uint32_t checksum(std::uint32_t before, std::string_view bytes) {
+    return static_cast<std::uint32_t>(
+        crc32_z(before, reinterpret_cast<const Bytef*>(bytes.data()), bytes.size()));
+}
+
+template <typename Number>
+void put(std::string& bytes, Number value) {
+    for (std::size_t i = 0; i < sizeof value; ++i)
+        bytes += static_cast<char>(value >> (8 * i) & 0xff);
+}
+
+void put(std::string& bytes, double value) {
+    put(bytes, std::bit_cast<std::uint64_t>(value));
+}
+
+void put(std::string& bytes, float value) {
+    put(bytes, std::bit_cast<std::uint32_t>(value));
+}
+
+// Takes numbers off the front of bytes, of which there are enough.
+class Fields {
+ public:
+    explicit Fields(std::string_view bytes) : bytes_(bytes) {}
+
+    template <typename Number>
+    Number take() {
+        if constexpr (std::is_same_v<Number, double>) {
+            return std::bit_cast<double>(take<std::uint64_t>());
+        } else if constexpr (std::is_same_v<Number, float>) {
+            return std::bit_cast<float>(take<std::uint32_t>());
+        } else {
+            Number value = 0;
+            for (std::size_t i = sizeof value; i-- > 0;)
+                value = static_cast<Number>(value << 8 | static_cast<unsigned char>(bytes_[i]));
+            bytes_.remove_prefix(sizeof value);
+            return value;
+        }
+    }
+
+ private:
+    std::string_view bytes_;
+};
+
+// What no measure of structures comes near; it keeps what is hostile out of all later arithmetic.
+bool isSound(double value) {
+    constexpr double kLargest = 1e9;
+    return std::abs(value) <= kLargest;  // false for not a number
+}
+
+// The size of a record, without its runs.
+std::size_t recordSize(PartKind kind) {
+    switch (kind) {
+        case PartKind::MaxSub:
+            return kScoreBytes;
+        case PartKind::MaxSubWithSuperpositions:
+            return kScoreBytes + kSuperpositionBytes;
+        case PartKind::Gdt:
+            return sizeof(double);
+        case PartKind::Rmsd:
+            return 2 * sizeof(float) + sizeof(std::uint32_t);
+    }
+    return 0;
+}
+
+struct MatchedRun {
+    std::uint32_t experiment = 0;
+    std::uint32_t prediction = 0;
+    std::uint32_t length = 0;
+};
+
+// Nearly always long diagonal runs.
+std::vector<MatchedRun> runsOf(const std::vector<MatchedPair>& matched) {
+    std::vector<MatchedRun> runs;
+    for (const MatchedPair& pair : matched) {
+        if (!runs.empty() && pair.experiment == runs.back().experiment + runs.back().length &&
+            pair.prediction == runs.back().prediction + runs.back().length) {
+            ++runs.back().length;
+        } else {
+            runs.push_back({pair.experiment, pair.prediction, 1});
+        }
+    }
+    return runs;
+}
+
+void putSuperposition(std::string& bytes, const Superposition& superposition) {
+    for (const double value : superposition.experimentCentre)
+        put(bytes, value);
+    for (const double value : superposition.predictionCentre)
+        put(bytes, value);
+    for (const double value : superposition.rotation)
+        put(bytes, value);
+}
+
+bool takeValues(Fields& fields, std::span<double> values) {
+    bool areSound = true;
+    for (double& value : values) {
+        value = fields.take<double>();
+        areSound = areSound && isSound(value);
+    }
+    return areSound;
+}
+
+bool takeSuperposition(Fields& fields, Superposition& superposition) {
+    const bool centres = takeValues(fields, superposition.experimentCentre) &&
+                         takeValues(fields, superposition.predictionCentre);
+    return centres && takeValues(fields, superposition.rotation);
+}
+
+std::string headerBytes(const PartHeader& header, std::uint64_t recordBytes) {
+    const PairRange slice = header.slice();
+    std::string bytes(kMagic);
+    put(bytes, kFormatVersion);
+    put(bytes, static_cast<std::uint32_t>(header.kind));
+    for (const std::uint64_t value :
+         {header.block.number, header.block.blocks, header.entries, std::uint64_t{slice.first},
+          std::uint64_t{slice.count}, header.records, recordBytes})
+        put(bytes, value);
+    put(bytes, header.listChecksum);
+    put(bytes, static_cast<std::uint32_t>(header.options.size()));
+    put(bytes, static_cast<std::uint32_t>(header.models.size()));
+    bytes += header.options;
+    for (const PartModel& model : header.models) {
+        put(bytes, model.entry);
+        put(bytes, std::uint32_t{model.isReadable ? 1U : 0U});
+        put(bytes, model.checksum);
+    }
+    put(bytes, checksum(0, bytes));
+    return bytes;
+}
+
+}  // namespace
+
+PairRange Block::slice(std::uint64_t pairs) const {
+    const std::uint64_t each = pairs / blocks;
+    const std::uint64_t more = pairs % blocks;  // blocks that have one more
+    const std::uint64_t before = number - 1;
+    return {static_cast<std::size_t>(before * each + std::min(before, more)),
+            static_cast<std::size_t>(each + (before < more ? 1 : 0))};
+}
+
+std::uint32_t chainChecksum(const Chain& chain) {
+    std::string bytes;
+    std::uint32_t sum = 0;
+    for (const Atom& atom : chain.atoms) {
+        bytes.clear();
+        put(bytes, atom.x);
+        put(bytes, atom.y);
+        put(bytes, atom.z);
+        put(bytes, static_cast<std::uint32_t>(atom.residueNumber));
+        put(bytes, static_cast<std::uint32_t>(atom.residueType));
+        bytes += atom.insertionCode;
+        bytes += atom.name.view();
+        bytes += atom.residueName.view();
+        sum = checksum(sum, bytes);
+    }
+    return sum;
+}
+
+PartWriter::PartWriter(std::string path, PartKind kind)
+    : path_(std::move(path)), kind_(kind), spool_(openUnnamedBeside(path_)) {
+    if (!spool_) spool_.reset(std::tmpfile());
+    failed_ = !spool_;
+}
+
+PartWriter::~PartWriter() = default;
+
+void PartWriter::append(std::string_view bytes) {
+    ++records_;
+    bytes_ += bytes.size();
+    if (!failed_ && std::fwrite(bytes.data(), 1, bytes.size(), spool_.get()) != bytes.size()) {
+        failed_ = true;
+    }
+}
+
+void PartWriter::add(const ComparisonResult& result) {
+    record_.clear();
+    put(record_, result.tm);
+    put(record_, result.maxsub);
+    put(record_, result.rmsd);
+    put(record_, result.pairs);
+    if (kind_ == PartKind::MaxSubWithSuperpositions) {
+        const bool has = !result.iterations.empty();
+        const std::vector<MatchedRun> runs = runsOf(result.matched);
+        put(record_, std::uint32_t{has ? 1U : 0U});
+        putSuperposition(record_, has ? result.iterations.front().superposition : Superposition());
+        put(record_, static_cast<std::uint32_t>(result.matched.size()));
+        put(record_, static_cast<std::uint32_t>(runs.size()));
+        for (const MatchedRun& run : runs) {
+            put(record_, run.experiment);
+            put(record_, run.prediction);
+            put(record_, run.length);
+        }
+    }
+    append(record_);
+}
+
+void PartWriter::add(double gdt) {
+    record_.clear();
+    put(record_, gdt);
+    append(record_);
+}
+
+void PartWriter::add(const RmsdCells& cells) {
+    record_.clear();
+    put(record_, cells.rmsd);
+    put(record_, cells.urmsd);
+    put(record_, cells.pairs);
+    append(record_);
+}
+
+bool PartWriter::commit(PartHeader header) {
+    if (failed_ || std::fflush(spool_.get()) != 0) return false;
+    std::rewind(spool_.get());
+    OutputFile file(path_);
+    if (!file.isOpen()) return false;
+    header.kind = kind_;
+    header.records = records_;
+    const std::string head = headerBytes(header, bytes_);
+    std::uint32_t sum = checksum(0, head);
+    file.write(head);
+    std::string piece(kPiece, '\0');
+    std::uint64_t copied = 0;
+    while (const std::size_t got = std::fread(piece.data(), 1, piece.size(), spool_.get())) {
+        const std::string_view bytes(piece.data(), got);
+        sum = checksum(sum, bytes);
+        file.write(bytes);
+        copied += got;
+    }
+    std::string trailer;
+    put(trailer, sum);
+    file.write(trailer);
+    return copied == bytes_ && file.commit();
+}
+
+bool PartReader::read(void* target, std::size_t size) {
+    if (std::fread(target, 1, size, file_.get()) != size) return false;
+    checksum_ = checksum(checksum_, {static_cast<const char*>(target), size});
+    return true;
+}
+
+std::variant<PartReader, FormatError> PartReader::open(const std::string& path) {
+    PartReader part;
+    part.file_ = openForReading(path);
+    if (!part.file_) return FormatError{"cannot be opened"};
+    if (auto fault = part.readHeader()) return FormatError{*std::move(fault)};
+    if (auto fault = part.checkRecords()) return FormatError{*std::move(fault)};
+    return part;
+}
+
+// What is wrong with the header, if anything.
+std::optional<std::string> PartReader::readHeader() {
+    struct stat status {};
+    if (fstat(fileno(file_.get()), &status) != 0 || !S_ISREG(status.st_mode)) {
+        return "is no regular file";
+    }
+    std::array<char, kFixedHeader> bytes{};
+    if (!read(bytes.data(), bytes.size())) return "is cut short";
+    const std::string_view text(bytes.data(), bytes.size());
+    if (!text.starts_with(kMagic)) return "is no part file";
+    Fields fields(text.substr(kMagic.size()));
+    if (const auto version = fields.take<std::uint32_t>(); version != kFormatVersion) {
+        return format("is of format version %u", version);
+    }
+    const auto kind = fields.take<std::uint32_t>();
+    if (kind < 1 || kind > 4) return "is damaged: its kind";
+    header_.kind = static_cast<PartKind>(kind);
+    header_.block.number = fields.take<std::uint64_t>();
+    header_.block.blocks = fields.take<std::uint64_t>();
+    header_.entries = fields.take<std::uint64_t>();
+    const auto first = fields.take<std::uint64_t>();
+    const auto count = fields.take<std::uint64_t>();
+    header_.records = fields.take<std::uint64_t>();
+    recordBytes_ = fields.take<std::uint64_t>();
+    header_.listChecksum = fields.take<std::uint32_t>();
+    header_.options.resize(std::min(fields.take<std::uint32_t>(), kLongestOptions));
+    const auto models = fields.take<std::uint32_t>();
+    if (auto fault = checkHeader()) return fault;
+    const PairRange slice = header_.slice();
+    if (slice.first != first || slice.count != count || header_.records > count ||
+        models > header_.entries) {
+        return "is damaged: its numbers do not go together";
+    }
+    const std::uint64_t tail = header_.options.size() + models * std::uint64_t{kModelBytes};
+    recordsAt_ = kFixedHeader + tail + kChecksumBytes;
+    const auto size = static_cast<std::uint64_t>(status.st_size);
+    if (size < recordsAt_ + kChecksumBytes || size - recordsAt_ - kChecksumBytes != recordBytes_) {
+        return "is cut short or longer than it says";
+    }
+    header_.models.resize(models);
+    return readHeaderTail();
+}
+
+std::optional<std::string> PartReader::checkHeader() const {
+    const Block& block = header_.block;
+    if (block.number < 1 || block.number > block.blocks || block.blocks > kMostBlocks ||
+        header_.entries > kMostEntries) {
+        return "is damaged: its numbers are out of range";
+    }
+    return std::nullopt;
+}
+
+// The options, the models and the checksum, for which the file is long enough.
+std::optional<std::string> PartReader::readHeaderTail() {
+    if (!read(header_.options.data(), header_.options.size())) return "is cut short";
+    std::uint64_t next = 0;  // entries rise
+    for (PartModel& model : header_.models) {
+        std::array<char, kModelBytes> bytes{};
+        if (!read(bytes.data(), bytes.size())) return "is cut short";
+        Fields fields({bytes.data(), bytes.size()});
+        model.entry = fields.take<std::uint32_t>();
+        const auto isReadable = fields.take<std::uint32_t>();
+        model.isReadable = isReadable == 1;
+        model.checksum = fields.take<std::uint32_t>();
+        if (model.entry < next || model.entry >= header_.entries || isReadable > 1) {
+            return "is damaged: its models";
+        }
+        next = std::uint64_t{model.entry} + 1;
+    }
+    const std::uint32_t wanted = checksum_;
+    std::array<char, kChecksumBytes> bytes{};
+    if (!read(bytes.data(), bytes.size())) return "is cut short";
+    if (Fields({bytes.data(), bytes.size()}).take<std::uint32_t>() != wanted) {
+        return "is damaged: the checksum of its header";
+    }
+    headerChecksum_ = checksum_;
+    return std::nullopt;
+}
+
+// Reads all records for their checksum, and goes back to the first.
+std::optional<std::string> PartReader::checkRecords() {
+    const std::uint64_t fixed = header_.records * recordSize(header_.kind);
+    const bool hasRuns = header_.kind == PartKind::MaxSubWithSuperpositions;
+    if (hasRuns ? recordBytes_ < fixed : recordBytes_ != fixed) {
+        return "is damaged: the length of its records";
+    }
+    std::string piece(kPiece, '\0');
+    for (std::uint64_t left = recordBytes_; left > 0;) {
+        const auto size = static_cast<std::size_t>(std::min<std::uint64_t>(left, piece.size()));
+        if (!read(piece.data(), size)) return "is cut short";
+        left -= size;
+    }
+    const std::uint32_t wanted = checksum_;
+    std::array<char, kChecksumBytes> bytes{};
+    if (!read(bytes.data(), bytes.size())) return "is cut short";
+    if (Fields({bytes.data(), bytes.size()}).take<std::uint32_t>() != wanted) {
+        return "is damaged: its checksum";
+    }
+    fileChecksum_ = wanted;
+    checksum_ = headerChecksum_;
+    left_ = recordBytes_;
+    if (fseeko(file_.get(), static_cast<off_t>(recordsAt_), SEEK_SET) != 0) return "cannot be read";
+    return std::nullopt;
+}
+
+bool PartReader::next(std::size_t experimentSize, std::size_t predictionSize,
+                      ComparisonResult& result) {
+    std::array<char, kScoreBytes + kSuperpositionBytes> bytes{};
+    const std::size_t size = recordSize(header_.kind);
+    if (left_ < size || !read(bytes.data(), size)) return false;
+    left_ -= size;
+    Fields fields({bytes.data(), size});
+    result.clear();
+    result.tm = fields.take<double>();
+    result.maxsub = fields.take<double>();
+    result.rmsd = fields.take<double>();
+    result.pairs = fields.take<std::uint32_t>();
+    if (!isSound(result.tm) || !isSound(result.maxsub) || !isSound(result.rmsd)) return false;
+    if (header_.kind != PartKind::MaxSubWithSuperpositions) return true;
+    const bool has = fields.take<std::uint32_t>() != 0;
+    DomainIteration first;
+    if (!takeSuperposition(fields, first.superposition)) return false;
+    if (has) result.iterations.push_back(first);
+    const auto matched = fields.take<std::uint32_t>();
+    const auto runs = fields.take<std::uint32_t>();
+    return readRuns(experimentSize, predictionSize, matched, runs, result);
+}
+
+bool PartReader::readRuns(std::size_t experimentSize, std::size_t predictionSize,
+                          std::uint32_t matched, std::uint32_t runs, ComparisonResult& result) {
+    if (left_ < std::uint64_t{runs} * kRunBytes || matched > predictionSize) return false;
+    left_ -= std::uint64_t{runs} * kRunBytes;
+    for (std::uint32_t k = 0; k < runs; ++k) {
+        std::array<char, kRunBytes> bytes{};
+        if (!read(bytes.data(), bytes.size())) return false;
+        Fields fields({bytes.data(), bytes.size()});
+        const auto experiment = fields.take<std::uint32_t>();
+        const auto prediction = fields.take<std::uint32_t>();
+        const auto length = fields.take<std::uint32_t>();
+        const bool fits = experimentSize >= length && experiment <= experimentSize - length &&
+                          predictionSize >= length && prediction <= predictionSize - length &&
+                          length <= matched - result.matched.size();
+        if (!fits) return false;
+        for (std::uint32_t i = 0; i < length; ++i)
+            result.matched.push_back({experiment + i, prediction + i, 0});
+    }
+    return result.matched.size() == matched;
+}
+
+bool PartReader::next(double& gdt) {
+    std::array<char, sizeof gdt> bytes{};
+    if (left_ < bytes.size() || !read(bytes.data(), bytes.size())) return false;
+    left_ -= bytes.size();
+    gdt = Fields({bytes.data(), bytes.size()}).take<double>();
+    return isSound(gdt);
+}
+
+bool PartReader::next(RmsdCells& cells) {
+    std::array<char, 2 * sizeof(float) + sizeof cells.pairs> bytes{};
+    if (left_ < bytes.size() || !read(bytes.data(), bytes.size())) return false;
+    left_ -= bytes.size();
+    Fields fields({bytes.data(), bytes.size()});
+    cells.rmsd = fields.take<float>();
+    cells.urmsd = fields.take<float>();
+    cells.pairs = fields.take<std::uint32_t>();
+    return isSound(static_cast<double>(cells.rmsd)) && isSound(static_cast<double>(cells.urmsd));
+}
+
+bool PartReader::finish() {
+    return left_ == 0 && checksum_ == fileChecksum_;
+}
+
+}  // namespace tervolanda

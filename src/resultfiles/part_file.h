@@ -1,0 +1,126 @@
+// Part files: the results of some of the pairs of a list, with all their bits, as one of many
+// processes found them.  docs/formats.md describes them to the byte.
+//
+// A file may have been cut short, changed or made to deceive.  Every length is checked against the
+// size of the file and every byte against a checksum before a record is handed out; and as a file
+// might change even then, each record is checked again while it is read.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "base/file.h"
+#include "resultfiles/resultfiles.h"
+
+namespace tervolanda {
+
+enum class PartKind : std::uint32_t { MaxSub = 1, MaxSubWithSuperpositions, Gdt, Rmsd };
+
+// A line of the list, and what reading it gave.
+struct PartModel {
+    std::uint32_t entry = 0;  // from 0
+    bool isReadable = false;
+    std::uint32_t checksum = 0;  // of the chain as read; 0 without one
+    bool operator==(const PartModel&) const = default;
+};
+
+// One of `blocks` slices of the pairs of a list.
+struct Block {
+    std::uint64_t number = 1;  // from 1
+    std::uint64_t blocks = 1;
+    // Its pairs out of so many: the first ones have one more where they do not come out even.
+    PairRange slice(std::uint64_t pairs) const;
+    bool operator==(const Block&) const = default;
+};
+
+// What a part says of itself.
+struct PartHeader {
+    PartKind kind = PartKind::MaxSub;
+    Block block;
+    std::uint64_t entries = 0;       // of the list, readable or not
+    std::uint64_t records = 0;       // pairs of the slice of which both models are readable
+    std::uint32_t listChecksum = 0;  // of the bytes of the list file
+    std::string options;             // "name value" lines: all that results depend on
+    std::vector<PartModel> models;   // those that the slice needs, ascending entries
+
+    PairRange slice() const { return block.slice(pairsOf(entries)); }
+};
+
+// Of everything in a chain that a comparison looks at.
+std::uint32_t chainChecksum(const Chain& chain);
+
+// Collects the records of a part on disk beside the part, under no name, and writes the part when
+// they are complete: until then nothing of that name is touched.
+class PartWriter {
+ public:
+    PartWriter(std::string path, PartKind kind);
+    ~PartWriter();
+    PartWriter(const PartWriter&) = delete;
+    PartWriter& operator=(const PartWriter&) = delete;
+
+    void add(const ComparisonResult& result);
+    void add(double gdt);
+    void add(const RmsdCells& cells);
+    std::uint64_t records() const { return records_; }
+    // Writes the part; the header's kind and records are those that were added.  False when not
+    // every byte arrived.
+    bool commit(PartHeader header);
+
+ private:
+    void append(std::string_view bytes);
+
+    std::string path_;
+    PartKind kind_;
+    FileHandle spool_;
+    std::string record_;  // scratch
+    std::uint64_t records_ = 0;
+    std::uint64_t bytes_ = 0;
+    bool failed_ = false;
+};
+
+// A part that is whole.  Records come in the order in which they were added.
+class PartReader {
+ public:
+    // Reads and checks all of a file; what is wrong with it, else.
+    static std::variant<PartReader, FormatError> open(const std::string& path);
+
+    const PartHeader& header() const { return header_; }
+    // The header without its models, which are many.
+    void forgetModels() { header_.models = {}; }
+
+    // The next record; false when there is none or the file is not any more what it was.  A result
+    // has pairs, rmsd, maxsub, tm and, of the kind with superpositions, that of the first iteration
+    // and the matched pairs, which lie within sets of these sizes.
+    bool next(std::size_t experimentSize, std::size_t predictionSize, ComparisonResult& result);
+    bool next(double& gdt);
+    bool next(RmsdCells& cells);
+    // After the last record: whether every byte was read again as it was checked.
+    bool finish();
+
+ private:
+    PartReader() = default;
+    bool read(void* target, std::size_t size);
+    std::optional<std::string> readHeader();
+    std::optional<std::string> readHeaderTail();
+    std::optional<std::string> checkHeader() const;
+    std::optional<std::string> checkRecords();
+    bool readRuns(std::size_t experimentSize, std::size_t predictionSize, std::uint32_t matched,
+                  std::uint32_t runs, ComparisonResult& result);
+
+    FileHandle file_;
+    PartHeader header_;
+    std::uint64_t recordsAt_ = 0;       // offset in the file
+    std::uint64_t recordBytes_ = 0;     // of all records
+    std::uint64_t left_ = 0;            // bytes of records that are still to be read
+    std::uint32_t headerChecksum_ = 0;  // of all bytes before the records
+    std::uint32_t checksum_ = 0;        // of all bytes read so far
+    std::uint32_t fileChecksum_ = 0;    // of the whole file
+};
+
+}  // namespace tervolanda
