@@ -12,6 +12,8 @@ namespace {
 constexpr char kMapped = '\'';
 constexpr char kInSubset = '|';
 
+// Invariant: the five lines are of equal length, and columns_ counts what stands in them and in the
+// blocks before, without the blanks after every ten.
 class AlignmentPrinter {
  public:
     AlignmentPrinter(const CoordinateSet& experiment, const CoordinateSet& prediction,
@@ -37,6 +39,9 @@ class AlignmentPrinter {
         }
     }
 
+    // Walks along both chains.  What is mapped stands in one column; what is not has a column of
+    // its own, the prediction's before the experiment's.  A pairing need not be in order: where it
+    // is not, the columns of mapped residues show those that come next on either side.
     void print() {
         std::size_t p = 0;
         std::size_t e = 0;
@@ -61,12 +66,14 @@ class AlignmentPrinter {
     }
 
  private:
+    // A blank is also the mark of a residue that has no partner.
     bool predictionIsMapped(std::size_t i) const { return predictionMark_[i] != ' '; }
 
     static char structureOf(const CoordinateSet& set, std::size_t i) {
         return i < set.secondaryStructure.size() ? set.secondaryStructure[i] : ' ';
     }
 
+    // A residue of one chain alone: the other one has a gap, and no structure there.
     void addPrediction(std::size_t i) {
         addColumn(prediction_.sequence[i], structureOf(prediction_, i), ' ', '-', '.');
     }
@@ -75,6 +82,8 @@ class AlignmentPrinter {
         addColumn('.', '-', ' ', structureOf(experiment_, i), experiment_.sequence[i]);
     }
 
+    // Columns are counted from the beginning, so that a line holds `lineWrap` of them whatever
+    // stands in it.
     void addColumn(char prediction, char predictionStructure, char mark, char experimentStructure,
                    char experiment) {
         append(prediction, predictionStructure, mark, experimentStructure, experiment);
@@ -92,6 +101,7 @@ class AlignmentPrinter {
         experimentLine_ += experiment;
     }
 
+    // Lines of secondary structure only where there is one: in sequence-independent mode.
     void endBlock() {
         report_.report(ReportLevel::Alignment, "\n");
         report_.report(ReportLevel::Alignment, "Prediction  %s\n", predictionLine_.c_str());

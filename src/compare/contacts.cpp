@@ -111,6 +111,7 @@ NativeContacts countContacts(const BetaSet& native, const BetaSet& predicted,
         return dot(between, between) <= limit;
     };
     const Grid grid(native.atoms, inclusiveLimit(distance));  // longer than a contact
+    // Each pair is seen from both sides and counted from the first.
     for (std::size_t i = 0; i < native.atoms.size(); ++i) {
         const Beta& a = native.atoms[i];
         grid.visitNear(a, [&](std::size_t j) {

@@ -26,6 +26,8 @@ class DomainIterations {
           result_(result),
           most_(std::max(whole.parameters.iterations, 1U)) {}
 
+    // Iterations end when the limit is reached, when one finds nothing that counts, or when no
+    // three residues of the experiment are left: fewer have no superposition.
     void run() {
         result_.clear();
         for (std::uint32_t iteration = 1; iteration <= most_; ++iteration) {
@@ -63,6 +65,8 @@ class DomainIterations {
     }
 
  private:
+    // The search of one iteration.  Those after the first know only what is left of both chains,
+    // but divide their scores by the length of the whole experiment, so that scores add up.
     const SearchResult& search(std::uint32_t iteration) {
         if (iteration == 1) {
             searchMaxSub(whole_, scratch_, report_, scratch_.first);
@@ -87,6 +91,7 @@ class DomainIterations {
         return scratch_.further;
     }
 
+    // Residues that an earlier iteration matched take no further part.
     void markLeft(WorkingSets& working) const {
         working.experimentLeft.assign(experimentLength_, 1);
         working.predictionLeft.assign(whole_.prediction.size(), 1);
@@ -105,6 +110,8 @@ class DomainIterations {
         result_.partners = found.mapping.predictionPartner;
     }
 
+    // Adds what an iteration found.  The MaxSub index sums the totals after each iteration: domains
+    // that are found early count more than once.
     void accumulate(const SearchResult& found, double score, std::uint32_t iteration) {
         result_.maxsub += score;
         result_.msi += result_.maxsub;

@@ -17,6 +17,8 @@ GdtResult compareGdt(const CoordinateSet& experiment, const CoordinateSet& predi
                      const ComparisonParameters& parameters, ComparisonWorkspace& workspace,
                      Report& report, ComparisonResult& result) {
     ComparisonScratch& scratch = workspace.scratch();
+    // With several iterations each would calibrate a cut-off from the pairs that are left to it;
+    // the percentages are to be those of one.
     SearchTask task = wholeChains(experiment, prediction, parameters);
     task.calibration = Calibration::Once;
     const SearchResult& first = searchDomains(task, scratch, report, result);
@@ -25,6 +27,7 @@ GdtResult compareGdt(const CoordinateSet& experiment, const CoordinateSet& predi
     const auto fit = fitPairs(scratch.pairs, first.subset, scratch.kernels, scratch.gathered);
     if (!fit) return {};
     squaredDeviations(scratch.pairs, *fit, scratch.kernels, scratch.squaredDeviation);
+    // Residues without a partner count as too far away: the length is that of the whole experiment.
     const auto length = static_cast<double>(experiment.size());
     double radius = 0.25 * parameters.gdtCutoff;
     double sum = 0.0;

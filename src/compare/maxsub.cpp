@@ -37,15 +37,18 @@ class StartTrials {
         setMapping(starts[best], chains, scratch_.mapping);
         report_.report(ReportLevel::Alignment, "Iter %u: Initial mapping %u residues\n",
                        task_.iteration, static_cast<unsigned>(scratch_.mapping.size()));
+        // Passes that are to be seen are made once more, not in silence.
         const bool hasWitness =
             report_.reports(ReportLevel::Alignment) || task_.matrices != nullptr;
         return hasFound_ && !hasWitness;
     }
 
  private:
+    // Makes the passes of one start, and keeps what they found where that is better.
     bool improves(const Pairing& start, const MappingTask& chains) {
         setMapping(start, chains, scratch_.mapping);
         if (scratch_.mapping.size() < kFewestMapped) return false;
+        // A start that is given up shows no matrices.
         SearchTask trial = task_;
         trial.matrices = nullptr;
         runPasses(trial, scratch_, silent_, scratch_.trial);

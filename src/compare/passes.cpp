@@ -42,6 +42,8 @@ class PassLoop {
         result_.clear();
     }
 
+    // The mapping of the first pass lies in the scratch.  A pass without a subset ends the loop,
+    // and what the passes before it found counts.
     void run() {
         calibrate();
         double previousTm = 0.0;
@@ -70,6 +72,7 @@ class PassLoop {
         }
     }
 
+    // In the search by TM-score each pass has the cut-off of the pairs that it maps.
     bool recalibrates() const {
         return parameters_.maximiseTM && task_.calibration == Calibration::EverySearch;
     }
@@ -126,6 +129,7 @@ class PassLoop {
         if (!parameters_.maximiseTM) std::swap(scratch_.best, scratch_.counted);
     }
 
+    // The first of equals stays.
     void rememberIfBest() {
         const bool better = parameters_.maximiseTM ? isHigherTm(score_.tm, result_.scores.tm)
                                                    : score_.pairs > result_.scores.pairs;
@@ -137,6 +141,7 @@ class PassLoop {
         result_.subset = scratch_.best;
     }
 
+    // Whether the loop ends after a pass that found a subset.
     bool isLastPass(std::uint32_t pass, double previousTm) {
         if (parameters_.optimisations <= 1 ||
             pass >= static_cast<std::uint32_t>(parameters_.optimisations)) {
@@ -190,6 +195,7 @@ class PassLoop {
         }
         result_.mapped = static_cast<std::uint32_t>(result_.mapping.size());
         if (!found_) return;
+        // The cut-off of the best pass, which may not be that of the last.
         scale_.cutoff = result_.distanceCutoff;
         scratch_.placePairs(task_.experiment, task_.prediction, result_.mapping.pairs);
         const auto scored =

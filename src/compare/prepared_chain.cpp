@@ -15,6 +15,7 @@ CoordinateSet prepareChain(const Chain& chain, AtomSelection selection,
     return set;
 }
 
+// All atoms, also those that were not compared.
 void applySuperposition(const Superposition& superposition, Chain& chain) {
     for (Atom& atom : chain.atoms) {
         const auto moved = superposition.apply(atom.x, atom.y, atom.z);
@@ -24,6 +25,7 @@ void applySuperposition(const Superposition& superposition, Chain& chain) {
     }
 }
 
+// The translation is the way from the centre of the prediction to that of the experiment.
 void reportSuperposition(const Superposition& superposition, ReportLevel level, Report& report) {
     if (!report.reports(level)) return;
     const auto number = [](double value) { return withoutNegativeZero(value, 6); };

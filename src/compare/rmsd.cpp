@@ -14,6 +14,7 @@ namespace {
 constexpr std::size_t kFewestPairs = 3;
 constexpr std::size_t kFewestUnitVectorPairs = 4;
 
+// Turns directions, which have no place and so need no centre.
 void rotate(const Rotation& r, Points& points) {
     for (std::size_t i = 0; i < points.size(); ++i) {
         const double x = points.x[i];
@@ -94,6 +95,8 @@ void compareRmsd(const CoordinateSet& experiment, const CoordinateSet& predictio
         Rotation unitRotation{};
         result.urmsd = unitVectorRmsd(experiment, prediction, result.matched, fit->rotation,
                                       scratch, unitRotation);
+        // The directions were turned by the fit of positions first: both rotations together are
+        // what puts one set of directions onto the other.
         if (options.urmsdRotation && result.urmsd > 0.0) {
             result.superposition.rotation = compose(unitRotation, fit->rotation);
         }

@@ -43,6 +43,7 @@ std::optional<ScoredFit> scoreSubset(const std::vector<std::uint32_t>& subset,
         // A cut-off so small that its square is 0 still counts pairs that coincide.
         maxsubSum += squared > 0.0 ? tmTerm(squared, cutoffSquared) : 1.0;
     }
+    // Of no pairs there is no RMSD: it stays 0.
     ScoredFit scored{{}, asSuperposition(scratch.pairs, *fit)};
     Scores& scores = scored.scores;
     scores.pairs = static_cast<std::uint32_t>(counted.size());

@@ -12,6 +12,7 @@ ComparisonWorkspace::ComparisonWorkspace(const Kernels& kernels)
 
 ComparisonWorkspace::~ComparisonWorkspace() = default;
 
+// Mapped order is that of the prediction: sums have one order, whoever made the mapping.
 void ComparisonScratch::placePairs(const CoordinateSet& experiment, const CoordinateSet& prediction,
                                    const std::vector<MatchedPair>& mapped) {
     pairs.place(experiment.points, prediction.points, mapped.size(), [&mapped](std::size_t k) {

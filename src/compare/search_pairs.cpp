@@ -14,6 +14,7 @@ SearchPairs::Extent SearchPairs::placeAxis(const std::vector<double>& values, do
                                            std::vector<float>& rounded) {
     // Coordinates come centred about `origin`, which costs them their last bits.
     constexpr double kNoise = 1e-5;  // of a thousandth of an ångström
+    // The frame is moved by a whole number of thousandths, which keeps whole numbers whole.
     const double shift = std::nearbyint(origin * kPerAngstrom);
     const std::size_t n = values.size();
     placed.resize(n + 3);
@@ -22,6 +23,8 @@ SearchPairs::Extent SearchPairs::placeAxis(const std::vector<double>& values, do
     for (std::size_t i = 0; i < n; ++i) {
         const double value = (values[i] + origin) * kPerAngstrom;
         const double whole = std::nearbyint(value);
+        // Far above the bits lost by centring, far below the digits that a file may have beyond the
+        // third: only a coordinate with three decimals counts as one.
         const bool isWhole = std::abs(value - whole) <= kNoise;
         placed[i] = (isWhole ? whole : value) - shift;
         rounded[i] = static_cast<float>(placed[i]);
@@ -54,8 +57,10 @@ void SearchPairs::place(const PairedPoints& pairs, const Kernels& kernels) {
     // Six squares a pair; whole numbers below 2^53 are exact.
     exact_ =
         all.isWhole && 6.0 * static_cast<double>(size_) * largest_ * largest_ < 9007199254740992.0;
+    // The products of a pair are made once, not for every subset that it is in.
     terms_.resize(size_ * kTerms);
     kernels.makeTerms(arrays(), size_, terms_.data());
+    // Seeds are ranges: with sums up to each pair the sums of a seed are one subtraction.
     prefix_.resize(exact_ ? size_ + 1 : 0);
     for (std::size_t i = 0; exact_ && i < size_; ++i) {
         for (std::size_t k = 0; k < kTerms; ++k) {

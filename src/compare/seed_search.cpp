@@ -62,6 +62,7 @@ class SeedSearch {
         std::size_t waiting = 0;
         std::uint32_t number = 0;
         for (const std::uint32_t length : scratch_.lengths) {
+            // Seeds of one length overlap by half.
             for (std::uint32_t start = 0; start + length <= n; start += length / 2) {
                 scratch_.paths[waiting].number = ++number;
                 place(start, start + length, scratch_.paths[waiting++]);
@@ -73,6 +74,7 @@ class SeedSearch {
         return runPaths(waiting);
     }
 
+    // Begins the path of the seed [first, end).
     void place(std::uint32_t first, std::uint32_t end, SeedPath& path) const {
         path.first = first;
         path.end = end;
@@ -129,6 +131,8 @@ class SeedSearch {
         }
     }
 
+    // The slow way, for points on a line, mirror images and other sets for which the closed form
+    // has too few digits.
     static void solveAlone(RotationProblem& problem) {
         CorrelationSums sums;
         const SubsetSums& values = *problem.sums;
@@ -235,6 +239,7 @@ class SeedSearch {
         keep(path, path.current, path.size);
     }
 
+    // The candidate of a path with the superposition that selected it, under which it is judged.
     static void keep(SeedPath& path, const PairMask& set, std::uint32_t size) {
         path.best = set;
         path.bestSize = size;

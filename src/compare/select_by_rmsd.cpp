@@ -53,6 +53,8 @@ Taken takeWhileTheyFit(std::vector<double>& values, double limit, double reach, 
     for (int halving = 0; halving < kMostHalvings && end - first > kFew; ++halving) {
         const double middle = low + 0.5 * (high - low);
         double excess = 0.0;
+        // A partition without branches: which side a value belongs to cannot be predicted, and a
+        // wrong guess costs more than the move.
         auto lower = first;  // [first, lower) holds those up to the middle
         for (auto value = first; value != end; ++value) {
             const double moved = *value;
@@ -91,6 +93,8 @@ std::uint32_t selectByRmsd(const SearchPairs& pairs, const Motion& motion, doubl
     scratch.within.resize(words);
     mask.resize(words);
     double* const squared = scratch.squared.data();
+    // As long as pairs beyond the reach might fit in as well, it grows, up to where one pair alone
+    // would use up all that is left.
     double reach = kUsualReach * limit;
     SumsAboutLimit sums{};
     for (;;) {
@@ -112,6 +116,7 @@ std::uint32_t selectByRmsd(const SearchPairs& pairs, const Motion& motion, doubl
     const std::uint32_t count = sums.within + taken.count;
     sums = kernels.splitAtLimit(squared, n, exclusiveLimit(taken.next), 0.0, scratch.near.data(),
                                 mask.data());
+    // Of pairs that deviate alike to the last digits not all may fit: the first do.
     if (sums.within < count) {
         addFirst(squared, inclusiveLimit(taken.next), scratch.near, count - sums.within, mask);
     }

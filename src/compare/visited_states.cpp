@@ -39,6 +39,8 @@ void VisitedStates::clear(std::size_t words) {
 
 void VisitedStates::remember(const PathTrail& trail, std::uint32_t seed, int selections) {
     const std::uint64_t* set = trail.sets_.data();
+    // Two paths may have been side by side in one state, each before the other was known: then it
+    // stands here twice, and recall() finds the one that it may use.
     for (const StateKey& key : trail.keys_) {
         // Forgetting costs only time.
         const bool isFull = 2 * entries_.size() >= slots_.size();
@@ -62,6 +64,8 @@ std::optional<int> VisitedStates::recall(const StateKey& key, const PairMask& se
         if (known.key.hash != key.hash || known.key.at.stage != key.at.stage || known.seed > seed) {
             continue;
         }
+        // Growth depends on its step, refinement only on how many selections are left: with fewer
+        // than the other path had it might be cut off before it comes to the same end.
         const bool goesOnAlike = key.at.stage == SeedStage::Growth
                                      ? known.key.at.step == key.at.step
                                      : key.at.step + known.selectionsLeft < kMostSelections;

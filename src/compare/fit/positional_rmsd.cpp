@@ -52,6 +52,8 @@ void PositionalRmsd::CentredChains::reserve(std::span<const PositionalChain> fro
     chains.reserve(from.size());
 }
 
+// Chains too small for a superposition, or with absurd coordinates, get no blocks: their pairs stay
+// open.
 void PositionalRmsd::CentredChains::append(const Points& points) {
     Centred& chain = chains.emplace_back();
     const std::size_t n = points.size();
@@ -87,6 +89,8 @@ struct PositionalRmsd::PendingPairs {
     std::size_t count = 0;
 };
 
+// Too few directions have no rotation of their own: their URMSD is 0 and known.  All else is open
+// until it is filled in.
 void PositionalRmsd::compareWithEarlier(std::size_t first, std::span<RmsdRow> rows) const {
     for (std::size_t k = 0; k < rows.size(); ++k) {
         const bool hasDirections =
@@ -98,6 +102,7 @@ void PositionalRmsd::compareWithEarlier(std::size_t first, std::span<RmsdRow> ro
     if (withUrmsd_) fill(directions_, &RmsdRow::urmsd, first, rows);
 }
 
+// The earlier chain is the outer loop: it is read once for all rows that are made together.
 void PositionalRmsd::fill(const CentredChains& from, Values values, std::size_t first,
                           std::span<RmsdRow> rows) const {
     PendingPairs pending;
@@ -123,6 +128,7 @@ void PositionalRmsd::finish(Values values, PendingPairs& pending) const {
     kernels_.solveResiduals(pending.problems.data(), pending.count);
     for (std::size_t k = 0; k < pending.count; ++k) {
         const ResidualProblem& problem = pending.problems[k];
+        // With a smaller residual too few digits are left of it: the pair stays open.
         if (!problem.solved || !(problem.residual > kCancelledShare)) continue;
         const PendingPairs::Place& place = pending.places[k];
         (place.row->*values)[place.j] =

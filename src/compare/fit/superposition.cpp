@@ -122,6 +122,8 @@ bool allFinite(const std::array<double, 9>& values) {
 
 }  // namespace
 
+// Scaled by half the squares the matrix has eigenvalues of at most 1, whatever the size of the
+// chains: all tolerances are shares of that.
 std::optional<BestRotation> bestRotation(const std::array<double, 9>& covariance, double squares) {
     if (!std::isfinite(squares) || !allFinite(covariance)) return std::nullopt;
     if (!(squares > 0.0)) return BestRotation{Rotation{1, 0, 0, 0, 1, 0, 0, 0, 1}, 0.0};
@@ -216,6 +218,7 @@ std::optional<Fit> fitPairs(const PairedPoints& pairs, std::span<const std::uint
     return fitFromSums(kernels.correlate(gathered.arrays(), n), n);
 }
 
+// The centres are folded into one shift: p' = R p + (e - R c).
 Motion asMotion(const Fit& fit) {
     const Rotation& r = fit.rotation;
     const auto& p = fit.predictionCentre;
@@ -233,6 +236,7 @@ void squaredDeviations(const PairedPoints& pairs, const Fit& fit, const Kernels&
     kernels.squaredDeviations(pairs.arrays(), pairs.size(), asMotion(fit), squared.data());
 }
 
+// The residual gives the RMSD without a look at the points, as long as it has digits.
 double fitRmsd(const Fit& fit, std::span<const double> squared) {
     const auto n = static_cast<double>(squared.size());
     if (fit.residual > kCancelledShare) return std::sqrt(fit.residual * fit.squares / n);
@@ -284,6 +288,7 @@ Rotation asRotation(const Quaternion& q) {
     return rotation;
 }
 
+// A product of two matrices would not be orthogonal to the last digit; one made of a quaternion is.
 Rotation compose(const Rotation& second, const Rotation& first) {
     const auto [ax, ay, az, aw] = asQuaternion(second);
     const auto [bx, by, bz, bw] = asQuaternion(first);
