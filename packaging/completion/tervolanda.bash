@@ -40,8 +40,8 @@ _tervolanda() {
         -TSF -O -mS -mP -opt -open -aff -seed -super -lws -dist -gap'
     local others='-h -help -version -V -rmsd -rms -gdt -in -av -nosort -rankMS -noscore -bb -urmsd
         -maxRMSD -TM -matrix -all -nourmsd -noalign -contact'
-    local own='--strict --help= --threads= --pair= --tsv= --block= --part= --resume --missing=
-        --merge= --plan='
+    local own='--strict --help= --threads= --pair= --tsv= --ranking= --residues= --npy=
+        --newick= --linkage= --block= --part= --resume --missing= --merge= --plan='
     COMPREPLY=()
 
     # The shell takes "--name=value" for three words.

@@ -14,9 +14,15 @@ constexpr unsigned bitOf(RunKind kind) {
 constexpr unsigned kPairwise = bitOf(RunKind::Pairwise);
 constexpr unsigned kList = bitOf(RunKind::OneVersusList);
 constexpr unsigned kAll = bitOf(RunKind::AllVersusAll);
+constexpr unsigned kMatrix = kAll | bitOf(RunKind::DistanceFile) | bitOf(RunKind::MaxSubFile);
 
 constexpr auto kForms = std::to_array<ExportForm>({
-    {"tsv", kPairwise | kList | kAll, makePairTable},
+    {"tsv", kPairwise | kList | kAll, false, makePairTable},
+    {"ranking", kList | kMatrix, false, makeRankingTable},
+    {"residues", kPairwise | kList, false, makeResidueTable},
+    {"npy", kMatrix, false, makeMatrixFile},
+    {"newick", kMatrix, true, makeNewickTree},
+    {"linkage", kMatrix, true, makeLinkageFile},
 });
 
 }  // namespace

@@ -14,6 +14,7 @@ namespace tervolanda {
 struct ExportForm {
     std::string_view option;  // without its dashes
     unsigned runs;            // kinds of runs that it has a meaning in, as bits
+    bool needsTree = false;   // and only with clustering by linkage
     std::unique_ptr<ExportFile> (*make)(std::string path);
 };
 

@@ -125,7 +125,7 @@ RunResults resultsOf(const std::vector<ModelRecord>& records, const ChainList& m
     RunResults results;
     for (const ModelRecord& record : records) {
         RankedModel ranked;
-        ranked.model = static_cast<std::size_t>(record.model - models.chains.data()) + 1;
+        ranked.model = static_cast<std::size_t>(record.model - models.chains.data());
         if (record.superposition || record.score > 0.0) ranked.score = record.score;
         results.ranking.push_back(ranked);
     }

@@ -60,6 +60,12 @@ void addResultFiles(std::vector<Output>& outputs, const Settings& settings) {
     if (kind == ComparisonKind::Rmsd) add(outputs, "-Ru", settings.output.urmsdResultFile);
 }
 
+void addExport(std::vector<Output>& outputs, const ExportRequest& request) {
+    const std::string option = optionName(request);
+    add(outputs, option.c_str(), request.path);
+    if (option == "--npy") add(outputs, option.c_str(), namesOf(request.path));
+}
+
 // What the run writes, the matrices of -matrix apart, whose names no other output is likely to
 // have.
 std::vector<Output> outputsOf(const Settings& settings) {
@@ -67,7 +73,7 @@ std::vector<Output> outputsOf(const Settings& settings) {
     addStandardOutput(outputs);
     add(outputs, "-log", settings.output.logFile);
     for (const ExportRequest& request : settings.output.exports)
-        add(outputs, optionName(request).c_str(), request.path);
+        addExport(outputs, request);
     if (settings.input.distanceFile || settings.input.transformFile) return outputs;
     if (settings.blocks.partFile) {
         add(outputs, "--part", settings.blocks.partFile);

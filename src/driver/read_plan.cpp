@@ -10,6 +10,23 @@ ComparisonKind comparisonKind(const Settings& settings) {
     return settings.measure.gdt ? ComparisonKind::Gdt : ComparisonKind::MaxSub;
 }
 
+std::optional<ClusterMethod> clusterMethod(const Settings& settings) {
+    switch (settings.clustering.clusterMethod) {
+        case 0:
+            return std::nullopt;
+        case 2:
+            return ClusterMethod::AverageLinkage;
+        case 3:
+            return ClusterMethod::MaximumLinkage;
+        case 4:
+            return ClusterMethod::NeighboursMinSize;
+        case 5:
+            return ClusterMethod::NeighboursAbsoluteSize;
+        default:  // every other number stands for single linkage
+            return ClusterMethod::SingleLinkage;
+    }
+}
+
 ReadPlan readPlan(const Settings& settings) {
     ReadPlan plan;
     const bool isPairwise = !settings.input.listFile;

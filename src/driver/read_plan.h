@@ -1,7 +1,10 @@
-// What a run reads and looks at, by its settings: decided here and nowhere else.
+// What a run reads, looks at and clusters by, by its settings: decided here and nowhere else.
 #pragma once
 
+#include <optional>
+
 #include "chain/input/input.h"
+#include "cluster/cluster.h"
 #include "compare/compare.h"
 #include "driver/settings.h"
 
@@ -10,6 +13,9 @@ namespace tervolanda {
 enum class ComparisonKind { MaxSub, Gdt, Rmsd };
 
 ComparisonKind comparisonKind(const Settings& settings);
+
+// How models are clustered; none for not at all.
+std::optional<ClusterMethod> clusterMethod(const Settings& settings);
 
 struct ReadPlan {
     ReadRequest request;                          // of every structure of the run

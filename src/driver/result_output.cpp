@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "base/log.h"
+#include "driver/read_plan.h"
 #include "driver/run_exports.h"
 
 namespace tervolanda {
@@ -16,24 +17,6 @@ namespace {
 // Counts of the settings are signed, those of clustering are not; below zero is none.
 std::uint32_t asCount(int value) {
     return static_cast<std::uint32_t>(std::max(value, 0));
-}
-
-// A way of clustering by its number on the command line; none for 0.
-std::optional<ClusterMethod> clusterMethod(int number) {
-    switch (number) {
-        case 0:
-            return std::nullopt;
-        case 2:
-            return ClusterMethod::AverageLinkage;
-        case 3:
-            return ClusterMethod::MaximumLinkage;
-        case 4:
-            return ClusterMethod::NeighboursMinSize;
-        case 5:
-            return ClusterMethod::NeighboursAbsoluteSize;
-        default:  // every other number stands for single linkage
-            return ClusterMethod::SingleLinkage;
-    }
 }
 
 // The mean over the other models that the model has a score with.
@@ -58,7 +41,7 @@ std::optional<double> meanScore(const DistanceMatrix& scores, std::size_t model,
 std::optional<Clustering> clusterAndPrint(DistanceMatrix& matrix, MatrixValues values,
                                           const ModelLabels& models, const Settings& settings,
                                           Log& log) {
-    const std::optional<ClusterMethod> method = clusterMethod(settings.clustering.clusterMethod);
+    const std::optional<ClusterMethod> method = clusterMethod(settings);
     if (!method) return std::nullopt;
     ClusterSettings asked;
     asked.method = *method;
@@ -134,7 +117,7 @@ void clusterAndFinish(DistanceMatrix matrix, MatrixValues values, const ModelLab
     RunResults results;
     results.clustering = clusterAndPrint(matrix, values, models, settings, log);
     if (!exports.isWanted()) return;
-    const bool isConverted = clusterMethod(settings.clustering.clusterMethod).has_value();
+    const bool isConverted = clusterMethod(settings).has_value();
     results.matrix = &matrix;
     results.matrixValues = isConverted ? MatrixValues::Distances : values;
     results.ranking = std::move(ranking);

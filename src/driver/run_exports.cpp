@@ -59,6 +59,10 @@ void checkExports(const Settings& settings) {
             abend("Option '%s' has no meaning in a run %s", optionName(request).c_str(),
                   nameOf(kind));
         }
+        const std::optional<ClusterMethod> method = clusterMethod(settings);
+        const bool hasTree = method && clustersByLinkage(*method);
+        if (request.form->needsTree && !hasTree)
+            abend("Option '%s' needs a tree: -C 1, 2 or 3", optionName(request).c_str());
     }
 }
 

@@ -77,7 +77,7 @@ class ExportFile {
     virtual void finish(const RunResults& /*results*/) {}
 
     const std::string& path() const { return path_; }
-    bool isOpen() const { return file_.isOpen(); }
+    virtual bool isOpen() const { return file_.isOpen(); }
     // Gives the file its name; true when every byte arrived.
     virtual bool commit();
 
@@ -100,6 +100,18 @@ class ExportFile {
 
 // --tsv: a row a pair.
 std::unique_ptr<ExportFile> makePairTable(std::string path);
+
+// --ranking: a row a model, best first.
+std::unique_ptr<ExportFile> makeRankingTable(std::string path);
+// --residues: a row a residue pair of the mapping.
+std::unique_ptr<ExportFile> makeResidueTable(std::string path);
+// --npy: the matrix that is clustered, as distances, and beside it the names of its rows.
+std::unique_ptr<ExportFile> makeMatrixFile(std::string path);
+std::string namesOf(const std::string& matrixPath);
+// --linkage: the tree as SciPy has it.
+std::unique_ptr<ExportFile> makeLinkageFile(std::string path);
+// --newick: the tree with heights.
+std::unique_ptr<ExportFile> makeNewickTree(std::string path);
 
 // The words of PairStatus, as all forms show them: "ok", "no_pairs", "no_fit", "not_significant".
 std::string_view statusWord(PairStatus status);

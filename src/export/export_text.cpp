@@ -52,6 +52,20 @@ std::size_t utf8Length(std::string_view text) {
     return isOverlong || isNoCharacter ? 0 : length;
 }
 
+void appendUtf8(std::string& text, std::string_view name) {
+    while (!name.empty()) {
+        const std::size_t length = utf8Length(name);
+        text += length == 0 ? "\xEF\xBF\xBD" : name.substr(0, length);
+        name.remove_prefix(length == 0 ? 1 : length);
+    }
+}
+
+void appendResidue(std::string& text, ResidueId residue) {
+    text += std::to_string(residue.number);
+    if (residue.insertionCode != ' ')
+        appendField(text, std::string_view(&residue.insertionCode, 1));
+}
+
 void appendField(std::string& text, std::string_view name) {
     while (!name.empty()) {
         const std::size_t length = utf8Length(name);

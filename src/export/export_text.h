@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "chain/chain.h"
+
 namespace tervolanda {
 
 // The shortest decimal number that reads back as this one; a zero has no sign.
@@ -17,6 +19,12 @@ void appendNumber(std::string& text, std::size_t value);
 // The length of the character that UTF-8 text begins with, in bytes; 0 where it begins with none.
 // REQUIRES: the text is not empty.
 std::size_t utf8Length(std::string_view text);
+
+// The text with U+FFFD, the replacement character, for every byte that is no UTF-8.
+void appendUtf8(std::string& text, std::string_view name);
+
+// A residue as files name it: its number and, if it has one, its insertion code.
+void appendResidue(std::string& text, ResidueId residue);
 
 // A field of a table: tabs, line ends, other control bytes, quotation marks (which some readers
 // take for their own), backslashes and bytes that are no UTF-8 as "\t", "\n", "\r", "\\" and

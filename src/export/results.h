@@ -114,7 +114,7 @@ struct RunInputs {
 
 // A model of a list, best first.
 struct RankedModel {
-    std::size_t model = 0;                 // position among the inputs
+    std::size_t model = 0;                 // position among the models, from 0
     std::optional<double> score;           // one-versus-list
     std::optional<std::uint32_t> jury;     // 3D-Jury pairs, where there is a jury
     std::optional<double> meanScore;       // over the other models that it has a score with

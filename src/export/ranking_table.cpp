@@ -1,0 +1,66 @@
+// The table of models, best first.
+#include <utility>
+
+#include "export/export.h"
+#include "export/export_text.h"
+
+namespace tervolanda {
+
+namespace {
+
+class RankingTable final : public ExportFile {
+ public:
+    using ExportFile::ExportFile;
+
+    void start(const RunInputs& inputs) override {
+        inputs_ = &inputs;
+        const bool isList = inputs.kind == RunKind::OneVersusList;
+        text() += "rank\tid\tfile\tchain\tlength\t";
+        text() += isList ? "score" : "jury";
+        text() += "\tmean_score\tcluster\tmedoid\tmean_bfactor\n";
+    }
+    void finish(const RunResults& results) override {
+        std::size_t rank = 0;
+        for (const RankedModel& model : results.ranking) {
+            appendNumber(text(), ++rank);
+            appendRow(model);
+            pace();
+        }
+    }
+
+ private:
+    void appendRow(const RankedModel& model) {
+        const InputStructure& input = inputs_->structures[inputs_->firstModel() + model.model];
+        std::string& row = text();
+        const auto add = [&row](const auto& value) {
+            row += '\t';
+            appendCell(row, value);
+        };
+        add(input.id);
+        row += '\t';
+        appendField(row, input.file);
+        row += '\t';
+        appendField(row, input.chain);
+        add(input.length);
+        if (inputs_->kind == RunKind::OneVersusList) {
+            add(model.score);
+        } else {
+            add(model.jury);
+        }
+        add(model.meanScore);
+        add(model.cluster);
+        row += model.cluster ? (model.isMedoid ? "\t1" : "\t0") : "\t";
+        add(input.meanBFactor);
+        row += '\n';
+    }
+
+    const RunInputs* inputs_ = nullptr;
+};
+
+}  // namespace
+
+std::unique_ptr<ExportFile> makeRankingTable(std::string path) {
+    return std::make_unique<RankingTable>(std::move(path));
+}
+
+}  // namespace tervolanda

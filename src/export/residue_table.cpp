@@ -1,0 +1,68 @@
+// The table of residue pairs and how far they are from each other.
+#include <utility>
+
+#include "export/export.h"
+#include "export/export_text.h"
+
+namespace tervolanda {
+
+namespace {
+
+class ResidueTable final : public ExportFile {
+ public:
+    using ExportFile::ExportFile;
+
+    PairDetail pairDetail() const override { return PairDetail::Residues; }
+    void start(const RunInputs& inputs) override {
+        inputs_ = &inputs;
+        text() +=
+            "id1\tid2\tfile1\tfile2\tchain1\tchain2\tresidue1\tresidue2\tcode1\tcode2\tdistance\t"
+            "subset\tdomain\n";
+    }
+    void take(const PairResult& pair) override {
+        const std::string names = namesOf(pair);
+        std::string& row = text();
+        for (const ResiduePair& residue : pair.residues) {
+            row += names;
+            appendResidue(row, residue.experiment);
+            row += '\t';
+            appendResidue(row, residue.prediction);
+            row += '\t';
+            row += residue.experimentCode;
+            row += '\t';
+            row += residue.predictionCode;
+            row += '\t';
+            appendCell(row, std::optional(residue.distance));
+            row += residue.domain > 0 ? "\t1\t" : "\t0\t";
+            if (residue.domain > 0) appendNumber(row, std::size_t{residue.domain});
+            row += '\n';
+            pace();
+        }
+    }
+
+ private:
+    std::string namesOf(const PairResult& pair) const {
+        const InputStructure& first = inputs_->structures[pair.experiment];
+        const InputStructure& second = inputs_->structures[pair.prediction];
+        std::string names;
+        for (const auto& id : {first.id, second.id}) {
+            appendCell(names, id);
+            names += '\t';
+        }
+        for (const std::string* name : {&first.file, &second.file, &first.chain, &second.chain}) {
+            appendField(names, *name);
+            names += '\t';
+        }
+        return names;
+    }
+
+    const RunInputs* inputs_ = nullptr;
+};
+
+}  // namespace
+
+std::unique_ptr<ExportFile> makeResidueTable(std::string path) {
+    return std::make_unique<ResidueTable>(std::move(path));
+}
+
+}  // namespace tervolanda

@@ -1,0 +1,27 @@
+// A clustering's tree as files show it.
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "export/results.h"
+
+namespace tervolanda {
+
+// A join.  Models are nodes 0 to N - 1, join k is node N + k.
+struct TreeNode {
+    std::size_t first = 0, second = 0;  // nodes
+    std::optional<double> height;       // the distance; none where nothing of one child has a
+                                        // distance to the other
+    std::size_t size = 0;               // models below it
+};
+
+// The joins of a clustering by linkage, in its order; empty without a tree.
+std::vector<TreeNode> treeNodes(const RunResults& results);
+
+// What stands for a model: its file or, where none is known, its ID.
+std::string modelName(const InputStructure& input);
+
+}  // namespace tervolanda
