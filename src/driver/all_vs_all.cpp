@@ -15,6 +15,7 @@
 #include "driver/model_input.h"
 #include "driver/modes.h"
 #include "driver/read_plan.h"
+#include "driver/residue_names.h"
 #include "driver/result_output.h"
 #include "driver/result_rows.h"
 #include "driver/run_exports.h"
@@ -146,10 +147,12 @@ int compareListMaxSub(const ChainList& models, const Settings& settings, RunExpo
     int status = EXIT_SUCCESS;
     if (settings.output.resultFile) {
         status |= exitStatus(
-            orAbend(writeFullMaxSubFile(*settings.output.resultFile, table, *spool, log)));
+            orAbend(writeFullMaxSubFile(*settings.output.resultFile, table, *spool, log)),
+            settings);
     }
     if (settings.output.liteResultFile) {
-        status |= exitStatus(writeLiteMaxSubFile(*settings.output.liteResultFile, table, log));
+        status |=
+            exitStatus(writeLiteMaxSubFile(*settings.output.liteResultFile, table, log), settings);
     }
     const auto jury = rankAndPrint(batch.scores, batch.pairs, models, settings, log);
     auto ranked = ranking(batch.scores, MatrixValues::Similarities, jury, exports);
@@ -173,7 +176,8 @@ int compareListGdt(const ChainList& models, const Settings& settings, RunExports
     int status = EXIT_SUCCESS;
     if (settings.output.resultFile) {
         status = exitStatus(writeDistanceFile(*settings.output.resultFile, models, batch.gdt,
-                                              modelIds(models), log));
+                                              modelIds(models), log),
+                            settings);
     }
     auto ranked = ranking(batch.gdt, MatrixValues::Similarities, {}, exports);
     // Clustering takes similarities from 0 to 1.
@@ -199,11 +203,13 @@ int writeRmsdFiles(const RmsdBatch& batch, const ChainList& models, const Settin
     const std::optional<std::string>& path =
         settings.output.resultFile ? settings.output.resultFile : settings.output.liteResultFile;
     if (path) {
-        status |= exitStatus(writeDistanceFile(*path, models, batch.rmsd, modelIds(models), log));
+        status |= exitStatus(writeDistanceFile(*path, models, batch.rmsd, modelIds(models), log),
+                             settings);
     }
     if (settings.output.urmsdResultFile) {
         status |= exitStatus(writeDistanceFile(*settings.output.urmsdResultFile, models,
-                                               batch.urmsd, modelIds(models), log));
+                                               batch.urmsd, modelIds(models), log),
+                             settings);
     }
     return status;
 }
@@ -231,6 +237,7 @@ int runAllVsAll(const Settings& settings, const ResidueExclusions& exclusions, R
     Report report(log, settings.output.logLevel);
     const ChainList models = readModels(settings, exclusions, log, exports.unread());
     if (models.chains.size() < 2) abend("Not enough structures for all vs. all clustering");
+    checkResidueNames(nullptr, models.chains, settings);
     exports.startAll(models);
     switch (comparisonKind(settings)) {
         case ComparisonKind::Gdt:

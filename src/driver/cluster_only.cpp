@@ -16,7 +16,7 @@ int runClusterOnly(const Settings& settings, RunExports& exports, Log& log) {
         orAbend(readDistanceFile(*settings.input.distanceFile, nullptr, log));
     if (!file) {  // a file with gaps is reported and is no failure
         exports.giveUp();
-        return EXIT_SUCCESS;
+        return settings.strict ? static_cast<int>(Fault::Input) : EXIT_SUCCESS;
     }
     exports.startMatrix(file->ids, nullptr, nullptr);
     std::vector<RankedModel> ranked;

@@ -14,6 +14,7 @@
 #include "driver/modes.h"
 #include "driver/outputs.h"
 #include "driver/read_plan.h"
+#include "driver/residue_names.h"
 #include "driver/result_output.h"
 #include "driver/result_rows.h"
 #include "driver/run_exports.h"
@@ -107,7 +108,7 @@ int writeSuperScript(const Chain& experiment, const std::vector<ModelRecord>& re
     for (std::size_t i = 0; i < shown; ++i) {
         script.add(*records[i].model, records[i].score, records[i].superposition);
     }
-    return exitStatus(script.write(kListScript, log));
+    return exitStatus(script.write(kListScript, log), settings);
 }
 
 // From the last record to the first.
@@ -141,6 +142,7 @@ int runOneVsList(const Settings& settings, const ResidueExclusions& exclusions, 
     const ChainList models = readModels(settings, exclusions, log, exports.unread());
     const Chain experiment =
         readStructure(*settings.input.experimentFile, plan.request, exclusions, log);
+    checkResidueNames(&experiment, models.chains, settings);
     const CoordinateSet experimentSet =
         prepareChain(experiment, plan.atoms, settings.comparison, report);
     log.info(0, "Processing PDB %s vs. List %s", settings.input.experimentFile->c_str(),

@@ -10,6 +10,7 @@
 #include "driver/modes.h"
 #include "driver/outputs.h"
 #include "driver/read_plan.h"
+#include "driver/residue_names.h"
 #include "driver/result_output.h"
 #include "driver/result_rows.h"
 #include "driver/run_exports.h"
@@ -60,7 +61,8 @@ int comparePairMaxSub(const ScriptSubject& subject, const Settings& settings, Pa
     if (viewer != nullptr) viewer->seeMaxSub(comparedPair(subject), result);
     if (result.iterations.empty() || !settings.output.alignOutput) return EXIT_SUCCESS;
     return exitStatus(writeMaxSubScript(kPairScript, subject, result, settings.comparison,
-                                        scriptAtoms(settings, result), log, report));
+                                        scriptAtoms(settings, result), log, report),
+                      settings);
 }
 
 int comparePairGdt(const ScriptSubject& subject, const Settings& settings, PairViewer* viewer,
@@ -95,7 +97,7 @@ int comparePairRmsd(const ScriptSubject& subject, const Settings& settings, Pair
     report.report(ReportLevel::Results, "%s\n", singleLine(figures).c_str());
     if (viewer != nullptr) showRmsd(subject, result, figures, *viewer);
     if (!result.rmsd || !settings.output.alignOutput) return EXIT_SUCCESS;
-    return exitStatus(writeRmsdScript(kPairScript, subject, result, log, report));
+    return exitStatus(writeRmsdScript(kPairScript, subject, result, log, report), settings);
 }
 
 int comparePair(const ScriptSubject& subject, const Settings& settings, PairViewer* viewer,
@@ -123,6 +125,7 @@ int runPairwise(const Settings& settings, const ResidueExclusions& exclusions, R
         readStructure(*settings.input.experimentFile, plan.request, exclusions, log);
     const Chain prediction =
         readStructure(*settings.input.predictionFile, plan.request, exclusions, log);
+    checkResidueNames(&experiment, std::span(&prediction, 1), settings);
 
     const ComparisonKind kind = comparisonKind(settings);
     if (kind == ComparisonKind::MaxSub) printBanner(report);

@@ -124,8 +124,9 @@ void clusterAndFinish(DistanceMatrix matrix, MatrixValues values, const ModelLab
     if (results.clustering) addClusters(*results.clustering, results.ranking);
     exports.finish(results);
 }
-int exitStatus(FileOutcome outcome) {
-    return outcome == FileOutcome::Incomplete ? EXIT_FAILURE : EXIT_SUCCESS;
+int exitStatus(FileOutcome outcome, const Settings& settings) {
+    const bool isMissing = outcome == FileOutcome::NotCreated && settings.strict;
+    return isMissing || outcome == FileOutcome::Incomplete ? EXIT_FAILURE : EXIT_SUCCESS;
 }
 
 }  // namespace tervolanda

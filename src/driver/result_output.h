@@ -44,7 +44,8 @@ Made orAbend(std::variant<Made, FormatError> made) {
     return std::get<Made>(std::move(made));
 }
 
-// The exit status that follows from writing a result file: 1 for one that is not complete.
-int exitStatus(FileOutcome outcome);
+// The exit status that follows from writing a result file: 1 for one that is not complete and, in
+// strict runs, for one that could not be created.
+int exitStatus(FileOutcome outcome, const Settings& settings);
 
 }  // namespace tervolanda

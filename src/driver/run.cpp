@@ -24,6 +24,19 @@ namespace tervolanda {
 
 namespace {
 
+int compareOrCluster(const Settings& settings, const ResidueExclusions& exclusions,
+                     RunExports& exports, Log& log) {
+    if (settings.input.distanceFile) return runClusterOnly(settings, exports, log);
+    if (settings.input.transformFile) return runTransformMode(settings, exports, log);
+    if (!settings.input.listFile) return runPairwise(settings, exclusions, exports, log);
+    if (settings.input.experimentFile) return runOneVsList(settings, exclusions, exports, log);
+    const BlockSettings& blocks = settings.blocks;
+    if (blocks.missingFolder) return runMissing(settings, exclusions, log);
+    if (blocks.planMinutes) return runPlan(settings, exclusions, log);
+    if (blocks.partFile) return runBlock(settings, exclusions, log);
+    return runAllVsAll(settings, exclusions, exports, log);
+}
+
 int runMode(Settings settings, Log& log) {
     SimilarityMatrixFiles matrices(log);
     settings.comparison.similaritySink = &matrices;
@@ -35,15 +48,10 @@ int runMode(Settings settings, Log& log) {
         if (!isRead && settings.strict) abend("Failed to read exclusion file '%s'", path.c_str());
     }
     RunExports exports(settings, log);
-    if (settings.input.distanceFile) return runClusterOnly(settings, exports, log);
-    if (settings.input.transformFile) return runTransformMode(settings, exports, log);
-    if (!settings.input.listFile) return runPairwise(settings, exclusions, exports, log);
-    if (settings.input.experimentFile) return runOneVsList(settings, exclusions, exports, log);
-    const BlockSettings& blocks = settings.blocks;
-    if (blocks.missingFolder) return runMissing(settings, exclusions, log);
-    if (blocks.planMinutes) return runPlan(settings, exclusions, log);
-    if (blocks.partFile) return runBlock(settings, exclusions, log);
-    return runAllVsAll(settings, exclusions, exports, log);
+    const int status = compareOrCluster(settings, exclusions, exports, log);
+    if (!settings.strict || status != EXIT_SUCCESS || exports.pairsWithoutFit() == 0) return status;
+    log.error(0, "Pairs without a fit: %zu", exports.pairsWithoutFit());
+    return static_cast<int>(Fault::Incomplete);
 }
 
 // The text that a command line asks for; none for a run.
@@ -118,7 +126,7 @@ int run(const std::vector<std::string>& arguments, LineStreams& streams) {
         fault = Fault::Input;
         const int status = perform(line, log);
         const bool arrived = everythingArrived(line, streams);
-        if (arrived && !log.hasIncompleteFile() && status == EXIT_SUCCESS) return EXIT_SUCCESS;
+        if (arrived && !log.hasIncompleteFile() && status != EXIT_FAILURE) return status;
         return isStrict ? static_cast<int>(Fault::NotWritten) : EXIT_FAILURE;
     } catch (const Abend& end) {
         streams.write(LogLevel::Abend, end.what());

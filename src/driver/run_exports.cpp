@@ -134,6 +134,9 @@ void RunExports::start() {
 }
 
 void RunExports::take(BatchPair at) {
+    const bool hasFit = pair_.status != PairStatus::NoPairs && pair_.status != PairStatus::NoFit;
+    if (!hasFit) ++pairsWithoutFit_;
+    if (form_.detail == PairDetail::None) return;
     const std::size_t firstPrediction = inputs_.kind == RunKind::AllVersusAll ? 0 : 1;
     pair_.experiment = at.experiment;
     pair_.prediction = firstPrediction + at.prediction;

@@ -1,5 +1,5 @@
 // How the run modes fill the files that a run is asked for beside its usual output.  Where none is
-// asked for nothing is done and nothing kept.
+// asked for nothing is done and nothing kept; but strict runs count the pairs without a fit.
 #pragma once
 
 #include <memory>
@@ -38,8 +38,11 @@ class RunExports final : public PairViewer {
     void startMatrix(const std::vector<std::uint32_t>& ids, const ChainList* chains,
                      const PairMatrix* pairs);
 
-    // Null where no file shows pairs.
-    PairViewer* viewer() { return form_.detail == PairDetail::None ? nullptr : this; }
+    // Null where nobody wants to see pairs.
+    PairViewer* viewer() {
+        return form_.detail == PairDetail::None && !settings_.strict ? nullptr : this;
+    }
+    std::size_t pairsWithoutFit() const { return pairsWithoutFit_; }  // of those seen
     void seeMaxSub(const ComparedPair& pair, const ComparisonResult& result) override;
     void seeGdt(const ComparedPair& pair, const GdtResult& found,
                 const ComparisonResult& search) override;
@@ -63,6 +66,7 @@ class RunExports final : public PairViewer {
     std::vector<std::unique_ptr<ExportFile>> files_;
     PairForm form_{settings_.comparison, true, std::nullopt, PairDetail::None};
     PairResult pair_;
+    std::size_t pairsWithoutFit_ = 0;
 };
 
 }  // namespace tervolanda

@@ -12,7 +12,7 @@ namespace tervolanda {
 
 int runTransformMode(const Settings& settings, RunExports& exports, Log& log) {
     std::optional<MaxSubFile> file = orAbend(readMaxSubFile(*settings.input.transformFile, log));
-    if (!file) return EXIT_FAILURE;
+    if (!file) return settings.strict ? static_cast<int>(Fault::Input) : EXIT_FAILURE;
     exports.startMatrix(file->ids, &file->chains, &file->pairs);
     const auto jury = rankAndPrint(file->scores, file->pairs, file->chains, settings, log);
     std::vector<RankedModel> ranked;

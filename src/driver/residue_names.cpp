@@ -1,0 +1,85 @@
+// Models of one protein have the same residues, or some sets of them; only those that differ are
+// looked at.
+#include "driver/residue_names.h"
+
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "base/log.h"
+#include "compare/pairing/mapping.h"
+#include "driver/abend.h"
+
+namespace tervolanda {
+
+namespace {
+
+struct NamedResidues {
+    const Chain* chain;
+    CoordinateSet set;
+};
+
+class NameCheck {
+ public:
+    explicit NameCheck(const Settings& settings) : parameters_(settings.comparison) {}
+
+    NamedResidues residuesOf(const Chain& chain) {
+        return {&chain, prepareChain(chain, AtomSelection::Calpha, parameters_, silent_)};
+    }
+
+    // One for all models that have the same residues.
+    std::vector<NamedResidues> kindsOf(std::span<const Chain> models) {
+        std::set<std::pair<std::vector<std::int32_t>, std::string>> known;
+        std::vector<NamedResidues> kinds;
+        for (const Chain& model : models) {
+            NamedResidues residues = residuesOf(model);
+            if (known.emplace(residues.set.residueKey, residues.set.sequence).second) {
+                kinds.push_back(std::move(residues));
+            }
+        }
+        return kinds;
+    }
+
+    void compare(const NamedResidues& a, const NamedResidues& b) {
+        mapByResidue(a.set, b.set, mapping_, silent_);
+        unsigned shared = 0, equal = 0;
+        for (const MatchedPair& pair : mapping_.pairs) {
+            const char first = a.set.sequence[pair.experiment];
+            const char second = b.set.sequence[pair.prediction];
+            if (first == 'X' || second == 'X') continue;
+            ++shared;
+            equal += first == second ? 1U : 0U;
+        }
+        if (2 * equal >= shared) return;
+        abend("Of %u residues of equal numbers in '%s' and '%s' %u have the same name", shared,
+              a.chain->fileName.c_str(), b.chain->fileName.c_str(), equal);
+    }
+
+ private:
+    const ComparisonParameters& parameters_;
+    Log log_;  // without a sink
+    Report silent_{log_, 0};
+    ResidueMapping mapping_;
+};
+
+}  // namespace
+
+void checkResidueNames(const Chain* experiment, std::span<const Chain> models,
+                       const Settings& settings) {
+    const ComparisonParameters& parameters = settings.comparison;
+    const bool byNumber = !parameters.sequenceIndependent && !parameters.pairBySequence;
+    if (!settings.strict || !byNumber) return;
+    NameCheck check(settings);
+    const std::vector<NamedResidues> kinds = check.kindsOf(models);
+    for (std::size_t i = 0; i < kinds.size(); ++i) {
+        for (std::size_t j = 0; j < i && experiment == nullptr; ++j)
+            check.compare(kinds[i], kinds[j]);
+    }
+    if (experiment == nullptr) return;
+    const NamedResidues reference = check.residuesOf(*experiment);
+    for (const NamedResidues& kind : kinds)
+        check.compare(reference, kind);
+}
+
+}  // namespace tervolanda
