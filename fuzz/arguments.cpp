@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <fstream>
 #include <optional>
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -86,29 +87,20 @@ void requireSame(const CommandLine& a, const CommandLine& b) {
 }
 
 // How many conversions of whole numbers or of reals a text has; none when it has anything else
-// behind a percent sign.
+// after a percent sign.
 std::optional<int> countPlainConversions(std::string_view text) {
+    static const std::regex kSpecification("[-+ #0]*[0-9]{0,3}([.][0-9]{0,3})?");
     int count = 0;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] != '%') continue;
-        const auto skip = [&](std::string_view characters, std::size_t most) {
-            for (std::size_t k = 0; k < most && i + 1 < text.size() &&
-                                    characters.find(text[i + 1]) != std::string_view::npos;
-                 ++k)
-                ++i;
-        };
-        if (i + 1 < text.size() && text[i + 1] == '%') {
-            ++i;
-            continue;
-        }
-        skip("-+ #0", text.size());
-        skip("0123456789", 3);
-        skip(".", 1);
-        if (text[i] == '.') skip("0123456789", 3);
-        if (++i == text.size() ||
-            std::string_view("diuxXofFeEgG").find(text[i]) == std::string_view::npos)
+    for (std::size_t at = text.find('%'); at != std::string_view::npos;
+         at = text.find('%', at + 1)) {
+        const std::size_t end = text.find_first_of("diuxXofFeEgG%", at + 1);
+        if (end == std::string_view::npos) return std::nullopt;
+        const bool isPercent = text[end] == '%';
+        const std::string specification(text.substr(at + 1, end - at - 1));
+        if (isPercent ? end > at + 1 : !std::regex_match(specification, kSpecification))
             return std::nullopt;
-        ++count;
+        if (!isPercent) ++count;
+        at = end;
     }
     return count;
 }

@@ -57,8 +57,8 @@ TEST(FixedText, KeepsItsWidth) {
 }
 
 TEST(Format, WritesTextsOfAnyLength) {
-    const std::string long_text(100000, 'x');
-    EXPECT_EQ(format("%s %d", long_text.c_str(), 5), long_text + " 5");
+    const std::string longText(100000, 'x');
+    EXPECT_EQ(format("%s %d", longText.c_str(), 5), longText + " 5");
     EXPECT_EQ(format("%c|", '\0'), std::string("\0|", 2));
 }
 

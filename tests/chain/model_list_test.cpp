@@ -32,18 +32,9 @@ TEST(ModelList, GivesAnIdToEveryLineThatNamesAFile) {
     const TemporaryFolder folder;
     folder.write("a.pdb", line({}));
     folder.write("b c.pdb", line({}));
-    struct Case {
-        const char* text;
-        const char* models;
-    };
-    for (const Case& c :
-         std::vector<Case>{{"", "last 0"},
-                           {"@a.pdb\n\n# @a.pdb\n@b c.pdb\n", "1 a.pdb, 2 b c.pdb, last 2"},
-                           {" \t@a.pdb  # and why\r\n\xC2\xA0\n@a.pdb", "1 a.pdb, 2 a.pdb, last 2"},
-                           {"@a.pdb\n@none.pdb\n@a.pdb\n", "1 a.pdb, 3 a.pdb, last 3"},
-                           {"@a.pdb#", "1 a.pdb, last 1"}}) {
+    for (const auto& row : test::tableRows("chain/model_lists.txt")) {
         CapturedLog captured;
-        EXPECT_EQ(modelsOf(folder, c.text, captured), c.models) << c.text;
+        EXPECT_EQ(modelsOf(folder, row.at(0), captured), row.at(1)) << row[0];
     }
     CapturedLog captured;
     EXPECT_EQ(modelsOf(folder, "@none.pdb\n@a.pdb\n", captured, 7), "9 a.pdb, last 9");
@@ -54,27 +45,19 @@ TEST(ModelList, GivesAnIdToEveryLineThatNamesAFile) {
 
 TEST(ResidueExclusions, AreTheFirstFiveCharactersOfEveryLine) {
     const TemporaryFolder folder;
-    struct Case {
-        const char* keys;
-        const char* kept;
-    };
     const std::string text = line({" CA ", "ALA", 12}) + line({" CA ", "ALA", 12, 'A'}) +
                              line({" CA ", "ALA", 112}) + line({" CA ", "ALA", -5});
-    for (const Case& c : std::vector<Case>{{"", "12 12A 112 -5 "},
-                                           {"  12 \n", "12A 112 -5 "},
-                                           {"  12\n  12", "12 12A 112 -5 "},  // four characters
-                                           {"\n  12A and more\n", "12 112 -5 "},
-                                           {"12   \n 112 \n  -5 \n", "12 12A "}}) {
+    for (const auto& row : test::tableRows("chain/exclusions.txt")) {
         CapturedLog captured;
         ResidueExclusions exclusions;
         EXPECT_TRUE(
-            readResidueExclusionFile(folder.write("keys", c.keys), exclusions, captured.log));
+            readResidueExclusionFile(folder.write("keys", row.at(0)), exclusions, captured.log));
         const auto set = test::readText(text, {}, captured.log, exclusions);
         std::string kept;
         for (const Atom& atom : set->chains.at(0).atoms)
-            kept += std::to_string(atom.residueNumber) +
-                    (atom.insertionCode == ' ' ? " " : std::string{atom.insertionCode, ' '});
-        EXPECT_EQ(kept, c.kept) << c.keys;
+            kept += format("%s%d%.*s", kept.empty() ? "" : " ", atom.residueNumber,
+                           atom.insertionCode == ' ' ? 0 : 1, &atom.insertionCode);
+        EXPECT_EQ(kept, row.at(1)) << row[0];
     }
     CapturedLog captured;
     ResidueExclusions exclusions;

@@ -4,11 +4,13 @@
 
 #include <algorithm>
 #include <cmath>
+#include <sstream>
 #include <string>
 #include <utility>
 
 #include "base/format.h"
 #include "cluster/matrices.h"
+#include "support/support.h"
 
 namespace tervolanda {
 namespace {
@@ -155,36 +157,18 @@ DistanceMatrix twoPairs() {
 }
 
 TEST(HierarchicalClustering, EndsItsSearchWhereItShould) {
-    struct Case {
-        const char* name;
-        ClusterSettings settings;
-        std::uint32_t clusters;
-        double threshold;
-        bool reached;
-    };
-    // Single linkage joins at 1, 2 and 4.
-    const Case cases[] = {
-        {"maximum raised", searching(5.0, 3.0, 0.5, 9), 1, 5.0, false},
-        {"wanted size 1", searching(0.5, 3.0, 0.5, 1), 4, 0.5, true},
-        {"wanted size 0", searching(0.5, 3.0, 0.5, 0), 4, 0.5, true},
-        {"at the distance", searching(1.0, 3.0, 0.5, 2), 3, 1.0, true},
-        {"more than there are", searching(0.5, 6.0, 2.0, 5), 1, 6.5, false},
-        {"above the maximum", searching(0.5, 3.0, 2.0, 3), 1, 4.5, true},
-        {"step 0", searching(0.5, 3.0, 0.0, 3), 4, 0.5, false},
-        {"negative step", searching(0.5, 3.0, -1.0, 3), 4, 0.5, false},
-        {"step without effect", searching(0.5, 3.0, 1e-300, 3), 4, 0.5, false},
-        {"tiny steps", searching(0.5, 3.0, 1e-14, 2), 3, 1.0, true},
-        {"huge", searching(1e308, 1.1e308, 1e308, 9), 1, HUGE_VAL, false},
-    };
-    for (const Case& test : cases) {
-        SCOPED_TRACE(test.name);
+    for (const auto& row : test::tableRows("cluster/threshold_searches.txt")) {
+        std::istringstream words(row.at(1));
+        double first = 0.0, most = 0.0, step = 0.0;
+        std::uint32_t wanted = 0;
+        words >> first >> most >> step >> wanted;
         DistanceMatrix matrix = twoPairs();
-        const Clustering found = clusterModels(matrix, test.settings).value();
-        EXPECT_EQ(found.clusters.count, test.clusters);
-        EXPECT_FLOAT_EQ(static_cast<float>(found.threshold), static_cast<float>(test.threshold));
-        EXPECT_EQ(found.reachedSize, test.reached);
-        EXPECT_EQ(found.settings.maxThreshold,
-                  std::max(test.settings.threshold, test.settings.maxThreshold));
+        const Clustering found =
+            clusterModels(matrix, searching(first, most, step, wanted)).value();
+        EXPECT_EQ(format("%u %g %d", found.clusters.count, found.threshold, found.reachedSize),
+                  row.at(2))
+            << row[0];
+        EXPECT_EQ(found.settings.maxThreshold, std::max(first, most)) << row[0];
     }
 }
 

@@ -27,7 +27,7 @@ Chain numbered(const std::string& residues, const std::string& name) {
     Chain chain;
     for (ResidueId id; words >> id.number;) {
         const int next = words.get();
-        const double x = static_cast<double>(chain.atoms.size());
+        const auto x = static_cast<double>(chain.atoms.size());
         chain.atoms.push_back(test::calphaChain({{x, 0.0, 0.0}}).atoms[0]);
         chain.atoms.back().residueNumber = static_cast<std::int16_t>(id.number);
         chain.atoms.back().insertionCode = next > ' ' ? static_cast<char>(next) : ' ';

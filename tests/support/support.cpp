@@ -8,6 +8,7 @@
 #include <random>
 #include <sstream>
 #include <stdexcept>
+#include <tuple>
 
 namespace tervolanda::test {
 
@@ -83,22 +84,17 @@ Chain coil(std::size_t residues, std::uint32_t seed) {
 }
 
 Chain moved(Chain chain) {
-    const double a = 40.0 * kPi / 180.0;
-    const double b = -25.0 * kPi / 180.0;
-    const double c = 110.0 * kPi / 180.0;
+    const auto turn = [](double& x, double& y, double degrees) {
+        const double c = std::cos(degrees * kPi / 180.0), s = std::sin(degrees * kPi / 180.0);
+        std::tie(x, y) = std::tuple(x * c - y * s, x * s + y * c);
+    };
     for (Atom& atom : chain.atoms) {
-        double x = atom.x * std::cos(a) - atom.y * std::sin(a);
-        double y = atom.x * std::sin(a) + atom.y * std::cos(a);
-        double z = atom.z;
-        const double x2 = x * std::cos(b) + z * std::sin(b);
-        z = -x * std::sin(b) + z * std::cos(b);
-        x = x2;
-        const double y2 = y * std::cos(c) - z * std::sin(c);
-        z = y * std::sin(c) + z * std::cos(c);
-        y = y2;
-        atom.x = x + 11.0;
-        atom.y = y - 7.0;
-        atom.z = z + 3.0;
+        turn(atom.x, atom.y, 40.0);
+        turn(atom.z, atom.x, -25.0);
+        turn(atom.y, atom.z, 110.0);
+        atom.x += 11.0;
+        atom.y -= 7.0;
+        atom.z += 3.0;
     }
     return chain;
 }
@@ -135,7 +131,7 @@ TemporaryFolder::~TemporaryFolder() {
 }
 
 std::string TemporaryFolder::write(std::string_view name, std::string_view text) const {
-    const std::string path = *this / name;
+    std::string path = *this / name;
     std::ofstream(path, std::ios::binary) << text;
     return path;
 }

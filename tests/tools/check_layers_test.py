@@ -7,7 +7,8 @@ import sys
 import tempfile
 import unittest
 
-CHECK_LAYERS = pathlib.Path(__file__).parents[2] / "tools" / "check_layers"
+HERE = pathlib.Path(__file__).parent
+CHECK_LAYERS = HERE.parents[1] / "tools" / "check_layers"
 ROOMS = """# room | front doors | may include | library | untraced
 base        | all     | | |
 chain       | chain.h | base | chain.h |
@@ -35,36 +36,15 @@ def check(files):
 
 
 class CheckLayers(unittest.TestCase):
-    def test_accepts(self):
-        for path, target in [
-            ("src/compare/maxsub.cpp", "chain/chain.h"),
-            ("src/compare/maxsub.cpp", "compare/kernels.h"),
-            ("src/chain/input/pdb.cpp", "chain/chain.h"),
-            ("src/chain/input/pdb.cpp", "base/text.h"),
-            ("src/compare/compare.cpp", "compare/maxsub.h"),
-            ("src/main.cpp", "chain/input/input.h"),
-            ("tests/compare/maxsub_test.cpp", "support/support.h"),
-            ("tests/chain/pdb_test.cpp", "chain/input/pdb.h"),
-        ]:
-            with self.subTest(path=path, target=target):
-                self.assertEqual(check({path: [target]})[0], 0)
-
-    def test_rejects(self):
-        for path, target, reason in [
-            ("src/base/text.cpp", "chain/chain.h", "in chain, which base may not include"),
-            ("src/chain/atom.cpp", "chain/input/input.h", "in chain/input, which chain may not"),
-            ("src/chain/input/pdb.cpp", "chain/codes.h", "not a front door of chain"),
-            ("src/export/a.cpp", "compare/compare.h", "in compare, which export may not"),
-            ("src/compare/maxsub.cpp", "driver/run.h", "in driver, which compare may not"),
-            ("src/driver/pairwise.cpp", "chain/codes.h", "not a front door of chain"),
-            ("tests/compare/maxsub_test.cpp", "chain/codes.h", "not a front door of chain"),
-            ("src/compare/maxsub.cpp", "kernels.h", "in no room"),
-            ("src/compare/maxsub.cpp", "compare/new/a.h", "in no room"),
-        ]:
-            with self.subTest(path=path, target=target):
+    def test_judges_as_the_table_says(self):
+        rows = [row for row in (HERE / "includes.txt").read_text().splitlines() if row[0] != "#"]
+        self.assertEqual(len(rows), 17)
+        for row in rows:
+            path, target, reason = (field.strip() for field in row.split("|"))
+            with self.subTest(row=row):
                 status, output = check({path: [target]})
-                self.assertEqual(status, 1)
-                self.assertIn(f'{path}:2: "{target}"', output)
+                self.assertEqual(status, 1 if reason else 0)
+                self.assertIn(f'{path}:2: "{target}"' if reason else "", output)
                 self.assertIn(reason, output)
 
     def test_rejects_files_in_a_circle_but_for_a_front_door(self):

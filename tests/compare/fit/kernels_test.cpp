@@ -33,25 +33,6 @@ struct Placed {
     }
 };
 
-TEST(Kernels, GiveTheSameBitsForEveryInstructionSet) {
-    for (std::size_t n = 3; n < 40; ++n) {
-        const Placed placed(n, 2.0, 0.0);
-        const PairedArrays arrays = placed.pairs.arrays();
-        const CorrelationSums plain = portableKernels().correlate(arrays, n);
-        const CorrelationSums best = bestKernels().correlate(arrays, n);
-        EXPECT_EQ(plain.product, best.product);
-        EXPECT_EQ(plain.squares, best.squares);
-        double xy = 0.0;
-        for (std::size_t i = 0; i < n; ++i)
-            xy += arrays.px[i] * arrays.ey[i];
-        EXPECT_NEAR(plain.product[1], xy, 1e-6 * plain.squares);
-        std::vector<double> a(n), b(n);
-        portableKernels().squaredDeviations(arrays, n, placed.motion, a.data());
-        bestKernels().squaredDeviations(arrays, n, placed.motion, b.data());
-        EXPECT_EQ(a, b);
-    }
-}
-
 // Single precision must never decide about a pair that lies on the limit, or a hair from it.
 TEST(Kernels, SelectExactlyThePairsWithinTheLimit) {
     constexpr std::size_t kPairs = 150;  // three words, the last one partly used
