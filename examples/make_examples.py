@@ -3,7 +3,8 @@
 
 The folder gets the experiment and eight models with their backbone, its folder decoys/ a set of 24
 models of the same protein as a prediction might give them: C-alpha atoms only, in no order.  The file
-entry.pdb is built as entries of a databank are: models, chains, alternate locations, HETATM records.
+entry.pdb is built as entries of a databank are: models, chains, alternate locations, HETATM records;
+entry.cif is the same in mmCIF.
 
 No structure here exists in nature.  A chain is built atom by atom from its backbone torsions with
 ideal bond lengths and angles (Engh and Huber 1991), so that whatever the torsions are its geometry
@@ -208,6 +209,31 @@ def write_entry(path, native):
     path.write_text("\n".join([*lines, "END".ljust(80)]) + "\n", encoding="ascii")
 
 
+ATOM_TAGS = (
+    "group_PDB id type_symbol label_atom_id label_alt_id label_comp_id label_asym_id label_entity_id "
+    "label_seq_id pdbx_PDB_ins_code Cartn_x Cartn_y Cartn_z occupancy B_iso_or_equiv auth_seq_id "
+    "auth_asym_id pdbx_PDB_model_num"
+).split()
+
+
+def write_mmcif(path, pdb):
+    """The entry of a PDB file again, as mmCIF; chain A is entity 1, chain B entity 2."""
+    lines = ["data_ENTRY", "#", "loop_", "_entity_poly.entity_id", "_entity_poly.type",
+             "1 'polypeptide(L)'", "2 'polypeptide(L)'", "#", "loop_"]
+    lines += [f"_atom_site.{tag}" for tag in ATOM_TAGS]
+    for line in pdb.read_text(encoding="ascii").splitlines():
+        if line.startswith("MODEL"):
+            model = line[10:14].strip()
+        if not line.startswith(("ATOM", "HETATM")):
+            continue
+        fields = [line[a:b].strip() for a, b in (
+            (0, 6), (6, 11), (76, 78), (12, 16), (16, 17), (17, 20), (21, 22), (21, 22), (22, 26),
+            (26, 27), (30, 38), (38, 46), (46, 54), (54, 60), (60, 66), (22, 26), (21, 22))]
+        fields[7] = "12"["AB".index(fields[7])]
+        lines.append(" ".join([*(field or "." for field in fields), model]))
+    path.write_text("\n".join([*lines, "#"]) + "\n", encoding="ascii")
+
+
 def write_list(path, comment, names):
     path.write_text("\n".join([f"# {comment}", *names]) + "\n", encoding="ascii")
 
@@ -258,6 +284,7 @@ def main():
     write(folder / "relative.pdb", "Invented structure: a relative, numbered 101 to 156",
           perturbed(native, 18, 2.0), seed=10, first=6, sequence=RELATIVE, shift=95)
     write_entry(folder / "entry.pdb", native)
+    write_mmcif(folder / "entry.cif", folder / "entry.pdb")
     write_list(folder / "models.txt",
                "Models of the example protein, one a line; what follows a # is a comment.",
                [f"{name}.pdb" for name, *_ in models])

@@ -35,13 +35,14 @@ _tervolanda_numbers() {
 
 _tervolanda() {
     local cur=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
-    local structures='*.@(pdb|ent|PDB|ENT)?(.gz)'
+    local structures='*.@(pdb|ent|cif|mmcif|PDB|ENT)?(.gz)'
     local valued='-e -p -l -F -M -R -Rl -Ru -log -exclude -L -d -N -i -C -T -Tm -a -is -ms -s -P
         -TSF -O -mS -mP -opt -open -aff -seed -super -lws -dist -gap'
     local others='-h -help -version -V -rmsd -rms -gdt -in -av -nosort -rankMS -noscore -bb -urmsd
         -maxRMSD -TM -matrix -all -nourmsd -noalign -contact'
     local own='--strict --help= --threads= --pair= --tsv= --ranking= --residues= --npy=
-        --newick= --linkage= --block= --part= --resume --missing= --merge= --plan='
+        --newick= --linkage= --block= --part= --resume --missing= --merge= --plan= --input=
+        --chain= --chain-e= --chain-p= --model= --altloc= --models='
     COMPREPLY=()
 
     # The shell takes "--name=value" for three words.

@@ -77,7 +77,7 @@ std::string oneLetterSequence(const Chain& chain) {
     std::string sequence;
     sequence.reserve(chain.residues.size());
     for (const Residue& residue : chain.residues) {
-        sequence += oneLetterCode(chain.atoms[residue.first].residueName.view());
+        sequence += oneLetterCode(chain.atoms[residue.first]);
     }
     return sequence;
 }

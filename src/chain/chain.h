@@ -60,7 +60,8 @@ struct Atom {
     std::uint32_t classification = 0;  // AtomNameBits
     std::int32_t serial = 0;           // for formatAtomLine(): no reader sets it
     std::int16_t residueNumber = 0;
-    std::int16_t residueType = -1;  // row of the residue table, -1 for a name not in it
+    std::int16_t residueType = -1;  // row of the residue table, -1 for a name not in it; of a
+                                    // modified residue of an entry its parent's
     char insertionCode = ' ';
     char chainId = ' ';  // as records show it: the first character of the chain's name
     char alternateLocation = ' ';
@@ -123,8 +124,15 @@ int residueIndex(std::string_view name);
 // One-letter code of a three-letter name; "X" when there is none.  A third character "X" is "X" at
 // once, so that ASX and GLX read as "X" in sequences.
 char oneLetterCode(std::string_view name);
+// The same of an atom's residue; a modified one, whose type is that of its parent, has the
+// parent's.
+char oneLetterCode(const Atom& atom);
 // Classification of a four-character atom name in a residue of the given type.
 std::uint32_t classifyAtomName(std::string_view name, int residueType);
+
+// Residue number and insertion code as in columns 23 to 27 of a PDB file.  Numbers above 9999 are
+// written in base 36, from "A000" on (hybrid-36, Grosse-Kunstleve).
+std::string residueColumns(ResidueId residue);
 
 // An ATOM record of 80 columns and a line end, with `serial` as its serial number.  Coordinates are
 // cut to eight characters, so that a huge one does not shift the columns.

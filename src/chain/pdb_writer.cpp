@@ -53,16 +53,29 @@ void writeSet(OutputFile& file, const ChainSet& set) {
 
 }  // namespace
 
+std::string residueColumns(ResidueId residue) {
+    constexpr int kMostDecimal = 9999;
+    constexpr int kFirst = 10 * 36 * 36 * 36;  // "A000"
+    if (residue.number <= kMostDecimal) {
+        return format("%4d%c", residue.number, residue.insertionCode);
+    }
+    std::string columns(4, ' ');
+    int value = residue.number - kMostDecimal - 1 + kFirst;
+    for (std::size_t i = columns.size(); i-- > 0; value /= 36)
+        columns[i] = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ"[value % 36];
+    return columns + residue.insertionCode;
+}
+
 std::string formatAtomLine(const Atom& atom) {
-    return format("ATOM  %5d %4s %3s  %4d%c   %s\n", printedSerial(atom.serial), atom.name.text(),
-                  atom.residueName.text(), atom.residueNumber, atom.insertionCode,
+    return format("ATOM  %5d %4s %3s  %s   %s\n", printedSerial(atom.serial), atom.name.text(),
+                  atom.residueName.text(), residueColumns(atom.residueId()).c_str(),
                   coordinates(atom).c_str());
 }
 
 std::string formatFullAtomLine(const Atom& atom, int serial) {
-    return format("ATOM  %5d %4s%c%3s %c%4d%c   %s%s%s      %-4s%2s%2s\n", printedSerial(serial),
+    return format("ATOM  %5d %4s%c%3s %c%s   %s%s%s      %-4s%2s%2s\n", printedSerial(serial),
                   atom.name.text(), atom.alternateLocation, atom.residueName.text(), atom.chainId,
-                  atom.residueNumber, atom.insertionCode, coordinates(atom).c_str(),
+                  residueColumns(atom.residueId()).c_str(), coordinates(atom).c_str(),
                   factor(atom.occupancy).c_str(), factor(atom.bFactor).c_str(),
                   atom.segmentId.text(), atom.element.text(), atom.charge.text());
 }

@@ -82,6 +82,13 @@ char oneLetterCode(std::string_view name) {
     return index < 0 ? 'X' : kResidues[static_cast<std::size_t>(index)].code;
 }
 
+char oneLetterCode(const Atom& atom) {
+    const std::string_view name = atom.residueName.view();
+    const bool isModified = atom.residueType >= 0 && residueIndex(name) < 0;
+    return isModified ? kResidues[static_cast<std::size_t>(atom.residueType)].code
+                      : oneLetterCode(name);
+}
+
 std::optional<std::string_view> threeLetterName(char code) {
     for (const ResidueRow& row : kResidues) {
         if (row.code == code) return row.name;

@@ -30,7 +30,7 @@ ChainList readNeeded(const std::vector<std::uint32_t>& needed, const Settings& s
     const auto isNeeded = [&needed](std::uint32_t id) {
         return std::binary_search(needed.begin(), needed.end(), id - 1);
     };
-    readModelList(*settings.input.listFile, counter, readPlan(settings).request, exclusions, log,
+    readModelList(*settings.input.listFile, counter, readPlan(settings).models, exclusions, log,
                   models, settings.threads, nullptr, isNeeded);
     return models;
 }

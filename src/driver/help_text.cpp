@@ -170,7 +170,8 @@ std::string moreHelp() {
 std::string versionText() {
     return format("%s %s\nBuilt on %s at %s.\n", kProgramName, kProgramVersion, __DATE__,
                   __TIME__) +
-           "Protein structure comparison and clustering, under the MIT licence.\n";
+           "Protein structure comparison and clustering, under the MIT licence; reads PDB and "
+           "mmCIF.\n";
 }
 
 }  // namespace tervolanda

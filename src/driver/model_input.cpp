@@ -24,8 +24,12 @@ ChainList readModels(const Settings& settings, const ResidueExclusions& exclusio
     const ComparisonKind kind = comparisonKind(settings);
     ChainList models;
     std::uint32_t counter = 0;
-    const std::size_t read = readModelList(path, counter, readPlan(settings).request, exclusions,
-                                           log, models, settings.threads, unread);
+    const ReadRequest request = readPlan(settings).models;
+    const std::size_t read = settings.input.listIsPath
+                                 ? readModelsAt(path, counter, request, exclusions, log, models,
+                                                settings.threads, unread)
+                                 : readModelList(path, counter, request, exclusions, log, models,
+                                                 settings.threads, unread);
     if (read == 0 && kind == ComparisonKind::Rmsd) {
         abend("Failed to read PDB list file '%s'", path.c_str());
     }

@@ -141,7 +141,7 @@ int runOneVsList(const Settings& settings, const ResidueExclusions& exclusions, 
     const ReadPlan plan = readPlan(settings);
     const ChainList models = readModels(settings, exclusions, log, exports.unread());
     const Chain experiment =
-        readStructure(*settings.input.experimentFile, plan.request, exclusions, log);
+        readStructure(*settings.input.experimentFile, plan.experiment, exclusions, log);
     checkResidueNames(&experiment, models.chains, settings);
     const CoordinateSet experimentSet =
         prepareChain(experiment, plan.atoms, settings.comparison, report);

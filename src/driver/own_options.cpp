@@ -16,6 +16,18 @@ namespace {
 // clang-format off
 constexpr auto kOptions = std::to_array<OwnOption>({
     {"help", "more", "This page"},
+    {"input", "auto", "Read every file by its content, plain or gzip: mmCIF, or PDB as entries are,\n"
+                      "protein residues (modified ones, too) of one chain, model and conformer"},
+    {"chain", "A", "Read this chain, by its author's name (label:A for mmCIF's own); this and the\n"
+                   "next four read as --input=auto does"},
+    {"chain-e", "A", "The same for the experiment"},
+    {"chain-p", "A", "The same for predictions"},
+    {"model", "n|all", "Read this model of a file (default the first); all: in lists every model\n"
+                       "is a structure of its own, shown as file:n"},
+    {"altloc", "best|first|A", "Read the alternate locations of the highest mean occupancy (default), the\n"
+                               "first ones, or those of a letter"},
+    {"models", "PATH", "In place of -l: the structure files of a folder, of a pattern in quotes, or of\n"
+                       "a list file, whose relative paths count from its own folder"},
     {"threads", "n|all", "Threads of list runs; 'all': one for each processor (default = 1)"},
     {"strict", "", "End the run at what is otherwise ignored in silence"},
     {"pair", "sequence", "Pair residues by aligning the sequences, not by number"},

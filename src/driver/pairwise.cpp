@@ -122,9 +122,9 @@ int runPairwise(const Settings& settings, const ResidueExclusions& exclusions, R
     Report report(log, pairwiseReportLevel(settings));
     const ReadPlan plan = readPlan(settings);
     const Chain experiment =
-        readStructure(*settings.input.experimentFile, plan.request, exclusions, log);
+        readStructure(*settings.input.experimentFile, plan.experiment, exclusions, log);
     const Chain prediction =
-        readStructure(*settings.input.predictionFile, plan.request, exclusions, log);
+        readStructure(*settings.input.predictionFile, plan.models, exclusions, log);
     checkResidueNames(&experiment, std::span(&prediction, 1), settings);
 
     const ComparisonKind kind = comparisonKind(settings);

@@ -39,8 +39,12 @@ ReadPlan readPlan(const Settings& settings) {
                comparesBackbone) {
         options |= ReadBackboneAndBeta;
     }
-    plan.request.options = static_cast<std::uint16_t>(options);
-    plan.request.strictColumns = settings.strict;
+    plan.models.options = static_cast<std::uint16_t>(options);
+    plan.models.strictColumns = settings.strict;
+    plan.models.entry = settings.input.entry;
+    plan.experiment = plan.models;
+    plan.experiment.entry.chain = settings.input.experimentChain;
+    plan.models.entry.chain = settings.input.predictionChain;
     return plan;
 }
 

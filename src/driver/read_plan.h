@@ -18,7 +18,8 @@ ComparisonKind comparisonKind(const Settings& settings);
 std::optional<ClusterMethod> clusterMethod(const Settings& settings);
 
 struct ReadPlan {
-    ReadRequest request;                          // of every structure of the run
+    ReadRequest experiment;                       // what is read of it
+    ReadRequest models;                           // and of every other structure of the run
     AtomSelection atoms = AtomSelection::Calpha;  // what comparisons look at
 };
 

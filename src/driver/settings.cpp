@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <limits>
 #include <string_view>
 
 #include "base/file.h"
@@ -132,6 +133,9 @@ void checkBlocks(const Settings& settings) {
     if (!input.listFile || input.experimentFile || input.distanceFile || input.transformFile) {
         abend("Blocks are of runs over all pairs of a list: -l without -e");
     }
+    if (input.listIsPath || input.entry.allModels) {
+        abend("Blocks take a list by -l, and one model of each of its files");
+    }
     if (!settings.blocks.mergeFolder && !settings.output.exports.empty()) {
         abend("Blocks write no other files: leave out '%s'",
               optionName(settings.output.exports.front()).c_str());
@@ -201,6 +205,47 @@ void takePositionalForm(const Arguments& arguments, Settings& settings) {
     }
 }
 
+void takeModel(const OwnOptions& own, EntryRules& rules) {
+    rules.allModels = own.text("model") == "all";
+    if (!rules.allModels) rules.model = own.integer("model", 0, std::numeric_limits<int>::max());
+}
+
+void takeConformers(const OwnOptions& own, EntryRules& rules) {
+    const std::string value = own.text("altloc").value_or("best");
+    if (value == "first") {
+        rules.conformers = Conformers::First;
+    } else if (value.size() == 1) {
+        rules.conformers = Conformers::Lettered;
+        rules.conformer = value.front();
+    } else if (value != "best") {
+        abend("Option '--altloc' takes best, first or one letter, not '%s'", value.c_str());
+    }
+}
+
+// What is read of entries.
+void readEntryOptions(const OwnOptions& own, InputSettings& input) {
+    constexpr std::array<std::string_view, 1> kInputs = {"auto"};
+    constexpr std::array<std::string_view, 5> kImplying = {"chain", "chain-e", "chain-p", "model",
+                                                           "altloc"};
+    const bool isImplied = std::any_of(kImplying.begin(), kImplying.end(),
+                                       [&](std::string_view name) { return own.has(name); });
+    input.entry.readsPdb = own.choice("input", kInputs).has_value() || isImplied;
+    takeModel(own, input.entry);
+    takeConformers(own, input.entry);
+    const std::string chain = own.text("chain").value_or("");
+    input.experimentChain = own.text("chain-e").value_or(chain);
+    input.predictionChain = own.text("chain-p").value_or(chain);
+}
+
+// The list, which an older option may name, too.
+void readListOption(const OwnOptions& own, InputSettings& input) {
+    if (own.has("models")) {
+        if (input.listFile) abend("Option '--models' takes the place of -l");
+        input.listFile = own.text("models");
+        input.listIsPath = true;
+    }
+}
+
 Request chooseRequest(const TextFlags& texts, bool hasWork) {
     if (texts.version) return Request::Version;
     if (texts.extendedHelp) return Request::ExtendedHelp;
@@ -237,25 +282,31 @@ CommandLine readCommandLine(std::vector<std::string> values, Log& log) {
     line.settings.strict = own.has("strict");
     if (line.settings.strict) checkArguments(values);
     Arguments arguments(std::move(values));
-    if (arguments.count() < 2) {
+    if (arguments.count() < 2 && !own.has("models")) {
         line.request = Request::ShortUsage;
         return line;
     }
     Settings& settings = line.settings;
     readFileOptions(arguments, settings);
+    readEntryOptions(own, settings.input);
+    readListOption(own, settings.input);
     readClusterOptions(arguments, settings);
     log.setLogLevel(settings.output.logLevel);
     const TextFlags texts = readFlagOptions(arguments, settings);
     readSearchOptions(arguments, settings);
     readOwnOptions(own, settings);
 
-    const bool hasWork = !texts.help && !texts.extendedHelp && arguments.count() > 2;
+    const bool hasWork =
+        !texts.help && !texts.extendedHelp && (arguments.count() > 2 || settings.input.listIsPath);
     const bool hasMode = settings.input.listFile || settings.input.transformFile ||
                          settings.input.distanceFile ||
                          (settings.input.predictionFile && settings.input.experimentFile);
     if (hasWork && !hasMode) takePositionalForm(arguments, settings);
     line.request = chooseRequest(texts, hasWork);
     if (line.request != Request::Run) return line;
+    if (settings.input.entry.allModels && !settings.input.listFile) {
+        abend("Option '--model=all' needs a list: -l or --models");
+    }
     // The level is still the number that was given, -1 without one: the line appears only in runs
     // that ask for details.
     const bool printsOneThing =

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "chain/input/input.h"
 #include "compare/compare.h"
 #include "driver/export_forms.h"
 
@@ -27,7 +28,11 @@ struct InputSettings {
     std::optional<std::string> distanceFile;   // cluster this and compare nothing
     std::optional<std::string> transformFile;  // rank and cluster this and compare nothing
     std::optional<std::string> listFile;
+    bool listIsPath = false;  // the list may be a folder or a pattern, too: see readModelsAt()
     std::optional<std::string> exclusionFile;  // residues that no read returns
+    EntryRules entry;                          // but for the chain
+    std::string experimentChain;               // empty for the only one
+    std::string predictionChain;
     bool allAtoms = false;
 };
 

@@ -49,7 +49,7 @@ const std::map<std::string, std::string (*)(const CommandLine&)> kMembers = {
     MEMBER(input, transformFile), MEMBER(input, listFile), MEMBER(input, exclusionFile),
     MEMBER(input, allAtoms),
     {"readOptions", [](const CommandLine& line) {
-        return format("0x%X", unsigned{readPlan(line.settings).request.options}); }},
+        return format("0x%X", unsigned{readPlan(line.settings).models.options}); }},
     {"atoms", [](const CommandLine& line) { return std::string(
         readPlan(line.settings).atoms == AtomSelection::Calpha ? "calpha" : "backbone"); }},
     {"request", [](const CommandLine& line) {

@@ -11,7 +11,8 @@ constexpr int kLastAminoAcid = 23;  // rows of the residue table after it are nu
 
 void ChainBuilder::beginResidue(const ResidueLabel& label) {
     model_.residueName = label.name;
-    model_.residueType = static_cast<std::int16_t>(residueIndex(label.name.view()));
+    model_.residueType =
+        static_cast<std::int16_t>(label.type ? *label.type : residueIndex(label.name.view()));
     model_.residueNumber = label.id.number;
     model_.insertionCode = label.id.insertionCode;
     model_.chainId = label.chain.empty() ? ' ' : label.chain.front();
@@ -21,9 +22,9 @@ void ChainBuilder::beginResidue(const ResidueLabel& label) {
 
 std::vector<Atom>& ChainBuilder::currentAtoms() {
     if (!chains_.empty() && chains_[current_].name == chain_) return chains_[current_].atoms;
-    for (current_ = 0; current_ < chains_.size(); ++current_) {
-        if (chains_[current_].name == chain_) return chains_[current_].atoms;
-    }
+    const auto [place, isNew] = places_.emplace(chain_, chains_.size());
+    current_ = place->second;
+    if (!isNew) return chains_[current_].atoms;
     Chain& chain = chains_.emplace_back();
     chain.name = chain_;
     chain.number = static_cast<std::uint32_t>(chains_.size());

@@ -6,6 +6,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -20,6 +23,7 @@ struct ResidueLabel {
     FixedText<3> name;
     ResidueId id;
     std::string_view key;  // as in columns 23 to 27 of a PDB file, for ResidueExclusions
+    std::optional<int> type = std::nullopt;  // where it does not follow from the name
 };
 
 class ChainBuilder {
@@ -46,7 +50,8 @@ class ChainBuilder {
     Selection selection_;
     const ResidueExclusions& exclusions_;
     std::vector<Chain> chains_;
-    std::size_t atoms_ = 0;    // wanted so far
+    std::map<std::string, std::size_t, std::less<>> places_;  // of the chains, by name
+    std::size_t atoms_ = 0;                                   // wanted so far
     Atom model_;               // what all atoms of the residue have in common
     std::string chain_;        // name of the residue's chain, which comes to be with its first atom
     std::size_t current_ = 0;  // position of the chain that took an atom last

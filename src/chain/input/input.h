@@ -22,6 +22,7 @@ class Log;
 // that never ends gets there soon.
 inline constexpr std::size_t kLongestStructure = std::size_t{1} << 30;   // bytes, decompressed
 inline constexpr std::size_t kMostAtoms = std::size_t{1} << 24;          // of a structure file
+inline constexpr std::size_t kMostParts = std::size_t{1} << 16;          // chains and models of one
 inline constexpr std::size_t kLongestList = std::size_t{1} << 26;        // bytes
 inline constexpr std::size_t kLongestExclusions = std::size_t{1} << 24;  // bytes
 
@@ -46,8 +47,28 @@ enum ReadOptions : std::uint16_t {
     ReadCompleteModel = 0x8000,
 };
 
+// Which of a residue's alternate places are taken: those of the highest mean occupancy, the first
+// of equal ones; those that come first in the file; or those of a letter, and the best where a
+// residue does not have it.
+enum class Conformers : std::uint8_t { Best, First, Lettered };
+
+// What is taken of an entry, a file as databanks and predictors write them: protein residues,
+// HETATM or not, of one chain, one model and one conformer.  Text in mmCIF is always read as an
+// entry.
+struct EntryRules {
+    bool readsPdb = false;  // PDB text is, too, and the content tells what a file is
+    std::string chain{};    // by its author's name, or by mmCIF's own after "label:"; empty for
+                            // the only one
+    std::optional<int> model{};  // its number in a file of several; none for the
+                                 // first
+    bool allModels = false;      // in lists every model is a structure of its own
+    Conformers conformers = Conformers::Best;
+    char conformer = 'A';  // with Conformers::Lettered
+};
+
 struct ReadRequest {
     std::uint16_t options = ReadCalphaOnly | ReadCheckDuplicates | ReadCheckAll;
+    EntryRules entry;
     std::string templateSequence;  // expected one-letter codes by residue number; empty for none
     std::size_t minimumCalphas = 0;
     int maximumGap = 1;               // residue numbers, with ReadCheckGap
@@ -74,10 +95,11 @@ class ResidueExclusions {
     std::unordered_set<std::string> keys_;
 };
 
-// Reads a structure file: PDB text, the same gzip-compressed (suffix ".gz"), or standard input
-// ("-").  Selects atoms by the first of ReadAllAtoms, ReadBackboneAndBeta and ReadCalphaOnly that
-// is set, checks every chain and drops those that fail.  None, after ERROR lines, when no chain is
-// left or, with ReadSingleChain, when the file has more than one.
+// Reads a structure file: PDB text, or mmCIF where it begins with "data_", gzip-compressed (suffix
+// ".gz") or not, or standard input ("-").  Selects atoms by the first of ReadAllAtoms,
+// ReadBackboneAndBeta and ReadCalphaOnly that is set, checks every chain and drops those that fail.
+// None, after ERROR lines, when no chain is left or, with ReadSingleChain, when the file has more
+// than one.
 std::optional<ChainSet> readStructureFile(const std::string& path, const ReadRequest& request,
                                           const ResidueExclusions& exclusions, Log& log);
 
@@ -94,9 +116,10 @@ struct UnreadModel {
 
 // Reads the models that a list file names, one path a line, and appends those that can be read to
 // `list`; returns their number.  `counter` is the caller's running ID: it starts at 0, and every
-// line that names a file takes the next ID, whether the file can be read or not.  Those that cannot
-// are appended to `unread`, where there is one.  List and messages are the same by however many
-// threads the files are read.  With `wanted` only the models are read whose IDs it says yes to.
+// line that names a file takes the next ID, whether the file can be read or not; of a file whose
+// models are structures of their own every model does.  Files that cannot be read are appended to
+// `unread`, where there is one.  List and messages are the same by however many threads the files
+// are read.  With `wanted` only the models are read whose IDs it says yes to; their files hold one.
 std::size_t readModelList(const std::string& path, std::uint32_t& counter,
                           const ReadRequest& request, const ResidueExclusions& exclusions, Log& log,
                           ChainList& list, std::size_t threads = 1,
@@ -114,6 +137,14 @@ std::optional<ListSummary> summariseModelList(const std::string& path, Log& log)
 // CRC-32 (ISO 3309) of the bytes of a regular file, as they lie there; none for any other file, and
 // for one that cannot be read.
 std::optional<std::uint32_t> fileChecksum(const std::string& path);
+
+// The same for what `path` names: the structure files of a folder, in the natural order of their
+// names ("model_2" before "model_10"), those that match a pattern of the shell, one structure file,
+// or those of a list file, where relative paths count from the folder of the list.
+std::size_t readModelsAt(const std::string& path, std::uint32_t& counter,
+                         const ReadRequest& request, const ResidueExclusions& exclusions, Log& log,
+                         ChainList& list, std::size_t threads = 1,
+                         std::vector<UnreadModel>* unread = nullptr);
 
 // Adds the keys of a residue exclusion file (the first five characters of every line).  False,
 // after an ERROR line, when it cannot be read.

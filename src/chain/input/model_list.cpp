@@ -2,13 +2,18 @@
 #include <sys/stat.h>
 #include <zlib.h>
 
+#include <filesystem>
+#include <functional>
+#include <system_error>
 #include <utility>
 #include <vector>
 
 #include "base/file.h"
 #include "base/log.h"
 #include "base/parallel.h"
+#include "chain/input/all_models.h"
 #include "chain/input/input.h"
+#include "chain/input/model_paths.h"
 #include "chain/input/structure_text.h"
 
 namespace tervolanda {
@@ -47,12 +52,12 @@ void reportReadError(const LineReader& reader, const std::string& path, std::siz
 
 // Whether a file may be read aside, before its turn and together with others: not what gives its
 // bytes once only, as standard input does, and nothing large.
-bool mayBeReadAside(const std::string& path) {
+bool mayBeReadAside(const std::string& path, bool mayBePacked) {
     constexpr off_t kLargest = off_t{1} << 21;  // bytes
     constexpr off_t kGzipFactor = 8;
     struct stat status {};
     if (path == "-" || stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return false;
-    const off_t factor = fileKind(path) == FileKind::Gzip ? kGzipFactor : 1;
+    const off_t factor = mayBePacked || fileKind(path) == FileKind::Gzip ? kGzipFactor : 1;
     return status.st_size <= kLargest / factor;
 }
 
@@ -83,13 +88,15 @@ class UnreadNotes {
     Log& log_;
 };
 
-// The reading of one list.
+// The reading of the models that a list has, whatever the list is.
 class ListReading {
  public:
-    ListReading(LineReader& lines, const ReadRequest& request, const ResidueExclusions& exclusions,
+    // `nextPath` gives the path of the next file, none at the end.
+    ListReading(std::function<std::optional<std::string>()> nextPath, const ReadRequest& request,
+                const ResidueExclusions& exclusions,
                 const std::function<bool(std::uint32_t id)>& wanted, std::uint32_t& counter,
                 UnreadNotes& notes, ChainList& list)
-        : lines_(lines),
+        : nextPath_(std::move(nextPath)),
           request_(request),
           exclusions_(exclusions),
           wanted_(wanted),
@@ -100,31 +107,32 @@ class ListReading {
         request_.options |= ReadSingleChain;
     }
 
-    void readAll();
     void readAll(std::size_t threads);
-
-    std::size_t read() const { return read_; }
-    std::size_t tried() const { return tried_; }
+    // Says how many could be read from `source`, and returns it.
+    std::size_t finish(const std::string& source);
 
  private:
-    struct Model {
+    struct File {
         std::string path;
-        std::uint32_t id = 0;
+        std::uint32_t id = 0;  // of its model, where it stands for one
     };
-    // A model that is read aside, and what was said meanwhile.
+    // A file that is read aside, and what was said meanwhile.
     struct Reading {
-        Model model;
+        File file;
         bool isRead = false;
-        std::optional<Chain> chain;
+        std::vector<Chain> models;
         std::vector<std::pair<LogLevel, std::string>> lines;
     };
 
-    std::optional<Model> next();
+    std::optional<File> next();
+    std::vector<Chain> modelsOf(const File& file, Log& log) const;
+    void readBySeveral(std::size_t threads);
     void readAside(Reading& reading) const;
     void consume(Reading& reading);
-    void take(const Model& model, std::optional<Chain> chain);
+    void takeFile(const File& file, std::vector<Chain> models);
+    void takeModel(std::uint32_t id, Chain model);
 
-    LineReader& lines_;
+    std::function<std::optional<std::string>()> nextPath_;
     ReadRequest request_;
     const ResidueExclusions& exclusions_;
     const std::function<bool(std::uint32_t id)>& wanted_;
@@ -136,39 +144,64 @@ class ListReading {
     std::size_t tried_ = 0;
 };
 
-std::optional<ListReading::Model> ListReading::next() {
-    while (const auto line = lines_.next(kLineLimit)) {
-        const std::string_view path = pathIn(*line);
-        if (path.empty()) continue;
+std::optional<ListReading::File> ListReading::next() {
+    while (auto path = nextPath_()) {
+        if (request_.entry.allModels) return File{*std::move(path)};
         ++counter_;
-        if (!wanted_ || wanted_(counter_)) return Model{std::string(path), counter_};
+        if (!wanted_ || wanted_(counter_)) return File{*std::move(path), counter_};
     }
     return std::nullopt;
 }
 
-// The next model, if it could be read.
-void ListReading::take(const Model& model, std::optional<Chain> chain) {
+std::vector<Chain> ListReading::modelsOf(const File& file, Log& log) const {
+    if (request_.entry.allModels) return readAllModels(file.path, request_, exclusions_, log);
+    std::vector<Chain> models;
+    if (auto chain = readChain(file.path, request_, exclusions_, log))
+        models.push_back(*std::move(chain));
+    return models;
+}
+
+// The models of the next file; one that could not be read counts, too.
+void ListReading::takeFile(const File& file, std::vector<Chain> models) {
+    if (models.empty()) {
+        const std::uint32_t id = request_.entry.allModels ? ++counter_ : file.id;
+        notes_.finishFile(id, file.path, false);
+        ++tried_;
+        return;
+    }
+    notes_.finishFile(file.id, file.path, true);
+    for (Chain& model : models)
+        takeModel(request_.entry.allModels ? ++counter_ : file.id, std::move(model));
+}
+
+void ListReading::takeModel(std::uint32_t id, Chain model) {
     ++tried_;
-    notes_.finishFile(model.id, model.path, chain.has_value());
-    if (!chain) return;
     if (read_ % kProgressStep == 0) {
         log_.progress(0, "Successfully read %d PDBs", static_cast<int>(read_));
     }
-    chain->number = model.id;
-    list_.chains.push_back(*std::move(chain));
+    model.number = id;
+    list_.chains.push_back(std::move(model));
     ++read_;
 }
 
-void ListReading::readAll() {
-    while (const auto model = next())
-        take(*model, readChain(model->path, request_, exclusions_, log_));
+void ListReading::readAll(std::size_t threads) {
+    if (threads > 1) return readBySeveral(threads);
+    while (const auto file = next())
+        takeFile(*file, modelsOf(*file, log_));
 }
 
-// A model of which there is much to say is left to its turn.
+std::size_t ListReading::finish(const std::string& source) {
+    log_.progress(0, "Successfully read %d / %d PDBs from %s", static_cast<int>(read_),
+                  static_cast<int>(tried_), source.c_str());
+    log_.endProgress();
+    return read_;
+}
+
+// A file of which there is much to say is left to its turn.
 void ListReading::readAside(Reading& reading) const {
     constexpr std::size_t kMostBytes = std::size_t{1} << 16;
     reading.lines.clear();
-    reading.isRead = mayBeReadAside(reading.model.path);
+    reading.isRead = mayBeReadAside(reading.file.path, request_.entry.readsPdb);
     if (!reading.isRead) return;
     std::size_t bytes = 0;
     Log log([&](LogLevel severity, std::string_view text) {
@@ -176,25 +209,24 @@ void ListReading::readAside(Reading& reading) const {
         if (bytes <= kMostBytes) reading.lines.emplace_back(severity, text);
     });
     log.setLogLevel(log_.logLevel());
-    reading.chain = readChain(reading.model.path, request_, exclusions_, log);
+    reading.models = modelsOf(reading.file, log);
     reading.isRead = bytes <= kMostBytes;
 }
 
 void ListReading::consume(Reading& reading) {
-    const Model& model = reading.model;
-    if (!reading.isRead) return take(model, readChain(model.path, request_, exclusions_, log_));
+    if (!reading.isRead) return takeFile(reading.file, modelsOf(reading.file, log_));
     for (const auto& [severity, text] : reading.lines)
         log_.passOn(severity, text);
-    take(model, std::move(reading.chain));
+    takeFile(reading.file, std::move(reading.models));
 }
 
-void ListReading::readAll(std::size_t threads) {
+void ListReading::readBySeveral(std::size_t threads) {
     constexpr std::size_t kSlots = 4;  // of a thread
     std::vector<Reading> readings(threads * kSlots);
     const auto claim = [&](std::size_t slot) {
-        std::optional<Model> model = next();
-        if (model) readings[slot].model = *std::move(model);
-        return model.has_value();
+        std::optional<File> file = next();
+        if (file) readings[slot].file = *std::move(file);
+        return file.has_value();
     };
     runInOrder({threads, readings.size(), 0, claim,
                 [&](std::size_t slot, std::size_t) {
@@ -204,31 +236,77 @@ void ListReading::readAll(std::size_t threads) {
                 [&](std::size_t slot) { consume(readings[slot]); }});
 }
 
-}  // namespace
+// The structure files that a path stands for: those of a folder, or that match a pattern, or
+// itself; none when it is a list.
+std::optional<std::vector<std::string>> filesAt(const std::string& path) {
+    std::error_code ignored;
+    if (std::filesystem::is_directory(path, ignored)) return structuresIn(path);
+    if (std::filesystem::exists(path, ignored)) {
+        if (!namesStructure(path)) return std::nullopt;
+        return std::vector{path};
+    }
+    if (isPattern(path)) return filesMatching(path);
+    return std::nullopt;
+}
 
-std::size_t readModelList(const std::string& path, std::uint32_t& counter,
-                          const ReadRequest& request, const ResidueExclusions& exclusions, Log& log,
-                          ChainList& list, std::size_t threads, std::vector<UnreadModel>* unread,
-                          const std::function<bool(std::uint32_t id)>& wanted) {
+// The models of a list file, where relative paths count from `folder`; empty for the working
+// directory.
+std::size_t readListFile(const std::string& path, const std::filesystem::path& folder,
+                         std::uint32_t& counter, const ReadRequest& request,
+                         const ResidueExclusions& exclusions, Log& log, ChainList& list,
+                         std::size_t threads, std::vector<UnreadModel>* unread,
+                         const std::function<bool(std::uint32_t id)>& wanted) {
     log.info(0, "Reading PDB list file '%s'", path.c_str());
     const FileHandle file = openForReading(path);
     if (!file) {
         log.error(0, "Can't open model list file '%s' - %s", path.c_str(), systemErrorText());
         return 0;
     }
-    LineReader reader(file.get(), kLongestList);
+    LineReader lines(file.get(), kLongestList);
+    const auto nextPath = [&]() -> std::optional<std::string> {
+        while (const auto line = lines.next(kLineLimit)) {
+            const std::string_view model = pathIn(*line);
+            if (model.empty()) continue;
+            if (folder.empty() || model == "-") return std::string(model);
+            return (folder / model).string();
+        }
+        return std::nullopt;
+    };
     UnreadNotes notes(log, unread);
-    ListReading reading(reader, request, exclusions, wanted, counter, notes, list);
-    if (threads > 1) {
-        reading.readAll(threads);
-    } else {
-        reading.readAll();
+    ListReading reading(nextPath, request, exclusions, wanted, counter, notes, list);
+    reading.readAll(threads);
+    reportReadError(lines, path, kLongestList, log);
+    return reading.finish("list file '" + path + "'");
+}
+
+}  // namespace
+
+std::size_t readModelList(const std::string& path, std::uint32_t& counter,
+                          const ReadRequest& request, const ResidueExclusions& exclusions, Log& log,
+                          ChainList& list, std::size_t threads, std::vector<UnreadModel>* unread,
+                          const std::function<bool(std::uint32_t id)>& wanted) {
+    return readListFile(path, {}, counter, request, exclusions, log, list, threads, unread, wanted);
+}
+
+std::size_t readModelsAt(const std::string& path, std::uint32_t& counter,
+                         const ReadRequest& request, const ResidueExclusions& exclusions, Log& log,
+                         ChainList& list, std::size_t threads, std::vector<UnreadModel>* unread) {
+    const auto files = filesAt(path);
+    if (!files) {
+        const std::filesystem::path folder = std::filesystem::path(path).parent_path();
+        return readListFile(path, folder, counter, request, exclusions, log, list, threads, unread,
+                            {});
     }
-    reportReadError(reader, path, kLongestList, log);
-    log.progress(0, "Successfully read %d / %d PDBs from list file '%s'",
-                 static_cast<int>(reading.read()), static_cast<int>(reading.tried()), path.c_str());
-    log.endProgress();
-    return reading.read();
+    log.info(0, "Reading %zu structure files of '%s'", files->size(), path.c_str());
+    std::size_t next = 0;
+    const auto nextPath = [&] {
+        return next < files->size() ? std::optional((*files)[next++]) : std::nullopt;
+    };
+    UnreadNotes notes(log, unread);
+    const std::function<bool(std::uint32_t)> all;
+    ListReading reading(nextPath, request, exclusions, all, counter, notes, list);
+    reading.readAll(threads);
+    return reading.finish("'" + path + "'");
 }
 
 std::optional<ListSummary> summariseModelList(const std::string& path, Log& log) {

@@ -12,40 +12,20 @@
 
 namespace tervolanda {
 
+AtomRecord::AtomRecord(std::string_view line, bool isPadded) {
+    line = line.substr(0, kPdbRecordWidth);
+    if (line.ends_with('\n')) line.remove_suffix(1);
+    if (line.ends_with('\r')) line.remove_suffix(1);
+    isFull_ = line.size() == kPdbRecordWidth;
+    if (line.size() < (isPadded ? kPdbRecordWidth : kPlacementWidth)) {
+        std::fill(padded_.begin() + static_cast<std::ptrdiff_t>(line.size()), padded_.end(), ' ');
+        std::copy(line.begin(), line.end(), padded_.begin());
+        line = {padded_.data(), padded_.size()};
+    }
+    text_ = line.data();
+}
+
 namespace {
-
-constexpr std::size_t kPlacementWidth = 54;  // up to the z coordinate
-
-// The columns of an atom record, counted from 1.  Columns up to 54 that its line does not have are
-// blank; those after them are there in records of full width only.
-class Record {
- public:
-    explicit Record(std::string_view line) {
-        line = line.substr(0, kPdbRecordWidth);
-        if (line.ends_with('\n')) line.remove_suffix(1);
-        if (line.ends_with('\r')) line.remove_suffix(1);
-        isFull_ = line.size() == kPdbRecordWidth;
-        if (line.size() < kPlacementWidth) {
-            padded_.fill(' ');
-            std::copy(line.begin(), line.end(), padded_.begin());
-            line = {padded_.data(), padded_.size()};
-        }
-        text_ = line.data();
-    }
-    Record(const Record&) = delete;
-    Record& operator=(const Record&) = delete;
-
-    std::string_view columns(std::size_t first, std::size_t last) const {
-        return {text_ + first - 1, last - first + 1};
-    }
-    char column(std::size_t place) const { return text_[place - 1]; }
-    bool isFull() const { return isFull_; }
-
- private:
-    const char* text_;  // the line itself or the padded copy
-    std::array<char, kPlacementWidth> padded_;
-    bool isFull_;
-};
 
 // Eight columns as one number, the first in its lowest byte.
 std::uint64_t packedColumns(const char* text) {
@@ -92,7 +72,7 @@ bool namesHydrogen(const FixedText<4>& name) {
     return name[1] == 'H' && (name[0] == ' ' || (name[0] >= '0' && name[0] <= '9'));
 }
 
-double coordinate(const Record& record, std::size_t first) {
+double coordinate(const AtomRecord& record, std::size_t first) {
     const std::string_view field = record.columns(first, first + 7);
     return fieldReal(field, packedColumns(field.data()));
 }
@@ -101,7 +81,7 @@ double coordinate(const Record& record, std::size_t first) {
 // it the same number with three.  There are columns on both sides.  Most numbers are the same as in
 // the record before, the `latest`: all occupancies, and the B-factors of a residue in a prediction.
 // Looking at that first takes a tenth off reading all atoms of plain files.
-double shortReal(const Record& record, std::size_t first, ShortField& latest) {
+double shortReal(const AtomRecord& record, std::size_t first, ShortField& latest) {
     const std::uint64_t columns =
         (packedColumns(record.columns(first - 1, first + 6).data()) & 0x00FFFFFFFFFFFF00) |
         0x3000000000000020;
@@ -112,7 +92,7 @@ double shortReal(const Record& record, std::size_t first, ShortField& latest) {
 }
 
 // What only records of full width have, but for the numbers.
-void takeFullWidthTexts(const Record& record, Atom& atom) {
+void takeFullWidthTexts(const AtomRecord& record, Atom& atom) {
     atom.segmentId.assign(record.columns(73, 76));
     atom.element.assign(record.columns(77, 78));
     atom.charge.assign(record.columns(79, 80));
@@ -120,7 +100,7 @@ void takeFullWidthTexts(const Record& record, Atom& atom) {
 }
 
 // What shows that fields are not where they belong.
-std::string misplacementIn(const Record& record) {
+std::string misplacementIn(const AtomRecord& record) {
     const std::string_view residue = record.columns(23, 27);
     if (record.column(27) >= '0' && record.column(27) <= '9')
         return "residue number '" + std::string(residue) + "' has five columns";
@@ -135,7 +115,7 @@ std::string misplacementIn(const Record& record) {
 }  // namespace
 
 void AtomRecordReader::take(std::string_view line) {
-    const Record record(line);
+    const AtomRecord record(line);
     const std::string_view residue = record.columns(18, 27);
     if (residue != residueColumns_.view()) beginResidue(residue);
     Atom* const atom = builder_.add(record.columns(13, 16));

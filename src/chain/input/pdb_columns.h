@@ -1,6 +1,7 @@
 // Makes atoms of the ATOM records of a PDB file.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -13,6 +14,29 @@ namespace tervolanda {
 class ChainBuilder;
 
 inline constexpr std::size_t kPdbRecordWidth = 80;
+
+// The columns of an atom record, counted from 1.  Columns up to 54 that its line does not have are
+// blank; those after them are there in records of full width only, or when the record is padded.
+class AtomRecord {
+ public:
+    // What stands after column 80, and the line end, is no part of the record.
+    explicit AtomRecord(std::string_view line, bool isPadded = false);
+    AtomRecord(const AtomRecord&) = delete;
+    AtomRecord& operator=(const AtomRecord&) = delete;
+
+    std::string_view columns(std::size_t first, std::size_t last) const {
+        return {text_ + first - 1, last - first + 1};
+    }
+    char column(std::size_t place) const { return text_[place - 1]; }
+    bool isFull() const { return isFull_; }
+
+ private:
+    static constexpr std::size_t kPlacementWidth = 54;  // up to the z coordinate
+
+    const char* text_;  // the line itself or the padded copy
+    std::array<char, kPdbRecordWidth> padded_;
+    bool isFull_;
+};
 
 // A number in six columns, and these as one.
 struct ShortField {

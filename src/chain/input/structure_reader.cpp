@@ -1,17 +1,26 @@
 // One structure file, from its bytes to chains that can be compared: which reader makes atoms of
-// it, and which sets of chains are refused.  Only lines that begin with "ATOM" count; compressed
-// text is searched for them as it comes.
+// it, and which sets of chains are refused.  Of PDB text that is not read as an entry only lines
+// that begin with "ATOM" count; compressed text is searched for them as it comes.
+#include <algorithm>
+#include <cstdlib>
+#include <functional>
+#include <set>
 #include <utility>
 #include <vector>
 
 #include "base/log.h"
+#include "chain/input/all_models.h"
 #include "chain/input/chain_builder.h"
 #include "chain/input/checks.h"
+#include "chain/input/entry.h"
 #include "chain/input/input.h"
+#include "chain/input/mmcif_atoms.h"
 #include "chain/input/pdb_columns.h"
+#include "chain/input/pdb_entry.h"
 #include "chain/input/record_scanner.h"
 #include "chain/input/request.h"
 #include "chain/input/structure_text.h"
+#include "chain/input/text_lines.h"
 
 namespace tervolanda {
 
@@ -24,43 +33,143 @@ bool isInPlace(const AtomRecordReader& reader, const std::string& path, Log& log
     return false;
 }
 
-// The next functions make atoms of all records of a file; false, after an ERROR line, when it
-// cannot be opened or is too long.  They end early when the builder takes no more.
+// A file on its way: what is read of it, and what it is read for.
+struct Reading {
+    const std::string& path;
+    const ReadRequest& request;
+    bool allModels;  // of an entry
+    const ResidueExclusions& exclusions;
+    Log& log;
+};
 
-bool readPlainRecords(const std::string& path, bool isStrict, ChainBuilder& builder, Log& log) {
-    PlainText text(path, log);
-    if (!text.isOpen()) return false;
-    AtomRecordReader reader(builder, isStrict);
-    while (const auto piece = text.next(kPdbRecordWidth)) {
+// What a file holds: an entry's models, or the chains of a PDB file as one.
+struct Contents {
+    std::vector<EntryModel> models{};
+    bool isEntry = false;
+    bool isFaulty = false;                             // after an ERROR line
+    std::set<std::string, std::less<>> otherChains{};  // that the rules leave out
+};
+
+// The next functions make atoms of all that a file holds; none, after an ERROR line, when it cannot
+// be used.  They end early when the builder takes no more.
+
+bool beginsMmcif(std::string_view text) {
+    return text.starts_with("data_");
+}
+
+// The same with blank lines and comments before it, in any case of letters.
+bool isMmcif(std::string_view text) {
+    for (text = trimBlanks(text); text.starts_with('#'); text = trimBlanks(text))
+        text.remove_prefix(std::min(text.find_first_of("\r\n"), text.size()));
+    std::string start(text.substr(0, 5));
+    for (char& c : start)
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + ('a' - 'A'));
+    return beginsMmcif(start);
+}
+
+// `piece` is the first of the text, next() gives the others.
+template <typename Reader, typename Text, typename Next>
+std::optional<Contents> readEntry(const Reading& reading, Text& text,
+                                  std::optional<std::string_view> piece, const Next& next) {
+    const ReadRequest& request = reading.request;
+    EntryBuilder builder(request.entry, reading.allModels, selectionOf(request.options),
+                         reading.exclusions);
+    Reader reader(builder);
+    while (piece && reader.append(*piece))
+        piece = next();
+    if (!text.finish()) return std::nullopt;
+    reader.finish();
+    const char* const path = reading.path.c_str();
+    Log& log = reading.log;
+    if (builder.exceeds()) {
+        log.error(0, "Input file '%s' has more than %zu atoms, or %zu chains and models", path,
+                  kMostAtoms, kMostParts);
+        return std::nullopt;
+    }
+    if (!text.isWhole()) log.error(0, "Input file '%s' is damaged or cut short", path);
+    const TextFault& fault = reader.fault();
+    if (fault.line != 0) {
+        log.error(0, "Input file '%s', line %zu: %s", path, fault.line, fault.text.c_str());
+    }
+    return Contents{.models = builder.finish(),
+                    .isEntry = true,
+                    .isFaulty = !text.isWhole() || fault.line != 0,
+                    .otherChains = builder.otherChains()};
+}
+
+std::optional<Contents> chainsOf(ChainBuilder& builder, const Reading& reading) {
+    if (builder.exceeds()) {
+        reading.log.error(0, "Input file '%s' has more than %zu atoms", reading.path.c_str(),
+                          kMostAtoms);
+        return std::nullopt;
+    }
+    Contents contents;
+    contents.models.push_back({1, std::move(builder.chains())});
+    return contents;
+}
+
+std::optional<Contents> readPlain(const Reading& reading) {
+    PlainText text(reading.path, reading.log);
+    if (!text.isOpen()) return std::nullopt;
+    auto piece = text.next(kPdbRecordWidth);
+    if (piece && beginsMmcif(*piece)) {
+        return readEntry<MmcifReader>(reading, text, piece,
+                                      [&] { return text.next(LineSplitter::kLongestLine); });
+    }
+    ChainBuilder builder(selectionOf(reading.request.options), reading.exclusions);
+    AtomRecordReader reader(builder, reading.request.strictColumns);
+    for (; piece && !builder.exceeds(); piece = text.next(kPdbRecordWidth))
         if (piece->starts_with("ATOM")) reader.take(*piece);
-        if (builder.exceeds()) break;
-    }
-    return text.finish() && isInPlace(reader, path, log);
+    if (!text.finish() || !isInPlace(reader, reading.path, reading.log)) return std::nullopt;
+    return chainsOf(builder, reading);
 }
 
-bool readScannedRecords(const std::string& path, bool isStrict, ChainBuilder& builder, Log& log) {
-    GzipText text(path, log);
-    if (!text.isOpen()) return false;
-    AtomRecordReader reader(builder, isStrict);
+std::optional<Contents> readCompressed(const Reading& reading) {
+    GzipText text(reading.path, reading.log);
+    if (!text.isOpen()) return std::nullopt;
+    auto piece = text.next();
+    if (piece && beginsMmcif(*piece)) {
+        return readEntry<MmcifReader>(reading, text, piece, [&] { return text.next(); });
+    }
+    ChainBuilder builder(selectionOf(reading.request.options), reading.exclusions);
+    AtomRecordReader reader(builder, reading.request.strictColumns);
     RecordScanner scanner(reader);
-    while (const auto piece = text.next()) {
+    for (; piece && !builder.exceeds(); piece = text.next())
         scanner.append(*piece);
-        if (builder.exceeds()) break;
-    }
-    if (!text.finish()) return false;
+    if (!text.finish()) return std::nullopt;
     scanner.finish();
-    return isInPlace(reader, path, log);
+    if (!isInPlace(reader, reading.path, reading.log)) return std::nullopt;
+    return chainsOf(builder, reading);
 }
 
-bool readAtoms(const std::string& path, FileKind kind, bool isStrict, ChainBuilder& builder,
-               Log& log) {
-    return kind == FileKind::Gzip ? readScannedRecords(path, isStrict, builder, log)
-                                  : readPlainRecords(path, isStrict, builder, log);
+std::optional<Contents> readAny(const Reading& reading) {
+    AnyText text(reading.path, reading.log);
+    if (!text.isOpen()) return std::nullopt;
+    auto piece = text.next();
+    const auto next = [&] { return text.next(); };
+    constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+    if (piece && piece->starts_with(kByteOrderMark)) piece->remove_prefix(kByteOrderMark.size());
+    if (piece && isMmcif(*piece)) return readEntry<MmcifReader>(reading, text, piece, next);
+    return readEntry<PdbEntryReader>(reading, text, piece, next);
+}
+
+std::optional<Contents> readContents(const Reading& reading) {
+    if (reading.request.entry.readsPdb) return readAny(reading);
+    switch (fileKind(reading.path)) {
+        case FileKind::Plain:
+            return readPlain(reading);
+        case FileKind::Gzip:
+            return readCompressed(reading);
+        case FileKind::Binary:
+            reading.log.error(0, "Failed to read loop DB binary file '%s'", reading.path.c_str());
+            return Contents{.isFaulty = true};
+    }
+    std::abort();
 }
 
 // Of the chains of a file those that the request can use, residues built; none, after ERROR lines,
 // when it cannot use the file.
-std::vector<Chain> usableChains(std::vector<Chain> chains, const ReadRequest& request, Log& log) {
+std::vector<Chain> usableChains(std::vector<Chain>& chains, const ReadRequest& request, Log& log) {
     if (chains.empty()) log.error(0, "PDB contains no chains");
     if ((request.options & ReadSingleChain) != 0 && chains.size() > 1) {
         log.error(0, "Multiple chains in PDB: %d", static_cast<int>(chains.size()));
@@ -88,22 +197,56 @@ std::optional<ChainSet> setOf(const std::string& path, std::vector<Chain> chains
     return ChainSet{.chains = std::move(chains), .fileName = path, .number = 0};
 }
 
+// The names, for a message.
+std::string listed(const std::vector<std::string>& names) {
+    constexpr std::size_t kMost = 20;
+    std::string text;
+    for (std::size_t i = 0; i < std::min(names.size(), kMost); ++i)
+        text += (i > 0 ? ", " : "") + (names[i] == " " ? "a blank" : names[i]);
+    return names.size() > kMost ? text + " ..." : text;
+}
+
+// What to choose in an entry whose chains are not the one that is wanted.
+void explainChoice(const Reading& reading, const std::vector<Chain>& chains,
+                   const std::set<std::string, std::less<>>& others) {
+    const EntryRules& rules = reading.request.entry;
+    const char* const path = reading.path.c_str();
+    std::vector<std::string> names(others.begin(), others.end());
+    for (const Chain& chain : chains)
+        names.push_back(chain.name);
+    if (chains.size() > 1) {
+        reading.log.error(0, "Input file '%s' has the protein chains %s: choose one with --chain",
+                          path, listed(names).c_str());
+    } else if (!names.empty()) {
+        reading.log.error(0, "Input file '%s' has no protein chain '%s', but %s", path,
+                          rules.chain.c_str(), listed(names).c_str());
+    } else if (rules.model) {
+        reading.log.error(0, "Input file '%s' has no protein in a model %d", path, *rules.model);
+    } else {
+        reading.log.error(0, "Input file '%s' has no protein", path);
+    }
+}
+
+// The usable chains of the contents' first model.
+std::vector<Chain> usableChains(Contents& contents, const Reading& reading) {
+    if (contents.isFaulty) return {};
+    std::vector<Chain> chains;
+    if (!contents.models.empty()) chains = std::move(contents.models.front().chains);
+    const bool isSingle = (reading.request.options & ReadSingleChain) != 0;
+    const bool needsChoice = chains.empty() || (isSingle && chains.size() > 1);
+    std::vector<Chain> usable = usableChains(chains, reading.request, reading.log);
+    if (contents.isEntry && needsChoice) explainChoice(reading, chains, contents.otherChains);
+    return usable;
+}
+
 }  // namespace
 
 std::optional<ChainSet> readStructureFile(const std::string& path, const ReadRequest& request,
                                           const ResidueExclusions& exclusions, Log& log) {
-    const FileKind kind = fileKind(path);
-    if (kind == FileKind::Binary) {
-        log.error(0, "Failed to read loop DB binary file '%s'", path.c_str());
-        return setOf(path, {}, log);
-    }
-    ChainBuilder builder(selectionOf(request.options), exclusions);
-    if (!readAtoms(path, kind, request.strictColumns, builder, log)) return std::nullopt;
-    if (builder.exceeds()) {
-        log.error(0, "Input file '%s' has more than %zu atoms", path.c_str(), kMostAtoms);
-        return std::nullopt;
-    }
-    return setOf(path, usableChains(std::move(builder.chains()), request, log), log);
+    const Reading reading{path, request, false, exclusions, log};
+    auto contents = readContents(reading);
+    if (!contents) return std::nullopt;
+    return setOf(path, usableChains(*contents, reading), log);
 }
 
 std::optional<Chain> readChain(const std::string& path, const ReadRequest& request,
@@ -115,6 +258,30 @@ std::optional<Chain> readChain(const std::string& path, const ReadRequest& reque
     Chain chain = std::move(set->chains.front());
     chain.fileName = set->fileName;
     return chain;
+}
+
+std::vector<Chain> readAllModels(const std::string& path, const ReadRequest& request,
+                                 const ResidueExclusions& exclusions, Log& log) {
+    ReadRequest single = request;
+    single.options |= ReadSingleChain;
+    const Reading reading{path, single, true, exclusions, log};
+    std::vector<Chain> chains;
+    auto contents = readContents(reading);
+    if (!contents) return chains;
+    if (contents->isFaulty || contents->models.empty()) {
+        setOf(path, usableChains(*contents, reading), log);
+        return chains;
+    }
+    for (EntryModel& model : contents->models) {
+        Contents one{
+            {std::move(model)}, contents->isEntry, contents->isFaulty, contents->otherChains};
+        const std::string name = path + ":" + std::to_string(one.models.front().number);
+        auto set = setOf(name, usableChains(one, reading), log);
+        if (!set) continue;
+        chains.push_back(std::move(set->chains.front()));
+        chains.back().fileName = name;
+    }
+    return chains;
 }
 
 }  // namespace tervolanda

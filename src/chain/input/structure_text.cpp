@@ -3,6 +3,7 @@
 #include "chain/input/structure_text.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 #include <zlib.h>
 
 #include <algorithm>
@@ -63,6 +64,13 @@ std::optional<std::string> inflateWhole(std::string packed) {
     return text;
 }
 
+// Whether what was read of a compressed file is all of it.
+bool isGzWhole(gzFile_s* file) {
+    int error = Z_OK;
+    gzerror(file, &error);
+    return error == Z_OK || error == Z_STREAM_END;
+}
+
 }  // namespace
 
 FileKind fileKind(const std::string& path) {
@@ -92,7 +100,7 @@ bool PlainText::finish() {
     return true;
 }
 
-void GzipText::GzCloser::operator()(gzFile_s* file) const {
+void GzCloser::operator()(gzFile_s* file) const {
     gzclose(file);
 }
 
@@ -129,6 +137,43 @@ bool GzipText::finish() {
     if (length_ > kLongestStructure) return refuseLength(path_, log_);
     if (failed_) log_.error(0, "Problem reading compressed data stream");
     return true;
+}
+
+bool GzipText::isWhole() const {
+    return whole_ || isGzWhole(file_.get());
+}
+
+AnyText::AnyText(const std::string& path, Log& log) : path_(path), log_(log) {
+    constexpr unsigned kBuffer = 1U << 17;  // bytes, packed
+    constexpr std::size_t kBlock = std::size_t{1} << 18;
+    FileHandle opened;
+    if (path != "-" && !hasNul(path)) opened = openForReading(path);
+    const int descriptor = path == "-" ? dup(STDIN_FILENO)
+                           : opened    ? dup(fileno(opened.get()))
+                                       : -1;
+    if (descriptor >= 0) file_.reset(gzdopen(descriptor, "rb"));
+    if (!file_) {
+        log.error(0, "Can't open input file '%s' - %s", path.c_str(), systemErrorText());
+        return;
+    }
+    gzbuffer(file_.get(), kBuffer);
+    block_.resize(kBlock);
+}
+
+std::optional<std::string_view> AnyText::next() {
+    const int got = gzread(file_.get(), block_.data(), static_cast<unsigned>(block_.size()));
+    if (got <= 0) return std::nullopt;
+    length_ += static_cast<std::size_t>(got);
+    if (length_ > kLongestStructure) return std::nullopt;
+    return std::string_view(block_.data(), static_cast<std::size_t>(got));
+}
+
+bool AnyText::finish() {
+    return length_ <= kLongestStructure || refuseLength(path_, log_);
+}
+
+bool AnyText::isWhole() const {
+    return isGzWhole(file_.get());
 }
 
 }  // namespace tervolanda

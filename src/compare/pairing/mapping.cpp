@@ -36,7 +36,7 @@ void appendRecord(const Atom& atom, std::uint8_t atomKey, std::uint32_t residue,
     set.residueIndex.push_back(residue);
     set.residueKey.push_back(atom.residueId().key());
     set.atomKey.push_back(atomKey);
-    set.sequence.push_back(oneLetterCode(atom.residueName.view()));
+    set.sequence.push_back(oneLetterCode(atom));
 }
 
 // Room for a record of every residue.

@@ -1,0 +1,16 @@
+// The models of one entry as structures of their own.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "chain/input/input.h"
+
+namespace tervolanda {
+
+// The chain of every model of the file, "path:n" its file name for model n.  One that cannot be
+// used is missing, after ERROR lines.
+std::vector<Chain> readAllModels(const std::string& path, const ReadRequest& request,
+                                 const ResidueExclusions& exclusions, Log& log);
+
+}  // namespace tervolanda

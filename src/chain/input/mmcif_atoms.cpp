@@ -1,0 +1,205 @@
+// Rows mostly belong to the residue of the row before, which is seen by comparing their texts; only
+// of an atom that is wanted are the numbers converted.
+#include "chain/input/mmcif_atoms.h"
+
+#include <algorithm>
+
+#include "base/format.h"
+#include "chain/input/entry.h"
+#include "chain/input/entry_fields.h"
+
+namespace tervolanda {
+
+namespace {
+
+enum Category : int { kAtomSite, kEntity, kPolymer };
+
+// Places in the table of items; the first ones tell residues apart.
+enum Item : std::size_t {
+    kAuthChain,
+    kLabelChain,
+    kEntityOfAtom,
+    kAuthResidue,
+    kLabelResidue,
+    kAuthNumber,
+    kLabelNumber,
+    kInsertion,
+    kModel,
+    kAuthAtom,
+    kLabelAtom,
+    kSymbol,
+    kConformer,
+    kX,
+    kY,
+    kZ,
+    kOccupancy,
+    kBFactor,
+    kCharge,
+    kIdOfEntity,
+    kTypeOfEntity,
+    kIdOfPolymer,
+    kTypeOfPolymer,
+};
+constexpr std::size_t kPlaceItems = kModel + 1;
+
+constexpr auto kItems = std::to_array<CifItem>({
+    {"_atom_site.auth_asym_id", kAtomSite},
+    {"_atom_site.label_asym_id", kAtomSite},
+    {"_atom_site.label_entity_id", kAtomSite},
+    {"_atom_site.auth_comp_id", kAtomSite},
+    {"_atom_site.label_comp_id", kAtomSite},
+    {"_atom_site.auth_seq_id", kAtomSite},
+    {"_atom_site.label_seq_id", kAtomSite},
+    {"_atom_site.pdbx_pdb_ins_code", kAtomSite},
+    {"_atom_site.pdbx_pdb_model_num", kAtomSite},
+    {"_atom_site.auth_atom_id", kAtomSite},
+    {"_atom_site.label_atom_id", kAtomSite},
+    {"_atom_site.type_symbol", kAtomSite},
+    {"_atom_site.label_alt_id", kAtomSite},
+    {"_atom_site.cartn_x", kAtomSite},
+    {"_atom_site.cartn_y", kAtomSite},
+    {"_atom_site.cartn_z", kAtomSite},
+    {"_atom_site.occupancy", kAtomSite},
+    {"_atom_site.b_iso_or_equiv", kAtomSite},
+    {"_atom_site.pdbx_formal_charge", kAtomSite},
+    {"_entity.id", kEntity},
+    {"_entity.type", kEntity},
+    {"_entity_poly.entity_id", kPolymer},
+    {"_entity_poly.type", kPolymer},
+});
+static_assert(kItems.size() == kTypeOfPolymer + 1);
+
+constexpr std::size_t kLongestChainName = 64;
+
+// A number without its uncertainty: "1.25(4)" is 1.25.
+std::string_view withoutUncertainty(std::string_view number) {
+    return number.ends_with(')') ? number.substr(0, number.find('(')) : number;
+}
+
+// As in columns 79 and 80 of a PDB file.
+FixedText<2> columnsOfCharge(std::string_view charge) {
+    const std::int64_t value = wholeInteger(charge).value_or(0);
+    FixedText<2> columns;
+    if (value == 0 || value < -9 || value > 9) return columns;
+    columns[0] = static_cast<char>('0' + (value < 0 ? -value : value));
+    columns[1] = value < 0 ? '-' : '+';
+    return columns;
+}
+
+}  // namespace
+
+MmcifReader::MmcifReader(EntryBuilder& builder)
+    : builder_(builder),
+      parser_(
+          kItems, [this](int category) { return takeRow(category); },
+          [this] { return beginBlock(); }) {}
+
+bool MmcifReader::fail(std::string why) {
+    fault_ = {lines_.number(), std::move(why)};
+    return false;
+}
+
+bool MmcifReader::append(std::string_view piece) {
+    if (isDone_) return false;
+    isDone_ = !lines_.append(piece, [this](std::string_view line) { return parser_.take(line); });
+    noteFault();
+    return !isDone_;
+}
+
+void MmcifReader::finish() {
+    if (!isDone_ && lines_.finish([this](std::string_view line) { return parser_.take(line); }))
+        parser_.finish();
+    noteFault();
+}
+
+void MmcifReader::noteFault() {
+    if (fault_.line != 0) return;
+    if (lines_.isTooLong()) fault_ = {lines_.number() + 1, "the line is too long"};
+    if (!parser_.fault().empty()) fault_ = {lines_.number(), parser_.fault()};
+}
+
+bool MmcifReader::beginBlock() {
+    return !builder_.hasAtoms();
+}
+
+bool MmcifReader::takeRow(int category) {
+    if (category == kAtomSite) return takeAtom();
+    const std::string& entity = value(category == kEntity ? kIdOfEntity : kIdOfPolymer);
+    const std::string& type = value(category == kEntity ? kTypeOfEntity : kTypeOfPolymer);
+    const bool saysNothing = entity.empty() || type.empty() || type == "polymer";
+    const bool isProtein =
+        category == kPolymer && (type.starts_with("polypeptide") || type.starts_with("cyclic-"));
+    if (saysNothing || builder_.noteEntity(entity, isProtein)) return true;
+    return fail(format("there are more than %zu entities", kMostParts));
+}
+
+const std::string& MmcifReader::either(std::size_t first, std::size_t second) const {
+    return value(first).empty() ? value(second) : value(first);
+}
+
+bool MmcifReader::isNewPlace() {
+    bool isNew = !hasPlace_;
+    hasPlace_ = true;
+    for (std::size_t i = 0; i < kPlaceItems; ++i) {
+        if (place_[i] == value(i)) continue;
+        place_[i] = value(i);
+        isNew = true;
+    }
+    return isNew;
+}
+
+bool MmcifReader::beginPlace() {
+    const std::string& modelText = value(kModel);
+    const auto model = modelText.empty() ? std::int64_t{1} : wholeInteger(modelText);
+    if (!model) return fail("'" + modelText + "' is no number of a model");
+    std::string_view chain = either(kAuthChain, kLabelChain);
+    if (chain.size() > kLongestChainName) return fail("the name of the chain is too long");
+    if (chain.empty()) chain = " ";
+    isWanted_ = builder_.beginPlace({.model = *model,
+                                     .chain = chain,
+                                     .part = either(kLabelChain, kAuthChain),
+                                     .entity = value(kEntityOfAtom),
+                                     .residueName = either(kAuthResidue, kLabelResidue)});
+    if (!isWanted_) return true;
+    const std::string& numberText = either(kAuthNumber, kLabelNumber);
+    const auto number = wholeInteger(numberText);
+    if (!number || *number < kLeastResidueNumber || *number > kMostResidueNumber) {
+        return fail("'" + numberText + "' is no number of a residue that can be used");
+    }
+    const std::string& insertion = value(kInsertion);
+    builder_.beginResidue(
+        {static_cast<std::int16_t>(*number), insertion.empty() ? ' ' : insertion.front()});
+    return true;
+}
+
+bool MmcifReader::takeAtom() {
+    if (isNewPlace() && !beginPlace()) return false;
+    if (!isWanted_) return true;
+    const FixedText<2> element = columnsOfElement(value(kSymbol));
+    const auto name = columnsOfName(either(kAuthAtom, kLabelAtom), trimBlanks(element.view()));
+    if (!name) return true;
+    const std::string& conformer = value(kConformer);
+    Atom* const atom = builder_.add(name->view(), conformer.empty() ? ' ' : conformer.front());
+    if (atom == nullptr) return !builder_.exceeds();
+    atom->element = element;
+    return fillAtom(*atom);
+}
+
+bool MmcifReader::fillAtom(Atom& atom) {
+    for (const auto& [item, place] : {std::pair(kX, &atom.x), {kY, &atom.y}, {kZ, &atom.z}}) {
+        const auto number = coordinateIn(withoutUncertainty(value(item)));
+        if (!number) return fail("'" + value(item) + "' is no coordinate");
+        *place = *number;
+    }
+    for (const auto& [item, place] :
+         {std::pair(kOccupancy, &atom.occupancy), {kBFactor, &atom.bFactor}}) {
+        if (value(item).empty()) continue;
+        const auto number = wholeReal(withoutUncertainty(value(item)));
+        if (!number) return fail("'" + value(item) + "' is no number");
+        *place = *number;
+    }
+    atom.charge = columnsOfCharge(value(kCharge));
+    return true;
+}
+
+}  // namespace tervolanda
