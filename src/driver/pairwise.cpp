@@ -60,9 +60,8 @@ int comparePairMaxSub(const ScriptSubject& subject, const Settings& settings, Pa
                    settings.output.lineWrap, report);
     if (viewer != nullptr) viewer->seeMaxSub(comparedPair(subject), result);
     if (result.iterations.empty() || !settings.output.alignOutput) return EXIT_SUCCESS;
-    return exitStatus(writeMaxSubScript(kPairScript, subject, result, settings.comparison,
-                                        scriptAtoms(settings, result), log, report),
-                      settings);
+    const MaxSubScene scene{result, settings.comparison, scriptAtoms(settings, result)};
+    return exitStatus(writeMaxSubScript(kPairScript, subject, scene, log, report), settings);
 }
 
 int comparePairGdt(const ScriptSubject& subject, const Settings& settings, PairViewer* viewer,

@@ -23,6 +23,10 @@ constexpr std::size_t kChainRuleWidth = 26;
 constexpr float kMissing = -1.0F;
 constexpr double kLargest = static_cast<double>(std::numeric_limits<float>::max());
 
+// Takes a file line by line.
+//
+// Invariant: the first usedRows_ rows have their IDs, in the order in which these appeared, and the
+// matrix is empty before the first size record.
 class DistanceFileParser {
  public:
     explicit DistanceFileParser(ChainList* chains) : chains_(chains) {

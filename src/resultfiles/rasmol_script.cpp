@@ -1,5 +1,5 @@
 // RasMol scripts: commands that colour the chains, then the coordinates themselves, which the
-// command "load inline" reads from behind the command "exit".  The experiment is light blue and the
+// command "load inline" reads from after the command "exit".  The experiment is light blue and the
 // prediction light green; residues that the superposition rests on are darker and thicker.
 #include "resultfiles/rasmol_script.h"
 
@@ -239,9 +239,8 @@ std::vector<ResidueRun> residueRuns(const CoordinateSet& experiment,
 }
 
 FileOutcome writeMaxSubScript(const std::string& path, const ScriptSubject& subject,
-                              const ComparisonResult& result,
-                              const ComparisonParameters& parameters, ScriptAtoms atoms, Log& log,
-                              Report& report) {
+                              const MaxSubScene& scene, Log& log, Report& report) {
+    const auto& [result, parameters, atoms] = scene;
     OutputFile script(path);
     if (!openScript(script, path, log)) return FileOutcome::NotCreated;
     report.report(ReportLevel::Results, "Outputting superposition to file '%s'\n", path.c_str());

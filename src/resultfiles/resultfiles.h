@@ -123,14 +123,19 @@ enum class ScriptAtoms : int {
     All = 2,
 };
 
+// What a MaxSub script shows, lent.
+struct MaxSubScene {
+    const ComparisonResult& result;
+    const ComparisonParameters& parameters;
+    ScriptAtoms atoms = ScriptAtoms::Matched;
+};
+
 // Writes the script of a MaxSub run ("align.rsm"): the experiment, and for every domain iteration
 // the prediction as moved by its superposition, the residues of the subset highlighted.  Reports
 // the file name and, when more than one iteration was asked for, the iteration table.
-// REQUIRES: result.iterations is not empty.
+// REQUIRES: the result has an iteration.
 FileOutcome writeMaxSubScript(const std::string& path, const ScriptSubject& subject,
-                              const ComparisonResult& result,
-                              const ComparisonParameters& parameters, ScriptAtoms atoms, Log& log,
-                              Report& report);
+                              const MaxSubScene& scene, Log& log, Report& report);
 
 // The same for an RMSD run: all atoms, the fitted residues highlighted.
 FileOutcome writeRmsdScript(const std::string& path, const ScriptSubject& subject,

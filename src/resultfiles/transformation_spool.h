@@ -18,6 +18,10 @@ struct PairRun {
     std::uint32_t length = 0;
 };
 
+// Records of a pair follow each other in the file: superposition, number of runs, runs.
+//
+// Invariant: end_ is the end of what was written, and each pair that was recorded has the offset of
+// its record.  After a failure nothing is added any more, and flush() tells of it.
 class TransformationSpool::Storage {
  public:
     Storage(const std::string& path, std::span<const CoordinateSet> models);
