@@ -65,6 +65,7 @@ const OwnOption* optionOf(std::string_view argument) {
     }
     if (sign == std::string_view::npos) return nullptr;
     std::vector<std::string_view> names;
+    names.reserve(kOptions.size());
     for (const OwnOption& option : kOptions)
         names.push_back(option.name);
     abend("Unknown option %s, the nearest is %s", quoted(name).c_str(),

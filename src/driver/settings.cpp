@@ -280,7 +280,7 @@ CommandLine readCommandLine(std::vector<std::string> values, Log& log) {
         return line;
     }
     line.settings.strict = own.has("strict");
-    if (line.settings.strict) checkArguments(values);
+    if (line.settings.strict) checkArguments(values, own.has("models"));
     Arguments arguments(std::move(values));
     if (arguments.count() < 2 && !own.has("models")) {
         line.request = Request::ShortUsage;

@@ -21,7 +21,8 @@ namespace {
 
 class ArgumentCheck {
  public:
-    explicit ArgumentCheck(const std::vector<std::string>& arguments) {
+    ArgumentCheck(const std::vector<std::string>& arguments, bool hasOtherList)
+        : hasOtherList_(hasOtherList) {
         for (const std::string& argument : arguments)
             arguments_.push_back(withOneDash(argument));
     }
@@ -48,6 +49,7 @@ class ArgumentCheck {
     }
 
     bool has(std::string_view name) const { return given_.contains(name); }
+    bool hasList() const { return has("-l") || hasOtherList_; }
 
     void takeOption(std::string_view name) {
         const Option* const option = findOption(name);
@@ -113,7 +115,8 @@ class ArgumentCheck {
             for (const std::string_view other : mode.excluded)
                 if (has(other)) refuse(other, mode.name);
         }
-        if (has("-F") || has("-M") || has("-l") || (has("-e") && has("-p"))) {
+        if (hasOtherList_ && has("-p")) refuse("-p", "'--models'");
+        if (has("-F") || has("-M") || hasList() || (has("-e") && has("-p"))) {
             if (!plain_.empty()) refusePlain(0);
             return;
         }
@@ -138,7 +141,7 @@ class ArgumentCheck {
     }
 
     void checkResultFiles() const {
-        const bool isAllVsAll = has("-l") && !has("-e");
+        const bool isAllVsAll = hasList() && !has("-e");
         const bool isRmsd = has("-rmsd") || has("-rms");
         const auto refuseUnless = [this](bool isWritten, std::string_view name) {
             if (!isWritten && has(name)) {
@@ -161,6 +164,7 @@ class ArgumentCheck {
     }
 
     std::vector<std::string_view> arguments_;
+    bool hasOtherList_;
     std::size_t position_ = 0;
     std::map<std::string_view, std::size_t> given_;  // options and their positions
     std::vector<std::size_t> plain_;                 // positions of the others
@@ -168,8 +172,8 @@ class ArgumentCheck {
 
 }  // namespace
 
-void checkArguments(const std::vector<std::string>& arguments) {
-    ArgumentCheck(arguments).run();
+void checkArguments(const std::vector<std::string>& arguments, bool hasOtherList) {
+    ArgumentCheck(arguments, hasOtherList).run();
 }
 
 }  // namespace tervolanda

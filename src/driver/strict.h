@@ -7,7 +7,8 @@
 
 namespace tervolanda {
 
-// Looks at the arguments, the program name first, without the options of two dashes.
-void checkArguments(const std::vector<std::string>& arguments);
+// Looks at the arguments, the program name first, without the options of two dashes; one of these
+// may stand in place of the list.
+void checkArguments(const std::vector<std::string>& arguments, bool hasOtherList);
 
 }  // namespace tervolanda

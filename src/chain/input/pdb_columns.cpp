@@ -100,7 +100,8 @@ void takeFullWidthTexts(const AtomRecord& record, Atom& atom) {
 }
 
 // What shows that fields are not where they belong.
-std::string misplacementIn(const AtomRecord& record) {
+std::string misplacementIn(std::string_view line) {
+    const AtomRecord record(line);
     const std::string_view residue = record.columns(23, 27);
     if (record.column(27) >= '0' && record.column(27) <= '9')
         return "residue number '" + std::string(residue) + "' has five columns";
@@ -120,7 +121,8 @@ void AtomRecordReader::take(std::string_view line) {
     if (residue != residueColumns_.view()) beginResidue(residue);
     Atom* const atom = builder_.add(record.columns(13, 16));
     if (atom == nullptr) return;
-    if (isStrict_ && misplacement_.empty()) misplacement_ = misplacementIn(record);
+    if (isStrict_) [[unlikely]]
+        lookForMisplacement(line);
     atom->alternateLocation = record.column(17);
     atom->x = coordinate(record, 31);
     atom->y = coordinate(record, 39);
@@ -129,6 +131,11 @@ void AtomRecordReader::take(std::string_view line) {
     atom->occupancy = shortReal(record, 55, occupancy_);
     atom->bFactor = shortReal(record, 61, bFactor_);
     takeFullWidthTexts(record, *atom);
+}
+
+// Out of line, so that it costs reads that are not strict nothing but a branch.
+[[gnu::noinline]] void AtomRecordReader::lookForMisplacement(std::string_view line) {
+    if (misplacement_.empty()) misplacement_ = misplacementIn(line);
 }
 
 void AtomRecordReader::beginResidue(std::string_view columns) {

@@ -63,6 +63,7 @@ class AtomRecordReader {
 
  private:
     void beginResidue(std::string_view columns);
+    void lookForMisplacement(std::string_view line);
 
     ChainBuilder& builder_;
     bool isStrict_;

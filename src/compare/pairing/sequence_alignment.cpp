@@ -27,7 +27,7 @@ constexpr std::string_view kLetters = "ARNDCQEGHILKMFPSTWYV";
 constexpr std::size_t kUnknown = kLetters.size();
 
 // clang-format off
-constexpr std::array<std::int8_t, 210> kBlosum62 = {  // below the diagonal, in that order
+constexpr std::array<std::int32_t, 210> kBlosum62 = {  // below the diagonal, in that order
      4,
     -1, 5,
     -2, 0, 6,
@@ -59,7 +59,7 @@ constexpr auto kRowOfLetter = [] {
     std::array<std::uint8_t, 256> rows{};
     for (std::size_t c = 0; c < rows.size(); ++c) {
         const std::size_t found = kLetters.find(upper(static_cast<char>(c)));
-        rows[c] = static_cast<std::uint8_t>(found == kLetters.npos ? kUnknown : found);
+        rows[c] = static_cast<std::uint8_t>(found == std::string_view::npos ? kUnknown : found);
     }
     return rows;
 }();

@@ -70,28 +70,37 @@ void reportAlignment(std::string_view experiment, std::string_view prediction,
                   percentage(pairs, experiment.size()));
 }
 
-}  // namespace
-
-void addSequence(CoordinateSet& set) {
-    set.residueLetters.clear();
+// One letter a residue, lower case where the chain is broken after it.
+std::string lettersOf(const CoordinateSet& set) {
+    std::string letters;
     std::size_t before = set.size();  // the C-alpha atom of the residue before
     for (std::size_t first = 0; first < set.size();) {
         const std::size_t end = endOfResidue(set, first);
         const std::size_t calpha = calphaOf(set, first, end);
         if (before < first && calpha < end && areApart(set.points, before, calpha)) {
-            set.residueLetters.back() = static_cast<char>(set.residueLetters.back() | 0x20);
+            letters.back() = static_cast<char>(letters.back() | 0x20);
         }
         const char letter = set.sequence[first];
-        set.residueLetters += letter >= 'A' && letter <= 'Z' ? letter : 'X';
+        letters += letter >= 'A' && letter <= 'Z' ? letter : 'X';
         before = calpha < end ? calpha : set.size();
         first = end;
     }
+    return letters;
+}
+
+}  // namespace
+
+void addSequence(CoordinateSet& set) {
+    set.residueLetters = lettersOf(set);
 }
 
 const AlignedColumns& SequencePairing::columnsOf(const CoordinateSet& experiment,
                                                  const CoordinateSet& prediction) {
-    asked_.first = experiment.residueLetters;
-    asked_.second = prediction.residueLetters;
+    // A set that was prepared for another pairing has no letters yet.
+    const auto letters = [](const CoordinateSet& set) {
+        return set.residueLetters.empty() ? lettersOf(set) : set.residueLetters;
+    };
+    asked_ = {letters(experiment), letters(prediction)};
     const auto found = kept_.find(asked_);
     if (found != kept_.end()) return found->second;
     aligner_.align(asked_.first, asked_.second, latest_);
@@ -106,7 +115,7 @@ SequencePairing::Keyed SequencePairing::align(const CoordinateSet& experiment,
     const AlignedColumns& aligned = columnsOf(experiment, prediction);
     setKeys(experiment, aligned.experiment, experiment_);
     setKeys(prediction, aligned.prediction, prediction_);
-    reportAlignment(experiment.residueLetters, prediction.residueLetters, aligned, report);
+    reportAlignment(asked_.first, asked_.second, aligned, report);
     return {experiment_, prediction_};
 }
 
