@@ -53,7 +53,7 @@ std::optional<Clustering> clusterModels(DistanceMatrix& matrix, const ClusterSet
     if (holdsSimilarities) convertToDistances(matrix);
     ClusterSettings used = settings;
     used.maxThreshold = std::max(settings.maxThreshold, settings.threshold);
-    const DistanceView distances(matrix, /*hasFailedFits=*/!holdsSimilarities);
+    const DistanceView distances(matrix, /*hasFailedFits=*/!holdsSimilarities, settings.stop);
     switch (settings.method) {
         case ClusterMethod::NeighboursMinSize:
         case ClusterMethod::NeighboursAbsoluteSize:

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "base/matrix.h"
+#include "base/stop.h"
 
 namespace tervolanda {
 
@@ -47,6 +48,8 @@ struct ClusterSettings {
     // they do not end the search: a huge maximum is no reason to try without end.  The clusters do
     // not depend on it, only what is told of the search.
     std::size_t triedOneByOne = 0;
+    const StopFlag* stop =
+        nullptr;  // for callers of the library: ends the clustering when it is set
 };
 
 // A join of two clusters.  A child is a model's position, or -(k + 1) for the earlier join k; the

@@ -16,13 +16,19 @@ class DistanceView {
  public:
     // With `hasFailedFits` an entry of exactly -1 is the mark of a failed fit; without, it is a
     // number like any other (1 - similarity may well be negative).
-    DistanceView(const DistanceMatrix& matrix, bool hasFailedFits)
+    // Reading on ends when `stop` is set.
+    DistanceView(const DistanceMatrix& matrix, bool hasFailedFits, const StopFlag* stop = nullptr)
         : matrix_(&matrix),
+          stop_(stop),
           failedFit_(hasFailedFits ? -1.0F : std::numeric_limits<float>::quiet_NaN()) {}
 
     std::size_t size() const { return matrix_->rows(); }
     // The entries of a row as they stand in the matrix.
-    std::span<const float> row(std::size_t i) const { return matrix_->row(i); }
+    std::span<const float> row(std::size_t i) const {
+        throwIfStopped(stop_);
+        return matrix_->row(i);
+    }
+    const StopFlag* stop() const { return stop_; }
 
     // Both tests are always made, without a branch: the loops over rows can then be vectorised.
     bool isDistance(float entry) const {
@@ -38,6 +44,7 @@ class DistanceView {
 
  private:
     const DistanceMatrix* matrix_;
+    const StopFlag* stop_;
     float failedFit_;  // what no entry equals when there is no such mark
 };
 

@@ -83,6 +83,7 @@ class NeighbourChain {
     std::uint32_t latestCluster();
     void closeGaps();
 
+    const StopFlag* stop_;
     std::unique_ptr<Value[]> triangle_;  // a cell for every two slots
     std::size_t slots_;
     std::size_t clusters_;
@@ -109,7 +110,8 @@ void preferLargePages([[maybe_unused]] void* data, [[maybe_unused]] std::size_t 
 
 template <typename Linkage>
 NeighbourChain<Linkage>::NeighbourChain(const DistanceView& distances)
-    : slots_(distances.size()),
+    : stop_(distances.stop()),
+      slots_(distances.size()),
       clusters_(slots_),
       weight_(slots_, Linkage::kWeight),
       model_(slots_),
@@ -147,6 +149,7 @@ void NeighbourChain<Linkage>::gather(std::uint32_t slot, Row& row) {
 // equally near clusters no chain goes round in a circle.
 template <typename Linkage>
 std::uint32_t NeighbourChain<Linkage>::nearestTo(std::uint32_t slot, std::uint32_t previous) {
+    throwIfStopped(stop_);
     std::swap(previousRow_, tipRow_);
     gather(slot, tipRow_);
     const Value weight = weight_[slot];

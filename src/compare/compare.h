@@ -9,6 +9,7 @@
 #include <optional>
 #include <vector>
 
+#include "base/stop.h"
 #include "chain/chain.h"
 #include "compare/fit/fit.h"
 #include "compare/pairing/pairing.h"
@@ -50,6 +51,7 @@ struct ComparisonParameters {
     // Takes the similarity matrices of sequence-independent searches, lent.  Comparisons that share
     // a sink must not run side by side.
     SimilaritySink* similaritySink = nullptr;
+    const StopFlag* stop = nullptr;  // for callers of the library: ends a search when it is set
 };
 
 // The scratch of one comparison at a time.  It grows to the largest pair of chains seen and is

@@ -109,7 +109,8 @@ class PassLoop {
                                   .normLength = scale_.normLength,
                                   .seedLevels = parameters_.seedLevels,
                                   .maximiseTM = parameters_.maximiseTM,
-                                  .byRmsd = parameters_.maxRMSD};
+                                  .byRmsd = parameters_.maxRMSD,
+                                  .stop = parameters_.stop};
         if (searchSeeds(scratch_.pairs, task, scratch_.kernels, scratch_.seeds, scratch_.best)) {
             report_.report(ReportLevel::Passes, "Complete maxsub found\n");
         }
@@ -232,7 +233,8 @@ MappingTask mappingTask(const SearchTask& task) {
             .thresholdScale = parameters.thresholdScale,
             .matrices = task.matrices,
             .iteration = task.iteration,
-            .thorough = task.thorough};
+            .thorough = task.thorough,
+            .stop = parameters.stop};
 }
 
 void runPasses(const SearchTask& task, ComparisonScratch& scratch, Report& report,

@@ -90,6 +90,7 @@ class SeedSearch {
 
     // Takes the first `count` paths to their ends and judges what they found.
     bool runPaths(std::size_t count) {
+        throwIfStopped(task_.stop);
         std::array<SeedPath*, kSideBySide> active{};
         std::size_t left = 0;
         for (std::size_t i = 0; i < count; ++i)

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "base/stop.h"
 #include "compare/fit/kernels.h"
 #include "compare/fit/superposition.h"
 #include "compare/pair_mask.h"
@@ -21,6 +22,7 @@ struct SeedSearchTask {
     int seedLevels = 0;
     bool maximiseTM = false;  // keep the subset whose superposition has the highest TM-score
     bool byRmsd = false;      // select by RMSD instead of by distance
+    const StopFlag* stop = nullptr;
 };
 
 // One seed on its way: the set under work, how far it has come, and the best that it found.

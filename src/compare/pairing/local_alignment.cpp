@@ -136,7 +136,7 @@ void LocalAligner::traceBack(Cell end, std::vector<AlignedPair>& pairs) const {
 }
 
 float LocalAligner::align(const SimilarityRows& similarity, const GapPenalties& penalties,
-                          std::vector<AlignedPair>& pairs) {
+                          std::vector<AlignedPair>& pairs, const StopFlag* stop) {
     pairs.clear();
     prepare(similarity.rows(), similarity.columns());
     const float open = bounded(penalties.open);
@@ -144,6 +144,7 @@ float LocalAligner::align(const SimilarityRows& similarity, const GapPenalties& 
     float highest = 0.0F;
     Cell end;
     for (std::size_t i = 0; i < similarity.rows(); ++i) {
+        throwIfStopped(stop);
         similarity.fillRow(i, similarity_);
         const float ofRow = fillRow(steps_.data() + i * columns_, open, affine);
         if (!(ofRow > highest)) continue;

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "base/stop.h"
 #include "compare/pairing/similarity.h"
 
 namespace tervolanda {
@@ -33,7 +34,7 @@ class LocalAligner {
     // is positive.  Among equal steps the diagonal is preferred, then skipping a column; of equal
     // ends the first, row by row, is taken.  Returns the score.
     float align(const SimilarityRows& similarity, const GapPenalties& penalties,
-                std::vector<AlignedPair>& pairs);
+                std::vector<AlignedPair>& pairs, const StopFlag* stop = nullptr);
 
  private:
     struct Cell {

@@ -76,7 +76,8 @@ std::vector<Pairing> StructureMapper::findStarts(const MappingTask& task, const 
     }
     const FragmentScores similarity(ofExperiment, ofPrediction);
     show({similarity, SimilarityMatrix::Cells::FragmentScores, task.iteration, 0}, task, report);
-    scratch_.aligner.align(similarity, task.penalties, fragments_);
+    scratch_.stop = task.stop;
+    scratch_.aligner.align(similarity, task.penalties, fragments_, task.stop);
     pairFragments(fragments_, pairing_);
     if (!task.thorough) return {pairing_};
     return StartingPairings(task.experiment, task.prediction, task.penalties, kernels, scratch_)
@@ -98,7 +99,7 @@ void StructureMapper::mapByDistance(const MappingTask& task, const Superposition
                       mean(similarity));
     }
     show({similarity, SimilarityMatrix::Cells::Similarities, task.iteration, pass}, task, report);
-    scratch_.aligner.align(similarity, task.penalties, pairing_);
+    scratch_.aligner.align(similarity, task.penalties, pairing_, task.stop);
     setMapping(pairing_, task, mapping);
     report.report(ReportLevel::Mapping, "Opt  %u: Mapped %u residues\n", pass,
                   static_cast<unsigned>(mapping.size()));

@@ -21,6 +21,7 @@ struct MappingTask {
     SimilaritySink* matrices = nullptr;  // takes the matrix of each alignment
     std::uint32_t iteration = 1;         // domain iteration, for report lines and the sink
     bool thorough = true;                // look for other starts than the pairing by shape
+    const StopFlag* stop = nullptr;
 };
 
 // Makes a mapping of a pairing of the task's chains.

@@ -72,6 +72,7 @@ std::vector<Pairing> StartingPairings::find(const Pairing& byShape) {
 }
 
 void StartingPairings::place(const Pairing& pairing) {
+    throwIfStopped(scratch_.stop);
     scratch_.pairs.place(experiment_.points, prediction_.points, pairing.size(),
                          [&pairing](std::size_t k) {
                              const auto [i, j] = pairing[k];
@@ -120,7 +121,7 @@ StartingPairings::Judged StartingPairings::refine(Pairing& pairing) {
 void StartingPairings::align(const Superposition& superposition, Pairing& pairing) {
     const DistanceScores similarity(experiment_, prediction_, superposition, scale_,
                                     similarityReach(length_));
-    scratch_.aligner.align(similarity, penalties_, pairing);
+    scratch_.aligner.align(similarity, penalties_, pairing, scratch_.stop);
 }
 
 // Refines the pairing in scratch_.candidate and notes it; returns its TM-score.

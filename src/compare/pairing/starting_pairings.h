@@ -21,6 +21,7 @@ struct StartScratch {
     std::vector<std::uint32_t> subset;
     LocalAligner aligner;
     Pairing candidate, next;
+    const StopFlag* stop = nullptr;  // of the search under way
 };
 
 // Looks for pairings to begin with beside the one by shape: the best shift of one chain along the

@@ -1,0 +1,153 @@
+// Clusters and the consensus ranking of a matrix.
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "arrays.h"
+#include "aside.h"
+#include "cluster/cluster.h"
+
+namespace tervolanda::python {
+
+namespace {
+
+// Models that are clustered before anybody grows tired of it.
+constexpr std::size_t kSoon = 500;
+
+// The rows of an array; an exception for another shape than (n, n).
+template <typename T>
+std::size_t sizeOf(const ArrayIn<T>& array, const char* what) {
+    if (array.ndim() != 2 || array.shape(0) != array.shape(1)) {
+        throw py::value_error(std::string(what) + " has the shape (n, n)");
+    }
+    return static_cast<std::size_t>(array.shape(0));
+}
+
+// A copy of n x n values, which takes its time; an exception for one that is not finite.
+template <typename T>
+Matrix<T> matrixOf(const T* values, std::size_t n, const StopFlag* stop) {
+    Matrix<T> matrix(n, n);
+    for (std::size_t i = 0; i < n; ++i) {
+        throwIfStopped(stop);
+        std::copy_n(values + i * n, n, matrix.row(i).begin());
+        for (const T value : matrix.row(i)) {
+            if (!std::isfinite(static_cast<float>(value))) {
+                throw std::invalid_argument("the matrix has finite values");
+            }
+        }
+    }
+    return matrix;
+}
+
+ClusterMethod methodOf(const std::string& name) {
+    if (name == "single") return ClusterMethod::SingleLinkage;
+    if (name == "average") return ClusterMethod::AverageLinkage;
+    if (name == "maximum") return ClusterMethod::MaximumLinkage;
+    if (name == "neighbours-minimum") return ClusterMethod::NeighboursMinSize;
+    if (name == "neighbours") return ClusterMethod::NeighboursAbsoluteSize;
+    throw py::value_error(
+        "method is 'single', 'average', 'maximum', 'neighbours' or "
+        "'neighbours-minimum'");
+}
+
+// The joins as SciPy has them: two clusters, their distance, the models in both.  Models are
+// numbered from 0, the join k is cluster n + k.
+py::array_t<double> linkageOf(const std::vector<Join>& tree, std::size_t models) {
+    std::vector<double> sizes;
+    const auto number = [models](std::int64_t child) {
+        return child >= 0 ? static_cast<double>(child)
+                          : static_cast<double>(models) - static_cast<double>(child + 1);
+    };
+    const auto size = [&sizes](std::int64_t child) {
+        return child >= 0 ? 1.0 : sizes[static_cast<std::size_t>(-(child + 1))];
+    };
+    return newTable<double>(tree.size(), 4, [&](std::size_t k, double* row) {
+        sizes.push_back(size(tree[k].first) + size(tree[k].second));
+        row[0] = std::min(number(tree[k].first), number(tree[k].second));
+        row[1] = std::max(number(tree[k].first), number(tree[k].second));
+        row[2] = tree[k].distance;
+        row[3] = sizes.back();
+    });
+}
+
+// Clusters numbered from 0, -1 for a model in none.
+py::array_t<std::int64_t> labelsOf(const Clustering& found) {
+    const std::int64_t first = clustersByLinkage(found.settings.method) ? 0 : 1;
+    return newArray<std::int64_t>(found.clusters.cluster.size(), [&](std::size_t i) {
+        return static_cast<std::int64_t>(found.clusters.cluster[i]) - first;
+    });
+}
+
+py::dict cluster(const ArrayIn<float>& array, const std::string& method, bool similarities,
+                 double threshold, double maxThreshold, double step, std::uint32_t size,
+                 std::uint32_t minSize) {
+    Aside aside;
+    const ClusterSettings settings{
+        .method = methodOf(method),
+        .values = similarities ? MatrixValues::Similarities : MatrixValues::Distances,
+        .threshold = threshold,
+        .maxThreshold = maxThreshold,
+        .thresholdStep = step,
+        .initialSize = size,
+        .minSize = minSize,
+        .stop = aside.stop()};
+    if (!std::isfinite(threshold) || !std::isfinite(maxThreshold) || !(step >= 0.0)) {
+        throw py::value_error("thresholds are finite numbers, and a step is not negative");
+    }
+    const std::size_t models = sizeOf(array, "the matrix");
+    const float* const values = array.data();
+    std::optional<Clustering> found;
+    const auto work = [&] {
+        DistanceMatrix matrix = matrixOf(values, models, settings.stop);
+        found = clusterModels(matrix, settings);
+    };
+    if (models <= kSoon) {
+        const py::gil_scoped_release computing;
+        work();
+    } else {
+        aside.run(work);
+    }
+    if (!found) throw py::value_error("these thresholds give no clusters");
+    py::dict result;
+    result["labels"] = labelsOf(*found);
+    result["medoids"] = newArray<std::int64_t>(
+        found->centroids.size(), [&](std::size_t i) { return found->centroids[i].model; });
+    result["sizes"] = newArray<std::int64_t>(
+        found->centroids.size(), [&](std::size_t i) { return found->centroids[i].size; });
+    result["spreads"] = newArray<double>(found->centroids.size(),
+                                         [&](std::size_t i) { return found->centroids[i].spread; });
+    result["threshold"] = found->threshold;
+    if (clustersByLinkage(settings.method)) result["linkage"] = linkageOf(found->tree, models);
+    return result;
+}
+
+// Models by position and their scores, best first.
+py::tuple jury(const ArrayIn<float>& scores, const ArrayIn<std::uint32_t>& pairs,
+               double scoreThreshold, std::uint32_t pairThreshold) {
+    const std::size_t models = sizeOf(scores, "the matrix");
+    if (sizeOf(pairs, "pairs") != models) throw py::value_error("scores and pairs are of one size");
+    const float* const scoreValues = scores.data();
+    const std::uint32_t* const pairValues = pairs.data();
+    std::vector<JuryScore> ranking;
+    {
+        const py::gil_scoped_release computing;
+        ranking = rankByJury(matrixOf(scoreValues, models, nullptr),
+                             matrixOf(pairValues, models, nullptr), scoreThreshold, pairThreshold);
+    }
+    return py::make_tuple(
+        newArray<std::int64_t>(ranking.size(), [&](std::size_t i) { return ranking[i].model; }),
+        newArray<std::int64_t>(ranking.size(), [&](std::size_t i) { return ranking[i].score; }));
+}
+
+}  // namespace
+
+void addClustering(py::module_& module) {
+    module.def("cluster", cluster);
+    module.def("jury", jury);
+}
+
+}  // namespace tervolanda::python

@@ -1,0 +1,227 @@
+// Many structures: all with each other, or all with one experiment.
+#include <pybind11/stl.h>
+
+#include <cmath>
+#include <limits>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "arrays.h"
+#include "aside.h"
+#include "base/parallel.h"
+#include "cluster/batch/batch.h"
+#include "structure.h"
+
+namespace tervolanda::python {
+
+namespace {
+
+constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
+
+template <typename T>
+py::array_t<T> arrayOf(const Matrix<T>& matrix) {
+    return newTable<T>(matrix.rows(), matrix.columns(), [&](std::size_t i, T* row) {
+        const auto values = matrix.row(i);
+        std::copy(values.begin(), values.end(), row);
+    });
+}
+
+// As many as asked for, or 0 for as many as there are processors.
+std::size_t threadsOf(int asked) {
+    if (asked < 0 || asked > kMostThreads) {
+        throw py::value_error("threads is 1 to " + std::to_string(kMostThreads));
+    }
+    return asked == 0 ? usableProcessors() : static_cast<std::size_t>(asked);
+}
+
+void requireModels(const std::vector<StructurePtr>& models) {
+    for (const StructurePtr& model : models) {
+        if (!model) throw py::type_error("a model is None");
+    }
+}
+
+// How a batch is run.
+struct BatchRun {
+    int threads = 0;
+    py::object progress;
+};
+
+// Runs compare(models, parameters, log, report, threads) aside.
+template <typename Compare>
+auto compareAll(const std::vector<StructurePtr>& models, AtomSelection atoms,
+                ComparisonParameters parameters, const BatchRun& run, Compare compare) {
+    requireModels(models);
+    const std::size_t threads = threadsOf(run.threads);
+    Aside aside(run.progress);
+    parameters.stop = aside.stop();
+    decltype(compare(std::declval<const PreparedList&>(), parameters, std::declval<Log&>(),
+                     std::declval<Report&>(), threads)) found;
+    aside.run([&] {
+        Log log(aside.sink());
+        Report report(log, 0);
+        const ChainList list = listOf(models, aside.stop());
+        const PreparedList prepared(list, atoms, parameters, report);
+        found = compare(prepared, parameters, log, report, threads);
+    });
+    return found;
+}
+
+// The matrices of a batch by their names.
+py::dict allByMaxSub(const std::vector<StructurePtr>& models, ComparisonParameters parameters,
+                     bool ranksByTm, int threads, const py::object& progress) {
+    parameters.rankByTM = ranksByTm;
+    const MaxSubBatch batch = compareAll(
+        models, AtomSelection::Calpha, parameters, {threads, progress},
+        [](const auto& list, const auto& asked, Log& log, Report& report, std::size_t n) {
+            return compareAllMaxSub(list, asked, nullptr, log, report, n);
+        });
+    py::dict matrices;
+    matrices["values"] = arrayOf(batch.scores);
+    matrices["pairs"] = arrayOf(batch.pairs);
+    matrices["rmsd"] = arrayOf(batch.rmsd);
+    return matrices;
+}
+
+py::dict allByGdt(const std::vector<StructurePtr>& models, const ComparisonParameters& parameters,
+                  int threads, const py::object& progress) {
+    const GdtBatch batch =
+        compareAll(models, AtomSelection::Calpha, parameters, {threads, progress},
+                   [](const auto& list, const auto& asked, Log& log, Report& report,
+                      std::size_t n) { return compareAllGdt(list, asked, log, report, n); });
+    py::dict matrices;
+    matrices["values"] = arrayOf(batch.gdt);
+    return matrices;
+}
+
+ComparisonParameters pairedBy(bool sequence) {
+    ComparisonParameters parameters;
+    parameters.pairBySequence = sequence;
+    return parameters;
+}
+
+AtomSelection selectionOf(bool backbone) {
+    return backbone ? AtomSelection::Backbone : AtomSelection::Calpha;
+}
+
+py::dict allByRmsd(const std::vector<StructurePtr>& models, bool backbone, bool bySequence,
+                   bool urmsd, int threads, const py::object& progress) {
+    const RmsdBatch batch =
+        compareAll(models, selectionOf(backbone), pairedBy(bySequence), {threads, progress},
+                   [&](const auto& list, const auto&, Log& log, Report& report, std::size_t n) {
+                       return compareAllRmsd(list, {.urmsd = urmsd, .pairBySequence = bySequence},
+                                             log, report, n);
+                   });
+    py::dict matrices;
+    matrices["rmsd"] = arrayOf(batch.rmsd);
+    matrices["pairs"] = arrayOf(batch.pairs);
+    if (urmsd) matrices["urmsd"] = arrayOf(batch.urmsd);
+    return matrices;
+}
+
+// --- Against one experiment ----------------------------------------------------------------------
+
+// Runs compare(list, log, report, threads) aside.
+template <typename Compare>
+auto compareList(const StructurePtr& experiment, const std::vector<StructurePtr>& models,
+                 AtomSelection atoms, ComparisonParameters parameters, const BatchRun& run,
+                 Compare compare) {
+    requireModels(models);
+    const std::size_t threads = threadsOf(run.threads);
+    const CoordinateSet& set = experiment->set(atoms);
+    Aside aside(run.progress);
+    parameters.stop = aside.stop();
+    decltype(compare(std::declval<const ListComparison&>(), std::declval<Log&>(),
+                     std::declval<Report&>(), threads)) found;
+    aside.run([&] {
+        Log log(aside.sink());
+        Report report(log, 0);
+        const ChainList list = listOf(models, aside.stop());
+        found = compare({experiment->chain(), set, list, atoms, parameters}, log, report, threads);
+    });
+    return found;
+}
+
+// A column of a table from what was found of each model.
+template <typename T, typename Found, typename ValueOf>
+py::array_t<T> column(const std::vector<Found>& found, ValueOf valueOf) {
+    return newArray<T>(found.size(), [&](std::size_t i) { return valueOf(found[i]); });
+}
+
+py::dict listByMaxSub(const StructurePtr& experiment, const std::vector<StructurePtr>& models,
+                      const ComparisonParameters& parameters, int threads,
+                      const py::object& progress) {
+    const auto found =
+        compareList(experiment, models, AtomSelection::Calpha, parameters, {threads, progress},
+                    [](const ListComparison& list, Log& log, Report& report, std::size_t n) {
+                        return compareListMaxSub(list, log, report, n);
+                    });
+    using Found = ListedMaxSub;
+    py::dict table;
+    table["tm"] = column<double>(found, [](const Found& model) { return model.tm; });
+    table["maxsub"] = column<double>(found, [](const Found& model) { return model.maxsub; });
+    table["msi"] = column<double>(found, [](const Found& model) { return model.msi; });
+    table["pairs"] = column<std::uint32_t>(found, [](const Found& model) { return model.pairs; });
+    table["rmsd"] = column<double>(found, [](const Found& model) { return model.rmsd; });
+    return table;
+}
+
+py::dict listByGdt(const StructurePtr& experiment, const std::vector<StructurePtr>& models,
+                   const ComparisonParameters& parameters, int threads,
+                   const py::object& progress) {
+    const auto found =
+        compareList(experiment, models, AtomSelection::Calpha, parameters, {threads, progress},
+                    [](const ListComparison& list, Log& log, Report& report, std::size_t n) {
+                        return compareListGdt(list, log, report, n);
+                    });
+    py::dict table;
+    table["gdt"] = column<double>(found, [](const GdtResult& model) { return model.gdt; });
+    return table;
+}
+
+py::dict listByRmsd(const StructurePtr& experiment, const std::vector<StructurePtr>& models,
+                    bool backbone, bool bySequence, bool urmsd, int threads,
+                    const py::object& progress) {
+    const auto found = compareList(
+        experiment, models, selectionOf(backbone), pairedBy(bySequence), {threads, progress},
+        [&](const ListComparison& list, Log& log, Report& report, std::size_t n) {
+            return compareListRmsd(list, {.urmsd = urmsd, .pairBySequence = bySequence}, log,
+                                   report, n);
+        });
+    using Found = ListedRmsd;
+    const double gyration = experiment->calphas().gyrationRadius;
+    const auto relative = [&](const Found& model) {
+        if (!model.rmsd) return RelativeRmsd{};
+        return relativeRmsd(*model.rmsd, gyration, model.gyrationRadius, model.pairs);
+    };
+    py::dict table;
+    table["rmsd"] =
+        column<double>(found, [](const Found& model) { return model.rmsd.value_or(kNone); });
+    table["pairs"] = column<std::uint32_t>(found, [](const Found& model) { return model.pairs; });
+    table["relative"] = column<double>(found, [&](const Found& m) { return relative(m).ratio; });
+    table["standard_score"] =
+        column<double>(found, [&](const Found& m) { return relative(m).standardScore; });
+    if (!urmsd) return table;
+    table["urmsd"] = column<double>(found, [](const Found& model) { return model.urmsd; });
+    table["relative_urmsd"] = column<double>(found, [](const Found& model) {
+        return model.rmsd ? relativeUrmsd(model.urmsd, model.pairs) : 0.0;
+    });
+    return table;
+}
+
+}  // namespace
+
+void addLists(py::module_& module) {
+    module.def("all_by_maxsub", allByMaxSub);
+    module.def("all_by_gdt", allByGdt);
+    module.def("all_by_rmsd", allByRmsd);
+    module.def("list_by_maxsub", listByMaxSub, py::arg("experiment").none(false), py::arg("models"),
+               py::arg("parameters"), py::arg("threads"), py::arg("progress"));
+    module.def("list_by_gdt", listByGdt, py::arg("experiment").none(false), py::arg("models"),
+               py::arg("parameters"), py::arg("threads"), py::arg("progress"));
+    module.def("list_by_rmsd", listByRmsd, py::arg("experiment").none(false), py::arg("models"),
+               py::arg("backbone"), py::arg("by_sequence"), py::arg("urmsd"), py::arg("threads"),
+               py::arg("progress"));
+}
+
+}  // namespace tervolanda::python
