@@ -16,10 +16,14 @@ constexpr unsigned kList = bitOf(RunKind::OneVersusList);
 constexpr unsigned kAll = bitOf(RunKind::AllVersusAll);
 constexpr unsigned kMatrix = kAll | bitOf(RunKind::DistanceFile) | bitOf(RunKind::MaxSubFile);
 
+constexpr unsigned kAny = kPairwise | kList | kMatrix;
+
 constexpr auto kForms = std::to_array<ExportForm>({
     {"tsv", kPairwise | kList | kAll, false, makePairTable},
     {"ranking", kList | kMatrix, false, makeRankingTable},
     {"residues", kPairwise | kList, false, makeResidueTable},
+    {"json", kAny, false, makeJsonDocument},
+    {"jsonl", kPairwise | kList | kAll, false, makeJsonLines},
     {"npy", kMatrix, false, makeMatrixFile},
     {"newick", kMatrix, true, makeNewickTree},
     {"linkage", kMatrix, true, makeLinkageFile},

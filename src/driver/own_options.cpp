@@ -34,6 +34,8 @@ constexpr auto kOptions = std::to_array<OwnOption>({
     {"tsv", "file", "A table of all pairs, with all that the run knows of each"},
     {"ranking", "file", "A table of all models, best first"},
     {"residues", "file", "A table of residue pairs and their distances"},
+    {"json", "file", "The whole run as one JSON object"},
+    {"jsonl", "file", "All pairs as JSON, one a line"},
     {"npy", "file", "The matrix that is clustered for NumPy; its names to file.names"},
     {"newick", "file", "The tree with heights, in Newick format"},
     {"linkage", "file", "The tree as SciPy's linkage table, for NumPy"},

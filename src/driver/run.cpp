@@ -37,9 +37,7 @@ int compareOrCluster(const Settings& settings, const ResidueExclusions& exclusio
     return runAllVsAll(settings, exclusions, exports, log);
 }
 
-int runMode(Settings settings, Log& log) {
-    SimilarityMatrixFiles matrices(log);
-    settings.comparison.similaritySink = &matrices;
+int runMode(const Settings& settings, RunExports& exports, Log& log) {
     ResidueExclusions exclusions;
     if (settings.input.exclusionFile) {
         // A file that cannot be read is reported, and the run goes on without it.
@@ -47,11 +45,23 @@ int runMode(Settings settings, Log& log) {
         const bool isRead = readResidueExclusionFile(path, exclusions, log);
         if (!isRead && settings.strict) abend("Failed to read exclusion file '%s'", path.c_str());
     }
-    RunExports exports(settings, log);
     const int status = compareOrCluster(settings, exclusions, exports, log);
     if (!settings.strict || status != EXIT_SUCCESS || exports.pairsWithoutFit() == 0) return status;
     log.error(0, "Pairs without a fit: %zu", exports.pairsWithoutFit());
     return static_cast<int>(Fault::Incomplete);
+}
+
+// A run that ends before its time is recorded in the files that record failures.
+int runAndRecord(Settings settings, Log& log) {
+    SimilarityMatrixFiles matrices(log);
+    settings.comparison.similaritySink = &matrices;
+    RunExports exports(settings, log);
+    try {
+        return runMode(settings, exports, log);
+    } catch (const Abend& end) {
+        exports.fail(end.what());
+        throw;
+    }
 }
 
 // The text that a command line asks for; none for a run.
@@ -75,7 +85,7 @@ std::optional<std::string> requestedText(const CommandLine& line) {
 
 int perform(const CommandLine& line, Log& log) {
     const std::optional<std::string> text = requestedText(line);
-    if (!text) return runMode(line.settings, log);
+    if (!text) return runAndRecord(line.settings, log);
     std::fwrite(text->data(), 1, text->size(), stdout);
     return EXIT_SUCCESS;
 }

@@ -6,7 +6,9 @@
 
 #include "base/log.h"
 #include "driver/abend.h"
+#include "driver/help_text.h"
 #include "driver/read_plan.h"
+#include "driver/recorded_options.h"
 
 namespace tervolanda {
 
@@ -107,25 +109,42 @@ void RunExports::addInput(const Chain& chain, bool hasId) {
     inputs_.structures.push_back(std::move(input));
 }
 
-void RunExports::start() {
+void RunExports::setInputs() {
     inputs_.kind = runKind(settings_);
     inputs_.score = scoreKind(settings_);
+    inputs_.program = kProgramName;
+    inputs_.version = kProgramVersion;
+    inputs_.command = settings_.command;
+    inputs_.options = recordedOptions(settings_);
     for (UnreadModel& unread : unread_)
         inputs_.skipped.push_back({unread.id, std::move(unread.path), std::move(unread.reason)});
+    unread_.clear();
+}
+
+void RunExports::start() {
+    isStarted_ = true;
+    setInputs();
     form_.hasUrmsd = (settings_.measure.urmsdFlags & UrmsdCompute) != 0;
     if (inputs_.kind == RunKind::AllVersusAll) form_.matrixScore = inputs_.score;
+    makeFiles([](const ExportFile&) { return true; });
+}
+
+// REQUIRES: the inputs are complete.
+void RunExports::makeFiles(bool (*isMade)(const ExportFile& file)) {
     for (const ExportRequest& request : settings_.output.exports) {
         std::unique_ptr<ExportFile> file = request.form->make(request.path);
+        if (!isMade(*file)) continue;
         if (file->isOpen()) {
             files_.push_back(std::move(file));
         } else {
             log_.incompleteFile(request.path);
         }
     }
+    const bool isRead = !settings_.input.distanceFile && !settings_.input.transformFile;
     const bool showsChecksums = std::any_of(
         files_.begin(), files_.end(), [](const auto& file) { return file->showsChecksums(); });
     for (InputStructure& input : inputs_.structures) {
-        if (showsChecksums) input.crc32 = fileChecksum(input.file);
+        if (showsChecksums && isRead) input.crc32 = fileChecksum(input.file, log_);
     }
     for (const auto& file : files_) {
         file->start(inputs_);
@@ -161,12 +180,27 @@ void RunExports::seeRmsd(const ComparedPair& pair, const ListedRmsd& found,
     take(pair.at);
 }
 
-void RunExports::giveUp() {
-    for (const ExportRequest& request : settings_.output.exports)
-        log_.incompleteFile(request.path);
+void RunExports::fail(const std::string& message) {
+    if (!isStarted_) {
+        setInputs();
+        makeFiles([](const ExportFile& file) { return file.showsFailure(); });
+    }
+    RunResults results;
+    results.failure = message;
+    std::erase_if(files_, [](const auto& file) { return !file->showsFailure(); });
+    finish(results);
 }
 
-void RunExports::finish(const RunResults& results) {
+void RunExports::giveUp() {
+    fail("No results");
+    for (const ExportRequest& request : settings_.output.exports) {
+        if (!request.form->make({})->showsFailure()) log_.incompleteFile(request.path);
+    }
+}
+
+void RunExports::finish(RunResults results) {
+    if (results.failure.empty() && log_.hasIncompleteFile())
+        results.failure = "Not all files were written";
     for (const auto& file : files_) {
         file->finish(results);
         if (!file->commit()) log_.incompleteFile(file->path());

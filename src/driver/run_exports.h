@@ -49,18 +49,24 @@ class RunExports final : public PairViewer {
     void seeRmsd(const ComparedPair& pair, const ListedRmsd& found,
                  std::span<const MatchedPair> matched) override;
 
-    // For a run that ends without results, after it has said why: an ERROR line for each file.
+    // For a run that ends without results: files that show a failure show this one.
+    void fail(const std::string& message);
+    // The same for one that may end with status 0, after it has said why: an ERROR line for every
+    // other file.
     void giveUp();
     // Completes the files.
-    void finish(const RunResults& results);
+    void finish(RunResults results);
 
  private:
+    void setInputs();
     void start();
+    void makeFiles(bool (*isMade)(const ExportFile& file));
     void addInput(const Chain& chain, bool hasId);
     void take(BatchPair at);
 
     const Settings& settings_;
     Log& log_;
+    bool isStarted_ = false;
     std::vector<UnreadModel> unread_;
     RunInputs inputs_;
     std::vector<std::unique_ptr<ExportFile>> files_;

@@ -146,6 +146,16 @@ void checkBlocks(const Settings& settings) {
     }
 }
 
+// The arguments but for those that do not matter to results.
+std::vector<std::string> recordedCommand(const std::vector<std::string>& values) {
+    std::vector<std::string> command;
+    for (std::size_t i = 1; i < values.size(); ++i) {
+        const bool matters = !values[i].starts_with("--threads=");
+        if (matters) command.push_back(values[i]);
+    }
+    return command;
+}
+
 void readOwnOptions(const OwnOptions& own, Settings& settings) {
     if (const auto block = own.text("block")) readBlock(*block, settings.blocks);
     settings.blocks.partFile = own.text("part");
@@ -272,6 +282,7 @@ void resolveRun(Arguments& arguments, Settings& settings, Log& log) {
 }  // namespace
 
 CommandLine readCommandLine(std::vector<std::string> values, Log& log) {
+    std::vector<std::string> command = recordedCommand(values);
     const OwnOptions own(values);
     CommandLine line;
     constexpr std::array<std::string_view, 1> kHelpPages = {"more"};
@@ -314,6 +325,7 @@ CommandLine readCommandLine(std::vector<std::string> values, Log& log) {
     if (!printsOneThing) log.info(0, "help");
     resolveRun(arguments, settings, log);
     settings.output.exports = exportRequests(own);
+    settings.command = std::move(command);
     checkBlocks(settings);
     return line;
 }

@@ -93,6 +93,8 @@ struct Settings {
     OutputSettings output;
     BlockSettings blocks;
     std::size_t threads = 1;  // of list runs
+    // The arguments after the program's name, but for those that do not matter to results.
+    std::vector<std::string> command;
 };
 
 // What the command line asks for: a run, or a text.

@@ -71,6 +71,8 @@ class ExportFile {
 
     virtual PairDetail pairDetail() const { return PairDetail::None; }
     virtual bool showsChecksums() const { return false; }  // of the inputs
+    // Whether it is written for a run that failed, too.
+    virtual bool showsFailure() const { return false; }
     // The inputs are lent until the file is gone.
     virtual void start(const RunInputs& inputs) = 0;
     virtual void take(const PairResult& /*pair*/) {}
@@ -112,6 +114,10 @@ std::string namesOf(const std::string& matrixPath);
 std::unique_ptr<ExportFile> makeLinkageFile(std::string path);
 // --newick: the tree with heights.
 std::unique_ptr<ExportFile> makeNewickTree(std::string path);
+
+// --json: the whole run as one object.  --jsonl: an object a pair, each on a line.
+std::unique_ptr<ExportFile> makeJsonDocument(std::string path);
+std::unique_ptr<ExportFile> makeJsonLines(std::string path);
 
 // The words of PairStatus, as all forms show them: "ok", "no_pairs", "no_fit", "not_significant".
 std::string_view statusWord(PairStatus status);

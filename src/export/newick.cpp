@@ -132,6 +132,17 @@ std::vector<TreeNode> treeNodes(const RunResults& results) {
     return nodes;
 }
 
+std::vector<std::vector<std::size_t>> clusterMembers(const Clustering& clustering) {
+    const std::vector<std::uint32_t>& cluster = clustering.clusters.cluster;
+    // By neighbours 0 is the number of models without a cluster.
+    const std::uint32_t first = clustersByLinkage(clustering.settings.method) ? 0 : 1;
+    std::vector<std::vector<std::size_t>> members(clustering.centroids.size());
+    for (std::size_t model = 0; model < cluster.size(); ++model) {
+        if (cluster[model] >= first) members[cluster[model] - first].push_back(model);
+    }
+    return members;
+}
+
 std::string modelName(const InputStructure& input) {
     if (!input.file.empty() || !input.id) return input.file;
     return std::to_string(*input.id);

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <variant>
 #include <vector>
 
 #include "chain/chain.h"
@@ -100,6 +101,12 @@ struct PairResult {
 
 // --- The run -------------------------------------------------------------------------------------
 
+// An option and what it was, given or by default.
+struct RecordedOption {
+    std::string name;  // as on the command line
+    std::variant<std::monostate, bool, long long, double, std::string> value;
+};
+
 // What is known before the first comparison.
 struct RunInputs {
     RunKind kind = RunKind::Pairwise;
@@ -108,6 +115,10 @@ struct RunInputs {
     // the models in the order of the matrix.
     std::vector<InputStructure> structures;
     std::vector<SkippedInput> skipped;
+    std::string program, version;
+    // Neither has what does not matter to results: how many threads there are, and progress.
+    std::vector<std::string> command;  // the arguments
+    std::vector<RecordedOption> options;
 
     std::size_t firstModel() const { return kind == RunKind::OneVersusList ? 1 : 0; }
 };
@@ -130,6 +141,8 @@ struct RunResults {
     const DistanceMatrix* matrix = nullptr;
     MatrixValues matrixValues = MatrixValues::Distances;
     std::optional<Clustering> clustering;
+    std::string failure;  // why the run ended before its time, or did not write all; empty for a
+                          // success
 };
 
 }  // namespace tervolanda

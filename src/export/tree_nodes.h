@@ -21,6 +21,9 @@ struct TreeNode {
 // The joins of a clustering by linkage, in its order; empty without a tree.
 std::vector<TreeNode> treeNodes(const RunResults& results);
 
+// The models of each cluster, in list order; clusters in the order of their numbers.
+std::vector<std::vector<std::size_t>> clusterMembers(const Clustering& clustering);
+
 // What stands for a model: its file or, where none is known, its ID.
 std::string modelName(const InputStructure& input);
 

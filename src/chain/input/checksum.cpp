@@ -5,20 +5,28 @@
 #include <array>
 
 #include "base/file.h"
+#include "base/log.h"
 #include "chain/input/input.h"
 
 namespace tervolanda {
 
-std::optional<std::uint32_t> fileChecksum(const std::string& path) {
+std::optional<std::uint32_t> fileChecksum(const std::string& path, Log& log) {
     struct stat status {};
-    if (stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+    const bool isThere = path != "-" && stat(path.c_str(), &status) == 0;
+    if (path == "-" || (isThere && !S_ISREG(status.st_mode))) return std::nullopt;
     const FileHandle file = openForReading(path);
-    if (!file) return std::nullopt;
+    if (!file) {
+        log.error(0, "Can't open input file '%s' - %s", path.c_str(), systemErrorText());
+        return std::nullopt;
+    }
     std::array<unsigned char, std::size_t{1} << 16> block;
     uLong checksum = crc32(0, nullptr, 0);
     while (const std::size_t got = std::fread(block.data(), 1, block.size(), file.get()))
         checksum = crc32(checksum, block.data(), static_cast<uInt>(got));
-    if (std::ferror(file.get()) != 0) return std::nullopt;
+    if (std::ferror(file.get()) != 0) {
+        log.error(0, "Problem reading input file '%s' - %s", path.c_str(), systemErrorText());
+        return std::nullopt;
+    }
     return static_cast<std::uint32_t>(checksum);
 }
 

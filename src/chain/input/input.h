@@ -134,9 +134,9 @@ struct ListSummary {
 // None, after an ERROR line, when it cannot be read.
 std::optional<ListSummary> summariseModelList(const std::string& path, Log& log);
 
-// CRC-32 (ISO 3309) of the bytes of a regular file, as they lie there; none for any other file, and
-// for one that cannot be read.
-std::optional<std::uint32_t> fileChecksum(const std::string& path);
+// CRC-32 (ISO 3309) of the bytes of a regular file, as they lie there; none for any other, standard
+// input ("-") among them, and, after an ERROR line, for one that cannot be read.
+std::optional<std::uint32_t> fileChecksum(const std::string& path, Log& log);
 
 // The same for what `path` names: the structure files of a folder, in the natural order of their
 // names ("model_2" before "model_10"), those that match a pattern of the shell, one structure file,

@@ -1,0 +1,390 @@
+// The run as one JSON object, and its pairs as lines.  Pairs are written as they come, so that no
+// run has to hold them.
+#include <iterator>
+#include <optional>
+#include <span>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "base/format.h"
+#include "export/export.h"
+#include "export/json_text.h"
+#include "export/tree_nodes.h"
+
+namespace tervolanda {
+
+namespace {
+
+constexpr const char* kMotion = "moves the prediction onto the experiment: p' = R (p - c2) + c1";
+
+// What each input contributes to its pairs: "file1":..., and so on for the experiment, with 2 for
+// the prediction.
+struct InputKeys {
+    std::string first, second;
+};
+
+std::string inputKeys(const InputStructure& input, char number) {
+    std::string text;
+    const auto key = [&text, number](std::string_view name) {
+        text += '"';
+        text += name;
+        text += number;
+        text += "\":";
+    };
+    key("id");
+    appendJson(text, input.id);
+    text += ',';
+    key("file");
+    appendJson(text, input.file);
+    text += ',';
+    key("chain");
+    appendJson(text, input.chain);
+    text += ',';
+    key("length");
+    appendJson(text, input.length);
+    return text;
+}
+
+void appendNumbers(std::string& text, std::span<const double> numbers) {
+    appendJsonList(text, numbers, [&text](double number) { appendJson(text, number); });
+}
+
+// The rotation row by row, both centres, and the translation c1 - R c2.
+void addMotion(JsonObject& object, std::string& text, const Superposition& motion) {
+    const auto& r = motion.rotation;
+    object.key("rotation");
+    text += '[';
+    for (std::size_t row = 0; row < 3; ++row) {
+        if (row > 0) text += ',';
+        appendNumbers(text, std::span(r).subspan(3 * row, 3));
+    }
+    text += ']';
+    object.key("translation");
+    appendNumbers(text, motion.apply(0.0, 0.0, 0.0));
+    object.key("centre1");
+    appendNumbers(text, motion.experimentCentre);
+    object.key("centre2");
+    appendNumbers(text, motion.predictionCentre);
+}
+
+// A residue number, or with an insertion code a string.
+void appendJsonResidue(std::string& text, ResidueId residue) {
+    if (residue.insertionCode == ' ') return appendJson(text, residue.number);
+    std::string name;
+    appendResidue(name, residue);
+    appendJson(text, name);
+}
+
+// Whether residue pair b follows a in both chains, and belongs to the same run.
+bool continues(const ResiduePair& a, const ResiduePair& b) {
+    const auto follows = [](ResidueId x, ResidueId y) {
+        return y.number == x.number + 1 && x.insertionCode == ' ' && y.insertionCode == ' ';
+    };
+    return a.domain == b.domain && b.experimentPosition == a.experimentPosition + 1 &&
+           b.predictionPosition == a.predictionPosition + 1 &&
+           follows(a.experiment, b.experiment) && follows(a.prediction, b.prediction);
+}
+
+// Runs of matched residues: [first 1, last 1, first 2, last 2, domain].
+void appendMatched(std::string& text, const std::vector<ResiduePair>& residues) {
+    text += '[';
+    bool isFirst = true;
+    for (auto at = residues.begin(); at != residues.end();) {
+        auto last = at;
+        while (std::next(last) != residues.end() && continues(*last, *std::next(last)))
+            ++last;
+        if (at->domain > 0) {
+            text += isFirst ? "[" : ",[";
+            isFirst = false;
+            for (const ResidueId residue :
+                 {at->experiment, last->experiment, at->prediction, last->prediction}) {
+                appendJsonResidue(text, residue);
+                text += ',';
+            }
+            appendJson(text, at->domain);
+            text += ']';
+        }
+        at = std::next(last);
+    }
+    text += ']';
+}
+
+void addSuperpositions(JsonObject& object, std::string& text, const PairResult& pair) {
+    if (pair.superpositions.empty()) return;
+    addMotion(object, text, pair.superpositions.front());
+    if (pair.superpositions.size() == 1) return;
+    object.key("further_domains");
+    appendJsonList(text, std::span(pair.superpositions).subspan(1),
+                   [&text](const Superposition& motion) {
+                       JsonObject domain(text);
+                       addMotion(domain, text, motion);
+                       domain.end();
+                   });
+}
+
+// Writes pairs as objects.
+class PairWriter {
+ public:
+    explicit PairWriter(const RunInputs& inputs) {
+        keys_.reserve(inputs.structures.size());
+        for (const InputStructure& input : inputs.structures)
+            keys_.push_back({inputKeys(input, '1'), inputKeys(input, '2')});
+    }
+
+    // With `motion` the object says what its matrices mean.
+    void append(std::string& text, const PairResult& pair, bool motion) const {
+        JsonObject object(text);
+        object.keys(keys_[pair.experiment].first);
+        object.keys(keys_[pair.prediction].second);
+        object.add("mapped", pair.mapped);
+        object.add("pairs", pair.pairs);
+        const auto add = [&object](std::string_view name, const std::optional<double>& value) {
+            object.add(name, value);
+        };
+        add("rmsd", pair.rmsd);
+        add("grmsd", pair.grmsd);
+        add("maxsub", pair.maxsub);
+        add("tm1", pair.tm1);
+        add("tm2", pair.tm2);
+        add("msi", pair.msi);
+        add("gdt", pair.gdt);
+        add("rrmsd", pair.rrmsd);
+        add("urmsd", pair.urmsd);
+        add("rurmsd", pair.rurmsd);
+        add("contacts", pair.contacts);
+        add("cutoff", pair.cutoff);
+        object.add("domains", pair.domains);
+        object.add("status", statusWord(pair.status));
+        object.key("matched");
+        appendMatched(text, pair.residues);
+        if (motion && !pair.superpositions.empty()) object.add("motion", kMotion);
+        addSuperpositions(object, text, pair);
+        object.end();
+    }
+
+ private:
+    std::vector<InputKeys> keys_;
+};
+
+class JsonLines final : public ExportFile {
+ public:
+    using ExportFile::ExportFile;
+
+    PairDetail pairDetail() const override { return PairDetail::Residues; }
+    void start(const RunInputs& inputs) override { writer_.emplace(inputs); }
+    void take(const PairResult& pair) override {
+        writer_->append(text(), pair, true);
+        text() += '\n';
+        pace();
+    }
+
+ private:
+    std::optional<PairWriter> writer_;
+};
+
+std::string_view roleOf(const RunInputs& inputs, std::size_t input) {
+    const bool hasExperiment = inputs.kind == RunKind::Pairwise || inputs.firstModel() > 0;
+    if (hasExperiment && input == 0) return "experiment";
+    return inputs.kind == RunKind::Pairwise ? "prediction" : "model";
+}
+
+void appendOption(std::string& text, const RecordedOption& option) {
+    std::visit(
+        [&text](const auto& value) {
+            if constexpr (std::is_same_v<std::decay_t<decltype(value)>, std::monostate>) {
+                text += "null";
+            } else {
+                appendJson(text, value);
+            }
+        },
+        option.value);
+}
+
+// The whole run.  Its keys stand in the order in which they become known, each on a line of its
+// own.
+class JsonDocument final : public ExportFile {
+ public:
+    using ExportFile::ExportFile;
+
+    PairDetail pairDetail() const override { return PairDetail::Residues; }
+    bool showsChecksums() const override { return true; }
+    void start(const RunInputs& inputs) override;
+    void take(const PairResult& pair) override;
+    void finish(const RunResults& results) override;
+    bool showsFailure() const override { return true; }
+
+ private:
+    void key(std::string_view name);
+    void writeInputs();
+    void writeRanking(const RunResults& results);
+    void writeTree(const RunResults& results);
+    void writeClusters(const RunResults& results);
+
+    const RunInputs* inputs_ = nullptr;
+    std::optional<PairWriter> writer_;
+    bool hasPairs_ = false;
+};
+
+void JsonDocument::key(std::string_view name) {
+    text() += ",\n\"";
+    text() += name;
+    text() += "\": ";
+}
+
+void JsonDocument::start(const RunInputs& inputs) {
+    inputs_ = &inputs;
+    writer_.emplace(inputs);
+    std::string& out = text();
+    out += "{\n\"program\": ";
+    appendJson(out, inputs.program);
+    key("version");
+    appendJson(out, inputs.version);
+    key("command");
+    appendJsonList(out, inputs.command, [&out](const std::string& word) { appendJson(out, word); });
+    key("options");
+    JsonObject options(out);
+    for (const RecordedOption& option : inputs.options) {
+        options.key(option.name);
+        appendOption(out, option);
+    }
+    options.end();
+    writeInputs();
+    key("motion");
+    appendJson(out, kMotion);
+    key("pairs");
+    out += '[';
+}
+
+void JsonDocument::writeInputs() {
+    std::string& out = text();
+    key("inputs");
+    std::size_t position = 0;
+    appendJsonList(out, inputs_->structures, [&](const InputStructure& input) {
+        out += '\n';
+        JsonObject object(out);
+        object.add("role", roleOf(*inputs_, position++));
+        object.add("id", input.id);
+        object.add("file", input.file);
+        object.add("chain", input.chain);
+        object.add("length", input.length);
+        std::optional<std::string> checksum;
+        if (input.crc32) checksum = format("%08x", static_cast<unsigned>(*input.crc32));
+        object.add("crc32", checksum);
+        object.add("mean_bfactor", input.meanBFactor);
+        object.end();
+    });
+    key("skipped");
+    appendJsonList(out, inputs_->skipped, [&out](const SkippedInput& skipped) {
+        out += '\n';
+        JsonObject object(out);
+        object.add("id", skipped.id);
+        object.add("file", skipped.file);
+        object.add("reason", skipped.reason);
+        object.end();
+    });
+}
+
+void JsonDocument::take(const PairResult& pair) {
+    text() += hasPairs_ ? ",\n" : "\n";
+    hasPairs_ = true;
+    writer_->append(text(), pair, false);
+    pace();
+}
+
+void JsonDocument::finish(const RunResults& results) {
+    text() += ']';
+    writeRanking(results);
+    writeTree(results);
+    writeClusters(results);
+    key("status");
+    appendJson(text(), results.failure.empty() ? "SUCCESS" : results.failure);
+    text() += "\n}\n";
+}
+
+void JsonDocument::writeRanking(const RunResults& results) {
+    key("ranking");
+    std::size_t rank = 0;
+    appendJsonList(text(), results.ranking, [&](const RankedModel& model) {
+        pace();
+        text() += '\n';
+        const InputStructure& input = inputs_->structures[inputs_->firstModel() + model.model];
+        JsonObject object(text());
+        object.add("rank", ++rank);
+        object.add("id", input.id);
+        object.add("file", input.file);
+        object.add("chain", input.chain);
+        object.add("length", input.length);
+        if (inputs_->kind == RunKind::OneVersusList) {
+            object.add("score", model.score);
+        } else {
+            object.add("jury", model.jury);
+        }
+        object.add("mean_score", model.meanScore);
+        object.add("cluster", model.cluster);
+        object.add("medoid", model.cluster ? std::optional(model.isMedoid) : std::nullopt);
+        object.add("mean_bfactor", input.meanBFactor);
+        object.end();
+    });
+}
+
+void JsonDocument::writeTree(const RunResults& results) {
+    key("tree");
+    const std::vector<TreeNode> nodes = treeNodes(results);
+    std::size_t number = nodes.size() + 1;
+    appendJsonList(text(), nodes, [&](const TreeNode& node) {
+        pace();
+        text() += '\n';
+        JsonObject object(text());
+        object.add("node", number++);
+        object.add("first", node.first);
+        object.add("second", node.second);
+        object.add("distance", node.height);
+        object.add("size", node.size);
+        object.end();
+    });
+}
+
+void JsonDocument::writeClusters(const RunResults& results) {
+    key("threshold");
+    if (!results.clustering) {
+        text() += "null";
+        key("clusters");
+        text() += "[]";
+        return;
+    }
+    appendJson(text(), results.clustering->threshold);
+    key("clusters");
+    const std::vector<std::vector<std::size_t>> members = clusterMembers(*results.clustering);
+    std::size_t cluster = 0;
+    const auto idOf = [this](std::size_t model) {
+        return inputs_->structures[inputs_->firstModel() + model].id;
+    };
+    appendJsonList(text(), results.clustering->centroids, [&](const Centroid& centroid) {
+        pace();
+        text() += '\n';
+        JsonObject object(text());
+        object.add("cluster", cluster + 1);
+        object.add("medoid", idOf(centroid.model));
+        object.add("size", centroid.size);
+        object.add("spread", centroid.spread);
+        object.key("members");
+        appendJsonList(text(), members[cluster++],
+                       [&](std::size_t model) { appendJson(text(), idOf(model)); });
+        object.end();
+    });
+}
+
+}  // namespace
+
+std::unique_ptr<ExportFile> makeJsonLines(std::string path) {
+    return std::make_unique<JsonLines>(std::move(path));
+}
+
+std::unique_ptr<ExportFile> makeJsonDocument(std::string path) {
+    return std::make_unique<JsonDocument>(std::move(path));
+}
+
+}  // namespace tervolanda
