@@ -25,7 +25,7 @@ extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, st
 
 namespace {
 
-constexpr std::size_t kControlBytes = 4;    // behind the file: how to read it
+constexpr std::size_t kControlBytes = 4;    // after the file: how to read it
 constexpr std::size_t kReadStep = 81;       // a step in which a stream breaks off is lost
 constexpr std::size_t kLongestText = 2048;  // inflated; what is longer is only slow
 

@@ -47,7 +47,7 @@ std::string MemoryFile::text() const {
 }
 
 FileHandle openText(std::string_view text) {
-    // A stream of no bytes is not to be had; one from behind the end of a byte is as good.
+    // fmemopen() refuses an empty buffer: read one byte and stand after it.
     static char one = '\n';
     FileHandle file(text.empty() ? fmemopen(&one, 1, "r")
                                  : fmemopen(const_cast<char*>(text.data()), text.size(), "r"));

@@ -177,7 +177,7 @@ OutputFile::OutputFile(std::string path) : path_(std::move(path)) {
         isTerminal_ = file_ && isatty(fileno(file_.get())) == 1;
         return;
     }
-    // A file that the user has protected against writing is not replaced behind their back.
+    // A file that the user has protected against writing is not replaced without their knowing.
     if (exists && access(path_.c_str(), W_OK) != 0) return;
     openBeside();
     if (!file_ && exists && isMountPoint(path_)) {

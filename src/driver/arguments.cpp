@@ -72,8 +72,8 @@ bool isWellFormedReal(std::string_view text) {
         } else if (isExponent && !hasExponent && i > 0) {
             hasExponent = true;
         } else if (c == '+' || c == '-') {
-            const bool behindExponent = i > 0 && (text[i - 1] == 'e' || text[i - 1] == 'E');
-            if (i != 0 && !behindExponent && (i != 1 || hasExponent)) return false;
+            const bool afterExponent = i > 0 && (text[i - 1] == 'e' || text[i - 1] == 'E');
+            if (i != 0 && !afterExponent && (i != 1 || hasExponent)) return false;
         } else {
             return false;
         }

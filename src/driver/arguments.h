@@ -22,7 +22,7 @@ class Arguments {
 
     // Whether an argument is `name`; from the last one to the first.
     bool hasFlag(std::string_view name);
-    // The argument behind the first one that is `name`, whatever it is; none where `name` is absent
+    // The argument after the first one that is `name`, whatever it is; none where `name` is absent
     // or the last argument.
     std::optional<std::string> text(std::string_view name);
     // The value as a number; `fallback` where it is absent or malformed.  Integers saturate.
@@ -33,7 +33,7 @@ class Arguments {
     std::vector<std::string> values_;
 };
 
-// Digits behind at most one leading dash; the empty text and a lone dash are well formed, too.
+// Digits after at most one leading dash; the empty text and a lone dash are well formed, too.
 bool isWellFormedInteger(std::string_view text);
 
 // The check a real value has to pass.  It is lenient: the empty text passes, and a sign may stand

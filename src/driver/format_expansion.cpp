@@ -53,7 +53,7 @@ void takeFlags(std::string_view& text, Conversion& conversion) {
     }
 }
 
-// Takes the conversion behind a percent sign off the front of `text`; none, and `text` unchanged,
+// Takes the conversion after a percent sign off the front of `text`; none, and `text` unchanged,
 // where there is none.
 std::optional<Conversion> takeConversion(std::string_view& text) {
     std::string_view rest = text;
@@ -124,7 +124,7 @@ std::string written(const Conversion& conversion) {
     if (conversion.left) return sign + digits + std::string(missing, ' ');
     const bool isInteger = isOneOf(conversion.kind, "diouxX");
     if (conversion.zero && (isReal || (isInteger && !conversion.precision))) {
-        // Zeros stand behind the sign and the prefix "0x".
+        // Zeros stand after the sign and the prefix "0x".
         const std::size_t prefix = isOneOf(conversion.kind, "aA") ? 2 : 0;
         return sign + digits.insert(prefix, missing, '0');
     }

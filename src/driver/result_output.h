@@ -32,7 +32,9 @@ std::vector<RankedModel> rankedModels(const DistanceMatrix& scores, MatrixValues
                                       std::span<const JuryScore> jury);
 
 // Clusters the models of a matrix and prints the clusters, none for method 0, and completes the
-// exports, for which the ranking is.
+// exports, for which the ranking is.  Seven parameters: the first four are what the mode made, the
+// others are the three that every mode is called with.  The matrix comes by value because
+// clustering overwrites it, with distances in place of similarities.
 void clusterAndFinish(DistanceMatrix matrix, MatrixValues values, const ModelLabels& models,
                       std::vector<RankedModel> ranking, const Settings& settings,
                       RunExports& exports, Log& log);

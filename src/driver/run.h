@@ -1,4 +1,4 @@
-// The program behind main().
+// The whole program, but for what main() does to the process.
 #pragma once
 
 #include <string>

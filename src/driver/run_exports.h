@@ -34,7 +34,7 @@ class RunExports final : public PairViewer {
     void startPair(const Chain& experiment, const Chain& prediction);
     void startList(const Chain& experiment, const ChainList& models);
     void startAll(const ChainList& models);
-    // For the matrix of an earlier run: the model behind each row, by ID alone without `chains`.
+    // For the matrix of an earlier run: the model of each row, by ID alone without `chains`.
     void startMatrix(const std::vector<std::uint32_t>& ids, const ChainList* chains,
                      const PairMatrix* pairs);
 

@@ -199,7 +199,7 @@ std::array<std::size_t, 2> findPlainArguments(const Arguments& arguments) {
     return plain;
 }
 
-// REQUIRES: at least two arguments behind the program name.
+// REQUIRES: at least two arguments after the program name.
 void takePositionalForm(const Arguments& arguments, Settings& settings) {
     const auto [prediction, experiment] = findPlainArguments(arguments);
     for (const std::size_t i : {prediction, experiment}) {
@@ -209,9 +209,9 @@ void takePositionalForm(const Arguments& arguments, Settings& settings) {
     }
     settings.input.predictionFile = arguments[prediction];
     settings.input.experimentFile = arguments[experiment];
-    const std::size_t behind = experiment + 1;
-    if (behind < arguments.count() && isWellFormedReal(arguments[behind])) {
-        settings.comparison.distanceCutoff = realValue(arguments[behind]);
+    const std::size_t next = experiment + 1;
+    if (next < arguments.count() && isWellFormedReal(arguments[next])) {
+        settings.comparison.distanceCutoff = realValue(arguments[next]);
     }
 }
 
@@ -279,14 +279,18 @@ void resolveRun(Arguments& arguments, Settings& settings, Log& log) {
     log.setLogLevel(settings.output.logLevel);
 }
 
+bool asksForMoreHelp(const OwnOptions& own) {
+    constexpr std::array<std::string_view, 1> kPages = {"more"};
+    return own.choice("help", kPages).has_value();
+}
+
 }  // namespace
 
 CommandLine readCommandLine(std::vector<std::string> values, Log& log) {
     std::vector<std::string> command = recordedCommand(values);
     const OwnOptions own(values);
     CommandLine line;
-    constexpr std::array<std::string_view, 1> kHelpPages = {"more"};
-    if (own.choice("help", kHelpPages)) {
+    if (asksForMoreHelp(own)) {
         line.request = Request::MoreHelp;
         return line;
     }

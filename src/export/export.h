@@ -18,7 +18,7 @@ namespace tervolanda {
 
 class Log;
 
-// The models behind the positions of a matrix, lent.
+// Which model stands at which position of a matrix; lent.
 struct ModelLabels {
     std::span<const std::uint32_t> ids;  // one a position
     // Chains whose file names are shown, found by their numbers; an ID without a chain has an empty

@@ -1,5 +1,13 @@
 // All numbers are little-endian and of fixed width, doubles and floats by their bits, so that a
 // part can be merged on another machine than it was made on.
+//
+// Writing goes through a spool, since the header holds the number of records and the list of those
+// models that could be read, which are known at the end only.  Reading goes through the file twice:
+// once for the checksum over everything, and once record by record with the same checksum growing
+// again, so that a file that changes between the two is found out at the latest by finish().
+//
+// More than 400 lines: what writes a field and what reads it stand in one file, so that neither is
+// changed without the other.
 #include "resultfiles/part_file.h"
 
 #include <sys/stat.h>
@@ -27,6 +35,9 @@ constexpr std::size_t kRunBytes = 12;
 constexpr std::size_t kScoreBytes = 28;  // of a MaxSub record
 constexpr std::size_t kSuperpositionBytes =
     15 * 8 + 12;  // and what else it may have, less its runs
+// Limits of what a header may claim.  They are far above any run (67 million models) and small
+// enough that sizes computed from them neither overflow nor are worth allocating for a file that
+// lies.
 constexpr std::uint32_t kLongestOptions = 1U << 16;
 constexpr std::uint64_t kMostEntries = 1U << 26;
 constexpr std::uint64_t kMostBlocks = std::uint64_t{1} << 52;

@@ -38,7 +38,7 @@ TEST(ModelList, GivesAnIdToEveryLineThatNamesAFile) {
     }
     CapturedLog captured;
     EXPECT_EQ(modelsOf(folder, "@none.pdb\n@a.pdb\n", captured, 7), "9 a.pdb, last 9");
-    // A read takes 258 characters: what stands behind them is a line of its own.
+    // A read takes 258 characters: what stands after them is a line of its own.
     const std::string filled = "@a.pdb" + std::string(258 - folder.path().string().size() - 6, ' ');
     EXPECT_EQ(modelsOf(folder, filled + "@b c.pdb\n", captured), "1 a.pdb, 2 b c.pdb, last 2");
 }

@@ -4,7 +4,7 @@
 usage: faults.py PROGRAM SHIM PART [EVERY]
 
   calls       each system call of a run fails, one run for each (with strace)
-  memory      each allocation fails, alone and with all behind it (with the shim)
+  memory      each allocation fails, alone and with all after it (with the shim)
   limits      files cut at every kind of length, standard output full or without a reader
   permission  a folder and files that an ordinary user may not write
   disk        a file system of every small size

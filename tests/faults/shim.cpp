@@ -1,7 +1,7 @@
 // Preloaded into the program: makes allocations fail, and new files without a name.
 //
-//   FAULT_ALLOCATION=k     the k-th allocation behind the start of the program fails; "k+": that
-//                          one and all behind it
+//   FAULT_ALLOCATION=k     the k-th allocation after the start of the program fails; "k+": that
+//                          one and all after it
 //   FAULT_TALLY=file       their number is written there at the end
 //   FAULT_NO_TMPFILE=1     the file system knows no files without a name
 #include <fcntl.h>
@@ -23,7 +23,7 @@ void* __libc_memalign(std::size_t alignment, std::size_t size);
 
 namespace {
 
-// Set behind the start of the C++ library, which takes memory for exceptions, and never freed: an
+// Set after the start of the C++ library, which takes memory for exceptions, and never freed: an
 // object would have to be made before its first use.
 long first = 0;
 bool goesOn = false;

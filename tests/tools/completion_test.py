@@ -31,7 +31,7 @@ BASH_CASES = [
     (["--ver"], ["--version"]),
     (["--help", "="], sorted(FILES)),
 ]
-# Prints what completion offers for the words behind the file, one a line.
+# Prints what completion offers for the words after the file, one a line.
 BASH_SCRIPT = """
 set -u
 source "$1"

@@ -120,6 +120,8 @@ struct UnreadModel {
 // models are structures of their own every model does.  Files that cannot be read are appended to
 // `unread`, where there is one.  List and messages are the same by however many threads the files
 // are read.  With `wanted` only the models are read whose IDs it says yes to; their files hold one.
+// The first seven parameters are what every read takes; the rest has defaults that nearly all
+// callers of the library want, and is no struct for their sake.
 std::size_t readModelList(const std::string& path, std::uint32_t& counter,
                           const ReadRequest& request, const ResidueExclusions& exclusions, Log& log,
                           ChainList& list, std::size_t threads = 1,

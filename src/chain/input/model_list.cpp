@@ -1,4 +1,9 @@
-// The two small text files that steer reading: which models there are, and which residues to skip.
+// Which models there are: the lines of a list file, the files of a folder or of a pattern.  And the
+// other small file that steers reading: which residues to skip.
+//
+// A list may have any number of models, be read by several threads and name the same pipe twice, so
+// files are opened in list order where their bytes come once only, and the limits below keep an
+// endless list from filling the memory.
 #include <sys/stat.h>
 #include <zlib.h>
 
@@ -61,7 +66,11 @@ bool mayBeReadAside(const std::string& path, bool mayBePacked) {
     return status.st_size <= kLargest / factor;
 }
 
-// Notes the files that are no models, and why.  While it does, lines take the way through its log.
+// Notes the files that are no models, and why: the first ERROR line said of a file is its reason.
+// To hear the lines they are written to a log of its own, which passes them on unchanged; when
+// nobody wants the notes (null) the caller's log is used as it is.
+//
+// Invariant: `reason_` belongs to the file being taken; finishFile() empties it for the next.
 class UnreadNotes {
  public:
     UnreadNotes(Log& log, std::vector<UnreadModel>* unread)
@@ -89,6 +98,11 @@ class UnreadNotes {
 };
 
 // The reading of the models that a list has, whatever the list is.
+//
+// Models enter `list_` in the order of the list, and everything that can be seen (IDs, lines,
+// progress) happens in that order, too: threads read files aside, but next() and consume() are
+// called by runInOrder() one at a time.  `read_` models are in the list, `tried_` counts those that
+// failed as well.
 class ListReading {
  public:
     // `nextPath` gives the path of the next file, none at the end.
@@ -249,13 +263,23 @@ std::optional<std::vector<std::string>> filesAt(const std::string& path) {
     return std::nullopt;
 }
 
+// What the callers of both ways to name models hand on.
+struct ListTask {
+    const ReadRequest& request;
+    const ResidueExclusions& exclusions;
+    std::uint32_t& counter;
+    ChainList& list;
+    std::size_t threads;
+    std::vector<UnreadModel>* unread;
+    const std::function<bool(std::uint32_t id)>& wanted;
+    Log& log;
+};
+
 // The models of a list file, where relative paths count from `folder`; empty for the working
 // directory.
 std::size_t readListFile(const std::string& path, const std::filesystem::path& folder,
-                         std::uint32_t& counter, const ReadRequest& request,
-                         const ResidueExclusions& exclusions, Log& log, ChainList& list,
-                         std::size_t threads, std::vector<UnreadModel>* unread,
-                         const std::function<bool(std::uint32_t id)>& wanted) {
+                         const ListTask& task) {
+    Log& log = task.log;
     log.info(0, "Reading PDB list file '%s'", path.c_str());
     const FileHandle file = openForReading(path);
     if (!file) {
@@ -272,9 +296,10 @@ std::size_t readListFile(const std::string& path, const std::filesystem::path& f
         }
         return std::nullopt;
     };
-    UnreadNotes notes(log, unread);
-    ListReading reading(nextPath, request, exclusions, wanted, counter, notes, list);
-    reading.readAll(threads);
+    UnreadNotes notes(log, task.unread);
+    ListReading reading(nextPath, task.request, task.exclusions, task.wanted, task.counter, notes,
+                        task.list);
+    reading.readAll(task.threads);
     reportReadError(lines, path, kLongestList, log);
     return reading.finish("list file '" + path + "'");
 }
@@ -285,7 +310,8 @@ std::size_t readModelList(const std::string& path, std::uint32_t& counter,
                           const ReadRequest& request, const ResidueExclusions& exclusions, Log& log,
                           ChainList& list, std::size_t threads, std::vector<UnreadModel>* unread,
                           const std::function<bool(std::uint32_t id)>& wanted) {
-    return readListFile(path, {}, counter, request, exclusions, log, list, threads, unread, wanted);
+    return readListFile(path, {},
+                        {request, exclusions, counter, list, threads, unread, wanted, log});
 }
 
 std::size_t readModelsAt(const std::string& path, std::uint32_t& counter,
@@ -294,8 +320,8 @@ std::size_t readModelsAt(const std::string& path, std::uint32_t& counter,
     const auto files = filesAt(path);
     if (!files) {
         const std::filesystem::path folder = std::filesystem::path(path).parent_path();
-        return readListFile(path, folder, counter, request, exclusions, log, list, threads, unread,
-                            {});
+        return readListFile(path, folder,
+                            {request, exclusions, counter, list, threads, unread, {}, log});
     }
     log.info(0, "Reading %zu structure files of '%s'", files->size(), path.c_str());
     std::size_t next = 0;

@@ -1,6 +1,14 @@
 // All models of a list with each other.  By MaxSub and GDT a pair is a search, computed alone.  An
 // RMSD is a ten-thousandth of that, and four rows of pairs are computed at once: each chain is then
 // fetched once for four comparisons.
+//
+// The classes here are batches in the sense of run_batch.h, in three layers.  AllPairs is the pair
+// order and nothing else.  MaxSubSearches, GdtSearches and RmsdFits add compute().  On top stands
+// what becomes of an outcome: MaxSubPairs, GdtPairs and RmsdPairs fill matrices, TakenPairs hands
+// outcomes to a caller (who writes them to a part file), and GivenPairs puts outcomes that a caller
+// has (out of part files) in place of compute().
+//
+// More than 400 lines, because a layer is only understood beside the one it stands on.
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -40,7 +48,8 @@ DistanceMatrix matrixWithDiagonal(std::size_t n, float diagonal) {
     return matrix;
 }
 
-// The order of the pairs, for batches of all kinds.
+// The order of the pairs, for batches of all kinds: (1, 0), (2, 1), (2, 0), (3, 2), (3, 1) ...  A
+// pair's number in this order is what a block's slice counts, so that it must never change.
 class AllPairs {
  public:
     explicit AllPairs(const PreparedList& list) : AllPairs(list, {0, pairsOf(list.size())}) {}

@@ -103,7 +103,10 @@ struct MaxSubBatch {
     DistanceMatrix rmsd;    // of the subsets, Å; 0 with several domain iterations
     PairMatrix pairs;
 };
-// Without a recorder nothing else is kept.
+// Without a recorder nothing else is kept.  The parameters of all batches come in this order: what
+// is compared and how, who takes what no matrix holds, where lines go, by how many threads.  They
+// are seven where all of these apply, and stay apart because each comes from another place of a
+// caller.
 MaxSubBatch compareAllMaxSub(const PreparedList& models, const ComparisonParameters& parameters,
                              PairRecorder* recorder, Log& log, Report& report,
                              std::size_t threads = 1, PairViewer* viewer = nullptr);

@@ -16,7 +16,7 @@ struct AlignedColumns {
 
 // The alignment of highest score (Needleman & Wunsch 1970) by BLOSUM62 (Henikoff & Henikoff 1992)
 // with affine gaps (Gotoh 1982): a gap of k residues costs 11 + k, and nothing where it stands
-// before the first or behind the last residue of the other sequence, as tags and lost ends do.
+// before the first or after the last residue of the other sequence, as tags and lost ends do.
 // Keeps its memory from call to call, a byte for each pair of residues.
 class SequenceAligner {
  public:
@@ -33,7 +33,7 @@ class SequenceAligner {
     void traceBack(std::size_t experimentLength, std::size_t predictionLength,
                    AlignedColumns& aligned) const;
 
-    // One entry a column, behind an entry for no experiment residue at all.
+    // One entry a column, after an entry for no experiment residue at all.
     std::vector<std::int32_t> scores_;  // of the row above, then of the row itself
     std::vector<std::int32_t> rowGap_;  // score that ends with a skipped prediction residue
     std::vector<std::uint8_t> steps_;   // prediction x experiment residues, bits in the .cpp

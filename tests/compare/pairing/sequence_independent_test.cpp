@@ -97,7 +97,7 @@ TEST(Remapping, CorrectsNumbersThatAreShifted) {
                 HasSubstr("Opt  1: Generating similarity matrix using d0 = 3.65 : dmax = 9.47\n"));
 }
 
-// Passes may go round in a circle of mappings.  That ends behind a hundred passes, with what a
+// Passes may go round in a circle of mappings.  That ends after a hundred passes, with what a
 // hundred of them find.
 TEST(Remapping, EndsWhenMappingsGoRoundInACircle) {
     int circles = 0;
