@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "arrays.h"
+#include "base/parallel.h"
 #include "chain/input/input.h"
 #include "messages.h"
 
@@ -34,7 +35,24 @@ CoordinateSet prepare(const Chain& chain, AtomSelection selection) {
 struct ReadChoice {
     std::string atoms = "all";  // "all", "backbone" (with CB) or "calpha"
     std::string exclude;        // a residue exclusion file; empty for none
+    EntryRules entry;
 };
+
+// `model` is a number, 0 for the first or -1 for all of them; `altloc` "best", "first" or a letter.
+EntryRules entryOf(bool readsPdb, std::string chain, int model, const std::string& altloc) {
+    EntryRules rules{.readsPdb = readsPdb, .chain = std::move(chain)};
+    rules.allModels = model < 0;
+    if (model > 0) rules.model = model;
+    if (altloc == "first") {
+        rules.conformers = Conformers::First;
+    } else if (altloc.size() == 1) {
+        rules.conformers = Conformers::Lettered;
+        rules.conformer = altloc.front();
+    } else if (altloc != "best") {
+        throw py::value_error("altloc is 'best', 'first' or a letter");
+    }
+    return rules;
+}
 
 ReadRequest requestOf(const ReadChoice& choice) {
     unsigned int options = ReadCheckDuplicates | ReadCheckAll;
@@ -47,6 +65,7 @@ ReadRequest requestOf(const ReadChoice& choice) {
     }
     ReadRequest request;
     request.options = static_cast<std::uint16_t>(options);
+    request.entry = choice.entry;
     return request;
 }
 
@@ -70,7 +89,7 @@ py::tuple readOne(const std::string& path, const ReadChoice& choice) {
     return py::make_tuple(structure, messages.taken());
 }
 
-// The structures of a list file, and the messages.
+// The structures of a folder, a pattern or a list file, and the messages.
 py::tuple readList(const std::string& path, const ReadChoice& choice) {
     Messages messages;
     std::vector<StructurePtr> structures;
@@ -81,7 +100,8 @@ py::tuple readList(const std::string& path, const ReadChoice& choice) {
         std::uint32_t counter = 0;
         if (choice.exclude.empty() ||
             readResidueExclusionFile(choice.exclude, exclusions, messages.log())) {
-            readModelList(path, counter, requestOf(choice), exclusions, messages.log(), list);
+            readModelsAt(path, counter, requestOf(choice), exclusions, messages.log(), list,
+                         usableProcessors());
         }
         for (Chain& chain : list.chains)
             structures.push_back(asStructure(std::move(chain)));
@@ -299,7 +319,12 @@ void addStructures(py::module_& module) {
         .def("_insertion_codes", insertionCodes)
         .def("_residue_names", residueNames)
         .def("_atom_names", atomNames);
-    py::class_<ReadChoice>(module, "ReadChoice").def(py::init<std::string, std::string>());
+    py::class_<ReadChoice>(module, "ReadChoice")
+        .def(py::init([](std::string atoms, std::string exclude, bool readsPdb, std::string chain,
+                         int model, const std::string& altloc) {
+            return ReadChoice{std::move(atoms), std::move(exclude),
+                              entryOf(readsPdb, std::move(chain), model, altloc)};
+        }));
     module.def("read", readOne);
     module.def("read_list", readList);
     module.def("structure_of_arrays", structureOfArrays);

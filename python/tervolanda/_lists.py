@@ -42,6 +42,19 @@ class Matrices:
         """Whether a higher value is a better one."""
         return self.measure in ("tm", "maxsub", "gdt")
 
+    @property
+    def distances(self) -> np.ndarray:
+        """What is clustered, as the program's ``--npy`` writes it: 1 - s of similarities (GDT from
+        0 to 1), 0 on the diagonal, -1 for none; (n, n) of float32."""
+        found = self.values
+        if self.measure == "gdt":
+            found = found / np.float32(100.0)
+        if self.are_similarities:
+            found = (1.0 - found.astype(np.float64)).astype(np.float32)
+        found = np.where(np.isfinite(found), found + np.float32(0.0), np.float32(-1.0))
+        np.fill_diagonal(found, 0.0)
+        return found
+
 
 def _models(models: Iterable[Structure], at_least: int) -> list[Structure]:
     models = list(models)

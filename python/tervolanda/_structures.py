@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import operator
 import os
 from typing import Iterable, Sequence
 
@@ -29,26 +30,57 @@ def _path(path: str | os.PathLike) -> bytes:
     return b"./-" if name == b"-" else name
 
 
-def _choice(atoms: str, exclude: str | os.PathLike | None):
+def _choice(chain, model, altloc, format, atoms, exclude):
+    """What to read of files, as the library takes it."""
     if atoms not in _ATOMS:
         raise ValueError(f"atoms is one of {_ATOMS}, not {atoms!r}")
-    return _core.ReadChoice(atoms, b"" if exclude is None else _path(exclude))
+    if format not in ("auto", "entry"):
+        raise ValueError(f"format is 'auto' or 'entry', not {format!r}")
+    if model is None:
+        number = 0
+    elif model == "all":
+        number = -1
+    elif (number := operator.index(model)) < 0:
+        raise ValueError("model is a number from 0 on")
+    is_entry = format == "entry" or not (chain is model is altloc is None)
+    if model is not None and number == 0:
+        number = 1  # entries count from 1; 0 is what some programs write for the only one
+    return _core.ReadChoice(
+        atoms, b"" if exclude is None else _path(exclude), is_entry, chain or "", number,
+        altloc or "best",
+    )  # fmt: skip
 
 
 def read(
     path: str | os.PathLike,
+    chain: str | None = None,
+    model: int | None = None,
+    altloc: str | None = None,
+    format: str = "auto",
     *,
     atoms: str = "all",
     exclude: str | os.PathLike | None = None,
 ) -> Structure:
-    """Reads a structure of one chain from a PDB file, plain or gzip-compressed (".gz").
+    """Reads one chain from a PDB or mmCIF file, plain or gzip-compressed.
+
+    mmCIF files, and PDB files where `chain`, `model`, `altloc` or ``format="entry"`` is given, are
+    read as databanks and predictors write them: the protein residues, modified ones too, of one
+    chain, one model and one conformer.  Other PDB files are those of one chain and one model:
+    their ATOM records are taken, and two atoms of one name are an error.
 
     Parameters
     ----------
     path : path
+    chain : str, optional
+        By its author's name, or by mmCIF's own after "label:"; without it there has to be one only.
+    model : int, optional
+        Its number in a file of several; the first without.
+    altloc : {"best", "first"} or a letter, optional
+        Which alternate locations: of the highest occupancy, as without it, the first in the file,
+        or those of a letter.
+    format : {"auto", "entry"}
     atoms : {"all", "backbone", "calpha"}
-        What is kept: "backbone" is N, CA, C, O and CB.  Only what is kept is checked, so that
-        "calpha" reads files whose side chains have alternate locations.
+        What is kept: "backbone" is N, CA, C, O and CB.  Only what is kept is checked.
     exclude : path, optional
         A file whose lines name residues to be left out by the columns 23 to 27 of their records.
 
@@ -59,7 +91,8 @@ def read(
     Raises
     ------
     StructureError
-        The file cannot be read, or holds no chain or several; `file` names it.
+        The file cannot be read, or holds no such chain or several; `file` and, where a line is at
+        fault, `line` say where.
 
     Warns
     -----
@@ -72,9 +105,15 @@ def read(
     >>> experiment = tervolanda.read("experiment.pdb")
     >>> len(experiment), experiment.sequence[:10]
     (61, 'MSEELKRLAE')
+    >>> len(tervolanda.read("entry.pdb", chain="A"))
+    61
     """
+    if model == "all":
+        raise ValueError("read() reads one model, read_models() all of them")
     name = _path(path)
-    structure, messages = _core.read(name, _choice(atoms, exclude))
+    structure, messages = _core.read(
+        name, _choice(chain, model, altloc, format, atoms, exclude)
+    )
     if structure is None:
         raise structure_error(messages, os.fsdecode(name))
     warn_of(messages, 2)
@@ -83,22 +122,29 @@ def read(
 
 def read_models(
     models: str | os.PathLike | Iterable[str | os.PathLike],
+    chain: str | None = None,
+    model: int | str | None = None,
+    altloc: str | None = None,
+    format: str = "auto",
     *,
     atoms: str = "calpha",
     exclude: str | os.PathLike | None = None,
 ) -> list[Structure]:
-    """Reads models: those that a list file names, one path a line, or the paths given.
+    """Reads many structures.
 
     Parameters
     ----------
-    models : path of a list file, or paths of structures
-    atoms, exclude
-        As for `read`.  Comparisons need "calpha", contacts "backbone".
+    models : path, or paths
+        A folder of structures, a pattern ("models/*.cif"), a structure file, a list file with a
+        path a line (relative ones count from its folder), or the paths of structures.
+    chain, model, altloc, format, atoms, exclude
+        As for `read`; with ``model="all"`` every model of a file is a structure of its own.
+        Comparisons need the atoms "calpha", contacts "backbone".
 
     Returns
     -------
     list of Structure
-        Those that could be read, in their order.
+        Those that could be read, in their order; by a folder or a pattern in natural order.
 
     Raises
     ------
@@ -116,17 +162,21 @@ def read_models(
     >>> [model.name for model in tervolanda.read_models("models.txt")][:2]
     ['near_1.pdb', 'near_2.pdb']
     """
-    choice = _choice(atoms, exclude)
+    choice = _choice(chain, model, altloc, format, atoms, exclude)
     if isinstance(models, (str, bytes, os.PathLike)):
-        name = os.fsdecode(_path(models))
-        structures, messages = _core.read_list(_path(models), choice)
+        path = _path(models)
+        name = os.fsdecode(path)
+        structures, messages = _core.read_list(path, choice)
     else:
         name, structures, messages = "", [], []
-        for path in models:
-            structure, lines = _core.read(_path(path), choice)
+        for path in map(_path, models):
+            if model == "all":
+                found, lines = _core.read_list(path, choice)
+            else:
+                one, lines = _core.read(path, choice)
+                found = [] if one is None else [one]
+            structures += found
             messages += lines
-            if structure is not None:
-                structures.append(structure)
     if not structures:
         raise structure_error(messages, name)
     warn_of(messages, 2)

@@ -79,6 +79,24 @@ class Results(unittest.TestCase):
             found = tv.rmsd(tv.Structure.from_arrays(array), structure(30, 1)).rmsd
             self.assertEqual(found, expected)
 
+    def test_entries(self):
+        entry = EXAMPLES / "entry.pdb"
+        first, third = (tv.read(entry, chain="A", model=n) for n in (1, 3))
+        self.assertEqual((len(first), first.chain, first.residue_names[0]), (61, "A", "MSE"))
+        self.assertGreater(tv.rmsd(first, third).rmsd, 0.1)
+        models = tv.read_models([entry], chain="A", model="all")
+        self.assertEqual([tv.rmsd(first, models[0]).rmsd, tv.rmsd(third, models[2]).rmsd], [0.0, 0.0])
+        with self.assertRaises(tv.StructureError):
+            tv.read(entry, chain="Z")
+        with tempfile.TemporaryDirectory() as scratch:
+            broken = pathlib.Path(scratch) / "x.cif"
+            broken.write_text("data_x\nloop_\n_atom_site.id\n_atom_site.Cartn_x\n1 2 3\n")
+            with self.assertRaises(tv.StructureError) as caught:
+                tv.read(broken)
+            self.assertEqual((caught.exception.file, type(caught.exception.line)), (str(broken), int))
+        for wrong in ({"altloc": "AB"}, {"format": "xyz"}, {"model": -1}, {"model": "all"}):
+            self.assertRaises(ValueError, lambda: tv.read(entry, **wrong))
+
     def test_clusters_and_ranks(self):
         matrix = np.array([[0, 1, 6, 9], [1, 0, 5, 9], [6, 5, 0, -1], [9, 9, -1, 0]], dtype=float)
         found = tv.cluster(matrix, "single", 5.0)

@@ -11,11 +11,13 @@ import os
 import pathlib
 import re
 import shutil
+import subprocess
 import sys
 import tempfile
 import unittest
 import warnings
 
+import numpy as np
 import tervolanda as tv
 
 CASES = pathlib.Path(sys.argv.pop())
@@ -203,6 +205,20 @@ class SameDigits(unittest.TestCase):
         for line in found:
             self.assertIn(line.rstrip(), expected)
         return len(found)
+
+    @unittest.skipUnless("TERVOLANDA_PROGRAM" in os.environ, "no TERVOLANDA_PROGRAM")
+    def test_matrix_files(self):
+        examples = CASES.parent.parent / "examples"
+        for measure, flags in {"tm": [], "gdt": ["-gdt"], "rmsd": ["-rmsd"], "maxsub": ["-rankMS"]}.items():
+            with tempfile.TemporaryDirectory() as scratch:
+                shutil.copytree(examples, scratch, dirs_exist_ok=True)
+                os.chdir(scratch)
+                command = [os.environ["TERVOLANDA_PROGRAM"], "-l", "models.txt", *flags]
+                subprocess.run([*command, "--npy=program.npy"], check=True, capture_output=True)
+                np.save("module.npy", tv.all_pairs(tv.read_models("models.txt"), measure).distances)
+                written = [pathlib.Path(f"{name}.npy").read_bytes() for name in ("program", "module")]
+                os.chdir("/")
+            self.assertEqual(*written, measure)
 
     def test_cases(self):
         compared = 0
