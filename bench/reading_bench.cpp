@@ -1,7 +1,7 @@
-// Reading 500 models of 127 residues, eight atoms each, as plain text and compressed: the
-// C-alpha atoms, as list runs read them, and all atoms.  Beside them zlib alone, which takes the
-// same compressed files apart and looks at nothing, and gemmi (Wojdyr 2022) where its headers are
-// installed.  Rates are bytes of uncompressed text per second.
+// Reading 500 models of 127 residues, eight atoms each, as PDB text and mmCIF, plain and
+// compressed: the C-alpha atoms, as list runs read them, and all atoms.  Beside them zlib alone,
+// which takes the same compressed files apart and looks at nothing, and gemmi (Wojdyr 2022) where
+// its headers are installed.  Rates are bytes of uncompressed text per second.
 #include <benchmark/benchmark.h>
 #include <zlib.h>
 
@@ -11,6 +11,11 @@
 #if __has_include(<gemmi/gz.hpp>) && __has_include(<gemmi/pdb.hpp>)
 #include <gemmi/gz.hpp>
 #include <gemmi/pdb.hpp>
+#if __has_include(<tao/pegtl.hpp>) && !defined(__clang__)
+#include <gemmi/cif.hpp>
+#include <gemmi/mmcif.hpp>
+#define TERVOLANDA_HAS_GEMMI_CIF 1
+#endif
 #define TERVOLANDA_HAS_GEMMI 1
 #endif
 
@@ -45,18 +50,50 @@ std::string modelText(std::uint32_t seed) {
     return text + "TER\nEND\n";
 }
 
+// The same atoms as mmCIF, in the columns of the archive.
+std::string mmcifText(const std::string& pdb) {
+    std::string text = "data_MODEL\nloop_\n";
+    for (const char* tag : {"group_PDB",         "id",
+                            "type_symbol",       "label_atom_id",
+                            "label_alt_id",      "label_comp_id",
+                            "label_asym_id",     "label_entity_id",
+                            "label_seq_id",      "pdbx_PDB_ins_code",
+                            "Cartn_x",           "Cartn_y",
+                            "Cartn_z",           "occupancy",
+                            "B_iso_or_equiv",    "pdbx_formal_charge",
+                            "auth_seq_id",       "auth_comp_id",
+                            "auth_asym_id",      "auth_atom_id",
+                            "pdbx_PDB_model_num"})
+        text += std::string("_atom_site.") + tag + "\n";
+    for (std::size_t at = 0; pdb.substr(at, 4) == "ATOM"; at += 81) {
+        const auto field = [&](std::size_t first, std::size_t length) {
+            return std::string(trimBlanks(std::string_view(pdb).substr(at + first - 1, length)));
+        };
+        const std::string name = field(13, 4), residue = field(18, 3), number = field(23, 4);
+        text += "ATOM " + field(7, 5) + " " + name[0] + " " + name + " . " + residue + " A 1 " +
+                number + " ? " + field(31, 8) + " " + field(39, 8) + " " + field(47, 8) + " " +
+                field(55, 6) + " " + field(61, 6) + " ? " + number + " " + residue + " A " + name +
+                " 1\n";
+    }
+    return text + "#\n";
+}
+
 struct GzCloser {
     void operator()(gzFile_s* file) const { gzclose(file); }
 };
 using GzHandle = std::unique_ptr<gzFile_s, GzCloser>;
 
-// The files, made once for all benchmarks of a run.
+enum class Format { Pdb, Mmcif };
+
+// The files of a format, made once for all benchmarks of a run.
 struct Models {
-    Models() {
+    explicit Models(Format format) {
         for (std::uint32_t i = 0; i < kModels; ++i) {
-            const std::string text = modelText(i + 1);
+            const std::string pdb = modelText(i + 1);
+            const std::string text = format == Format::Pdb ? pdb : mmcifText(pdb);
             bytes += text.size();
-            plain.push_back(folder.write("model_" + std::to_string(i) + ".pdb", text));
+            plain.push_back(folder.write(
+                "model_" + std::to_string(i) + (format == Format::Pdb ? ".pdb" : ".cif"), text));
             compressed.push_back(plain.back() + ".gz");
             const GzHandle file(gzopen(compressed.back().c_str(), "wb6"));
             gzwrite(file.get(), text.data(), static_cast<unsigned>(text.size()));
@@ -67,15 +104,15 @@ struct Models {
     std::size_t bytes = 0;  // of the plain texts
 };
 
-const Models& models() {
-    static const Models made;
-    return made;
+const Models& models(Format format) {
+    static const Models pdb(Format::Pdb), mmcif(Format::Mmcif);
+    return format == Format::Pdb ? pdb : mmcif;
 }
 
 // Calls read(path) for every file of a kind, once an iteration.
 template <typename Read>
-void readAll(benchmark::State& state, bool isCompressed, const Read& read) {
-    const Models& files = models();
+void readAll(benchmark::State& state, Format format, bool isCompressed, const Read& read) {
+    const Models& files = models(format);
     for (auto _ : state) {
         for (const std::string& path : isCompressed ? files.compressed : files.plain) {
             if (!read(path)) return state.SkipWithError("a file could not be read");
@@ -84,13 +121,13 @@ void readAll(benchmark::State& state, bool isCompressed, const Read& read) {
     state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(files.bytes));
 }
 
-void program(benchmark::State& state, bool isCompressed, bool allAtoms) {
+void program(benchmark::State& state, Format format, bool isCompressed, bool allAtoms) {
     test::CapturedLog log;
     ReadRequest request;
     request.options = static_cast<std::uint16_t>((allAtoms ? ReadAllAtoms : ReadCalphaOnly) |
                                                  ReadCheckDuplicates | ReadCheckAll);
     const std::size_t atoms = allAtoms ? kResidues * kNames.size() : kResidues;
-    readAll(state, isCompressed, [&](const std::string& path) {
+    readAll(state, format, isCompressed, [&](const std::string& path) {
         const auto chain = readChain(path, request, ResidueExclusions(), log.log);
         return chain && chain->atoms.size() == atoms;
     });
@@ -98,7 +135,7 @@ void program(benchmark::State& state, bool isCompressed, bool allAtoms) {
 
 void inflateAlone(benchmark::State& state) {
     std::array<char, 65536> buffer{};
-    readAll(state, true, [&](const std::string& path) {
+    readAll(state, Format::Pdb, true, [&](const std::string& path) {
         const GzHandle file(gzopen(path.c_str(), "rb"));
         int length = 0;
         do {
@@ -109,15 +146,19 @@ void inflateAlone(benchmark::State& state) {
     });
 }
 
-BENCHMARK_CAPTURE(program, plain_calpha, false, false)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(program, plain_all, false, true)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(program, compressed_calpha, true, false)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(program, compressed_all, true, true)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(program, plain_calpha, Format::Pdb, false, false)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(program, plain_all, Format::Pdb, false, true)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(program, compressed_calpha, Format::Pdb, true, false)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(program, compressed_all, Format::Pdb, true, true)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(program, mmcif_plain, Format::Mmcif, false, true)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(program, mmcif_compressed, Format::Mmcif, true, true)
+    ->Unit(benchmark::kMillisecond);
 BENCHMARK(inflateAlone)->Unit(benchmark::kMillisecond);
 
 #ifdef TERVOLANDA_HAS_GEMMI
 void gemmiReader(benchmark::State& state, bool isCompressed) {
-    readAll(state, isCompressed, [&](const std::string& path) {
+    readAll(state, Format::Pdb, isCompressed, [&](const std::string& path) {
         const gemmi::Structure structure =
             isCompressed ? gemmi::read_pdb(gemmi::MaybeGzipped(path)) : gemmi::read_pdb_file(path);
         return structure.models.size() == 1 &&
@@ -126,6 +167,20 @@ void gemmiReader(benchmark::State& state, bool isCompressed) {
 }
 BENCHMARK_CAPTURE(gemmiReader, plain, false)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(gemmiReader, compressed, true)->Unit(benchmark::kMillisecond);
+#endif
+
+#ifdef TERVOLANDA_HAS_GEMMI_CIF
+void gemmiMmcif(benchmark::State& state, bool isCompressed) {
+    readAll(state, Format::Mmcif, isCompressed, [&](const std::string& path) {
+        const gemmi::Structure structure =
+            gemmi::make_structure(isCompressed ? gemmi::cif::read(gemmi::MaybeGzipped(path))
+                                               : gemmi::cif::read_file(path));
+        return structure.models.size() == 1 &&
+               structure.models[0].chains[0].residues.size() == kResidues;
+    });
+}
+BENCHMARK_CAPTURE(gemmiMmcif, plain, false)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(gemmiMmcif, compressed, true)->Unit(benchmark::kMillisecond);
 #endif
 
 }  // namespace
