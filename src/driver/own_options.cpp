@@ -82,6 +82,7 @@ std::span<const OwnOption> ownOptions() {
 
 OwnOptions::OwnOptions(std::vector<std::string>& arguments) {
     std::vector<std::string> others;
+    others.reserve(arguments.size());
     for (std::string& argument : arguments) {
         const OwnOption* const option = others.empty() ? nullptr : optionOf(argument);
         if (option == nullptr) {

@@ -460,7 +460,7 @@ bool PartReader::next(RmsdCells& cells) {
     return isSound(static_cast<double>(cells.rmsd)) && isSound(static_cast<double>(cells.urmsd));
 }
 
-bool PartReader::finish() {
+bool PartReader::finish() const {
     return left_ == 0 && checksum_ == fileChecksum_;
 }
 

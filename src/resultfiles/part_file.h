@@ -101,7 +101,7 @@ class PartReader {
     bool next(double& gdt);
     bool next(RmsdCells& cells);
     // After the last record: whether every byte was read again as it was checked.
-    bool finish();
+    bool finish() const;
 
  private:
     PartReader() = default;

@@ -68,7 +68,7 @@ bool CifParser::takeTokens(std::string_view line) {
         line.remove_prefix(at);
         if (line.front() == '\'' || line.front() == '"') {
             const std::size_t end = closingQuote(line);
-            if (end == line.npos) return fail("a quote has no end");
+            if (end == std::string_view::npos) return fail("a quote has no end");
             if (!takeValue(line.substr(1, end - 1), false)) return false;
             line.remove_prefix(end + 1);
             continue;
@@ -90,7 +90,7 @@ bool CifParser::takeWord(std::string_view word) {
 
 bool CifParser::takeKeyword(std::string_view word, bool& isKeyword) {
     constexpr std::string_view kFirstLetters = "dDlLsSgG";
-    if (kFirstLetters.find(word.front()) == kFirstLetters.npos) return true;
+    if (kFirstLetters.find(word.front()) == std::string_view::npos) return true;
     const bool isBlock = beginsWith(word, "data_");
     const bool isFrame = beginsWith(word, "save_");
     const bool isLoop = word.size() == 5 && beginsWith(word, "loop_");

@@ -20,8 +20,9 @@ bool isChosen(const std::string& rule, std::string_view chain, std::string_view 
 }
 
 bool isHydrogen(const Atom& atom) {
-    const char element =
-        atom.name[atom.name[0] == ' ' || (atom.name[0] >= '0' && atom.name[0] <= '9')];
+    const char first = atom.name[0];
+    const bool isPrefix = first == ' ' || (first >= '0' && first <= '9');
+    const char element = isPrefix ? atom.name[1] : first;
     return element == 'H' || element == 'D';
 }
 

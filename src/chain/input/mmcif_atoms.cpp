@@ -12,62 +12,62 @@ namespace tervolanda {
 
 namespace {
 
-enum Category : int { kAtomSite, kEntity, kPolymer };
+enum Category : int { AtomSiteCategory, EntityCategory, PolymerCategory };
 
 // Places in the table of items; the first ones tell residues apart.
 enum Item : std::size_t {
-    kAuthChain,
-    kLabelChain,
-    kEntityOfAtom,
-    kAuthResidue,
-    kLabelResidue,
-    kAuthNumber,
-    kLabelNumber,
-    kInsertion,
-    kModel,
-    kAuthAtom,
-    kLabelAtom,
-    kSymbol,
-    kConformer,
-    kX,
-    kY,
-    kZ,
-    kOccupancy,
-    kBFactor,
-    kCharge,
-    kIdOfEntity,
-    kTypeOfEntity,
-    kIdOfPolymer,
-    kTypeOfPolymer,
+    AuthChainItem,
+    LabelChainItem,
+    EntityOfAtomItem,
+    AuthResidueItem,
+    LabelResidueItem,
+    AuthNumberItem,
+    LabelNumberItem,
+    InsertionItem,
+    ModelItem,
+    AuthAtomItem,
+    LabelAtomItem,
+    SymbolItem,
+    ConformerItem,
+    XItem,
+    YItem,
+    ZItem,
+    OccupancyItem,
+    BFactorItem,
+    ChargeItem,
+    IdOfEntityItem,
+    TypeOfEntityItem,
+    IdOfPolymerItem,
+    TypeOfPolymerItem,
 };
-constexpr std::size_t kPlaceItems = kModel + 1;
+constexpr std::size_t kPlaceItems = ModelItem + 1;
 
 constexpr auto kItems = std::to_array<CifItem>({
-    {"_atom_site.auth_asym_id", kAtomSite},
-    {"_atom_site.label_asym_id", kAtomSite},
-    {"_atom_site.label_entity_id", kAtomSite},
-    {"_atom_site.auth_comp_id", kAtomSite},
-    {"_atom_site.label_comp_id", kAtomSite},
-    {"_atom_site.auth_seq_id", kAtomSite},
-    {"_atom_site.label_seq_id", kAtomSite},
-    {"_atom_site.pdbx_pdb_ins_code", kAtomSite},
-    {"_atom_site.pdbx_pdb_model_num", kAtomSite},
-    {"_atom_site.auth_atom_id", kAtomSite},
-    {"_atom_site.label_atom_id", kAtomSite},
-    {"_atom_site.type_symbol", kAtomSite},
-    {"_atom_site.label_alt_id", kAtomSite},
-    {"_atom_site.cartn_x", kAtomSite},
-    {"_atom_site.cartn_y", kAtomSite},
-    {"_atom_site.cartn_z", kAtomSite},
-    {"_atom_site.occupancy", kAtomSite},
-    {"_atom_site.b_iso_or_equiv", kAtomSite},
-    {"_atom_site.pdbx_formal_charge", kAtomSite},
-    {"_entity.id", kEntity},
-    {"_entity.type", kEntity},
-    {"_entity_poly.entity_id", kPolymer},
-    {"_entity_poly.type", kPolymer},
+    {"_atom_site.auth_asym_id", AtomSiteCategory},
+    {"_atom_site.label_asym_id", AtomSiteCategory},
+    {"_atom_site.label_entity_id", AtomSiteCategory},
+    {"_atom_site.auth_comp_id", AtomSiteCategory},
+    {"_atom_site.label_comp_id", AtomSiteCategory},
+    {"_atom_site.auth_seq_id", AtomSiteCategory},
+    {"_atom_site.label_seq_id", AtomSiteCategory},
+    {"_atom_site.pdbx_pdb_ins_code", AtomSiteCategory},
+    {"_atom_site.pdbx_pdb_model_num", AtomSiteCategory},
+    {"_atom_site.auth_atom_id", AtomSiteCategory},
+    {"_atom_site.label_atom_id", AtomSiteCategory},
+    {"_atom_site.type_symbol", AtomSiteCategory},
+    {"_atom_site.label_alt_id", AtomSiteCategory},
+    {"_atom_site.cartn_x", AtomSiteCategory},
+    {"_atom_site.cartn_y", AtomSiteCategory},
+    {"_atom_site.cartn_z", AtomSiteCategory},
+    {"_atom_site.occupancy", AtomSiteCategory},
+    {"_atom_site.b_iso_or_equiv", AtomSiteCategory},
+    {"_atom_site.pdbx_formal_charge", AtomSiteCategory},
+    {"_entity.id", EntityCategory},
+    {"_entity.type", EntityCategory},
+    {"_entity_poly.entity_id", PolymerCategory},
+    {"_entity_poly.type", PolymerCategory},
 });
-static_assert(kItems.size() == kTypeOfPolymer + 1);
+static_assert(kItems.size() == TypeOfPolymerItem + 1);
 
 constexpr std::size_t kLongestChainName = 64;
 
@@ -123,12 +123,14 @@ bool MmcifReader::beginBlock() {
 }
 
 bool MmcifReader::takeRow(int category) {
-    if (category == kAtomSite) return takeAtom();
-    const std::string& entity = value(category == kEntity ? kIdOfEntity : kIdOfPolymer);
-    const std::string& type = value(category == kEntity ? kTypeOfEntity : kTypeOfPolymer);
+    if (category == AtomSiteCategory) return takeAtom();
+    const std::string& entity =
+        value(category == EntityCategory ? IdOfEntityItem : IdOfPolymerItem);
+    const std::string& type =
+        value(category == EntityCategory ? TypeOfEntityItem : TypeOfPolymerItem);
     const bool saysNothing = entity.empty() || type.empty() || type == "polymer";
-    const bool isProtein =
-        category == kPolymer && (type.starts_with("polypeptide") || type.starts_with("cyclic-"));
+    const bool isProtein = category == PolymerCategory &&
+                           (type.starts_with("polypeptide") || type.starts_with("cyclic-"));
     if (saysNothing || builder_.noteEntity(entity, isProtein)) return true;
     return fail(format("there are more than %zu entities", kMostParts));
 }
@@ -149,24 +151,24 @@ bool MmcifReader::isNewPlace() {
 }
 
 bool MmcifReader::beginPlace() {
-    const std::string& modelText = value(kModel);
+    const std::string& modelText = value(ModelItem);
     const auto model = modelText.empty() ? std::int64_t{1} : wholeInteger(modelText);
     if (!model) return fail("'" + modelText + "' is no number of a model");
-    std::string_view chain = either(kAuthChain, kLabelChain);
+    std::string_view chain = either(AuthChainItem, LabelChainItem);
     if (chain.size() > kLongestChainName) return fail("the name of the chain is too long");
     if (chain.empty()) chain = " ";
     isWanted_ = builder_.beginPlace({.model = *model,
                                      .chain = chain,
-                                     .part = either(kLabelChain, kAuthChain),
-                                     .entity = value(kEntityOfAtom),
-                                     .residueName = either(kAuthResidue, kLabelResidue)});
+                                     .part = either(LabelChainItem, AuthChainItem),
+                                     .entity = value(EntityOfAtomItem),
+                                     .residueName = either(AuthResidueItem, LabelResidueItem)});
     if (!isWanted_) return true;
-    const std::string& numberText = either(kAuthNumber, kLabelNumber);
+    const std::string& numberText = either(AuthNumberItem, LabelNumberItem);
     const auto number = wholeInteger(numberText);
     if (!number || *number < kLeastResidueNumber || *number > kMostResidueNumber) {
         return fail("'" + numberText + "' is no number of a residue that can be used");
     }
-    const std::string& insertion = value(kInsertion);
+    const std::string& insertion = value(InsertionItem);
     builder_.beginResidue(
         {static_cast<std::int16_t>(*number), insertion.empty() ? ' ' : insertion.front()});
     return true;
@@ -175,10 +177,11 @@ bool MmcifReader::beginPlace() {
 bool MmcifReader::takeAtom() {
     if (isNewPlace() && !beginPlace()) return false;
     if (!isWanted_) return true;
-    const FixedText<2> element = columnsOfElement(value(kSymbol));
-    const auto name = columnsOfName(either(kAuthAtom, kLabelAtom), trimBlanks(element.view()));
+    const FixedText<2> element = columnsOfElement(value(SymbolItem));
+    const auto name =
+        columnsOfName(either(AuthAtomItem, LabelAtomItem), trimBlanks(element.view()));
     if (!name) return true;
-    const std::string& conformer = value(kConformer);
+    const std::string& conformer = value(ConformerItem);
     Atom* const atom = builder_.add(name->view(), conformer.empty() ? ' ' : conformer.front());
     if (atom == nullptr) return !builder_.exceeds();
     atom->element = element;
@@ -186,19 +189,20 @@ bool MmcifReader::takeAtom() {
 }
 
 bool MmcifReader::fillAtom(Atom& atom) {
-    for (const auto& [item, place] : {std::pair(kX, &atom.x), {kY, &atom.y}, {kZ, &atom.z}}) {
+    for (const auto& [item, place] :
+         {std::pair(XItem, &atom.x), {YItem, &atom.y}, {ZItem, &atom.z}}) {
         const auto number = coordinateIn(withoutUncertainty(value(item)));
         if (!number) return fail("'" + value(item) + "' is no coordinate");
         *place = *number;
     }
     for (const auto& [item, place] :
-         {std::pair(kOccupancy, &atom.occupancy), {kBFactor, &atom.bFactor}}) {
+         {std::pair(OccupancyItem, &atom.occupancy), {BFactorItem, &atom.bFactor}}) {
         if (value(item).empty()) continue;
         const auto number = wholeReal(withoutUncertainty(value(item)));
         if (!number) return fail("'" + value(item) + "' is no number");
         *place = *number;
     }
-    atom.charge = columnsOfCharge(value(kCharge));
+    atom.charge = columnsOfCharge(value(ChargeItem));
     return true;
 }
 

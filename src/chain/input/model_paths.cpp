@@ -63,7 +63,7 @@ bool isBeforeNaturally(std::string_view a, std::string_view b) {
 }
 
 bool isPattern(std::string_view path) {
-    return path.find_first_of("*?[") != path.npos;
+    return path.find_first_of("*?[") != std::string_view::npos;
 }
 
 std::vector<std::string> structuresIn(const std::string& folder) {

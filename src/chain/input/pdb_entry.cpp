@@ -27,7 +27,7 @@ std::optional<std::int64_t> residueNumber(std::string_view columns) {
         if (!isDigit && (c < 'A' || c > 'Z')) return std::nullopt;
         value = value * 36 + (isDigit ? c - '0' : c - 'A' + 10);
     }
-    return value - 10 * 36 * 36 * 36 + 10000;
+    return value - std::int64_t{10} * 36 * 36 * 36 + 10000;
 }
 
 }  // namespace

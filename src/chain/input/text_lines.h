@@ -31,12 +31,14 @@ class LineSplitter {
             }
             endedWithReturn_ = false;
             const std::size_t carriage = piece.substr(0, feed).find('\r');
-            const std::size_t end = carriage != piece.npos ? carriage : feed;
-            if (end == piece.npos) break;
+            const std::size_t end = carriage != std::string_view::npos ? carriage : feed;
+            if (end == std::string_view::npos) break;
             endedWithReturn_ = end == carriage;
             if (!takeLine(piece.substr(0, end), take)) return false;
             piece.remove_prefix(end + 1);
-            feed = end == feed ? piece.find('\n') : feed == piece.npos ? feed : feed - end - 1;
+            feed = end == feed                      ? piece.find('\n')
+                   : feed == std::string_view::npos ? feed
+                                                    : feed - end - 1;
         }
         pending_ += piece;
         return !isTooLong();
