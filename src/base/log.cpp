@@ -11,8 +11,8 @@
 namespace tervolanda {
 
 std::string_view prefixOf(LogLevel severity) {
-    static constexpr std::array<std::string_view, 7> kPrefixes = {
-        "INFO  : ", "WARN  : ", "ERROR : ", "ABEND : ", "", "INFO  : ", ""};
+    static constexpr std::array<std::string_view, 8> kPrefixes = {
+        "INFO  : ", "WARN  : ", "ERROR : ", "ABEND : ", "", "INFO  : ", "", "INFO  : "};
     return kPrefixes.at(static_cast<std::size_t>(severity));
 }
 
@@ -34,7 +34,15 @@ void Log::info(int detail, const char* pattern, ...) {
     va_end(arguments);
 }
 
+void Log::pace(const char* pattern, ...) {
+    std::va_list arguments;
+    va_start(arguments, pattern);
+    writeList(LogLevel::Pace, 0, pattern, arguments);
+    va_end(arguments);
+}
+
 void Log::progress(int detail, const char* pattern, ...) {
+    if (progressForm_ != ProgressForm::Counter) return;
     std::va_list arguments;
     va_start(arguments, pattern);
     writeList(LogLevel::Progress, detail, pattern, arguments);

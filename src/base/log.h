@@ -21,7 +21,12 @@ enum class LogLevel : int {
     Plain = 4,
     Progress = 5,  // an information line that the next one of its kind overwrites
     Report = 6,    // no line but text as it stands: results, which no log file takes
+    Pace = 7,      // a line for the error stream: how far a long run is
 };
+
+// How a long run shows how far it is: by a counter that overwrites itself, not at all, or by a line
+// of LogLevel::Pace now and then.
+enum class ProgressForm : std::uint8_t { Counter, None, Lines };
 
 // "INFO  : " and so on; empty for plain lines and reports.
 std::string_view prefixOf(LogLevel severity);
@@ -45,6 +50,9 @@ class Log {
     // A line of detail v is written when v is below the log level; errors are always written.
     int logLevel() const { return logLevel_; }
     void setLogLevel(int level) { logLevel_ = level; }
+    // Only counters are lines of progress().
+    ProgressForm progressForm() const { return progressForm_; }
+    void setProgressForm(ProgressForm form) { progressForm_ = form; }
 
     [[gnu::format(printf, 3, 4)]] void info(int detail, const char* pattern, ...);
     [[gnu::format(printf, 3, 4)]] void progress(int detail, const char* pattern, ...);
@@ -52,12 +60,15 @@ class Log {
     // For callers of the library: no run of the program has warnings or lines without a prefix.
     [[gnu::format(printf, 3, 4)]] void warn(int detail, const char* pattern, ...);
     [[gnu::format(printf, 3, 4)]] void plain(int detail, const char* pattern, ...);
+    [[gnu::format(printf, 2, 3)]] void pace(const char* pattern, ...);
     // Text as it stands; ends a standing progress line first.
     void report(std::string_view text);
     void endProgress() { report({}); }
     // A line, without its prefix, that another log of the same level was given.
     void passOn(LogLevel severity, std::string_view line) {
-        if (sink_) sink_(severity, line);
+        const bool isKept =
+            severity != LogLevel::Progress || progressForm_ == ProgressForm::Counter;
+        if (sink_ && isKept) sink_(severity, line);
     }
 
     // An ERROR line for a file that could not be written to its end, when there is nobody to hand
@@ -72,6 +83,7 @@ class Log {
     LineSink sink_;
     std::string message_;  // scratch: a batch allocates nothing for its progress lines
     int logLevel_ = 1;
+    ProgressForm progressForm_ = ProgressForm::Counter;
     bool hasIncompleteFile_ = false;
 };
 

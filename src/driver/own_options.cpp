@@ -31,6 +31,7 @@ constexpr auto kOptions = std::to_array<OwnOption>({
     {"threads", "n|all", "Threads of list runs; 'all': one for each processor (default = 1)"},
     {"strict", "", "End the run at what is otherwise ignored in silence"},
     {"pair", "sequence", "Pair residues by aligning the sequences, not by number"},
+    {"progress", "none|lines", "No progress in list runs, or a line each 10 % on standard error"},
     {"tsv", "file", "A table of all pairs, with all that the run knows of each"},
     {"ranking", "file", "A table of all models, best first"},
     {"residues", "file", "A table of residue pairs and their distances"},

@@ -32,6 +32,8 @@ std::vector<RecordedOption> recordedOptions(const Settings& settings) {
         {"-F", text(input.distanceFile)},
         {"-M", text(input.transformFile)},
         {"-exclude", text(input.exclusionFile)},
+        {"--chain-e", input.experimentChain},
+        {"--chain-p", input.predictionChain},
         {"-all", input.allAtoms},
         {"-L", count(output.logLevel)},
         {"-d", comparison.distanceCutoff},

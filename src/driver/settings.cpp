@@ -150,7 +150,8 @@ void checkBlocks(const Settings& settings) {
 std::vector<std::string> recordedCommand(const std::vector<std::string>& values) {
     std::vector<std::string> command;
     for (std::size_t i = 1; i < values.size(); ++i) {
-        const bool matters = !values[i].starts_with("--threads=");
+        const bool matters =
+            !values[i].starts_with("--threads=") && !values[i].starts_with("--progress=");
         if (matters) command.push_back(values[i]);
     }
     return command;
@@ -164,6 +165,9 @@ void readOwnOptions(const OwnOptions& own, Settings& settings) {
     settings.blocks.missingFolder = own.text("missing");
     settings.blocks.planMinutes = own.integer("plan", 1, 1'000'000);
 
+    constexpr std::array<std::string_view, 2> kProgress = {"none", "lines"};
+    if (const auto form = own.choice("progress", kProgress))
+        settings.progress = *form == 0 ? ProgressForm::None : ProgressForm::Lines;
     if (own.text("threads") == "all") {
         settings.threads = usableProcessors();
     } else if (const auto threads = own.integer("threads", 1, kMostThreads)) {
@@ -310,6 +314,7 @@ CommandLine readCommandLine(std::vector<std::string> values, Log& log) {
     const TextFlags texts = readFlagOptions(arguments, settings);
     readSearchOptions(arguments, settings);
     readOwnOptions(own, settings);
+    log.setProgressForm(settings.progress);
 
     const bool hasWork =
         !texts.help && !texts.extendedHelp && (arguments.count() > 2 || settings.input.listIsPath);

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "base/log.h"
 #include "chain/input/input.h"
 #include "compare/compare.h"
 #include "driver/export_forms.h"
@@ -93,6 +94,7 @@ struct Settings {
     OutputSettings output;
     BlockSettings blocks;
     std::size_t threads = 1;  // of list runs
+    ProgressForm progress = ProgressForm::Counter;
     // The arguments after the program's name, but for those that do not matter to results.
     std::vector<std::string> command;
 };

@@ -215,8 +215,11 @@ def main():
         files = ["--tsv=pairs.tsv", "--json=run.json", "--jsonl=pairs.jsonl", "--npy=matrix.npy",
                  "--linkage=linkage.npy", "--newick=tree.nwk", "--ranking=ranking.tsv"]
         output = run(program, folder, "-l", "models.txt", "-C", "2", "-L", "2", *files)
+        quiet = subprocess.run([program, "-l", "models.txt", "--progress=lines"], cwd=folder, capture_output=True,
+                               text=True, check=True)
+        assert "\b" not in quiet.stdout and quiet.stderr.count(" a second, ") == 10, quiet
         first = {path.name: path.read_bytes() for path in folder.iterdir() if path.is_file()}
-        run(program, folder, "-l", "models.txt", "-C", "2", "-L", "2", *files, "--threads=3")
+        run(program, folder, "-l", "models.txt", "-C", "2", "-L", "2", *files, "--threads=3", "--progress=none")
         assert first == {path.name: path.read_bytes() for path in folder.iterdir() if path.is_file()}
         run(program, folder, "-l", "models.txt", "-C", "2", "-rmsd", "--npy=rmsd.npy", "--linkage=rmsd-linkage.npy")
         document, rows = check_numbers(folder, output)

@@ -81,6 +81,7 @@ class UnreadNotes {
           }),
           log_(unread == nullptr ? log : listener_) {
         listener_.setLogLevel(log.logLevel());
+        listener_.setProgressForm(log.progressForm());
     }
 
     Log& log() { return log_; }

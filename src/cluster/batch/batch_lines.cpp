@@ -16,7 +16,20 @@ BatchLines::BatchLines(const char* name, std::size_t count, Log& log, Report& re
     printProgress();
 }
 
+// A line for each tenth of the pairs.
+void BatchLines::printPace() {
+    constexpr std::size_t kTenths = 10;
+    const std::size_t tenth = consumed_ * kTenths / count_;
+    if (consumed_ == 0 || tenth == (consumed_ - 1) * kTenths / count_) return;
+    const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - started_;
+    const double perSecond = static_cast<double>(consumed_) / std::max(taken.count(), 1e-9);
+    log_.pace("Processed %zu of %zu %ss (%zu %%), %.0f a second, %.0f s left", consumed_, count_,
+              name_, tenth * kTenths, perSecond,
+              static_cast<double>(count_ - consumed_) / perSecond);
+}
+
 void BatchLines::printProgress() {
+    if (log_.progressForm() == ProgressForm::Lines) return printPace();
     if (consumed_ == count_ || consumed_ % kPairsPerProgressLine != 0) return;
     log_.progress(0, "Processed %zu of %zu %ss", consumed_, count_, name_);
 }

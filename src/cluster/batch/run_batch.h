@@ -26,6 +26,7 @@
 #pragma once
 
 #include <algorithm>
+#include <chrono>
 #include <memory>
 #include <span>
 #include <string_view>
@@ -67,10 +68,12 @@ class BatchLines {
     static constexpr std::size_t kPairsPerProgressLine = 20;
 
     void printProgress();
+    void printPace();
 
     const char* name_;
     std::size_t count_;
     std::size_t consumed_ = 0;
+    std::chrono::steady_clock::time_point started_ = std::chrono::steady_clock::now();
     bool namesChains_;
     bool showsPasses_;
     Log& log_;
