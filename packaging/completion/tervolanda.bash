@@ -42,7 +42,8 @@ _tervolanda() {
         -maxRMSD -TM -matrix -all -nourmsd -noalign -contact'
     local own='--strict --help= --threads= --pair= --progress= --tsv= --ranking= --residues= --json=
         --jsonl= --npy= --newick= --linkage= --block= --part= --resume --missing= --merge= --plan= --input=
-        --chain= --chain-e= --chain-p= --model= --altloc= --models='
+        --chain= --chain-e= --chain-p= --model= --altloc= --models= --report= --superposed= --pymol= --chimerax=
+        --molstar= --rasmol='
     COMPREPLY=()
 
     # The shell takes "--name=value" for three words.

@@ -134,8 +134,10 @@ std::uint32_t classifyAtomName(std::string_view name, int residueType);
 // written in base 36, from "A000" on (hybrid-36, Grosse-Kunstleve).
 std::string residueColumns(ResidueId residue);
 
-// An ATOM record of 80 columns and a line end, with `serial` as its serial number.  Coordinates are
-// cut to eight characters, so that a huge one does not shift the columns.
+// A coordinate in the eight columns of a record.  Of a huge one the last characters are cut off, so
+// that the columns do not shift.
+std::string formatCoordinate(double value);
+// An ATOM record of 80 columns and a line end, with `serial` as its serial number.
 std::string formatFullAtomLine(const Atom& atom, int serial);
 
 // --- For callers of the library ------------------------------------------------------------------

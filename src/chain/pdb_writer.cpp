@@ -13,12 +13,6 @@ namespace {
 constexpr std::size_t kCoordinateWidth = 8;
 constexpr std::size_t kFactorWidth = 6;  // occupancy and B-factor
 
-std::string coordinate(double value) {
-    std::string text = format("%8.3f", withoutNegativeZero(value, 3));
-    text.resize(kCoordinateWidth);
-    return text;
-}
-
 std::string factor(double value) {
     std::string text = format("%6.2f", withoutNegativeZero(value, 2));
     text.resize(kFactorWidth);
@@ -32,7 +26,7 @@ int printedSerial(int serial) {
 }
 
 std::string coordinates(const Atom& atom) {
-    return coordinate(atom.x) + coordinate(atom.y) + coordinate(atom.z);
+    return formatCoordinate(atom.x) + formatCoordinate(atom.y) + formatCoordinate(atom.z);
 }
 
 std::string lastComponent(const std::string& path) {
@@ -64,6 +58,12 @@ std::string residueColumns(ResidueId residue) {
     for (std::size_t i = columns.size(); i-- > 0; value /= 36)
         columns[i] = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ"[value % 36];
     return columns + residue.insertionCode;
+}
+
+std::string formatCoordinate(double value) {
+    std::string text = format("%8.3f", withoutNegativeZero(value, 3));
+    text.resize(kCoordinateWidth);
+    return text;
 }
 
 std::string formatAtomLine(const Atom& atom) {

@@ -64,10 +64,11 @@ void printAverage(const DistanceMatrix& matrix, const Settings& settings, Log& l
     if (average.count > 0) log.info(0, "%s", averageLine(average).c_str());
 }
 
-// The ranking that exports show; empty where there are none.
+// The ranking that exports show, which are given the scores, too; empty where there are none.
 std::vector<RankedModel> ranking(const DistanceMatrix& scores, MatrixValues values,
-                                 std::span<const JuryScore> jury, const RunExports& exports) {
+                                 std::span<const JuryScore> jury, RunExports& exports) {
     if (!exports.isWanted()) return {};
+    exports.keepScores(scores);
     return rankedModels(scores, values, jury);
 }
 

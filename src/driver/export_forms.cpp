@@ -27,6 +27,12 @@ constexpr auto kForms = std::to_array<ExportForm>({
     {"npy", kMatrix, false, makeMatrixFile},
     {"newick", kMatrix, true, makeNewickTree},
     {"linkage", kMatrix, true, makeLinkageFile},
+    {"report", kPairwise | kList | kMatrix, false, makeReportPage},
+    {"superposed", kPairwise | kList, false, makeSuperposedModels},
+    {"pymol", kPairwise | kList, false, makePymolScript, true},
+    {"chimerax", kPairwise | kList, false, makeChimeraxScript, true},
+    {"molstar", kPairwise | kList, false, makeMolstarArchive},
+    {"rasmol", kPairwise | kList, false, makeRasmolScene},
 });
 
 }  // namespace

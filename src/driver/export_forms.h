@@ -16,6 +16,7 @@ struct ExportForm {
     unsigned runs;            // kinds of runs that it has a meaning in, as bits
     bool needsTree = false;   // and only with clustering by linkage
     std::unique_ptr<ExportFile> (*make)(std::string path);
+    bool refersToInputs = false;  // by their paths, so that they have to be files
 };
 
 bool hasMeaningIn(const ExportForm& form, RunKind kind);

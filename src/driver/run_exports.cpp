@@ -65,6 +65,12 @@ void checkExports(const Settings& settings) {
         const bool hasTree = method && clustersByLinkage(*method);
         if (request.form->needsTree && !hasTree)
             abend("Option '%s' needs a tree: -C 1, 2 or 3", optionName(request).c_str());
+        for (const auto* input : {&settings.input.experimentFile, &settings.input.predictionFile}) {
+            if (request.form->refersToInputs && *input == "-") {
+                abend("Option '%s' refers to its structures by their paths: '-' is none",
+                      optionName(request).c_str());
+            }
+        }
     }
 }
 
@@ -104,6 +110,7 @@ void RunExports::startMatrix(const std::vector<std::uint32_t>& ids, const ChainL
 }
 
 void RunExports::addInput(const Chain& chain, bool hasId) {
+    inputs_.chains.push_back(&chain);
     InputStructure input = inputOf(chain);
     if (hasId) input.id = chain.number;
     inputs_.structures.push_back(std::move(input));
@@ -116,6 +123,8 @@ void RunExports::setInputs() {
     inputs_.version = kProgramVersion;
     inputs_.command = settings_.command;
     inputs_.options = recordedOptions(settings_);
+    if (settings_.output.superTop > 0)
+        inputs_.shownModels = static_cast<std::size_t>(settings_.output.superTop);
     for (UnreadModel& unread : unread_)
         inputs_.skipped.push_back({unread.id, std::move(unread.path), std::move(unread.reason)});
     unread_.clear();
@@ -198,9 +207,16 @@ void RunExports::giveUp() {
     }
 }
 
+void RunExports::keepScores(const DistanceMatrix& scores) {
+    const bool isShown = std::any_of(files_.begin(), files_.end(),
+                                     [](const auto& file) { return file->showsScores(); });
+    if (isShown) scores_ = scores;
+}
+
 void RunExports::finish(RunResults results) {
     if (results.failure.empty() && log_.hasIncompleteFile())
         results.failure = "Not all files were written";
+    if (scores_) results.scores = &*scores_;
     for (const auto& file : files_) {
         file->finish(results);
         if (!file->commit()) log_.incompleteFile(file->path());

@@ -54,6 +54,9 @@ class RunExports final : public PairViewer {
     // The same for one that may end with status 0, after it has said why: an ERROR line for every
     // other file.
     void giveUp();
+    // Copies the scores of all models with each other, before they become distances, where a file
+    // shows them.
+    void keepScores(const DistanceMatrix& scores);
     // Completes the files.
     void finish(RunResults results);
 
@@ -73,6 +76,7 @@ class RunExports final : public PairViewer {
     PairForm form_{settings_.comparison, true, std::nullopt, PairDetail::None};
     PairResult pair_;
     std::size_t pairsWithoutFit_ = 0;
+    std::optional<DistanceMatrix> scores_;
 };
 
 }  // namespace tervolanda

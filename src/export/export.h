@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -73,17 +74,25 @@ class ExportFile {
     virtual bool showsChecksums() const { return false; }  // of the inputs
     // Whether it is written for a run that failed, too.
     virtual bool showsFailure() const { return false; }
+    virtual bool showsScores() const { return false; }
     // The inputs are lent until the file is gone.
     virtual void start(const RunInputs& inputs) = 0;
     virtual void take(const PairResult& /*pair*/) {}
     virtual void finish(const RunResults& /*results*/) {}
 
     const std::string& path() const { return path_; }
-    virtual bool isOpen() const { return file_.isOpen(); }
+    virtual bool isOpen() const { return file_ && file_->isOpen(); }
     // Gives the file its name; true when every byte arrived.
     virtual bool commit();
 
  protected:
+    // For a folder, whose files are somebody else's.
+    struct NoFile {};
+    static constexpr NoFile kNoFile{};
+    ExportFile(std::string path, NoFile) : path_(std::move(path)) {}
+    // The path that messages name.
+    void setPath(const std::string& path) { path_ = path; }
+
     // What is to be written next is appended here.
     std::string& text() { return text_; }
     // Hands the text on when there is enough of it.
@@ -96,12 +105,21 @@ class ExportFile {
     void flush();
 
     std::string path_;
-    OutputFile file_;
+    std::optional<OutputFile> file_;
     std::string text_;
 };
 
 // --tsv: a row a pair.
 std::unique_ptr<ExportFile> makePairTable(std::string path);
+// --superposed: a folder of the models as they lie on the experiment.
+std::unique_ptr<ExportFile> makeSuperposedModels(std::string path);
+// --pymol, --chimerax, --molstar, --rasmol: the superposition for a viewer.
+std::unique_ptr<ExportFile> makePymolScript(std::string path);
+std::unique_ptr<ExportFile> makeChimeraxScript(std::string path);
+std::unique_ptr<ExportFile> makeMolstarArchive(std::string path);
+std::unique_ptr<ExportFile> makeRasmolScene(std::string path);
+// --report: a page to look at.
+std::unique_ptr<ExportFile> makeReportPage(std::string path);
 
 // --ranking: a row a model, best first.
 std::unique_ptr<ExportFile> makeRankingTable(std::string path);

@@ -4,13 +4,13 @@
 namespace tervolanda {
 
 void ExportFile::flush() {
-    file_.write(text_);
+    file_->write(text_);
     text_.clear();
 }
 
 bool ExportFile::commit() {
     flush();
-    return file_.commit();
+    return file_->commit();
 }
 
 std::string_view statusWord(PairStatus status) {

@@ -119,6 +119,9 @@ struct RunInputs {
     // Neither has what does not matter to results: how many threads there are, and progress.
     std::vector<std::string> command;  // the arguments
     std::vector<RecordedOption> options;
+    // The chains behind the structures, lent; empty where the run reads none.
+    std::vector<const Chain*> chains;
+    std::optional<std::size_t> shownModels;  // the best of a list in a picture; none for all
 
     std::size_t firstModel() const { return kind == RunKind::OneVersusList ? 1 : 0; }
 };
@@ -140,6 +143,9 @@ struct RunResults {
     // What is clustered, N x N; null without.  Not symmetric where scores depend on the length.
     const DistanceMatrix* matrix = nullptr;
     MatrixValues matrixValues = MatrixValues::Distances;
+    // The scores before they became distances, as other output prints them; null where no file
+    // shows them.
+    const DistanceMatrix* scores = nullptr;
     std::optional<Clustering> clustering;
     std::string failure;  // why the run ended before its time, or did not write all; empty for a
                           // success

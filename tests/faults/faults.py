@@ -18,6 +18,7 @@ nothing else may be left behind; and what is not as it should be must have been 
 
 import errno
 import gzip
+import io
 import os
 import pathlib
 import pty
@@ -31,6 +32,7 @@ import sys
 import tempfile
 import threading
 import time
+import zipfile
 
 SKIPPED = 77
 TIME_LIMIT = 60  # seconds
@@ -59,6 +61,11 @@ SCENARIOS = {
         ["-l", "models.txt", "-C", "2", "--tsv=t.tsv", "--json=j.json", "--npy=m.npy", "--newick=t.nwk"],
         ["t.tsv", "j.json", "m.npy", "m.npy.names", "t.nwk"],
     ),
+    "viewers": (
+        ["-noalign", "-e", "helix.pdb", "-p", "moved.pdb.gz", "--superposed=.", "--pymol=scene.pml",
+         "--molstar=scene.mvsx", "--report=page.html"],
+        ["moved.pdb", "scene.pml", "scene.mvsx", "page.html"],
+    ),  # fmt: skip
     "distances": (["-F", "distances.txt", "-C", "2"], []),
     "transformations": (["-M", "transformations.txt"], []),
 }
@@ -94,6 +101,7 @@ class Workshop:
         self.write("long.pdb.gz", gzip.compress(text, mtime=0))
         self.write("models.txt", b"helix.pdb\nlong.pdb\nhinge.pdb\nturned.pdb.gz\n")
         self.write("turned.pdb.gz", gzip.compress((common / "turned.pdb").read_bytes()))
+        self.write("moved.pdb.gz", gzip.compress((common / "turned.pdb").read_bytes(), mtime=0))
         self.write("skip.txt", b"   3 \n")
         self.run(["-l", "models.txt", "-C", "0", "-R", "transformations.txt"])
         self.run(["-l", "models.txt", "-C", "0", "-rmsd", "-R", "distances.txt"])
@@ -138,6 +146,8 @@ class Workshop:
             return b"\nexit\nATOM" in text and text.endswith(b"\nTER\n")
         if text.startswith(b"\x93NUMPY"):
             return len(text) % 4 == 0
+        if text.startswith(b"PK"):
+            return zipfile.ZipFile(io.BytesIO(text)).testzip() is None
         if b"SIZE :" not in text:
             return text.endswith(b"\n")
         self.write("check.txt", text)
@@ -279,7 +289,7 @@ def fail_permission(shop, _):
             shop.check(what, scenario, run, reference, old)
             unchanged = all(shop.read(name) == old for name in results)
             fatal = what == "closed folder" and scenario == "list"  # no log file
-            fatal |= scenario == "exports"  # the run goes on, but all that was asked for is not there
+            fatal |= scenario in ("exports", "viewers")  # the run goes on, but all that was asked for is not there
             if not unchanged or run.returncode != (1 if fatal else 0):
                 shop.found.append(f"{scenario}, {what}: {run.returncode}, written: {not unchanged}")
 
@@ -307,15 +317,17 @@ def fail_disk(shop, _):
         names = " ".join(results)
         for mounted in ("", names) if results else ():  # as a container mounts single files
             least = (2 if mounted else 1) * len(results) + 1
-            for pages in range(least, least + 10):
-                for read_only in ("", "1") if mounted and pages == least + 9 else ("",):
+            # Old and new versions of one page each, and what the new ones take beyond it.
+            most = least + 9 + sum(len(text) // 4096 for text in reference[1].values())
+            for pages in range(least, most + 1):
+                for read_only in ("", "1") if mounted and pages == most else ("",):
                     shop.prepare(results, OLD)
                     environment = {"RESULTS": names, "MOUNTED": mounted, "READ_ONLY": read_only}
                     run = shop.run(arguments, mount + [script, f"{4 * pages}k"], environment)
                     what = f"disk of {pages} pages, {mounted=}, {read_only=}"
                     shop.check(what, scenario, run, reference, OLD)
                     new = {name: shop.read(name) for name in results} == reference[1]
-                    if pages == least + 9 and not new:
+                    if pages == most and not new:
                         shop.found.append(f"{scenario}, {what}: not written though there is room")
 
 

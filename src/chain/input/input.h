@@ -136,6 +136,13 @@ struct ListSummary {
 // None, after an ERROR line, when it cannot be read.
 std::optional<ListSummary> summariseModelList(const std::string& path, Log& log);
 
+// Whether the file can be read a second time: standard input, pipes and devices cannot, nor can a
+// model of a file by its name ("file:n").
+bool canBeReadAgain(const std::string& path);
+// All text of a structure file, decompressed; none for one that cannot be read to its end or is
+// longer than kLongestStructure.
+std::optional<std::string> readStructureText(const std::string& path);
+
 // CRC-32 (ISO 3309) of the bytes of a regular file, as they lie there; none for any other, standard
 // input ("-") among them, and, after an ERROR line, for one that cannot be read.
 std::optional<std::uint32_t> fileChecksum(const std::string& path, Log& log);

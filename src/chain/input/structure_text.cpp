@@ -7,6 +7,7 @@
 #include <zlib.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <utility>
 
 #include "base/log.h"
@@ -174,6 +175,24 @@ bool AnyText::finish() {
 
 bool AnyText::isWhole() const {
     return isGzWhole(file_.get());
+}
+
+bool canBeReadAgain(const std::string& path) {
+    struct stat status {};
+    if (path == "-" || hasNul(path)) return false;
+    if (stat(path.c_str(), &status) == 0) return S_ISREG(status.st_mode);
+    return errno != ENOENT;  // any other failure is one of reading
+}
+
+std::optional<std::string> readStructureText(const std::string& path) {
+    Log quiet;
+    AnyText pieces(path, quiet);
+    if (!pieces.isOpen()) return std::nullopt;
+    std::string text;
+    while (const auto piece = pieces.next())
+        text += *piece;
+    if (!pieces.finish() || !pieces.isWhole()) return std::nullopt;
+    return text;
 }
 
 }  // namespace tervolanda

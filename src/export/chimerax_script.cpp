@@ -1,0 +1,112 @@
+// A script for ChimeraX: a command a line.  Names are strings in quotes, in which the viewer knows
+// the escapes of Python.
+#include "base/format.h"
+#include "export/scene.h"
+
+namespace tervolanda {
+
+namespace {
+
+std::string residueName(ResidueId residue) {
+    std::string name = std::to_string(residue.number);
+    if (residue.insertionCode != ' ') name += residue.insertionCode;
+    return name;
+}
+
+std::string selection(std::size_t object, const std::vector<ResidueStretch>& stretches) {
+    std::string text = '#' + std::to_string(object) + ':';
+    for (std::size_t i = 0; i < stretches.size(); ++i) {
+        if (i > 0) text += ',';
+        text += residueName(stretches[i].first);
+        if (stretches[i].last != stretches[i].first) text += '-' + residueName(stretches[i].last);
+    }
+    return text;
+}
+
+class ChimeraxScript final : public SceneFile {
+ public:
+    using SceneFile::SceneFile;
+
+ private:
+    void write(const Scene& scene) override;
+    void open(std::size_t object, const InputStructure& input, unsigned colour);
+    void move(std::size_t object, const Superposition& motion);
+    void highlight(std::size_t object, const std::vector<ResidueStretch>& stretches,
+                   unsigned colour);
+    void addPair(const Scene& scene);
+    void addModels(const Scene& scene);
+};
+
+void ChimeraxScript::write(const Scene& scene) {
+    text() += "# Superposed structures.  Run this in the folder in which they were compared.\n# ";
+    text() += "Each matrix ";
+    text() += kMotionSentence;
+    text() += ".\n# Its rows are those of R, each with its part of c1 - R c2.\n";
+    open(1, scene.experiment(), kExperimentColours.base);
+    if (scene.isPair()) {
+        addPair(scene);
+    } else {
+        addModels(scene);
+    }
+    text() += "view\n";
+}
+
+void ChimeraxScript::open(std::size_t object, const InputStructure& input, unsigned colour) {
+    text() += format("open %s id #%zu\nhide #%zu atoms\ncartoon #%zu\ncolor #%zu #%06x\n",
+                     pythonText(input.file).c_str(), object, object, object, object, colour);
+}
+
+void ChimeraxScript::move(std::size_t object, const Superposition& motion) {
+    text() += format("view matrix models #%zu", object);
+    for (const auto& row : homogeneousRows(motion)) {
+        for (const double value : row)
+            text() += ',' + fixedNumber(value);
+    }
+    text() += '\n';
+}
+
+void ChimeraxScript::highlight(std::size_t object, const std::vector<ResidueStretch>& stretches,
+                               unsigned colour) {
+    if (stretches.empty()) return;
+    const std::string residues = selection(object, stretches);
+    text() += format("color %s #%06x\nshow %s@CA atoms\nstyle %s@CA ball\n", residues.c_str(),
+                     colour, residues.c_str(), residues.c_str());
+}
+
+// Every domain has a motion of its own: each after the first shows itself, in a model of its own.
+void ChimeraxScript::addPair(const Scene& scene) {
+    const ShownModel& model = scene.models.front();
+    if (model.domains.empty()) open(2, scene.of(model), domainColours(0).base);
+    for (std::size_t d = 0; d < model.domains.size(); ++d) {
+        const ShownDomain& domain = model.domains[d];
+        const std::size_t object = d + 2;
+        const SceneColours colours = domainColours(d);
+        open(object, scene.of(model), colours.base);
+        if (d > 0 && !domain.prediction.empty()) {
+            text() += format("hide #%zu cartoons\n", object);
+            text() += "show " + selection(object, domain.prediction) + " cartoons\n";
+        }
+        move(object, domain.motion);
+        highlight(1, domain.experiment, d == 0 ? kExperimentColours.highlight : colours.base);
+        highlight(object, domain.prediction, colours.highlight);
+    }
+}
+
+void ChimeraxScript::addModels(const Scene& scene) {
+    for (std::size_t i = 0; i < scene.models.size(); ++i) {
+        const ShownModel& model = scene.models[i];
+        open(i + 2, scene.of(model), modelColours(i).base);
+        if (model.domains.empty()) continue;
+        move(i + 2, model.domains.front().motion);
+        highlight(i + 2, model.domains.front().prediction, modelColours(i).highlight);
+        pace();
+    }
+}
+
+}  // namespace
+
+std::unique_ptr<ExportFile> makeChimeraxScript(std::string path) {
+    return std::make_unique<ChimeraxScript>(std::move(path));
+}
+
+}  // namespace tervolanda

@@ -1,0 +1,185 @@
+// An archive for Mol*: a scene in the form of MolViewSpec and the structures that it shows, since a
+// scene alone cannot reach the files beside it.
+#include "base/format.h"
+#include "export/json_text.h"
+#include "export/scene.h"
+#include "export/structure_copy.h"
+#include "export/zip_archive.h"
+
+namespace tervolanda {
+
+namespace {
+
+std::string colourName(unsigned colour) {
+    return format("\"#%06x\"", colour);
+}
+
+class MolstarArchive final : public SceneFile {
+ public:
+    using SceneFile::SceneFile;
+
+    bool commit() override { return isWhole_ && SceneFile::commit(); }
+
+ private:
+    struct Part {
+        std::string file;  // its name in the archive
+        StructureForm form = StructureForm::Pdb;
+        std::string chain;
+    };
+
+    void write(const Scene& scene) override;
+    Part pack(const Scene& scene, std::size_t input, const std::string& name);
+    static std::string sceneText(const Scene& scene, const std::vector<Part>& parts);
+
+    ZipArchive archive_;
+    bool isWhole_ = true;
+};
+
+// What a part shows: `residues` null stands for all of it.
+struct Shown {
+    unsigned colour = 0;
+    const std::vector<ResidueStretch>* residues = nullptr;
+    const std::vector<ResidueStretch>* highlights = nullptr;
+    unsigned highlight = 0;
+    const Superposition* motion = nullptr;
+};
+
+void appendSelector(std::string& text, const std::vector<ResidueStretch>& stretches,
+                    const std::string& chain) {
+    text += '[';
+    for (const ResidueStretch& stretch : stretches) {
+        if (text.back() != '[') text += ',';
+        text += '{';
+        if (!chain.empty()) {
+            text += "\"auth_asym_id\":";
+            appendJson(text, chain);
+            text += ',';
+        }
+        text += format("\"beg_auth_seq_id\":%d,\"end_auth_seq_id\":%d", stretch.first.number,
+                       stretch.last.number);
+        if (stretch.first.insertionCode != ' ') {
+            text += ",\"pdbx_PDB_ins_code\":";
+            appendJson(text, std::string_view(&stretch.first.insertionCode, 1));
+        }
+        text += '}';
+    }
+    text += ']';
+}
+
+// The rotation is put column by column, and works before the translation.
+void appendTransform(std::string& text, const Superposition& motion) {
+    const auto rows = homogeneousRows(motion);
+    text += "{\"kind\":\"transform\",\"params\":{\"rotation\":[";
+    for (std::size_t column = 0; column < 3; ++column) {
+        for (std::size_t row = 0; row < 3; ++row) {
+            if (column + row > 0) text += ',';
+            text += fixedNumber(rows[row][column]);
+        }
+    }
+    text += "],\"translation\":[";
+    for (std::size_t row = 0; row < 3; ++row)
+        text += (row > 0 ? "," : "") + fixedNumber(rows[row][3]);
+    text += "]}},";
+}
+
+void appendColour(std::string& text, unsigned colour) {
+    text += "{\"kind\":\"color\",\"params\":{\"color\":" + colourName(colour);
+}
+
+void appendStructure(std::string& text, const std::string& file, StructureForm form,
+                     const std::string& chain, const Shown& shown) {
+    text += "{\"kind\":\"download\",\"params\":{\"url\":";
+    appendJson(text, file);
+    text += "},\"children\":[{\"kind\":\"parse\",\"params\":{\"format\":";
+    text += form == StructureForm::Mmcif ? "\"mmcif\"" : "\"pdb\"";
+    text +=
+        "},\"children\":[{\"kind\":\"structure\",\"params\":{\"type\":\"model\"},\"children\":[";
+    if (shown.motion != nullptr) appendTransform(text, *shown.motion);
+    text += "{\"kind\":\"component\",\"params\":{\"selector\":";
+    if (shown.residues != nullptr) {
+        appendSelector(text, *shown.residues, chain);
+    } else {
+        text += "\"polymer\"";
+    }
+    text += "},\"children\":[{\"kind\":\"representation\",\"params\":{\"type\":\"cartoon\"},";
+    text += "\"children\":[";
+    appendColour(text, shown.colour);
+    text += "}}";
+    if (shown.highlights != nullptr && !shown.highlights->empty()) {
+        text += ',';
+        appendColour(text, shown.highlight);
+        text += ",\"selector\":";
+        appendSelector(text, *shown.highlights, chain);
+        text += "}}";
+    }
+    text += "]}]}]}]}]}";
+}
+
+MolstarArchive::Part MolstarArchive::pack(const Scene& scene, std::size_t input,
+                                          const std::string& name) {
+    const StructureCopy copy = copyOf(*scene.inputs.chains[input]).value_or(StructureCopy());
+    if (copy.text.empty()) isWhole_ = false;
+    Part part;
+    part.form = copy.form;
+    part.file = name + (copy.form == StructureForm::Mmcif ? ".cif" : ".pdb");
+    part.chain = scene.inputs.structures[input].chain;
+    isWhole_ = archive_.add(part.file, copy.text, text()) && isWhole_;
+    pace();
+    return part;
+}
+
+void MolstarArchive::write(const Scene& scene) {
+    std::vector<Part> parts = {pack(scene, 0, "experiment")};
+    for (const ShownModel& model : scene.models)
+        parts.push_back(pack(scene, model.input, scene.nameOf(model)));
+    isWhole_ = archive_.add("index.mvsj", sceneText(scene, parts), text()) && isWhole_;
+    archive_.finish(text());
+}
+
+std::string MolstarArchive::sceneText(const Scene& scene, const std::vector<Part>& parts) {
+    // The residues of the experiment that any domain rests on, in one colour.
+    std::vector<ResidueStretch> matched;
+    if (scene.isPair()) {
+        for (const ShownDomain& domain : scene.models.front().domains)
+            matched.insert(matched.end(), domain.experiment.begin(), domain.experiment.end());
+    }
+    std::string text = "{\"metadata\":{\"version\":\"1\",\"title\":\"Superposed structures\",";
+    text += "\"timestamp\":\"1980-01-01T00:00:00Z\",\"description\":\"Each transformation ";
+    text += kMotionSentence;
+    text += "\"},\n\"root\":{\"kind\":\"root\",\"children\":[\n";
+    Shown experiment;
+    experiment.colour = kExperimentColours.base;
+    experiment.highlights = &matched;
+    experiment.highlight = kExperimentColours.highlight;
+    appendStructure(text, parts[0].file, parts[0].form, parts[0].chain, experiment);
+    for (std::size_t i = 0; i < scene.models.size(); ++i) {
+        const ShownModel& model = scene.models[i];
+        const Part& part = parts[i + 1];
+        const std::size_t count =
+            scene.isPair() ? std::max<std::size_t>(model.domains.size(), 1) : 1;
+        for (std::size_t d = 0; d < count; ++d) {
+            const SceneColours colours = scene.isPair() ? domainColours(d) : modelColours(i);
+            Shown shown;
+            shown.colour = colours.base;
+            if (d < model.domains.size()) {
+                const ShownDomain& domain = model.domains[d];
+                shown.motion = &domain.motion;
+                shown.highlights = &domain.prediction;
+                shown.highlight = colours.highlight;
+                if (d > 0) shown.residues = &domain.prediction;
+            }
+            text += ",\n";
+            appendStructure(text, part.file, part.form, part.chain, shown);
+        }
+    }
+    text += "\n]}}\n";
+    return text;
+}
+
+}  // namespace
+
+std::unique_ptr<ExportFile> makeMolstarArchive(std::string path) {
+    return std::make_unique<MolstarArchive>(std::move(path));
+}
+
+}  // namespace tervolanda

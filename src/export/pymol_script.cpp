@@ -1,0 +1,152 @@
+// A script for PyMOL.  All of it is one block of Python, in which names are strings and no command
+// line takes them apart, and files are opened by Python, which expands nothing in their names.
+#include "base/format.h"
+#include "export/scene.h"
+
+namespace tervolanda {
+
+namespace {
+
+constexpr std::string_view kHead = R"(python
+import gzip
+
+def read(path, name):
+    with open(path, "rb") as file:
+        text = file.read()
+    if text[:2] == b"\x1f\x8b":
+        text = gzip.decompress(text)
+    form = "cif" if b"_atom_site." in text else "pdb"
+    cmd.load_raw(text.decode("latin-1"), form, name)
+
+def highlight(selection, residues, colour):
+    cmd.select(selection, residues)
+    cmd.color(colour, selection)
+    cmd.cartoon("tube", selection)
+    cmd.show("cartoon", selection)
+
+cmd.set("ribbon_trace_atoms", 1)
+cmd.set("cartoon_trace_atoms", 1)
+)";
+
+std::string number(int value) {
+    return value < 0 ? "\\" + std::to_string(value) : std::to_string(value);
+}
+
+std::string residueName(ResidueId residue) {
+    std::string name = number(residue.number);
+    if (residue.insertionCode != ' ') name += residue.insertionCode;
+    return name;
+}
+
+bool isWord(std::string_view text) {
+    for (const char c : text) {
+        const bool isLetter = (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+        if (!isLetter && !(c >= '0' && c <= '9')) return false;
+    }
+    return !text.empty();
+}
+
+std::string selection(const std::string& object, const InputStructure& input,
+                      const std::vector<ResidueStretch>& stretches) {
+    std::string text = object;
+    if (isWord(input.chain)) text += " and chain " + input.chain;
+    text += " and resi ";
+    for (std::size_t i = 0; i < stretches.size(); ++i) {
+        if (i > 0) text += '+';
+        text += residueName(stretches[i].first);
+        if (stretches[i].last != stretches[i].first) text += '-' + residueName(stretches[i].last);
+    }
+    return pythonText(text);
+}
+
+class PymolScript final : public SceneFile {
+ public:
+    using SceneFile::SceneFile;
+
+ private:
+    void write(const Scene& scene) override;
+    void read(const InputStructure& input, const std::string& object, unsigned colour);
+    void move(const std::string& object, const Superposition& motion);
+    void highlight(const std::string& object, const InputStructure& input,
+                   const std::vector<ResidueStretch>& stretches, unsigned colour);
+    void addDomains(const Scene& scene, const ShownModel& model);
+};
+
+void PymolScript::write(const Scene& scene) {
+    text() += "# Superposed structures.  Run this in the folder in which they were compared.\n# ";
+    text() += "Each matrix ";
+    text() += kMotionSentence;
+    text() += ".\n# Its rows are those of R, each with its part of c1 - R c2.\n";
+    text() += kHead;
+    text() += '\n';
+    read(scene.experiment(), "experiment", kExperimentColours.base);
+    for (std::size_t i = 0; i < scene.models.size(); ++i) {
+        const ShownModel& model = scene.models[i];
+        const std::string name = scene.nameOf(model);
+        const SceneColours colours = scene.isPair() ? domainColours(0) : modelColours(i);
+        read(scene.of(model), name, colours.base);
+        if (scene.isPair()) {
+            addDomains(scene, model);
+        } else if (!model.domains.empty()) {
+            move(name, model.domains.front().motion);
+            highlight(name, scene.of(model), model.domains.front().prediction, colours.highlight);
+        }
+        pace();
+    }
+    text() += "cmd.hide(\"everything\")\ncmd.show(\"ribbon\")\n";
+    text() += "for name in cmd.get_names(\"selections\"):\n    cmd.show(\"cartoon\", name)\n";
+    if (scene.isPair()) {
+        text() += "for name in cmd.get_object_list(\"prediction_domain_*\"):\n";
+        text() += "    cmd.hide(\"ribbon\", name)\n";
+    }
+    text() += "cmd.deselect()\ncmd.orient()\npython end\n";
+}
+
+void PymolScript::read(const InputStructure& input, const std::string& object, unsigned colour) {
+    text() += format("read(%s, \"%s\")\n", pythonText(input.file).c_str(), object.c_str());
+    text() += format("cmd.color(\"0x%06X\", \"%s\")\n", colour, object.c_str());
+}
+
+void PymolScript::move(const std::string& object, const Superposition& motion) {
+    text() += "cmd.transform_selection(\"" + object + "\", [\n";
+    for (const auto& row : homogeneousRows(motion)) {
+        text() += "   ";
+        for (const double value : row)
+            text() += ' ' + fixedNumber(value) + ',';
+        text() += '\n';
+    }
+    text() += "    0.0, 0.0, 0.0, 1.0])\n";
+}
+
+void PymolScript::highlight(const std::string& object, const InputStructure& input,
+                            const std::vector<ResidueStretch>& stretches, unsigned colour) {
+    if (stretches.empty()) return;
+    text() += format("highlight(\"matched_%s\", %s, \"0x%06X\")\n", object.c_str(),
+                     selection(object, input, stretches).c_str(), colour);
+}
+
+// Every domain has a motion of its own: all after the first move copies, which show them alone.
+void PymolScript::addDomains(const Scene& scene, const ShownModel& model) {
+    for (std::size_t d = 1; d < model.domains.size(); ++d)
+        text() += format("cmd.create(\"prediction_domain_%zu\", \"prediction\")\n", d + 1);
+    for (std::size_t d = 0; d < model.domains.size(); ++d) {
+        const ShownDomain& domain = model.domains[d];
+        const std::string suffix = d == 0 ? "" : format("_domain_%zu", d + 1);
+        const std::string object = "prediction" + suffix;
+        const unsigned dark = d == 0 ? kExperimentColours.highlight : domainColours(d).base;
+        move(object, domain.motion);
+        if (domain.experiment.empty()) continue;
+        text() +=
+            format("highlight(\"matched_experiment%s\", %s, \"0x%06X\")\n", suffix.c_str(),
+                   selection("experiment", scene.experiment(), domain.experiment).c_str(), dark);
+        highlight(object, scene.of(model), domain.prediction, domainColours(d).highlight);
+    }
+}
+
+}  // namespace
+
+std::unique_ptr<ExportFile> makePymolScript(std::string path) {
+    return std::make_unique<PymolScript>(std::move(path));
+}
+
+}  // namespace tervolanda

@@ -1,0 +1,116 @@
+// A script for RasMol as it is today (2.7): commands, then the coordinates, which the command
+// "load inline" reads from after the command "exit".  The viewer moves all molecules alike, so that
+// the coordinates are those of the superposition, and it knows residues by number and chain only.
+#include "base/format.h"
+#include "export/scene.h"
+
+namespace tervolanda {
+
+namespace {
+
+constexpr std::string_view kLetters = "ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
+constexpr int kThin = 60;  // backbone radius, 1/250 Å
+constexpr int kThick = 130;
+
+char letterOf(std::size_t object) {
+    return kLetters[object % kLetters.size()];
+}
+
+std::string colourName(unsigned colour) {
+    return format("[%u,%u,%u]", colour >> 16U, colour >> 8U & 0xFFU, colour & 0xFFU);
+}
+
+class RasmolScene final : public SceneFile {
+ public:
+    using SceneFile::SceneFile;
+
+ private:
+    // A chain of the picture.
+    struct Object {
+        std::size_t input;
+        const ShownDomain* domain;  // null for one that nothing moves
+        SceneColours colours;
+    };
+
+    void write(const Scene& scene) override;
+    void addBackbone(std::size_t object, unsigned colour);
+    void addHighlight(std::size_t object, const std::vector<ResidueStretch>& stretches,
+                      unsigned colour);
+    void addCoordinates(const Chain& chain, std::size_t object, const Superposition* motion);
+};
+
+void RasmolScene::write(const Scene& scene) {
+    std::vector<Object> objects;
+    for (std::size_t i = 0; i < scene.models.size(); ++i) {
+        const ShownModel& model = scene.models[i];
+        const std::size_t shown = scene.isPair() ? model.domains.size() : 1;
+        if (model.domains.empty()) objects.push_back({model.input, nullptr, modelColours(i)});
+        for (std::size_t d = 0; d < std::min(shown, model.domains.size()); ++d) {
+            objects.push_back({model.input, &model.domains[d],
+                               scene.isPair() ? domainColours(d) : modelColours(i)});
+        }
+    }
+    text() += "#!/usr/bin/rasmol -script\nload inline\nselect all\nwireframe off\n";
+    addBackbone(0, kExperimentColours.base);
+    // Of the domains after the first only the matched residues are shown.
+    for (std::size_t i = 0; i < objects.size(); ++i) {
+        if (i == 0 || !scene.isPair()) addBackbone(i + 1, objects[i].colours.base);
+    }
+    for (std::size_t i = 0; i < objects.size(); ++i) {
+        const Object& object = objects[i];
+        if (object.domain == nullptr) continue;
+        if (scene.isPair()) {
+            addHighlight(0, object.domain->experiment,
+                         i == 0 ? kExperimentColours.highlight : object.colours.base);
+        }
+        addHighlight(i + 1, object.domain->prediction, object.colours.highlight);
+    }
+    text() += "select all\necho Each motion ";
+    text() += kMotionSentence;
+    text() += "\nexit\n";
+    addCoordinates(*scene.inputs.chains.front(), 0, nullptr);
+    for (std::size_t i = 0; i < objects.size(); ++i) {
+        const ShownDomain* const domain = objects[i].domain;
+        addCoordinates(*scene.inputs.chains[objects[i].input], i + 1,
+                       domain == nullptr ? nullptr : &domain->motion);
+    }
+}
+
+void RasmolScene::addBackbone(std::size_t object, unsigned colour) {
+    text() += format("select :%c\nbackbone %d\ncolour %s\n", letterOf(object), kThin,
+                     colourName(colour).c_str());
+}
+
+void RasmolScene::addHighlight(std::size_t object, const std::vector<ResidueStretch>& stretches,
+                               unsigned colour) {
+    for (const ResidueStretch& stretch : stretches) {
+        text() += format("select %d-%d and :%c\ncolour %s\nbackbone %d\n", stretch.first.number,
+                         stretch.last.number, letterOf(object), colourName(colour).c_str(), kThick);
+        pace();
+    }
+}
+
+void RasmolScene::addCoordinates(const Chain& chain, std::size_t object,
+                                 const Superposition* motion) {
+    int serial = 0;
+    for (Atom atom : chain.atoms) {
+        atom.chainId = letterOf(object);
+        if (motion != nullptr) {
+            const auto place = motion->apply(atom.x, atom.y, atom.z);
+            atom.x = place[0];
+            atom.y = place[1];
+            atom.z = place[2];
+        }
+        text() += formatFullAtomLine(atom, ++serial);
+        pace();
+    }
+    if (serial > 0) text() += "TER\n";
+}
+
+}  // namespace
+
+std::unique_ptr<ExportFile> makeRasmolScene(std::string path) {
+    return std::make_unique<RasmolScene>(std::move(path));
+}
+
+}  // namespace tervolanda

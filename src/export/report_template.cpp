@@ -1,0 +1,498 @@
+// The page of --report around its data: style, frame and script.  They are text of this program and
+// no files beside it, so that a page is one file, made by one file, and an installed program cannot
+// meet a template of another version.  The page asks nothing of any network (its policy forbids the
+// browser to), and what comes from outside reaches it as JSON alone: the script shows it as text,
+// never as markup.
+#include "export/report_template.h"
+
+namespace tervolanda {
+
+const std::string_view kReportHead = R"page(<!doctype html>
+<html lang="en">
+<head>
+<meta charset="utf-8">
+<meta http-equiv="Content-Security-Policy" content="default-src 'none'; style-src 'unsafe-inline'; script-src 'unsafe-inline'; img-src data:">
+<meta name="viewport" content="width=device-width, initial-scale=1">
+<meta name="referrer" content="no-referrer">
+<link rel="icon" href="data:,">
+<title>tervolanda report</title>
+<style>
+:root { color-scheme: light dark; --page: #fff; --ink: #1a1a1a; --soft: #5a5a5a; --line: #c8c8c8; --band: #f3f3f3; --link: #0b57a4;
+  --c0: #0072b2; --c1: #d55e00; --c2: #00805a; --c3: #b0568a; --c4: #a86f00; --c5: #2b86b8; --grey: #757575; }
+@media (prefers-color-scheme: dark) {
+  :root { --page: #16181b; --ink: #e8e8e8; --soft: #a9a9a9; --line: #45494e; --band: #202327; --link: #8cc4ff;
+    --c0: #4fa8e0; --c1: #f08a4b; --c2: #2cc79a; --c3: #dfa0c4; --c4: #e6b04d; --c5: #8ccbee; --grey: #9a9a9a; }
+}
+* { box-sizing: border-box; }
+body { margin: 0 auto; padding: 1rem 1.25rem 3rem; max-width: 78rem; background: var(--page); color: var(--ink); font: 16px/1.45 system-ui, sans-serif; }
+h1 { font-size: 1.5rem; line-height: 1.2; overflow-wrap: anywhere; }
+h2 { font-size: 1.15rem; margin: 2rem 0 .4rem; border-top: 1px solid var(--line); padding-top: .9rem; }
+p { max-width: 46rem; margin: .3rem 0 .8rem; }
+.soft, figcaption { color: var(--soft); font-size: .9rem; max-width: 46rem; }
+dl { display: grid; grid-template-columns: max-content 1fr; gap: .15rem 1rem; margin: .6rem 0; }
+dt { color: var(--soft); }
+dd { margin: 0; overflow-wrap: anywhere; }
+.wide { overflow: auto; max-width: 100%; }
+.tall { max-height: 32rem; width: max-content; }
+table { border-collapse: collapse; font-variant-numeric: tabular-nums; font-size: .9rem; }
+th, td { padding: .2rem .7rem; text-align: right; border-bottom: 1px solid var(--line); white-space: nowrap; }
+th.text, td.text { text-align: left; }
+tbody th { font-weight: normal; }
+td.text, tbody th { white-space: normal; overflow-wrap: anywhere; min-width: 8rem; }
+thead th { position: sticky; top: 0; background: var(--band); padding: 0; }
+thead button { all: unset; cursor: pointer; padding: .3rem .7rem; font-weight: 600; }
+thead button::after { content: "\2195"; color: var(--soft); padding-left: .35em; font-size: .85em; }
+th[aria-sort=ascending] button::after { content: "\2191"; color: inherit; }
+th[aria-sort=descending] button::after { content: "\2193"; color: inherit; }
+tbody tr:nth-child(even) { background: var(--band); }
+:focus-visible { outline: 3px solid var(--link); outline-offset: 1px; }
+figure { margin: .5rem 0; }
+svg { display: block; font: 12px system-ui, sans-serif; }
+svg text { fill: var(--ink); }
+.axis { stroke: var(--soft); fill: none; }
+.plain { fill: var(--soft); }
+.map { display: flex; align-items: flex-start; }
+.cells { position: relative; flex: none; touch-action: pan-x pan-y; }
+.cells canvas { display: block; width: 100%; height: 100%; }
+.cells div { position: absolute; border: 2px solid #fff; outline: 1px solid #000; pointer-events: none; }
+output { display: block; min-height: 1.5em; overflow-wrap: anywhere; }
+canvas.trace { width: 100%; max-width: 46rem; height: 28rem; border: 1px solid var(--line); touch-action: none; cursor: grab; }
+pre { font: 13px/1.35 ui-monospace, monospace; margin: .4rem 0; }
+.chip { display: inline-block; width: .75em; height: .75em; margin-right: .4em; }
+.scale { display: inline-block; width: 10em; height: .8em; vertical-align: middle; margin: 0 .5em; print-color-adjust: exact; }
+@media print {
+  :root { color-scheme: light; --page: #fff; --ink: #000; --soft: #444; --line: #bbb; --band: #fff;
+    --c0: #0072b2; --c1: #d55e00; --c2: #00805a; --c3: #b0568a; --c4: #a86f00; --c5: #2b86b8; --grey: #757575; }
+  body { font-size: 10pt; max-width: none; padding: 0; }
+  .tall { max-height: none; }
+  .wide { overflow: visible; }
+  .map { zoom: .6; }
+  thead th { position: static; }
+  thead button::after, .screen { content: none; display: none; }
+  figure, tr { break-inside: avoid; }
+  canvas, svg, .chip { print-color-adjust: exact; }
+}
+</style>
+</head>
+<body>
+<noscript><p>The tables and pictures of this page are made by its script, which is switched off here.</p></noscript>
+<main></main>
+<script type="application/json" id="data">
+)page";
+
+const std::string_view kReportTail = R"page(
+</script>
+<script>
+"use strict";
+const data = JSON.parse(document.getElementById("data").textContent);
+const page = document.querySelector("main");
+const COLOURS = [0, 1, 2, 3, 4, 5].map((i) => `var(--c${i})`); // after Okabe and Ito, readable as text
+const GREY = "var(--grey)";
+
+function fill(element, attributes, children) {
+  for (const [name, value] of Object.entries(attributes)) element.setAttribute(name, value);
+  element.append(...children);
+  return element;
+}
+const make = (tag, attributes = {}, ...children) => fill(document.createElement(tag), attributes, children);
+const draw = (tag, attributes = {}, ...children) =>
+  fill(document.createElementNS("http://www.w3.org/2000/svg", tag), attributes, children);
+// Long names are shown by their ends, where names differ.
+const short = (name, most) => [...name].length > most ? "…" + [...name].slice(1 - most).join("") : name;
+const fixed = (value, digits) => value === null ? "" : value.toFixed(digits);
+const rounded = (value) => Math.round(value * 10) / 10;
+
+function section(title, note) {
+  const part = make("section", {}, make("h2", {}, title));
+  if (note) part.append(make("p", {}, note));
+  page.append(part);
+  return part;
+}
+
+// --- Clusters have colours, the largest first; what stands alone is grey ---
+const sizes = new Map();
+for (const cluster of data.clusterOf ?? []) sizes.set(cluster, (sizes.get(cluster) ?? 0) + 1);
+const coloured = new Map([...sizes].filter(([cluster, size]) => size > 1 && cluster !== data.unassigned)
+  .sort((a, b) => b[1] - a[1] || a[0] - b[0]).map(([cluster], i) => [cluster, COLOURS[i % COLOURS.length]]));
+const colourOf = (cluster) => coloured.get(cluster) ?? GREY;
+
+// --- Tables, sorted by the buttons of their headings ---
+function cellOf(column, value) {
+  const isText = column.digits === undefined;
+  const cell = make(column.header ? "th" : "td", column.header ? {scope: "row"} : {});
+  if (isText) cell.className = "text";
+  if (column.cluster && value !== null) cell.append(make("span", {class: "chip", style: "background:" + colourOf(value)}));
+  const shown = value === null ? "" : Array.isArray(value) ? value.map((name) => short(name, 40)).join(", ")
+    : isText ? short(String(value), 90) : fixed(value, column.digits);
+  if (typeof value === "string" && shown !== value) cell.title = value;
+  cell.append(shown);
+  return cell;
+}
+
+function addTable(part, {title, columns, rows}) {
+  const body = make("tbody");
+  const head = make("tr");
+  const lines = rows.map((row) => ({row, line: make("tr", {}, ...columns.map((column, i) => cellOf(column, row[i])))}));
+  const compare = (a, b) => typeof a === "number" ? a - b : a < b ? -1 : a > b ? 1 : 0;
+  columns.forEach((column, i) => {
+    const button = make("button", {type: "button"}, column.name);
+    const cell = make("th", {scope: "col", class: column.digits === undefined ? "text" : ""}, button);
+    if (column.about) button.title = column.about;
+    button.addEventListener("click", () => {
+      const direction = cell.getAttribute("aria-sort") === "ascending" ? -1 : 1;
+      for (const other of head.children) other.removeAttribute("aria-sort");
+      cell.setAttribute("aria-sort", direction > 0 ? "ascending" : "descending");
+      lines.sort(({row: a}, {row: b}) => a[i] === null || b[i] === null
+        ? (a[i] === null) - (b[i] === null) : direction * compare(a[i], b[i]));
+      body.append(...lines.map(({line}) => line));
+    });
+    head.append(cell);
+  });
+  body.append(...lines.map(({line}) => line));
+  part.append(make("div", {class: "wide tall", tabindex: "0", role: "region", "aria-label": title},
+    make("table", {"aria-label": title}, make("thead", {}, head), body)));
+}
+
+// --- Axes ---
+function steps(low, high, most) {
+  const raw = (high - low || 1) / most, power = 10 ** Math.floor(Math.log10(raw));
+  const step = power * [1, 2, 5, 10].find((factor) => factor * power >= raw);
+  const ticks = [];
+  for (let k = Math.ceil(low / step - 1e-9); k * step <= high + step * 1e-9; ++k) ticks.push(Number((k * step).toPrecision(6)));
+  return ticks;
+}
+
+// --- The tree: leaves from top to bottom, the root on the left ---
+function leafOrder() {
+  if (!data.tree?.length) {
+    return data.names.map((_, i) => i).sort((a, b) => (data.clusterOf?.[a] ?? 0) - (data.clusterOf?.[b] ?? 0) || a - b);
+  }
+  const order = [], waiting = [-data.tree.length];
+  while (waiting.length) {
+    const item = waiting.pop();
+    if (item >= 0) order.push(item);
+    else waiting.push(data.tree[-item - 1][1], data.tree[-item - 1][0]);
+  }
+  return order;
+}
+
+function treePicture(order, row, width) {
+  const bottom = row * order.length, margin = 8;
+  const heights = data.tree.map((join) => join[2]).filter((height) => height !== null);
+  const deepest = Math.max(...heights, data.threshold ?? 0) * 1.04 || 1;
+  const across = (height) => rounded(margin + (width - margin) * (1 - (height ?? deepest) / deepest));
+  const places = new Map(order.map((model, i) => [model, {x: width, y: row * (i + .5), cluster: data.clusterOf?.[model]}]));
+  const paths = new Map();
+  const line = (cluster, path) => paths.set(colourOf(cluster), (paths.get(colourOf(cluster)) ?? "") + path);
+  data.tree.forEach(([first, second, height], k) => {
+    const a = places.get(first), b = places.get(second), x = across(height);
+    const cluster = a.cluster === b.cluster ? a.cluster : undefined;
+    line(a.cluster, `M${a.x} ${rounded(a.y)}H${x}`);
+    line(b.cluster, `M${b.x} ${rounded(b.y)}H${x}`);
+    line(cluster, `M${x} ${rounded(a.y)}V${rounded(b.y)}`);
+    places.set(-k - 1, {x, y: (a.y + b.y) / 2, cluster});
+  });
+  const svg = draw("svg", {width, height: bottom + 40, role: "img", style: "flex:none",
+    "aria-label": `Tree of ${order.length} models. The joins have distances from ${fixed(Math.min(...heights), 3)} to ${fixed(Math.max(...heights), 3)}.`});
+  for (const [colour, path] of paths) {
+    svg.append(draw("path", {d: path, style: "fill:none;stroke:" + colour, "stroke-width": row < 4 ? 1 : 2, "stroke-linecap": "square"}));
+  }
+  if (data.threshold !== undefined) {
+    svg.append(draw("path", {d: `M${across(data.threshold)} 0V${bottom}`, class: "axis", "stroke-dasharray": "5 4"}));
+  }
+  svg.append(draw("path", {d: `M${margin} ${bottom + 4}H${width}`, class: "axis"}));
+  for (const tick of steps(0, deepest, 5)) {
+    svg.append(draw("path", {d: `M${across(tick)} ${bottom + 4}v5`, class: "axis"}),
+      draw("text", {x: Math.min(across(tick), width - 8), y: bottom + 22, "text-anchor": "middle"}, String(tick)));
+  }
+  svg.append(draw("text", {x: (margin + width) / 2, y: bottom + 37, "text-anchor": "middle"}, "distance of a join"));
+  return svg;
+}
+
+// --- The heat map ---
+const DIGITS = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+function readCells({cells, width}) { // thousandths in base 64, all digits set for none
+  const place = new Uint8Array(128);
+  [...DIGITS].forEach((digit, i) => { place[digit.charCodeAt(0)] = i; });
+  const values = new Float64Array(cells.length / width);
+  for (let i = 0, at = 0; i < values.length; ++i) {
+    let number = 0;
+    for (let k = 0; k < width; ++k) number = number * 64 + place[cells.charCodeAt(at++)];
+    values[i] = number === 64 ** width - 1 ? NaN : number / 1000;
+  }
+  return values;
+}
+const STOPS = [[68, 1, 84], [59, 82, 139], [33, 145, 140], [94, 201, 98], [253, 231, 37]];
+function shade(part) { // 0 to 1
+  const at = Math.min(Math.max(part, 0), 1) * (STOPS.length - 1), k = Math.min(Math.floor(at), STOPS.length - 2);
+  return STOPS[k].map((from, i) => Math.round(from + (at - k) * (STOPS[k + 1][i] - from)));
+}
+
+function heatMap(values, order, row, low, high, say) {
+  const count = order.length, size = row * count;
+  const canvas = make("canvas", {width: count, height: count, tabindex: "0", role: "img",
+    style: count <= size ? "image-rendering:pixelated" : "",
+    "aria-label": `Heat map of ${data.matrix.of}, ${count} by ${count} models. Arrow keys go from cell to cell; each is read out.`});
+  const context = canvas.getContext("2d"), image = context.createImageData(count, count);
+  for (let y = 0, at = 0; y < count; ++y) {
+    for (let x = 0; x < count; ++x, at += 4) {
+      const value = values[order[y] * count + order[x]];
+      const worth = data.matrix.high ? (value - low) / (high - low || 1) : (high - value) / (high - low || 1);
+      image.data.set(Number.isNaN(value) ? [128, 128, 128, 255] : [...shade(worth), 255], at);
+    }
+  }
+  context.putImageData(image, 0, 0);
+  const mark = make("div", {hidden: ""}), cell = {x: 0, y: 0};
+  const show = () => {
+    mark.hidden = false;
+    const edge = Math.max(row, 6);
+    mark.style.cssText = `left:${(cell.x + .5) * row - edge / 2}px;top:${(cell.y + .5) * row - edge / 2}px;width:${edge}px;height:${edge}px`;
+    const value = values[order[cell.y] * count + order[cell.x]];
+    say(`${short(data.names[order[cell.y]], 90)} and ${short(data.names[order[cell.x]], 90)}: ${Number.isNaN(value) ? "no value" : data.matrix.of + " " + value.toFixed(3)}`);
+  };
+  const limit = (place) => Math.min(Math.max(place, 0), count - 1);
+  const point = (event) => {
+    const box = canvas.getBoundingClientRect();
+    cell.x = limit(Math.floor((event.clientX - box.left) / box.width * count));
+    cell.y = limit(Math.floor((event.clientY - box.top) / box.height * count));
+    show();
+  };
+  canvas.addEventListener("pointermove", point);
+  canvas.addEventListener("pointerdown", point);
+  canvas.addEventListener("focus", show);
+  canvas.addEventListener("keydown", (event) => {
+    const step = {ArrowLeft: [-1, 0], ArrowRight: [1, 0], ArrowUp: [0, -1], ArrowDown: [0, 1], Home: [-count, 0], End: [count, 0]}[event.key];
+    if (!step) return;
+    event.preventDefault();
+    cell.x = limit(cell.x + step[0]);
+    cell.y = limit(cell.y + step[1]);
+    show();
+  });
+  return make("div", {class: "cells", style: `width:${size}px;height:${size}px`}, canvas, mark);
+}
+
+function addMap(values) {
+  const order = leafOrder(), count = order.length, row = Math.min(24, 800 / count);
+  const known = values.filter((value, i) => !Number.isNaN(value) && i % (count + 1) !== 0);
+  const low = known.reduce((a, b) => Math.min(a, b), Infinity), high = known.reduce((a, b) => Math.max(a, b), -Infinity);
+  const hasTree = data.tree?.length > 0;
+  const part = section(hasTree ? "Tree and matrix" : "Matrix", data.mapNote);
+  const output = make("output", {"aria-live": "polite", class: "screen"}, "Point at a cell, or move with the arrow keys, to see its pair.");
+  const map = make("div", {class: "map"});
+  if (hasTree) map.append(treePicture(order, row, 280));
+  map.append(heatMap(values, order, row, low, high, (text) => { output.textContent = text; }));
+  if (row >= 10) {
+    map.append(draw("svg", {width: 260, height: row * count, style: "flex:none", "aria-hidden": "true"}, ...order.map((model, i) =>
+      draw("text", {x: 6, y: row * (i + .5) + 4, style: "fill:" + colourOf(data.clusterOf?.[model])}, short(data.names[model], 34)))));
+  }
+  const ends = data.matrix.high ? [low, high] : [high, low];
+  part.append(make("figure", {}, make("div", {class: "wide"}, map), output,
+    make("figcaption", {}, `${data.matrix.of} from ${fixed(ends[0], 3)}`,
+      make("span", {class: "scale", style: `background:linear-gradient(90deg,${STOPS.map((c) => `rgb(${c})`).join()})`}),
+      `to ${fixed(ends[1], 3)}; rows and columns ${hasTree ? "in the order of the tree" : "cluster by cluster"}, no value grey.`)));
+}
+
+// --- Histogram ---
+function addHistogram(values, of, note) {
+  if (values.length < 2) return;
+  const low = values.reduce((a, b) => Math.min(a, b)), high = values.reduce((a, b) => Math.max(a, b));
+  const bins = Math.max(10, Math.min(40, Math.ceil(Math.sqrt(values.length)))), counts = new Array(bins).fill(0);
+  for (const value of values) ++counts[Math.min(bins - 1, Math.floor((value - low) / (high - low || 1) * bins))];
+  const width = 640, height = 200, left = 56, top = Math.max(...counts);
+  const across = (value) => rounded(left + (width - left - 12) * (value - low) / (high - low || 1));
+  const up = (count) => rounded(height - (height - 12) * count / top);
+  const sorted = Float64Array.from(values).sort();
+  const summary = `${values.length} values of ${of} from ${fixed(low, 3)} to ${fixed(high, 3)}, median ${fixed(sorted[values.length >> 1], 3)}.`;
+  const svg = draw("svg", {width, height: height + 42, role: "img", "aria-label": "Histogram. " + summary});
+  svg.append(draw("path", {style: "fill:" + COLOURS[0], d: counts.map((count, i) => {
+    const from = left + (width - left - 12) * i / bins, to = left + (width - left - 12) * (i + 1) / bins;
+    return `M${rounded(from)} ${height}V${up(count)}H${rounded(to - 1)}V${height}Z`;
+  }).join("")}));
+  svg.append(draw("path", {class: "axis", d: `M${left} 12V${height}H${width - 12}`}));
+  for (const tick of steps(low, high, 8)) {
+    svg.append(draw("path", {d: `M${across(tick)} ${height}v5`, class: "axis"}),
+      draw("text", {x: across(tick), y: height + 19, "text-anchor": "middle"}, String(tick)));
+  }
+  for (const tick of steps(0, top, 4)) {
+    if (Number.isInteger(tick)) svg.append(draw("text", {x: left - 8, y: up(tick) + 4, "text-anchor": "end"}, String(tick)));
+  }
+  svg.append(draw("text", {x: (left + width) / 2, y: height + 37, "text-anchor": "middle"}, of));
+  section("Histogram", note).append(make("figure", {}, make("div", {class: "wide"}, svg), make("figcaption", {}, summary)));
+}
+
+// --- Distances along the chain ---
+// A residue: [name 1, name 2, distance or null, in the subset, domain]; names are "" in gaps.
+function addDistances(part, pair) {
+  const shown = pair.residues.filter((residue) => residue[0] !== "");
+  const known = shown.filter((residue) => residue[2] !== null);
+  if (!known.length) return;
+  const width = Math.max(640, Math.min(1100, shown.length * 6)), height = 240, left = 48;
+  const top = Math.max(...known.map((residue) => residue[2]), 1, (pair.cutoff ?? 0) * 1.04);
+  const step = (width - left - 12) / shown.length;
+  const up = (distance) => rounded(height - (height - 12) * distance / top);
+  const matched = shown.filter((residue) => residue[3]).length;
+  const farthest = Math.max(...known.map((residue) => residue[2]));
+  const summary = `${known.length} residue pairs of ${shown.length} residues, ${matched} of them in the superposition; distances up to ${fixed(farthest, 2)} Å.`;
+  const svg = draw("svg", {width, height: height + 56, role: "img", "aria-label": "Distances along the chain. " + summary});
+  const bars = new Map();
+  shown.forEach(([, , distance, isMatched, domain], i) => {
+    if (distance === null) return;
+    const colour = isMatched ? COLOURS[(domain - 1) % COLOURS.length] : GREY, x = left + step * i;
+    let path = `M${rounded(x)} ${height}V${up(distance)}H${rounded(x + step * .8)}V${height}Z`;
+    if (isMatched) path += `M${rounded(x)} ${height + 3}h${rounded(step) + .2}v7h${-rounded(step) - .2}Z`;
+    bars.set(colour, (bars.get(colour) ?? "") + path);
+  });
+  for (const [colour, path] of bars) svg.append(draw("path", {d: path, style: "fill:" + colour}));
+  svg.append(draw("path", {class: "axis", d: `M${left} 12V${height}H${width - 12}`}));
+  for (const tick of steps(0, top, 5)) svg.append(draw("text", {x: left - 8, y: up(tick) + 4, "text-anchor": "end"}, String(tick)));
+  if (pair.cutoff) svg.append(draw("path", {class: "axis", "stroke-dasharray": "5 4", d: `M${left} ${up(pair.cutoff)}H${width - 12}`}));
+  const every = Math.ceil(shown.length / 14);
+  shown.forEach((residue, i) => {
+    if (i % every === 0) svg.append(draw("text", {x: rounded(left + step * (i + .5)), y: height + 28, "text-anchor": "middle"}, residue[0].slice(3).trim()));
+  });
+  svg.append(draw("text", {x: (left + width) / 2, y: height + 48, "text-anchor": "middle"}, "residue of the experiment"),
+    draw("text", {x: left + 6, y: 11}, "distance, Å"));
+  part.append(make("figure", {}, make("div", {class: "wide"}, svg), make("figcaption", {}, summary +
+    " Colours are domains, grey is outside of them; the strip below shows the matched stretches" + (pair.cutoff ? ", the dashed line the cut-off." : "."))));
+}
+
+// --- Both traces, laid over each other, on a canvas that turns ---
+function addTrace(part, traces) { // each a list of [x, y, z, highlighted]; the middle is the origin
+  const canvas = make("canvas", {class: "trace", tabindex: "0", role: "img",
+    "aria-label": "C-alpha traces of experiment (blue) and prediction (green), laid over each other. Arrow keys turn, plus and minus zoom."});
+  const middle = [0, 1, 2].map((k) => traces[0].reduce((sum, atom) => sum + atom[k], 0) / (traces[0].length || 1));
+  const reach = Math.max(1, ...traces.flat().map((atom) => Math.hypot(...middle.map((m, k) => atom[k] - m))));
+  const colours = [["#79aede", "#3b7be0"], ["#8cc66e", "#27a83c"]];
+  const dot = (a, b) => a.reduce((sum, x, k) => sum + x * b[k], 0);
+  const unit = (a) => { const length = Math.sqrt(dot(a, a)) || 1; return a.map((x) => x / length); };
+  // The longest direction of the experiment (power iteration on its covariance), across `without`.
+  const longest = (start, without) => {
+    let axis = start;
+    for (let i = 0; i < 50; ++i) {
+      const sum = [0, 0, 0];
+      for (const atom of traces[0]) {
+        const place = middle.map((m, k) => atom[k] - m), along = dot(place, axis);
+        place.forEach((x, k) => { sum[k] += along * x; });
+      }
+      const back = without ? dot(sum, without) : 0;
+      axis = unit(sum.map((x, k) => x - back * (without ? without[k] : 0)));
+    }
+    return axis;
+  };
+  const across = longest([1, .9, .8]), up = longest([.3, -.7, .9], across);
+  const toward = [0, 1, 2].map((k) => across[(k + 1) % 3] * up[(k + 2) % 3] - across[(k + 2) % 3] * up[(k + 1) % 3]);
+  let axes = Math.abs(dot(toward, toward) - 1) < .01 ? [across, up, toward] : [[1, 0, 0], [0, 1, 0], [0, 0, 1]];
+  let zoom = 1, spread = 0;
+  const held = new Map();
+  const turn = (x, y) => {
+    const [cx, sx, cy, sy] = [Math.cos(x), Math.sin(x), Math.cos(y), Math.sin(y)];
+    const [right, above, near] = axes;
+    const turned = near.map((z, k) => cx * z - sx * right[k]);
+    axes = [right.map((r, k) => cx * r + sx * near[k]), above.map((a, k) => cy * a - sy * turned[k]),
+      turned.map((z, k) => cy * z + sy * above[k])];
+  };
+  const paint = () => {
+    const ratio = devicePixelRatio || 1, wide = canvas.clientWidth || 640, high = canvas.clientHeight || 440;
+    canvas.width = wide * ratio; canvas.height = high * ratio;
+    const context = canvas.getContext("2d"), scale = zoom * Math.min(wide, high) * .52 / reach, segments = [];
+    context.scale(ratio, ratio); context.lineCap = "round";
+    traces.forEach((trace, which) => {
+      const places = trace.map((atom) => axes.map((axis) => dot(axis, middle.map((m, k) => atom[k] - m))));
+      for (let i = 1; i < trace.length; ++i) {
+        const isBreak = Math.hypot(...[0, 1, 2].map((k) => trace[i][k] - trace[i - 1][k])) > 4.2;
+        segments.push({a: places[i - 1], b: places[i], which, thick: trace[i - 1][3] && trace[i][3], isBreak, depth: places[i][2] + places[i - 1][2]});
+      }
+    });
+    segments.sort((a, b) => a.depth - b.depth);
+    for (const {a, b, which, thick, isBreak, depth} of segments) {
+      context.globalAlpha = .5 + .5 * Math.min(Math.max(.5 + depth / reach / 4, 0), 1);
+      context.strokeStyle = colours[which][thick ? 1 : 0];
+      context.lineWidth = (thick ? 5 : 2) * (isBreak ? .4 : 1);
+      context.setLineDash(isBreak ? [3, 5] : []);
+      context.beginPath();
+      context.moveTo(wide / 2 + scale * a[0], high / 2 - scale * a[1]);
+      context.lineTo(wide / 2 + scale * b[0], high / 2 - scale * b[1]);
+      context.stroke();
+    }
+  };
+  const enlarge = (factor) => { zoom = Math.min(20, Math.max(.2, zoom * factor)); paint(); };
+  const apart = () => { const [a, b] = [...held.values()]; return Math.hypot(a.x - b.x, a.y - b.y); };
+  canvas.addEventListener("pointerdown", (event) => {
+    canvas.setPointerCapture(event.pointerId);
+    held.set(event.pointerId, {x: event.clientX, y: event.clientY});
+    if (held.size === 2) spread = apart();
+  });
+  canvas.addEventListener("pointermove", (event) => {
+    const last = held.get(event.pointerId);
+    if (!last) return;
+    held.set(event.pointerId, {x: event.clientX, y: event.clientY});
+    if (held.size === 2) { const now = apart(); enlarge(now / (spread || 1)); spread = now; return; }
+    turn((event.clientX - last.x) * .01, (event.clientY - last.y) * .01);
+    paint();
+  });
+  for (const end of ["pointerup", "pointercancel"]) canvas.addEventListener(end, (event) => held.delete(event.pointerId));
+  canvas.addEventListener("wheel", (event) => { event.preventDefault(); enlarge(Math.exp(-event.deltaY * .001)); }, {passive: false});
+  canvas.addEventListener("keydown", (event) => {
+    const by = {ArrowLeft: [-.1, 0], ArrowRight: [.1, 0], ArrowUp: [0, -.1], ArrowDown: [0, .1]}[event.key];
+    const factor = {"+": 1.1, "=": 1.1, "-": 1 / 1.1}[event.key];
+    if (by) { event.preventDefault(); turn(...by); paint(); } else if (factor) enlarge(factor);
+  });
+  part.append(make("figure", {}, canvas, make("figcaption", {},
+    "Experiment blue, prediction green; thick and dark where the superposition rests on it. Drag or use the arrow keys to turn, the wheel, two fingers, + or - to zoom.")));
+  paint();
+  addEventListener("resize", paint);
+}
+
+function addAlignment(part, rows) {
+  const lines = [];
+  for (let at = 0; at < rows[0].length; at += 60) {
+    const [first, marks, second] = rows.map((row) => row.slice(at, at + 60).replace(/.{10}(?=.)/g, "$& "));
+    lines.push(`Prediction  ${first}`, `            ${marks}`, `Experiment  ${second}`, "");
+  }
+  part.append(make("h3", {}, "Alignment"), make("p", {class: "soft"}, "| in the superposition, ' paired outside of it"),
+    make("div", {class: "wide"}, make("pre", {tabindex: "0"}, lines.join("\n"))));
+}
+
+function addMotion(part, pair) {
+  part.append(make("h3", {}, "Superposition"), make("p", {},
+    "R, c1 and c2 as below: this moves the prediction onto the experiment: p' = R (p - c2) + c1, in Å."));
+  const row = (name, numbers, digits) => make("tr", {}, make("th", {scope: "row", class: "text"}, name), ...numbers.map((number) => make("td", {}, number.toFixed(digits))));
+  const domains = pair.motions.flatMap(({rotation, from, to}, i) => [
+    make("tr", {}, make("th", {colspan: "4", class: "text"}, pair.motions.length > 1 ? `Domain ${i + 1}` : "")),
+    ...[0, 1, 2].map((k) => row("R, row " + (k + 1), rotation.slice(3 * k, 3 * k + 3), 6)),
+    row("c2 (prediction)", from, 3), row("c1 (experiment)", to, 3)]);
+  part.append(make("div", {class: "wide"}, make("table", {"aria-label": "Superposition"}, make("tbody", {}, ...domains))));
+}
+
+function addPair(pair) {
+  const part = section(pair.title, pair.note);
+  if (pair.traces) addTrace(part, pair.traces);
+  addDistances(part, pair);
+  if (pair.alignment?.[0]) addAlignment(part, pair.alignment);
+  if (pair.motions?.length) addMotion(part, pair);
+  const details = make("details", {}, make("summary", {}, "Residue by residue"));
+  addTable(details, {title: "Residue by residue", columns: [{name: "Experiment", header: true}, {name: "Prediction"},
+    {name: "Distance, Å", digits: 3}, {name: "In the superposition"}, {name: "Domain", digits: 0}],
+    rows: pair.residues.map(([first, second, distance, isMatched, domain]) => [first, second, distance, isMatched ? "yes" : "no", domain || null])});
+  part.append(details);
+}
+
+// --- The page ---
+document.title = short(data.title, 120);
+page.append(make("h1", {}, short(data.title, 200)), make("dl", {}, ...data.facts.flatMap(([name, value]) =>
+  [make("dt", {}, name), make("dd", {}, value)])));
+for (const table of data.tables.filter((one) => !one.last)) addTable(section(table.title, table.note), table);
+if (data.matrix) {
+  const values = readCells(data.matrix), count = data.names.length;
+  addMap(values);
+  addHistogram(values.filter((value, i) => i % count < Math.floor(i / count) && !Number.isNaN(value)), data.matrix.of, "");
+}
+if (data.scores) addHistogram(data.scores.values.filter((value) => value !== null), data.scores.of, "");
+if (data.pair) addPair(data.pair);
+for (const table of data.tables.filter((one) => one.last)) addTable(section(table.title, table.note), table);
+</script>
+</body>
+</html>
+)page";
+
+}  // namespace tervolanda

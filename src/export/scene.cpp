@@ -1,0 +1,133 @@
+// Collects, pair by pair, what viewers show: of thousands of residue pairs only the stretches that
+// they form.
+#include "export/scene.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "base/format.h"
+#include "export/export_text.h"
+
+namespace tervolanda {
+
+namespace {
+
+// One more residue, as part of the last stretch where it follows.
+void extend(std::vector<ResidueStretch>& stretches, ResidueId residue) {
+    const auto follows = [residue](const ResidueStretch& stretch) {
+        return stretch.last.insertionCode == ' ' && residue.insertionCode == ' ' &&
+               residue.number == stretch.last.number + 1;
+    };
+    if (!stretches.empty() && follows(stretches.back())) {
+        stretches.back().last = residue;
+    } else {
+        stretches.push_back({residue, residue});
+    }
+}
+
+// Light and dark shades that stay apart for the colour-blind.
+constexpr std::array<SceneColours, 6> kShades = {{
+    {0xCCFF99, 0x33CC33},
+    {0xFFD199, 0xFF8000},
+    {0xE6B3E6, 0xB333B3},
+    {0x99E6E6, 0x009999},
+    {0xFFB3B3, 0xE03030},
+    {0xD9C2A6, 0x8C5A1E},
+}};
+
+bool isWordCharacter(char c) {
+    return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_';
+}
+
+// The number of a character that UTF-8 text of this length stands for.
+unsigned codePoint(std::string_view character) {
+    constexpr std::array<unsigned, 5> kLeadBits = {0, 0x7F, 0x1F, 0x0F, 0x07};
+    unsigned code = static_cast<unsigned char>(character.front()) & kLeadBits[character.size()];
+    for (const char c : character.substr(1))
+        code = code << 6U | (static_cast<unsigned char>(c) & 0x3FU);
+    return code;
+}
+
+}  // namespace
+
+std::string Scene::nameOf(const ShownModel& model) const {
+    if (isPair()) return "prediction";
+    constexpr std::size_t kLongest = 40;
+    const std::string& file = of(model).file;
+    std::string name = file.substr(file.rfind('/') + 1, kLongest);
+    std::replace_if(
+        name.begin(), name.end(), [](char c) { return !isWordCharacter(c); }, '_');
+    return format("m%zu_%s", model.input, name.c_str());
+}
+
+void SceneFile::take(const PairResult& pair) {
+    ShownModel model{pair.prediction, {}};
+    for (const Superposition& motion : pair.superpositions)
+        model.domains.push_back({motion, {}, {}});
+    for (const ResiduePair& residue : pair.residues) {
+        if (residue.domain == 0 || residue.domain > model.domains.size()) continue;
+        ShownDomain& domain = model.domains[residue.domain - 1];
+        extend(domain.experiment, residue.experiment);
+        extend(domain.prediction, residue.prediction);
+    }
+    models_.push_back(std::move(model));
+}
+
+void SceneFile::finish(const RunResults& results) {
+    Scene scene{*inputs_, {}};
+    if (results.ranking.empty()) {
+        scene.models = std::move(models_);
+    } else {
+        const std::size_t wanted = inputs_->shownModels.value_or(results.ranking.size());
+        for (const RankedModel& ranked : results.ranking) {
+            if (scene.models.size() == wanted) break;
+            scene.models.push_back(std::move(models_[ranked.model]));
+        }
+    }
+    write(scene);
+}
+
+std::array<std::array<double, 4>, 3> homogeneousRows(const Superposition& motion) {
+    const std::array<double, 3> shift = motion.apply(0.0, 0.0, 0.0);
+    std::array<std::array<double, 4>, 3> rows{};
+    for (std::size_t i = 0; i < 3; ++i) {
+        rows[i] = {motion.rotation[3 * i], motion.rotation[3 * i + 1], motion.rotation[3 * i + 2],
+                   shift[i]};
+    }
+    return rows;
+}
+
+std::string fixedNumber(double value) {
+    constexpr int kDecimals = 10;
+    return format("%.10f", withoutNegativeZero(value, kDecimals));
+}
+
+SceneColours domainColours(std::size_t domain) {
+    return kShades[domain % kShades.size()];
+}
+
+SceneColours modelColours(std::size_t place) {
+    return kShades[place % kShades.size()];
+}
+
+std::string pythonText(std::string_view text) {
+    constexpr std::string_view kHarmless = "/._-+ ";
+    std::string quoted = "\"";
+    while (!text.empty()) {
+        const std::size_t length = utf8Length(text);
+        const char c = text.front();
+        if (isWordCharacter(c) || kHarmless.find(c) != std::string_view::npos) {
+            quoted += c;
+        } else if (length == 0) {
+            quoted += format("\\udc%02x", static_cast<unsigned>(static_cast<unsigned char>(c)));
+        } else {
+            const unsigned code = codePoint(text.substr(0, length));
+            quoted += code > 0xFFFF ? format("\\U%08x", code) : format("\\u%04x", code);
+        }
+        text.remove_prefix(std::max<std::size_t>(length, 1));
+    }
+    return quoted + '"';
+}
+
+}  // namespace tervolanda

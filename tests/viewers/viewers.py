@@ -1,0 +1,457 @@
+#!/usr/bin/env python3
+"""Gives the files that are made for viewers to the viewers.
+
+usage: viewers.py PROGRAM EXAMPLES TEST
+
+Each test_TEST below runs the program in a copy of the examples and looks at what the client makes
+of its files: PyMOL and RasMol draw without a display, Chromium without a window.  A client that is
+not installed skips its test (status 77).
+"""
+
+import ast
+import base64
+import http.server
+import json
+import math
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+import threading
+import zipfile
+
+SENTENCE = "moves the prediction onto the experiment: p' = R (p - c2) + c1"
+RASMOL = "/usr/lib/rasmol/rasmol.32"
+TIME_LIMIT = 120  # seconds for a client
+DIGITS = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/"
+
+
+def run_program(*arguments, status=0):
+    done = subprocess.run(
+        [PROGRAM, *arguments], stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False
+    )
+    assert done.returncode == status, done.stdout[-2000:]
+    return done.stdout.decode("utf-8", "replace")
+
+
+def need(command):
+    found = command if os.access(command, os.X_OK) else shutil.which(command)
+    if found is None:
+        print(f"skipped: there is no {command}")
+        sys.exit(77)
+    return found
+
+
+def run_client(command, text=""):
+    environment = dict(os.environ, PATH="/usr/bin:/bin", HOME=os.getcwd())
+    done = subprocess.run(
+        command, input=text, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False,
+        timeout=TIME_LIMIT, env=environment, text=True, errors="replace",
+    )  # fmt: skip
+    return done.stdout
+
+
+def printed(pattern, text):
+    """The numbers of the first group, line by line."""
+    return [float(number) for number in re.findall(pattern, text)]
+
+
+def close(a, b, tolerance):
+    assert abs(a - b) <= tolerance, f"{a} is not {b}"
+
+
+# --- Structures ---
+
+
+def calphas(text):
+    return {
+        line[21:27]: tuple(float(line[i : i + 8]) for i in (30, 38, 46))
+        for line in text.splitlines()
+        if line.startswith("ATOM") and line[12:16] == " CA "
+    }
+
+
+def rmsd(a, b):
+    return math.sqrt(sum(math.dist(a[k], b[k]) ** 2 for k in a) / len(a))
+
+
+# --- PyMOL ---
+
+PYMOL_RMSD = """
+from pymol import cmd
+for name in sorted(cmd.get_names("all")):
+    if not name.startswith("matched_prediction"):
+        continue
+    a = cmd.get_coords(name.replace("prediction", "experiment") + " and name CA")
+    b = cmd.get_coords(name + " and name CA")
+    print("RMSD", len(a), (((a - b) ** 2).sum() / len(a)) ** 0.5)
+print("OBJECTS", cmd.get_object_list())
+for name in cmd.get_object_list():
+    print("FIRST", name, *cmd.get_coords(name + " and name CA")[0])
+"""
+
+
+def run_pymol(script):
+    pathlib.Path("ask.py").write_text(PYMOL_RMSD, encoding="utf-8")
+    output = run_client([need("pymol"), "-cq", script, "ask.py"])
+    assert "Error" not in output and "Traceback" not in output, output[-2000:]
+    return output
+
+
+def test_pymol():
+    need("pymol")
+    # Residues below 0 and with insertion codes.
+    for name in ("experiment.pdb", "hinge_1.pdb"):
+        lines = pathlib.Path(name).read_text(encoding="utf-8").splitlines(keepends=True)
+        for i, line in enumerate(lines):
+            if line.startswith("ATOM"):
+                number = int(line[22:26]) - 10
+                inserted = number in (20, 21)
+                lines[i] = f"{line[:22]}{20 if inserted else number:4d}{'AB'[number - 20] if inserted else ' '}{line[27:]}"
+        pathlib.Path("odd_" + name).write_text("".join(lines), encoding="utf-8")
+    subprocess.run(["gzip", "odd_hinge_1.pdb"], check=True)
+    for experiment, prediction in (
+        ("experiment.pdb", "hinge_1.pdb"),
+        ("odd_experiment.pdb", "odd_hinge_1.pdb.gz"),
+    ):
+        output = run_program(
+            "-e", experiment, "-p", prediction, "-i", "2", "-noalign", "--pymol=pair.pml"
+        )
+        wanted = list(zip(printed(r"Pairs= *(\d+)", output), printed(r", RMSD= *([\d.]+)", output)))
+        found = re.findall(r"^RMSD (\d+) ([\d.]+)", run_pymol("pair.pml"), re.MULTILINE)
+        assert len(found) == len(wanted) == 2, found
+        for (pairs, value), (count, figure) in zip(wanted, found):
+            assert int(count) == pairs
+            close(float(figure), value, 0.0006)
+    # The models of a list lie where --superposed puts them.
+    run_program("-e", "experiment.pdb", "-l", "models.txt", "-super", "3", "--pymol=list.pml", "--superposed=moved")
+    places = {}
+    for name, *place in re.findall(r"^FIRST (\S+) (\S+) (\S+) (\S+)", run_pymol("list.pml"), re.MULTILINE):
+        places[re.sub(r"^m\d+_", "", name)] = [float(x) for x in place]
+    assert len(places) == 4, places
+    for name, place in places.items():
+        if name != "experiment":
+            copy = pathlib.Path("moved", name.removesuffix("_pdb") + ".pdb").read_text(encoding="utf-8")
+            assert math.dist(place, next(iter(calphas(copy).values()))) < 0.003
+
+
+# --- RasMol ---
+
+
+def test_rasmol():
+    need(RASMOL)
+    run_program("-e", "experiment.pdb", "-p", "hinge_1.pdb", "-i", "2", "-noalign", "--rasmol=pair.rsm")
+    orders = "select 1-43 and :B\nselect :C\nwrite ppm picture.ppm\nexit\n"
+    output = run_client([RASMOL, "-nodisplay", "-script", "pair.rsm"], orders)
+    atoms = [line for line in pathlib.Path("pair.rsm").read_text(encoding="utf-8").splitlines() if line.startswith("ATOM")]
+    wanted = [
+        sum(1 for line in atoms if line[21] == "B" and int(line[22:26]) <= 43),
+        sum(1 for line in atoms if line[21] == "C"),
+    ]
+    selected = [int(number) for number in re.findall(r"(\d+) atoms selected", output)]
+    assert selected[-2:] == wanted, (output, wanted)
+    assert "nvalid" not in output and "xpected" not in output, output
+    pixels = pathlib.Path("picture.ppm").read_bytes()
+    for colour in (b"\x66\x66\xff", b"\x33\xcc\x33"):  # the highlights, where light falls on them
+        assert any(
+            abs(pixels[i] - colour[0]) + abs(pixels[i + 1] - colour[1]) + abs(pixels[i + 2] - colour[2]) < 60
+            for i in range(15, len(pixels) - 2, 3)
+        )
+
+
+# --- Mol* ---
+
+
+def nodes(node):
+    yield node
+    for child in node.get("children", []):
+        yield from nodes(child)
+
+
+def test_molstar():
+    run_program("-e", "experiment.pdb", "-p", "hinge_1.pdb", "-i", "2", "-noalign",
+                "--molstar=pair.mvsx", "--superposed=moved")  # fmt: skip
+    with zipfile.ZipFile("pair.mvsx") as archive:
+        assert archive.testzip() is None
+        scene = json.loads(archive.read("index.mvsj"))
+        assert archive.read("prediction.pdb") == pathlib.Path("hinge_1.pdb").read_bytes()
+        files = set(archive.namelist())
+    assert SENTENCE in scene["metadata"]["description"] and scene["metadata"]["timestamp"]
+    urls = {node["params"]["url"] for node in nodes(scene["root"]) if node["kind"] == "download"}
+    assert urls | {"index.mvsj"} == files
+    # The first transformation puts the prediction where the folder has it.
+    motion = next(node["params"] for node in nodes(scene["root"]) if node["kind"] == "transform")
+    rotation, shift = motion["rotation"], motion["translation"]
+    wanted = calphas(pathlib.Path("moved/hinge_1.pdb").read_text(encoding="utf-8"))
+    for key, p in calphas(pathlib.Path("hinge_1.pdb").read_text(encoding="utf-8")).items():
+        moved = [sum(rotation[3 * k + i] * p[k] for k in range(3)) + shift[i] for i in range(3)]
+        assert math.dist(moved, wanted[key]) < 0.002
+    ranges = [
+        (one["auth_asym_id"], one["beg_auth_seq_id"], one["end_auth_seq_id"])
+        for node in nodes(scene["root"])
+        if node["kind"] == "color"
+        for one in node["params"].get("selector", [])
+    ]
+    assert ranges == [("A", 1, 43), ("A", 44, 61), ("A", 1, 43), ("A", 44, 61)], ranges
+
+
+# --- ChimeraX: not in Debian, so that its commands are read by their grammar only ---
+
+
+def test_chimerax():
+    run_program("-e", "experiment.pdb", "-p", "hinge_1.pdb", "-noalign", "--chimerax=pair.cxc", "--superposed=moved")
+    lines = pathlib.Path("pair.cxc").read_text(encoding="utf-8").splitlines()
+    opened = [ast.literal_eval(line.split(" ", 1)[1].rsplit(" id ", 1)[0]) for line in lines if line.startswith("open ")]
+    assert opened == ["experiment.pdb", "hinge_1.pdb"]
+    matrix = next(line for line in lines if line.startswith("view matrix models #2,"))
+    m = [float(number) for number in matrix.split(",")[1:]]
+    wanted = calphas(pathlib.Path("moved/hinge_1.pdb").read_text(encoding="utf-8"))
+    for key, p in calphas(pathlib.Path("hinge_1.pdb").read_text(encoding="utf-8")).items():
+        moved = [sum(m[4 * i + k] * p[k] for k in range(3)) + m[4 * i + 3] for i in range(3)]
+        assert math.dist(moved, wanted[key]) < 0.002
+    assert "color #2:1-43 #33cc33" in lines
+
+
+# --- The folder of moved models ---
+
+
+def test_superposed():
+    source = pathlib.Path("near_1.pdb").read_text(encoding="utf-8")
+    first = source.splitlines(keepends=True)
+    atom = next(line for line in first if line.startswith("ATOM"))
+    extra = (
+        "HEADER    A RECORD TO KEEP\n" + source.replace("END\n", "") +
+        "HETATM" + atom[6:] + "HETATM 9999 no number here\r\n" +
+        "ANISOU    1  N   MET A   1     1000   2000   3000      0      0      0       N\nMASTER\nEND\n"
+    )  # fmt: skip
+    pathlib.Path("near_1.pdb").write_bytes(extra.encode())
+    os.makedirs("x")
+    shutil.copy("near_2.pdb", "x/near_1.pdb")
+    pathlib.Path("two.txt").write_text("near_1.pdb\nx/near_1.pdb\n", encoding="utf-8")
+    output = run_program("-e", "experiment.pdb", "-l", "two.txt", "--superposed=a/b")
+    assert sorted(os.listdir("a/b")) == ["near_1.pdb", "near_1_2.pdb"]
+    moved = pathlib.Path("a/b/near_1.pdb").read_bytes().decode()
+    assert SENTENCE in moved
+    kept = [line for line in extra.splitlines() if not re.match(r"ATOM|HETATM .{20}.*\.|ANISOU", line)]
+    assert [line for line in moved.splitlines() if line in kept] == kept
+    # All pairs lie as far apart as gRMSD says, under the superposition that the run printed.
+    details = run_program("-e", "experiment.pdb", "-p", "near_1.pdb", "-noalign")
+    experiment = calphas(pathlib.Path("experiment.pdb").read_text(encoding="utf-8"))
+    close(rmsd(experiment, calphas(moved)), printed(r"gRMSD= *([\d.]+)", details)[0], 0.001)
+    # What is in HETATM moves along, and the factors turn: their sum on the diagonal stays.
+    records = [line for line in moved.splitlines() if line[6:27] == atom[6:27]]
+    twin = [line[30:54] for line in records if re.match("ATOM|HETATM", line)]
+    assert len(twin) == 2 and twin[0] == twin[1] != atom[30:54], twin
+    factors = next(line for line in moved.splitlines() if line.startswith("ANISOU"))
+    numbers = [int(factors[i : i + 7]) for i in range(28, 70, 7)]
+    assert abs(sum(numbers[:3]) - 6000) <= 1 and numbers[:3] != [1000, 2000, 3000]
+    # An input is never overwritten.
+    run_program("-e", "experiment.pdb", "-p", "near_1.pdb", "-noalign", "--superposed=.", status=1)
+    assert pathlib.Path("near_1.pdb").read_bytes().decode() == extra
+    assert "two.txt" in output
+
+
+# --- The page ---
+
+# What a reader does, in the page itself: it leaves its findings in the document.
+PAGE_TEST = r"""
+<script>
+const found = {errors: []};
+addEventListener("error", (event) => found.errors.push(String(event.message)));
+try {
+  const table = document.querySelector("table");
+  const first = () => table.querySelector("tbody tr").children[1].textContent;
+  const button = [...table.querySelectorAll("button")][1];
+  const sorts = () => [...table.querySelectorAll("th[aria-sort]")].map((th) => th.getAttribute("aria-sort"));
+  found.unsorted = first();
+  button.click(); found.ascending = [first(), sorts()];
+  button.click(); found.descending = [first(), sorts()];
+  const map = document.querySelector(".cells canvas");
+  if (map) {
+    const press = (key) => map.dispatchEvent(new KeyboardEvent("keydown", {key}));
+    press("ArrowRight"); press("ArrowDown"); press("ArrowDown");
+    found.cell = document.querySelector("output").textContent;
+    const box = map.getBoundingClientRect();
+    map.dispatchEvent(new PointerEvent("pointermove", {clientX: box.right - 1, clientY: box.top + 1}));
+    found.corner = document.querySelector("output").textContent;
+  }
+  const trace = document.querySelector("canvas.trace");
+  if (trace) {
+    const before = trace.toDataURL();
+    trace.dispatchEvent(new KeyboardEvent("keydown", {key: "ArrowRight"}));
+    const turned = trace.toDataURL();
+    trace.dispatchEvent(new KeyboardEvent("keydown", {key: "+"}));
+    found.trace = [before !== turned, turned !== trace.toDataURL()];
+  }
+  found.labels = [...document.querySelectorAll("svg[role=img], canvas")].every((one) => one.getAttribute("aria-label"));
+  found.titles = [...document.querySelectorAll("tbody th")].map((th) => th.title || th.textContent);
+  found.title = document.title;
+  found.scripts = document.scripts.length;
+} catch (error) { found.errors.push(String(error)); }
+new Image().src = "http://127.0.0.1:PORT/asked";
+fetch("http://127.0.0.1:PORT/asked").catch(() => {}).finally(() => {
+  document.body.append(Object.assign(document.createElement("pre"), {id: "found", textContent: btoa(unescape(encodeURIComponent(JSON.stringify(found))))}));
+});
+</script>
+"""
+
+
+def open_page(page):
+    """What a reader finds in the page; no request may leave it, not even when a script asks."""
+    asked = []
+
+    class Handler(http.server.BaseHTTPRequestHandler):
+        def do_GET(self):
+            asked.append(self.path)
+            self.send_error(404)
+
+        def log_message(self, *_):
+            pass
+
+    server = http.server.HTTPServer(("127.0.0.1", 0), Handler)
+    threading.Thread(target=server.serve_forever, daemon=True).start()
+    text = pathlib.Path(page).read_text(encoding="utf-8")
+    assert re.findall(r"https?:[^\s\"']*", text.split('id="data"')[0]) == []
+    tested = pathlib.Path("tested.html")
+    tested.write_text(text.replace("</body>", PAGE_TEST.replace("PORT", str(server.server_port)) + "</body>"), encoding="utf-8")
+    output = run_client([
+        need("chromium"), "--headless", "--no-sandbox", "--disable-gpu", "--disable-background-networking",
+        f"--user-data-dir={os.getcwd()}/profile", "--enable-logging=stderr", "--virtual-time-budget=5000",
+        "--dump-dom", f"file://{tested.resolve()}",
+    ])  # fmt: skip
+    server.shutdown()
+    assert asked == [], asked
+    complaints = [line for line in output.splitlines() if "CONSOLE" in line and "Content Security Policy" not in line]
+    assert complaints == [], complaints
+    found = json.loads(base64.b64decode(re.search(r'id="found">([^<]+)<', output)[1]))
+    assert found["errors"] == [] and found["labels"], found["errors"]
+    return found
+
+
+def page_data(page):
+    text = pathlib.Path(page).read_text(encoding="utf-8")
+    assert "http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'" in text
+    return json.loads(re.search(r'id="data">\n(.*?)\n</script>', text, re.DOTALL)[1], parse_constant=lambda word: 1 / 0)
+
+
+def test_page():
+    need("chromium")
+    os.chdir("decoys")
+    output = run_program("-l", "models.txt", "-C", "2", "-is", "8", "-T", "0.37", "-L", "2", "--report=all.html")
+    data = page_data("all.html")
+    jury = re.findall(r"^INFO  : +\d+ : +\d+ +(\d+) +(model_\d+.pdb)", output, re.MULTILINE)
+    names = [name for _, name in jury]
+    found = open_page("all.html")
+    assert found["unsorted"] == names[0]
+    assert found["ascending"] == [min(names), ["ascending"]]
+    assert found["descending"] == [max(names), ["descending"]]
+    # The cells are what the lines of the pairs say.
+    cells, width, count = data["matrix"]["cells"], data["matrix"]["width"], len(data["names"])
+    lines = re.findall(r"model_(\d+).pdb vs\. .*model_(\d+).pdb .*MaxSub= *([\d.]+)", output)
+    assert len(lines) == count * (count - 1) // 2
+    for i, j, score in lines:
+        at = ((int(i) - 1) * count + int(j) - 1) * width
+        number = 0
+        for digit in cells[at : at + width]:
+            number = number * 64 + DIGITS.index(digit)
+        assert number == round(float(score) * 1000), (i, j, score)
+    assert re.fullmatch(r"model_\d+.pdb and model_\d+.pdb: TM-score 0\.\d{3}", found["cell"]), found["cell"]
+    assert found["corner"].startswith("model_01.pdb and model_17.pdb: TM-score"), found["corner"]
+    assert os.path.getsize("all.html") < 100_000
+    # One model of a list, and one pair: what the page says is what the run prints.
+    output = run_program("-e", "../experiment.pdb", "-l", "models.txt", "--report=list.html")
+    found = open_page("list.html")
+    assert found["unsorted"] == "model_19.pdb" and found["trace"] == [True, True]
+    assert page_data("list.html")["pair"]["title"].endswith("model_19.pdb")
+    output = run_program("-e", "../experiment.pdb", "-p", "../hinge_1.pdb", "-i", "2", "-noalign", "--report=pair.html")
+    figures = {row[0]: row[1] for row in page_data("pair.html")["tables"][0]["rows"]}
+    assert float(figures["RMSD"]) == printed(r", RMSD= *([\d.]+)", output)[0]
+    assert float(figures["TM-score"]) == printed(r"TM= *([\d.]+)", output)[0]
+    assert open_page("pair.html")["trace"] == [True, True]
+    # Runs without structures, and runs in which nothing fits.
+    run_program("-l", "models.txt", "-C", "0", "-R", "results.txt", "--report=unclustered.html")
+    open_page("unclustered.html")
+    run_program("-M", "results.txt", "-C", "5", "-is", "8", "--report=again.html")
+    open_page("again.html")
+    line = "ATOM      {0}  CA  ALA A   {0}       {0}.000   0.000   0.000  1.00  0.00           C\n"
+    pathlib.Path("short.pdb").write_text("".join(line.format(i) for i in range(1, 6)), encoding="utf-8")
+    run_program("-e", "short.pdb", "-p", "../experiment.pdb", "-noalign", "--report=nothing.html")
+    open_page("nothing.html")
+
+
+# --- Names ---
+
+NAMES = [
+    b"quote\"and'apostrophe.pdb",
+    b"</script><script>document.title=1</script>.pdb",
+    b"tab\there.pdb",
+    "αβ 蛋白質 🧬.pdb".encode(),
+    b"no \xff\xfe utf-8.pdb",
+    b"$(touch owned); #`touch owned` & {a} [0] %s \\n.pdb",
+    b"-dash,comma;semicolon.PDB",
+    b"/".join([b"d" * 199] * 19) + b"/" + b"n" * 150 + b".pdb",
+    b"line\nend.pdb",
+    b"..pdb",
+]
+
+
+FORMS = ["--superposed=moved", "--pymol=n.pml", "--chimerax=n.cxc", "--molstar=n.mvsx",
+         "--rasmol=n.rsm", "--report=n.html"]  # fmt: skip
+
+
+def check_forms(paths):
+    """What the forms make of these models, given as bytes."""
+    copies = os.listdir("moved")
+    assert len(copies) == len(paths), copies
+    assert all(re.fullmatch(r"[\w+][\w.+-]*\.pdb", name, re.ASCII) for name in copies), copies
+    lines = pathlib.Path("n.cxc").read_text(encoding="ascii").splitlines()
+    literals = [line[5:].rsplit(" id ", 1)[0] for line in lines if line.startswith("open ")]
+    assert [os.fsencode(ast.literal_eval(one)) for one in literals][0] == b"experiment.pdb"
+    assert {os.fsencode(ast.literal_eval(one)) for one in literals[1:]} == set(paths)
+    with zipfile.ZipFile("n.mvsx") as archive:
+        assert all(re.fullmatch(r"\w+\.(pdb|mvsj)", name, re.ASCII) for name in archive.namelist())
+        json.loads(archive.read("index.mvsj"))
+    assert pathlib.Path("n.rsm").read_bytes().isascii()
+    assert pathlib.Path("n.html").read_bytes().count(b"</script>") == 2
+    if shutil.which("pymol"):
+        assert len(re.findall(r"^FIRST ", run_pymol("n.pml"), re.MULTILINE)) == len(paths) + 1
+    assert not os.path.exists("owned"), "a name was run as a command"
+    shutil.rmtree("moved")
+
+
+def test_names():
+    paths = [os.path.join(b"in", name) for name in NAMES]
+    for path in paths:
+        os.makedirs(os.path.dirname(path), exist_ok=True)
+        shutil.copy("near_1.pdb", path)
+    listed = [path for path in paths if len(path) < 1000 and b"#" not in path and b"\n" not in path]
+    pathlib.Path("hostile.txt").write_bytes(b"".join(path + b"\n" for path in listed))
+    run_program("-e", "experiment.pdb", "-l", "hostile.txt", *FORMS)
+    check_forms(listed)
+    wanted = {path.decode("utf-8", "replace") for path in listed}
+    rows = page_data("n.html")["tables"][0]["rows"]
+    assert {row[1] for row in rows} == wanted, {row[1] for row in rows} ^ wanted
+    if shutil.which("chromium"):
+        found = open_page("n.html")
+        assert set(found["titles"]) >= wanted and found["scripts"] == 3 and found["title"] != "1"
+    for path in set(paths) - set(listed):
+        run_program("-e", "experiment.pdb", "-p", path, "-noalign", *FORMS)
+        check_forms([path])
+        assert page_data("n.html")["title"].startswith(path.decode("utf-8", "replace"))
+
+
+def main():
+    global PROGRAM
+    PROGRAM, examples, test = os.path.abspath(sys.argv[1]), sys.argv[2], sys.argv[3]
+    with tempfile.TemporaryDirectory() as folder:
+        shutil.copytree(examples, os.path.join(folder, "examples"))
+        os.chdir(os.path.join(folder, "examples"))
+        globals()["test_" + test]()
+        os.chdir("/")
+
+
+if __name__ == "__main__":
+    main()
