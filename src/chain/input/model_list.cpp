@@ -107,12 +107,12 @@ class UnreadNotes {
 class ListReading {
  public:
     // `nextPath` gives the path of the next file, none at the end.
-    ListReading(std::function<std::optional<std::string>()> nextPath, const ReadRequest& request,
+    ListReading(std::function<std::optional<std::string>()> nextPath, ReadRequest request,
                 const ResidueExclusions& exclusions,
                 const std::function<bool(std::uint32_t id)>& wanted, std::uint32_t& counter,
                 UnreadNotes& notes, ChainList& list)
         : nextPath_(std::move(nextPath)),
-          request_(request),
+          request_(std::move(request)),
           exclusions_(exclusions),
           wanted_(wanted),
           counter_(counter),
@@ -240,8 +240,9 @@ void ListReading::readBySeveral(std::size_t threads) {
     std::vector<Reading> readings(threads * kSlots);
     const auto claim = [&](std::size_t slot) {
         std::optional<File> file = next();
-        if (file) readings[slot].file = *std::move(file);
-        return file.has_value();
+        if (!file) return false;
+        readings[slot].file = *std::move(file);
+        return true;
     };
     runInOrder({threads, readings.size(), 0, claim,
                 [&](std::size_t slot, std::size_t) {

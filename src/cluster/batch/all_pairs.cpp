@@ -101,17 +101,17 @@ class MaxSubSearches : public AllPairs {
     using Outcome = ComparisonResult;
     static constexpr const char* kName = "MAXSUB";
 
-    MaxSubSearches(AllPairs pairs, const ComparisonParameters& parameters)
-        : AllPairs(pairs), parameters_(parameters), hasIterations_(parameters.iterations > 1) {}
+    MaxSubSearches(AllPairs pairs, const ComparisonParameters& given)
+        : AllPairs(pairs), parameters(given), hasIterations(given.iterations > 1) {}
 
     ChunkNeeds chunkNeeds() const { return needsOfSearches(sizeof(Outcome)); }
 
     void compute(BatchPair pair, std::span<Outcome> outcomes, BatchWorker& worker) const {
         Outcome& result = outcomes.front();
-        compareMaxSub(sets[pair.experiment], sets[pair.prediction], parameters_, worker.workspace,
+        compareMaxSub(sets[pair.experiment], sets[pair.prediction], parameters, worker.workspace,
                       worker.report, result);
-        if (hasIterations_) reportTotal(result, worker.report);
-        if (reportsSuperpositions_ && !result.iterations.empty()) {
+        if (hasIterations) reportTotal(result, worker.report);
+        if (reportsSuperpositions && !result.iterations.empty()) {
             reportSuperposition(result.iterations.front().superposition, ReportLevel::Numbers,
                                 worker.report);
         }
@@ -119,24 +119,24 @@ class MaxSubSearches : public AllPairs {
     }
 
  protected:
-    const ComparisonParameters& parameters_;
-    bool hasIterations_;
-    bool reportsSuperpositions_ = false;
+    const ComparisonParameters& parameters;
+    bool hasIterations;
+    bool reportsSuperpositions = false;
 };
 
 class MaxSubPairs : public MaxSubSearches {
  public:
-    MaxSubPairs(const PreparedList& list, const ComparisonParameters& parameters,
-                PairRecorder* recorder, PairViewer* viewer)
-        : MaxSubSearches(AllPairs(list), parameters),
-          ranksByTM_(parameters.rankByTM && !hasIterations_),
+    MaxSubPairs(const PreparedList& list, const ComparisonParameters& given, PairRecorder* recorder,
+                PairViewer* viewer)
+        : MaxSubSearches(AllPairs(list), given),
+          ranksByTM_(given.rankByTM && !hasIterations),
           // A given normalisation length is the same for both models of a pair.
-          keepsLength_(ranksByTM_ && parameters.normLength > 0),
+          keepsLength_(ranksByTM_ && given.normLength > 0),
           recorder_(recorder),
           viewer_(viewer),
           found{matrixWithDiagonal(list.size(), 1.0F), matrixWithDiagonal(list.size(), 0.0F),
                 pairMatrix(list.sets())} {
-        reportsSuperpositions_ = recorder != nullptr;
+        reportsSuperpositions = recorder != nullptr;
     }
 
     void consume(BatchPair pair, const Outcome& result) {
@@ -146,7 +146,7 @@ class MaxSubPairs : public MaxSubSearches {
             keepsLength_ ? score : renormalised(score, sets[i].residues, sets[j].residues);
         found.scores.at(i, j) = static_cast<float>(score);
         found.scores.at(j, i) = static_cast<float>(mirrored);
-        setBoth(found.rmsd, pair, hasIterations_ ? 0.0F : static_cast<float>(result.rmsd));
+        setBoth(found.rmsd, pair, hasIterations ? 0.0F : static_cast<float>(result.rmsd));
         setBoth(found.pairs, pair, result.pairs);
         if (recorder_ != nullptr) recorder_->record(pair, result);
         if (viewer_ != nullptr) viewer_->seeMaxSub(compared(pair), result);
@@ -167,21 +167,21 @@ class GdtSearches : public AllPairs {
     using Outcome = GdtOutcome;
     static constexpr const char* kName = "GDT";
 
-    GdtSearches(AllPairs pairs, const ComparisonParameters& parameters, PairViewer* viewer)
-        : AllPairs(pairs), viewer_(viewer), parameters_(parameters) {}
+    GdtSearches(AllPairs pairs, const ComparisonParameters& parameters, PairViewer* wanted)
+        : AllPairs(pairs), viewer(wanted), parameters_(parameters) {}
 
     ChunkNeeds chunkNeeds() const { return needsOfSearches(sizeof(Outcome)); }
 
     void compute(BatchPair pair, std::span<Outcome> outcomes, BatchWorker& worker) const {
         Outcome& outcome = outcomes.front();
-        ComparisonResult& search = viewer_ == nullptr ? worker.result : outcome.search;
+        ComparisonResult& search = viewer == nullptr ? worker.result : outcome.search;
         outcome.found = compareGdt(sets[pair.experiment], sets[pair.prediction], parameters_,
                                    worker.workspace, worker.report, search);
         worker.finishPair();
     }
 
  protected:
-    PairViewer* viewer_;
+    PairViewer* viewer;
 
  private:
     const ComparisonParameters& parameters_;
@@ -189,13 +189,13 @@ class GdtSearches : public AllPairs {
 
 class GdtPairs : public GdtSearches {
  public:
-    GdtPairs(const PreparedList& list, const ComparisonParameters& parameters, PairViewer* viewer)
-        : GdtSearches(AllPairs(list), parameters, viewer),
+    GdtPairs(const PreparedList& list, const ComparisonParameters& parameters, PairViewer* wanted)
+        : GdtSearches(AllPairs(list), parameters, wanted),
           found{matrixWithDiagonal(list.size(), 100.0F)} {}
 
     void consume(BatchPair pair, const Outcome& outcome) {
         setBoth(found.gdt, pair, static_cast<float>(outcome.found.gdt));
-        if (viewer_ != nullptr) viewer_->seeGdt(compared(pair), outcome.found, outcome.search);
+        if (viewer != nullptr) viewer->seeGdt(compared(pair), outcome.found, outcome.search);
     }
 
     GdtBatch found;
