@@ -4,7 +4,7 @@ import json
 import statistics
 
 from .models import Models
-from .peers import SYSTEM_PYTHON
+from .peers import MODULE, SYSTEM_PYTHON
 from .processes import NotRun, need, output, run
 
 
@@ -14,6 +14,7 @@ class Bench:
     def __init__(self, options, folder):
         self.program = options.build / "release" / "tervolanda"
         self.benchmarks = options.build / "bench" / "bench"
+        self.package = options.build / "python-bench" / "python" / "package"
         self.models = Models(folder)
         self.folder = folder
         self.rounds = 3 if options.quick else 5
@@ -70,6 +71,13 @@ class Bench:
     @property
     def cluster_size(self):
         return 3000 if self.quick else 10000
+
+    def module(self, what, folder):
+        """Seconds of a call of the Python module, of the kinds that its script knows."""
+        if not (self.package / "tervolanda").exists():
+            raise NotRun("the Python module is not built")
+        return float(output([SYSTEM_PYTHON, "-c", MODULE, what, str(self.rounds)], folder,
+                            {"PYTHONPATH": str(self.package)})[0])
 
     def peer(self, script, *arguments):
         """The number that a script for Debian's Python prints."""

@@ -24,6 +24,48 @@ for _ in range(int(sys.argv[1])):
 print(sorted(times)[len(times) // 2])
 """
 
+# The Python module, told what to measure: seconds of a call, a pair of a list, or a pair.
+MODULE = """
+import sys, time
+import tervolanda
+models = tervolanda.read_models('list.txt')
+if sys.argv[1] == 'call':
+    one, other = (tervolanda.Structure.from_arrays(models[0].coordinates[:5], range(n, n + 5))
+                  for n in (0, 100))
+    calls, work = 20000, lambda: [tervolanda.compare(one, other) for _ in range(20000)]
+elif sys.argv[1] == 'rmsd':
+    calls = len(models) * (len(models) - 1) // 2
+    work = lambda: tervolanda.all_pairs(models, 'rmsd', threads=1)
+else:
+    pairs = [(a, b) for a in models[:20] for b in models[:20]]
+    calls, work = len(pairs), lambda: [tervolanda.compare(a, b) for a, b in pairs]
+times = []
+for _ in range(int(sys.argv[2])):
+    start = time.process_time()
+    work()
+    times.append((time.process_time() - start) / calls)
+print(sorted(times)[len(times) // 2])
+"""
+
+BIOPYTHON = """
+import sys, time, numpy
+from Bio.SVDSuperimposer import SVDSuperimposer
+frames = [numpy.array([[float(l[30:38]), float(l[38:46]), float(l[46:54])]
+                       for l in open(name.strip()) if l.startswith('ATOM')])
+          for name in list(open('list.txt'))[:20]]
+times = []
+for _ in range(int(sys.argv[1])):
+    start = time.process_time()
+    for a in frames:
+        for b in frames:
+            fit = SVDSuperimposer()
+            fit.set(a, b)
+            fit.run()
+            fit.get_rms()
+    times.append((time.process_time() - start) / len(frames) ** 2)
+print(sorted(times)[len(times) // 2])
+"""
+
 FASTCLUSTER = """
 import sys, time, numpy, fastcluster
 matrix = numpy.fromfile('matrix', dtype=numpy.float32)

@@ -6,7 +6,7 @@ from dataclasses import dataclass
 from typing import Callable, Optional
 
 from .measuring import Bench
-from .peers import FASTCLUSTER, MDTRAJ, NEIGHBOURS
+from .peers import BIOPYTHON, FASTCLUSTER, MDTRAJ, NEIGHBOURS
 from .processes import NotRun, need, output, run
 
 
@@ -219,6 +219,39 @@ def rmsd_row(bench):
     return Measured(seconds(ours), seconds(peer), peer / ours)
 
 
+def python_call_row(bench):
+    """Of two structures that share no residue: what is left is the call."""
+    ours = 1e6 * bench.module("call", bench.models.make(127, 100))
+    return Measured(f"{ours:.3g} µs", "", ours)
+
+
+def python_rmsd_row(bench):
+    folder = bench.models.make(127, RMSD_MODELS)
+    ours = bench.module("rmsd", folder)
+    bench.peer_folder = folder
+    try:
+        peer = bench.peer(MDTRAJ, bench.rounds)
+    finally:
+        del bench.peer_folder
+    return Measured(seconds(ours), seconds(peer), peer / ours)
+
+
+def python_pair_row(bench):
+    folder = bench.models.make(127, 100)
+    names = (folder / "list.txt").read_text(encoding="ascii").split()
+    pairs = sample(all_pairs(names[:20]), 40)
+    ours = bench.module("pair", folder)
+    peer = bench.shell_loop(folder, pairs)() / len(pairs)
+    bench.peer_folder = folder
+    try:
+        fit = f"; Biopython's superposition {seconds(bench.peer(BIOPYTHON, bench.rounds))}"
+    except NotRun:
+        fit = "; no Biopython here"
+    finally:
+        del bench.peer_folder
+    return Measured(seconds(ours), seconds(peer) + fit, peer / ours)
+
+
 def urmsd_row(bench):
     found = bench.benchmark("batch_bench", "rmsdBatch")
     more, less = (
@@ -335,6 +368,12 @@ ROWS = {row.name: row for row in [
     Row("rmsd", "RMSD without URMSD, a pair of 127, 1,000 models, beside mdtraj precentred",
         rmsd_row, unit="x", at_least=2.5, floor=1.3),
     Row("urmsd", "RMSD with URMSD over without", urmsd_row, at_most=2.2, floor=2.5),
+    Row("python-call", "a call of the Python module that has nothing to compare",
+        python_call_row, unit=" µs", at_most=3, floor=6),
+    Row("python-rmsd", "all_pairs(..., \"rmsd\") in Python, a pair of 127, beside mdtraj precentred",
+        python_rmsd_row, unit="x"),
+    Row("python-pair", "compare() in Python, a pair of 127, beside TMscore a process each",
+        python_pair_row, unit="x", at_least=35),
     Row("single", "single linkage over fastcluster", linkage_row("single"), at_most=0.3, floor=0.6),
     Row("average", "average linkage over fastcluster", linkage_row("average"), at_most=1.0,
         floor=1.5),
