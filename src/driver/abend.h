@@ -1,4 +1,7 @@
 // The fatal end of a run.
+//
+// All files of this room use it, and none outside: a lower room returns what is wrong, and the run
+// mode that asked for it decides whether the run can go on.
 #pragma once
 
 #include <optional>

@@ -30,6 +30,8 @@ namespace {
 using PairFigures = std::function<Figures(std::size_t i, std::size_t j)>;
 
 // A line for every pair, in matrix order.
+// The level is asked first: a list of a thousand models has half a million lines that nobody would
+// see.
 void printPairs(const ChainList& models, const PairFigures& figures, Log& log) {
     if (log.logLevel() <= 1) return;
     const ColumnWidths widths = columnWidths(models);
@@ -129,6 +131,7 @@ int compareListMaxSub(const ChainList& models, const Settings& settings, RunExpo
                       Log& log, Report& report) {
     const RunTimer timer;
     const PreparedList prepared(models, AtomSelection::Calpha, settings.comparison, report);
+    // Superpositions and residue pairs are kept for the full file alone, and then on disk.
     std::optional<TransformationSpool> spool;
     if (settings.output.resultFile) spool.emplace(*settings.output.resultFile, prepared.sets());
     PairRecorder* const recorder = spool ? &*spool : nullptr;
@@ -162,6 +165,7 @@ int compareListMaxSub(const ChainList& models, const Settings& settings, RunExpo
     return status;
 }
 
+// The matrix stays on the scale of 0 to 100 until the lines and the distance file are written.
 int compareListGdt(const ChainList& models, const Settings& settings, RunExports& exports, Log& log,
                    Report& report) {
     log.info(0, "All vs. All GDT");
@@ -198,6 +202,7 @@ PairFigures rmsdPairFigures(const RmsdBatch& batch, const PreparedList& models) 
     };
 }
 
+// The distances are the same in both forms of file, so -Rl is only another name for -R.
 int writeRmsdFiles(const RmsdBatch& batch, const ChainList& models, const Settings& settings,
                    Log& log) {
     int status = EXIT_SUCCESS;

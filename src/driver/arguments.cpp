@@ -26,6 +26,8 @@ void dropRepeatedDashes(std::string& argument) {
 
 }  // namespace
 
+// From the last argument to the first, so that of a repeated flag only the last copies are
+// rewritten; text() goes the other way, and so the first of several values counts.
 bool Arguments::hasFlag(std::string_view name) {
     for (std::size_t i = values_.size(); i-- > 0;) {
         dropRepeatedDashes(values_[i]);
@@ -45,6 +47,8 @@ std::optional<std::string> Arguments::text(std::string_view name) {
 int Arguments::integer(std::string_view name, int fallback) {
     const std::optional<std::string> value = text(name);
     if (!value || !isWellFormedInteger(*value)) return fallback;
+    // The clamp comes before the cast: a value that does not fit must not wrap into a plausible
+    // one.
     constexpr std::int64_t kLowest = std::numeric_limits<int>::min();
     constexpr std::int64_t kHighest = std::numeric_limits<int>::max();
     return static_cast<int>(std::clamp(leadingInteger(*value), kLowest, kHighest));
@@ -73,6 +77,7 @@ bool isWellFormedReal(std::string_view text) {
             hasExponent = true;
         } else if (c == '+' || c == '-') {
             const bool afterExponent = i > 0 && (text[i - 1] == 'e' || text[i - 1] == 'E');
+            // At the front, after an exponent and, oddly, at the second place.
             if (i != 0 && !afterExponent && (i != 1 || hasExponent)) return false;
         } else {
             return false;
@@ -82,6 +87,7 @@ bool isWellFormedReal(std::string_view text) {
 }
 
 double realValue(const std::string& text) {
+    // An infinite threshold or cut-off would make sums and steps that are no numbers.
     constexpr double kMost = std::numeric_limits<double>::max();
     return std::clamp(std::strtod(text.c_str(), nullptr), -kMost, kMost);
 }

@@ -1,4 +1,6 @@
 // The argument vector and the four ways to look an option up in it.
+//
+// For the older options alone; those with two dashes are taken out before (own_options.h).
 #pragma once
 
 #include <cstddef>

@@ -23,6 +23,8 @@ namespace tervolanda {
 namespace {
 
 // The models of a block.  None of them need be readable.
+// Models that its pairs do not need are not read.  The others have the IDs of the whole list, which
+// count lines.
 ChainList readNeeded(const std::vector<std::uint32_t>& needed, const Settings& settings,
                      const ResidueExclusions& exclusions, Log& log) {
     ChainList models;
@@ -69,6 +71,7 @@ bool isWhole(const std::string& path, const PartHeader& header, const RunIdentit
 // tell.
 double secondsForAll(const PreparedList& models, const Settings& settings, Log& log,
                      Report& report) {
+    // The processor clock ticks in hundredths of a second on some systems: a tenth is told to 10 %.
     constexpr double kLongEnough = 0.1;
     const auto nothing = [](BatchPair, const auto&) {};
     const PairRange all{0, pairsOf(models.size())};
@@ -158,6 +161,7 @@ int runMissing(const Settings& settings, const ResidueExclusions& exclusions, Lo
 }
 
 int runPlan(const Settings& settings, const ResidueExclusions& exclusions, Log& log) {
+    // Enough for a mean over models of different lengths.
     constexpr std::size_t kSample = 21;  // 210 pairs
     constexpr double kSecondsPerMinute = 60.0;
     log.setLogLevel(0);
@@ -170,6 +174,7 @@ int runPlan(const Settings& settings, const ResidueExclusions& exclusions, Log& 
     const PreparedList few(sample, readPlan(settings).atoms, settings.comparison, report);
     const double each = secondsForAll(few, settings, log, report) /
                         static_cast<double>(pairsOf(sample.chains.size()));
+    // All lines count, as for the slices: it is not known what other runs can read.
     const auto pairs = static_cast<double>(pairsOf(list.models));
     const double minutes = each * pairs / kSecondsPerMinute / static_cast<double>(settings.threads);
     const double blocks = std::clamp(std::ceil(minutes / *settings.blocks.planMinutes), 1.0, pairs);

@@ -61,6 +61,7 @@ std::string optionsText(const Settings& settings) {
     const auto integer = [&text](const char* name, long value) {
         text += format("%s %ld\n", name, value);
     };
+    // Numbers with all their digits: 3.7 and the double next to it are other options.
     integer("-nourmsd", rmsdOptions(settings).urmsd ? 0 : 1);
     real("-d", p.distanceCutoff);
     integer("-N", p.normLength);
@@ -102,6 +103,8 @@ std::string differenceOf(std::string_view theirs, std::string_view ours) {
 
 }  // namespace
 
+// Row i has the pairs i (i - 1) / 2 and on, so i solves a quadratic equation.  Beyond 2^53 its root
+// in double precision may be a row off, which the two loops put right.
 BatchPair pairAt(std::uint64_t index) {
     auto row =
         static_cast<std::uint64_t>((1.0 + std::sqrt(1.0 + 8.0 * static_cast<double>(index))) / 2.0);
@@ -114,6 +117,7 @@ BatchPair pairAt(std::uint64_t index) {
             static_cast<std::size_t>(row - 1 - (index - pairsOf(row)))};
 }
 
+// First the readable models at each place, then their sums from the front.
 ReadablePairs::ReadablePairs(std::size_t entries, const ChainList& models)
     : before_(entries + 1, 0) {
     for (const Chain& chain : models.chains)
@@ -125,10 +129,13 @@ ReadablePairs::ReadablePairs(std::size_t entries, const ChainList& models)
 std::size_t ReadablePairs::before(std::uint64_t index) const {
     const auto [i, j] = pairAt(index);
     if (i + 1 >= before_.size()) return pairsOf(before_.back());
+    // Predictions come from i - 1 down, so before (i, j) the row has had those above j.
     const std::size_t ofRow = isReadable(i) ? before_[i] - before_[j + 1] : 0;
     return pairsOf(before_[i]) + ofRow;
 }
 
+// A slice within one row needs its experiment and some predictions; one that goes on in a later row
+// may need any model before its last, and gets them all.
 std::vector<std::uint32_t> entriesOf(const Block& block, std::uint64_t entries) {
     std::vector<std::uint32_t> needed;
     const PairRange slice = block.slice(pairsOf(entries));
@@ -166,6 +173,8 @@ PartHeader RunIdentity::headerOf(const Block& block) const {
     return header;
 }
 
+// The plainest difference first: with other options or another list everything after it differs,
+// too.
 std::optional<std::string> RunIdentity::faultOf(const PartHeader& header) const {
     if (header.options != common_.options) {
         return differenceOf(header.options, common_.options);
@@ -205,6 +214,7 @@ PartFolder::PartFolder(const std::string& path, const RunIdentity& run, Log& log
         if (part.ends_with(kSuffix)) paths.push_back(std::move(part));
     }
     if (error) abend("Can't read the folder of parts '%s'", path.c_str());
+    // A folder has its files in any order; messages about them must not.
     std::sort(paths.begin(), paths.end());
     for (const std::string& part : paths)
         look(part, run, log);
@@ -271,6 +281,8 @@ MergedPairs::MergedPairs(const Settings& settings, const ChainList& models, Log&
     part_ = parts_.begin();
 }
 
+// All parts were checked when the run began, which may be hours ago on a disk that others write to:
+// each is checked again when its turn comes.
 void MergedPairs::openNext() {
     closeCurrent();
     current_ = part_->second;
@@ -292,6 +304,7 @@ void MergedPairs::refuse() const {
     abend("Part '%s' is damaged, or has changed since it was checked", current_.c_str());
 }
 
+// The last part, too, has to have stayed what it was.
 void MergedPairs::finish() {
     closeCurrent();
 }

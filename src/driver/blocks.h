@@ -1,4 +1,8 @@
 // What the runs over blocks of pairs, and the run that merges their parts, have to agree on.
+//
+// A part is only of use with the parts of the same list, the same models and the same options.  All
+// of that is in its header, and a RunIdentity compares it; nothing is taken from a part that
+// differs.
 #pragma once
 
 #include <cstdint>
@@ -20,6 +24,8 @@ class Log;
 BatchPair pairAt(std::uint64_t index);
 
 // Which lines of a list name models that could be read, and how many pairs these make.
+// A block's slice counts the pairs of all lines of the list, a batch those of the models that it
+// has: this turns one count into the other.
 class ReadablePairs {
  public:
     ReadablePairs(std::size_t entries, const ChainList& models);
@@ -77,6 +83,8 @@ class PartFolder {
 };
 
 // The pairs of a merged run, out of its parts.
+// Invariant: parts before `part_` are used up; `reader_` is the one before it, with `left_` records
+// still to be handed out, or there is none.
 class MergedPairs {
  public:
     // A folder without all of them is fatal.  The models are those of the whole list.

@@ -1,5 +1,8 @@
 // Clustering of the distances that an earlier run, or another program, has written down.  Their
 // file may name structures, but these are not asked for: the lines show IDs alone.
+//
+// Nothing is compared, so nothing is known of the models but their distances: no ranking is
+// printed, and none of the files that show pairs has a meaning.
 #include <cstdlib>
 #include <optional>
 

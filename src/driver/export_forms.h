@@ -1,4 +1,7 @@
 // The forms of files that a run can be asked for beside its usual output.
+//
+// A new form of file is a row of the table in export_forms.cpp and a class in the room `export`;
+// the run modes never name a form (run_exports.h).
 #pragma once
 
 #include <memory>

@@ -12,8 +12,10 @@ namespace tervolanda {
 
 namespace {
 
+// Without a limit a file name could ask for any amount of memory: "%2000000000d".
 constexpr std::size_t kMaxWidth = 4095;
 
+// Flags as in the C standard (7.21.6.1): "-", "+", blank, "#" and "0".
 struct Conversion {
     bool left = false, plus = false, blank = false, alternate = false, zero = false;
     std::size_t width = 0;
@@ -126,6 +128,8 @@ std::string written(const Conversion& conversion) {
     if (conversion.zero && (isReal || (isInteger && !conversion.precision))) {
         // Zeros stand after the sign and the prefix "0x".
         const std::size_t prefix = isOneOf(conversion.kind, "aA") ? 2 : 0;
+        // A left-justified number has no zeros before it, and an integer with a precision has its
+        // own.
         return sign + digits.insert(prefix, missing, '0');
     }
     return std::string(missing, ' ') + sign + digits;

@@ -1,4 +1,6 @@
 // The expansion of percent signs in a text from outside.
+//
+// Only the lines of MaxSub list runs go through it.
 #pragma once
 
 #include <string>

@@ -1,4 +1,6 @@
 // The texts that the program prints about itself.
+//
+// run() prints what a command line asks for.
 #pragma once
 
 #include <string>

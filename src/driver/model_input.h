@@ -1,4 +1,6 @@
 // What the run modes have in common on the way in: the structures.
+//
+// Both end the run by an Abend, so that a mode has its structures or is over.
 #pragma once
 
 #include <string>

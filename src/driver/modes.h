@@ -1,6 +1,8 @@
 // The run modes.  Each reads what it needs, prints its result lines, writes the result files that
 // were asked for, hands its results to the exports, and returns the exit status: 1 when a result
 // file is not complete.  What it cannot go on without is fatal.
+//
+// run() chooses one by the settings (compareOrCluster() in run.cpp); no mode calls another.
 #pragma once
 
 #include "chain/input/input.h"

@@ -58,6 +58,7 @@ ModelRecord recordOf(const ListedRmsd& found, const CoordinateSet& experiment) {
     figures.contacts = found.contacts;
     ModelRecord record;
     record.score = figures.rmsd;
+    // A fit that failed is shown as -1, which would come first.
     record.sortKey = found.rmsd.value_or(std::numeric_limits<double>::infinity());
     record.figures = figures;
     record.superposition = found.superposition;
@@ -121,7 +122,8 @@ void printRecords(const ListComparison& list, const std::vector<ModelRecord>& re
     }
 }
 
-// A model without a fit has no score.
+// A model without a fit has no score in the files that are asked for; the lines show 0, or -1 for
+// an RMSD.
 RunResults resultsOf(const std::vector<ModelRecord>& records, const ChainList& models) {
     RunResults results;
     for (const ModelRecord& record : records) {

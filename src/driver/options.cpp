@@ -62,6 +62,7 @@ const Option* findOption(std::string_view name) {
     return found == kOptions.end() ? nullptr : found;
 }
 
+// An argument may have a megabyte; the table of distances grows with both lengths.
 std::string_view nearestName(std::string_view name, const std::vector<std::string_view>& names) {
     constexpr std::size_t kLongest = 64;  // of a name that is looked at
     name = name.substr(0, kLongest);

@@ -1,4 +1,7 @@
 // The options of one dash, and names that were meant.
+//
+// Nothing here reads a value: settings.cpp does, option by option.  The table is for those who must
+// tell an option from a value or a file name.
 #pragma once
 
 #include <limits>

@@ -1,5 +1,8 @@
 // Two outputs of one file are found before anything is written.  Files that exist are the same by
 // their inodes, those that do not yet exist by the place that their paths lead to after all links.
+//
+// Outputs that a run of this kind never writes do not count.  One that it may write does, whatever
+// comes of the comparison: a run is refused for what its command line says.
 #include "driver/outputs.h"
 
 #include <sys/stat.h>
@@ -25,6 +28,7 @@ struct Output {
 // Where a file of this path would be made: links that lead nowhere yet are followed as far as the
 // system follows them.
 std::filesystem::path placeOf(std::filesystem::path path) {
+    // As many as Linux follows; a ring of links ends here, too.
     constexpr int kMostLinks = 40;
     std::error_code error;
     for (int links = 0; links < kMostLinks && std::filesystem::is_symlink(path, error); ++links)
@@ -97,6 +101,7 @@ bool isPlaceOfMatrix(const std::filesystem::path& place) {
            place.parent_path() == std::filesystem::current_path(error);
 }
 
+// A name that is there and one that is not are different files, whatever they are called.
 bool areOneFile(const Output& a, const Output& b) {
     if (!a.exists && !b.exists) return a.place == b.place;
     return a.exists && b.exists && S_ISREG(a.status.st_mode) &&

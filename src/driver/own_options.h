@@ -1,6 +1,9 @@
 // The options of one token: "--name" or "--name=value".  They may stand anywhere and are taken out
 // of the arguments before the older options, with one dash, are looked up: no value and no
 // positional form changes by them.
+//
+// They are checked in every run and not in strict ones only: nobody's scripts rely on their being
+// ignored.
 #pragma once
 
 #include <map>

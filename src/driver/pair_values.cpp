@@ -15,6 +15,7 @@ double shown(double value, bool isInMatrix) {
     return isInMatrix ? static_cast<double>(static_cast<float>(value)) : value;
 }
 
+// Values of the pair before are forgotten, their memory is kept: it is one object for a whole run.
 void clearPair(PairResult& result) {
     result.status = PairStatus::Ok;
     for (auto* count : {&result.mapped, &result.pairs, &result.domains})
@@ -79,6 +80,7 @@ void addResidues(const ComparedPair& pair, const ComparisonResult& found, PairRe
 PairStatus statusOf(const ComparisonResult& found) {
     if (!found.iterations.empty()) return PairStatus::Ok;
     if (found.mapped == 0) return PairStatus::NoPairs;
+    // A search that failed and one whose subset counts as nothing both have no iterations.
     // Every fit has a TM-score.
     return found.tm > 0.0 ? PairStatus::NotSignificant : PairStatus::NoFit;
 }
@@ -130,6 +132,8 @@ void fillPair(const ComparedPair& pair, const GdtResult& found, const Comparison
 
 void fillPair(const ComparedPair& pair, const ListedRmsd& found,
               std::span<const MatchedPair> matched, const PairForm& form, PairResult& result) {
+    // They have three vectors between neighbours; for fewer no URMSD is computed, and its 0 is no
+    // value.
     constexpr std::uint32_t kFewestUnitVectorPairs = 4;
     clearPair(result);
     result.mapped = found.pairs;

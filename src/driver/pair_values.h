@@ -1,4 +1,6 @@
 // What a comparison found, as the values that files of results take.
+//
+// run_exports.cpp calls these between a comparison and the files that show it.
 #pragma once
 
 #include "cluster/batch/batch.h"

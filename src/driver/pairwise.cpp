@@ -1,5 +1,7 @@
 // One prediction against one experiment.  The results go to standard output without a prefix; the
 // superposition goes to a script in the working directory.
+//
+// The level of detail is another than in list runs: who compares two structures wants to see how.
 #include <cassert>
 #include <cstdlib>
 #include <string>

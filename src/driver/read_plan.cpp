@@ -42,6 +42,7 @@ ReadPlan readPlan(const Settings& settings) {
     plan.models.options = static_cast<std::uint16_t>(options);
     plan.models.strictColumns = settings.strict;
     plan.models.entry = settings.input.entry;
+    // Both sides are read in the same way but for their chains, so that neither is favoured.
     plan.experiment = plan.models;
     plan.experiment.entry.chain = settings.input.experimentChain;
     plan.models.entry.chain = settings.input.predictionChain;

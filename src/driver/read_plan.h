@@ -1,4 +1,7 @@
 // What a run reads, looks at and clusters by, by its settings: decided here and nowhere else.
+//
+// A new option that changes what is read belongs into readPlan() alone: readers, comparisons and
+// the parts of blocks (blocks.cpp) all go by it.
 #pragma once
 
 #include <optional>

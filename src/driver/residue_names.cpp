@@ -1,5 +1,8 @@
 // Models of one protein have the same residues, or some sets of them; only those that differ are
 // looked at.
+//
+// Numbering of another construct, or from 1, gives pairs that mean nothing and a low score that
+// looks like a bad model; names tell, since by chance one residue in twenty or so is the same.
 #include "driver/residue_names.h"
 
 #include <set>

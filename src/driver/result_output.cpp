@@ -22,6 +22,7 @@ std::uint32_t asCount(int value) {
 // The mean over the other models that the model has a score with.
 std::optional<double> meanScore(const DistanceMatrix& scores, std::size_t model,
                                 MatrixValues values) {
+    // As batches and distance files mark it; a similarity may be any number.
     constexpr float kFailedFit = -1.0F;
     double sum = 0.0;
     std::size_t count = 0;
@@ -51,6 +52,8 @@ std::optional<Clustering> clusterAndPrint(DistanceMatrix& matrix, MatrixValues v
     asked.thresholdStep = settings.clustering.thresholdStep;
     asked.initialSize = asCount(settings.clustering.initialClusterSize);
     asked.minSize = asCount(settings.clustering.minClusterSize);
+    // The thresholds tried are lines at level 3 only, and without them a search may leap over any
+    // number.
     asked.triedOneByOne = log.logLevel() > 2 ? kMostPrintedThresholds : 0;
     std::optional<Clustering> found = clusterModels(matrix, asked);
     if (found) {
@@ -63,6 +66,8 @@ std::optional<Clustering> clusterAndPrint(DistanceMatrix& matrix, MatrixValues v
     return found;
 }
 
+// The tables number clusters of linkage from 1 and those of neighbours too, where 0 is no cluster;
+// within `cluster` the former count from 0.
 void addClusters(const Clustering& clustering, std::vector<RankedModel>& ranking) {
     const std::vector<std::uint32_t>& cluster = clustering.clusters.cluster;
     const bool countsFromZero = clustersByLinkage(clustering.settings.method);
@@ -124,6 +129,9 @@ void clusterAndFinish(DistanceMatrix matrix, MatrixValues values, const ModelLab
     if (results.clustering) addClusters(*results.clustering, results.ranking);
     exports.finish(results);
 }
+
+// A result file that could not even be created is said and left: the lines of the run are as good
+// without it.
 int exitStatus(FileOutcome outcome, const Settings& settings) {
     const bool isMissing = outcome == FileOutcome::NotCreated && settings.strict;
     return isMissing || outcome == FileOutcome::Incomplete ? EXIT_FAILURE : EXIT_SUCCESS;

@@ -66,6 +66,7 @@ RmsdFigures rmsdFigures(std::optional<double> rmsd, std::uint32_t pairs, double 
     return figures;
 }
 
+// As many digits as the count of models has.
 ColumnWidths columnWidths(const ChainList& models) {
     ColumnWidths widths;
     for (std::size_t rest = models.chains.size() / 10; rest > 0; rest /= 10)

@@ -1,5 +1,8 @@
 // What the run modes list, as values, and its form as lines of text.  Another form of output takes
 // the same values.
+//
+// Widths, precisions and separators are those of the lines that scripts take apart: they change by
+// no measure and by no option.
 #pragma once
 
 #include <cstddef>
@@ -68,6 +71,7 @@ struct AverageRow {
 // --- Text ----------------------------------------------------------------------------------------
 
 // Widths of the columns of a list's lines.
+// The same for all lines of a run, so that they stand under each other.
 struct ColumnWidths {
     int number = 1;  // the smallest i >= 1 for which 10^i exceeds the models
     int name = 0;    // the longest file name

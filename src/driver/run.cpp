@@ -24,6 +24,8 @@ namespace tervolanda {
 
 namespace {
 
+// The first that applies.  A file of results is never compared again, whatever else is named beside
+// it; a list with an experiment is compared with that and not within itself.
 int compareOrCluster(const Settings& settings, const ResidueExclusions& exclusions,
                      RunExports& exports, Log& log) {
     if (settings.input.distanceFile) return runClusterOnly(settings, exports, log);
@@ -52,6 +54,7 @@ int runMode(const Settings& settings, RunExports& exports, Log& log) {
 }
 
 // A run that ends before its time is recorded in the files that record failures.
+// What all modes share is made here: the sink for matrices and the exports.
 int runAndRecord(Settings settings, Log& log) {
     SimilarityMatrixFiles matrices(log);
     settings.comparison.similaritySink = &matrices;
@@ -86,6 +89,7 @@ std::optional<std::string> requestedText(const CommandLine& line) {
 int perform(const CommandLine& line, Log& log) {
     const std::optional<std::string> text = requestedText(line);
     if (!text) return runAndRecord(line.settings, log);
+    // Texts go out as they are, without the prefix of a log line and whatever the log level.
     std::fwrite(text->data(), 1, text->size(), stdout);
     return EXIT_SUCCESS;
 }
@@ -125,6 +129,7 @@ int run(const std::vector<std::string>& arguments, LineStreams& streams) {
     // Known before the command line is, which may end the run.
     const bool isStrict =
         std::find(arguments.begin(), arguments.end(), "--strict") != arguments.end();
+    // What a fault is called that is not of a kind of its own: by how far the run has come.
     Fault fault = Fault::Usage;
     Log log(streams.sink());
     try {

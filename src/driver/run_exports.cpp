@@ -150,6 +150,7 @@ void RunExports::makeFiles(bool (*isMade)(const ExportFile& file)) {
         }
     }
     const bool isRead = !settings_.input.distanceFile && !settings_.input.transformFile;
+    // Checksums read each file once more, so they are for forms that show them.
     const bool showsChecksums = std::any_of(
         files_.begin(), files_.end(), [](const auto& file) { return file->showsChecksums(); });
     for (InputStructure& input : inputs_.structures) {
@@ -165,6 +166,7 @@ void RunExports::take(BatchPair at) {
     const bool hasFit = pair_.status != PairStatus::NoPairs && pair_.status != PairStatus::NoFit;
     if (!hasFit) ++pairsWithoutFit_;
     if (form_.detail == PairDetail::None) return;
+    // Positions count inputs: before the models of a list stands the experiment.
     const std::size_t firstPrediction = inputs_.kind == RunKind::AllVersusAll ? 0 : 1;
     pair_.experiment = at.experiment;
     pair_.prediction = firstPrediction + at.prediction;

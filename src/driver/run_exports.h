@@ -1,5 +1,8 @@
 // How the run modes fill the files that a run is asked for beside its usual output.  Where none is
 // asked for nothing is done and nothing kept; but strict runs count the pairs without a fit.
+//
+// Order of calls: one of the start functions when the inputs are known, viewer() for the batch,
+// whose pairs then come one by one, and finish() or giveUp() at the end.
 #pragma once
 
 #include <memory>
@@ -67,6 +70,9 @@ class RunExports final : public PairViewer {
     void addInput(const Chain& chain, bool hasId);
     void take(BatchPair at);
 
+    // Invariant: `files_` has those that could be opened, between start() and finish(); a run that
+    // ends in between (by an Abend, or for lack of memory) destroys them without commit(), which
+    // leaves no file.
     const Settings& settings_;
     Log& log_;
     bool isStarted_ = false;
@@ -74,6 +80,7 @@ class RunExports final : public PairViewer {
     RunInputs inputs_;
     std::vector<std::unique_ptr<ExportFile>> files_;
     PairForm form_{settings_.comparison, true, std::nullopt, PairDetail::None};
+    // Used again for every pair, so that a batch does not allocate.
     PairResult pair_;
     std::size_t pairsWithoutFit_ = 0;
     std::optional<DistanceMatrix> scores_;

@@ -22,6 +22,7 @@ namespace tervolanda {
 namespace {
 
 // The requests for a text, as the flags stand on the command line.
+// Which of them is heeded is decided when everything has been looked up (chooseRequest()).
 struct TextFlags {
     bool help = false;
     bool extendedHelp = false;
@@ -41,6 +42,7 @@ void readFileOptions(Arguments& arguments, Settings& settings) {
     settings.input.exclusionFile = arguments.text("-exclude");
 }
 
+// What depends on the kind of run is -1 here and filled in by resolveRun(), when that is known.
 void readClusterOptions(Arguments& arguments, Settings& settings) {
     settings.clustering.threshold = arguments.real("-T", -1.0);
     settings.clustering.maxThreshold = arguments.real("-Tm", -1.0);
@@ -60,12 +62,16 @@ void readClusterOptions(Arguments& arguments, Settings& settings) {
 TextFlags readFlagOptions(Arguments& arguments, Settings& settings) {
     TextFlags texts;
     texts.help = arguments.hasFlag("-h");
+    // Both are looked up before they are joined: "||" would leave out the second lookup, which may
+    // rewrite arguments that later ones see.
     const bool shortVersion = arguments.hasFlag("-V");
     texts.version = arguments.hasFlag("-version") || shortVersion;
     settings.input.allAtoms = arguments.hasFlag("-all");
     const bool shortRmsd = arguments.hasFlag("-rms");
     settings.measure.rmsdOnly = arguments.hasFlag("-rmsd") || shortRmsd;
     settings.measure.gdt = arguments.hasFlag("-gdt");
+    // A flag that may be followed by a number; any other argument after it is left to whoever it
+    // belongs to.
     if (settings.measure.gdt) settings.comparison.gdtCutoff = arguments.real("-gdt", 4.0);
     texts.extendedHelp = arguments.hasFlag("-help");
     settings.comparison.contacts = arguments.hasFlag("-contact");
@@ -88,6 +94,7 @@ void readSearchOptions(Arguments& arguments, Settings& settings) {
     comparison.similarityMatrix = arguments.hasFlag("-matrix");
     comparison.distanceCutoff = arguments.real("-d", 0.0);
     comparison.sequenceIndependent = arguments.hasFlag("-in");
+    // Re-mapping is what runs by structure live on, and elsewhere it has to be asked for.
     comparison.optimisations = arguments.integer("-opt", comparison.sequenceIndependent ? 20 : 0);
     comparison.gapOpen = arguments.real("-open", -0.6);
     comparison.gapAffine = arguments.real("-aff", 0.0);
@@ -101,6 +108,7 @@ void readSearchOptions(Arguments& arguments, Settings& settings) {
         settings.measure.urmsdFlags &= static_cast<std::uint8_t>(~UrmsdCompute);
     settings.output.outputOptionGiven = arguments.hasFlag("-O");
 
+    // The TM-score is that of one domain; over several only MaxSub adds up.
     if (comparison.iterations > 1) settings.measure.rankMS = true;
     comparison.iterations = std::min(comparison.iterations, kMaxIterations);
     comparison.rankByTM = !settings.measure.rankMS;
@@ -119,6 +127,7 @@ void readBlock(const std::string& text, BlockSettings& blocks) {
 }
 
 // What the options for blocks ask for is one thing of a run over all pairs.
+// Each refusal is for something that parts do not hold and a merged run could therefore not print.
 void checkBlocks(const Settings& settings) {
     const BlockSettings& blocks = settings.blocks;
     const bool computes = blocks.blocks > 0 && !blocks.missingFolder;
@@ -266,6 +275,8 @@ Request chooseRequest(const TextFlags& texts, bool hasWork) {
     return hasWork ? Request::Run : Request::StandardHelp;
 }
 
+// By RMSD in Å, else of 1 - similarity; steps that cut the way to the upper threshold into 20,
+// or 6.
 void resolveThresholds(Settings& settings) {
     const bool rmsd = settings.measure.rmsdOnly;
     if (settings.clustering.threshold < 0.0) settings.clustering.threshold = rmsd ? 4.0 : 0.5;
@@ -276,6 +287,8 @@ void resolveThresholds(Settings& settings) {
 
 // Everything that is decided once it is clear that there will be a run.
 void resolveRun(Arguments& arguments, Settings& settings, Log& log) {
+    // Distances of a file may be of any kind; its thresholds are those of Å unless others are
+    // given.
     if (settings.input.distanceFile) settings.measure.rmsdOnly = true;
     resolveThresholds(settings);
     if (arguments.hasFlag("-urmsd")) settings.measure.urmsdFlags |= UrmsdRotate;

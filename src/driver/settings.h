@@ -1,4 +1,7 @@
 // The configuration of a run, and how the command line becomes one.
+//
+// Plain values, filled by readCommandLine() and const from then on: a run mode takes all it needs
+// to know from here, and nobody else looks at an argument.  Groups follow who reads them.
 #pragma once
 
 #include <cstddef>
@@ -46,6 +49,8 @@ struct MeasureSettings {
     std::uint8_t urmsdFlags = UrmsdCompute;
 };
 
+// Negative thresholds and steps stand for "by the kind of run" until resolveRun() has replaced
+// them.
 struct ClusteringSettings {
     double threshold = -1.0;  // negative: by the kind of run
     double maxThreshold = -1.0;

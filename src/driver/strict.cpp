@@ -19,6 +19,8 @@ namespace tervolanda {
 
 namespace {
 
+// Invariant: arguments before `position_` have been read, each as an option, its value or a plain
+// one, and are in `given_` or `plain_`.  What depends on several of them is judged after the walk.
 class ArgumentCheck {
  public:
     ArgumentCheck(const std::vector<std::string>& arguments, bool hasOtherList)
@@ -103,7 +105,8 @@ class ArgumentCheck {
         return fits ? std::optional(static_cast<double>(*number)) : std::nullopt;
     }
 
-    // Each option that says what is read leaves some others without a meaning.
+    // Each option that says what is read leaves some others without a meaning; in the order in
+    // which run.cpp chooses a mode.
     void checkFiles() const {
         struct Mode {
             std::string_view name;

@@ -1,5 +1,8 @@
 // What --strict does not let pass: arguments and inputs that are otherwise ignored, or guessed at,
 // in silence.  All of it ends the run by an Abend.
+//
+// The lenient reading itself stays what it is: a strict run that gets through is the same run, byte
+// for byte.
 #pragma once
 
 #include <string>

@@ -1,4 +1,6 @@
 // The time that the comparisons of a run took.
+//
+// The line is the one that comparisons of outputs leave out: all others are the same in every run.
 #pragma once
 
 #include <ctime>

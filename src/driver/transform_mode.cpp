@@ -1,4 +1,7 @@
 // Consensus and clusters from the MaxSub file of an earlier run, with other thresholds for example.
+//
+// A MaxSub file has the scores, pair counts and names of the run that wrote it, and so all that the
+// ranking and the clusters of that run came from.
 #include <cstdlib>
 #include <optional>
 

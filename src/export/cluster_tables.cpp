@@ -22,6 +22,7 @@ double shown(double value) {
 }
 
 // The lines of one clustering.  All that is handed over is lent.
+// Invariant: `nameOf_` lends names from the chains; without chains it is empty and lines are short.
 class ClusterTables {
  public:
     ClusterTables(const Clustering& clustering, const ModelLabels& models, Log& log);
@@ -40,6 +41,7 @@ class ClusterTables {
     bool isHierarchical() const;
     const char* linkageWord() const;
     const char* name(std::size_t model) const;
+    // A child of a join, as `Join` has it: a model from 0, or a node as -1, -2 and so on.
     long long itemNumber(std::int64_t child) const;
     const char* itemName(std::int64_t child) const;
     void printJoin(std::size_t k);
@@ -136,6 +138,7 @@ void ClusterTables::printSearch() {
         if (isHierarchical()) {
             log_.info(2, "Threshold = %6.3f, clusters = %d, largest cluster = %d", trial.threshold,
                       static_cast<int>(trial.clusters), static_cast<int>(trial.largest));
+            // Thresholds below the smallest distance are passed by without a word.
         } else if (trial.largest > 0) {
             log_.info(2, "Threshold = %6.3f, largest cluster = %d", trial.threshold,
                       static_cast<int>(trial.largest));
@@ -183,6 +186,7 @@ void ClusterTables::printAssignment() {
     std::stable_sort(order.begin(), order.end(), [&cluster](std::uint32_t a, std::uint32_t b) {
         return cluster[a] < cluster[b];
     });
+    // By neighbours cluster 0 is that of models in none, and shown as such.
     const std::uint32_t first = isHierarchical() ? 1 : 0;  // the number shown for cluster 0
     for (const std::uint32_t model : order)
         printItem(model, cluster[model] + first);

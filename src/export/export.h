@@ -63,6 +63,8 @@ enum class PairDetail : std::uint8_t { None, Figures, Residues };
 
 // One file of one form.  start(), take() for each pair, finish(), commit(); what happens to no
 // commit() leaves no file, and an older one as it was.
+// Invariant: what was appended to text() is written in order, some of it by pace(), the rest by
+// commit().
 class ExportFile {
  public:
     explicit ExportFile(std::string path) : path_(std::move(path)), file_(path_) {}
@@ -70,6 +72,7 @@ class ExportFile {
     ExportFile& operator=(const ExportFile&) = delete;
     virtual ~ExportFile() = default;
 
+    // What it wants to see of pairs; the run fills in as much as the file that wants most.
     virtual PairDetail pairDetail() const { return PairDetail::None; }
     virtual bool showsChecksums() const { return false; }  // of the inputs
     // Whether it is written for a run that failed, too.

@@ -1,4 +1,5 @@
 // What files of all forms have in common: text is gathered and handed on in blocks.
+// Rows are small and there may be millions of them.
 #include "export/export.h"
 
 namespace tervolanda {

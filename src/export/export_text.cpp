@@ -1,4 +1,7 @@
 // No locale has a say in a number, and no name can end its field.
+//
+// Numbers are the shortest that read back as the same double: nobody has to choose a precision, and
+// what a table shows can be computed with.
 #include "export/export_text.h"
 
 #include <array>
@@ -25,6 +28,7 @@ void appendHexadecimal(std::string& text, char c) {
 
 void appendNumber(std::string& text, double value) {
     std::array<char, 32> digits;
+    // Rounding leaves "-0" here and there, of which the sign says nothing.
     const double signless = value == 0.0 ? 0.0 : value;
     const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), signless).ptr;
     text.append(digits.data(), end);
@@ -66,6 +70,8 @@ void appendResidue(std::string& text, ResidueId residue) {
         appendField(text, std::string_view(&residue.insertionCode, 1));
 }
 
+// What is escaped is what ends a field or a row, what a terminal may obey, and what is no text; all
+// else, blanks and letters of any script, stays readable.
 void appendField(std::string& text, std::string_view name) {
     while (!name.empty()) {
         const std::size_t length = utf8Length(name);

@@ -1,4 +1,6 @@
 // Numbers and names as the text of files.
+//
+// Every table goes through these, so that one reader can read them all.
 #pragma once
 
 #include <cmath>

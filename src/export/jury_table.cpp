@@ -1,5 +1,8 @@
 // The 3D-Jury ranking as a table.  Its heading says ">" although both limits are inclusive: scripts
 // that look for the heading rely on it.
+//
+// 3D-Jury (Ginalski et al. 2003): a model scores the residue pairs that it shares with the models
+// similar to it.
 #include "base/log.h"
 #include "export/export.h"
 

@@ -1,6 +1,9 @@
 // What is clustered, and the tree, in the files of NumPy: a header of text, then the numbers as
 // they lie in memory of a machine with the low byte first (NumPy enhancement proposal 1,
 // version 1.0).
+//
+// The matrix is square and symmetric only where the scores are: what is shown is what was
+// clustered, before anybody chose a triangle of it.
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -19,6 +22,7 @@ namespace {
 
 // `type` is "f4" or "f8".  The numbers begin at a multiple of 64 bytes.
 void appendHeader(std::string& text, const char* type, std::size_t rows, std::size_t columns) {
+    // Six bytes of magic, two of version, two of the header's length.
     constexpr std::size_t kPreamble = 10;
     constexpr std::size_t kAlignment = 64;
     std::string header = format("{'descr': '<%s', 'fortran_order': False, 'shape': (%zu, %zu), }",
@@ -40,8 +44,9 @@ void appendBytes(std::string& text, Bits bits) {
         text += static_cast<char>(bits >> (8 * i) & 0xFFU);
 }
 
-// Of similarities 1 - similarity.  A model has no distance to itself, whatever the matrix holds
-// there; what is no distance at all is -1, as for a fit that failed.
+// Of similarities 1 - similarity, computed as the clustering does, to the same bits.  A model has
+// no distance to itself, whatever the matrix holds there; what is no distance at all is -1, as for
+// a fit that failed.
 float distanceAt(const RunResults& results, std::size_t i, std::size_t j) {
     if (i == j) return 0.0F;
     const float entry = results.matrix->at(i, j);

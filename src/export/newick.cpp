@@ -44,6 +44,7 @@ void appendName(std::string& text, std::string_view name) {
     text += '\'';
 }
 
+// Invariant while it is written: `open` is the way from the root to the node at work.
 class NewickTree final : public ExportFile {
  public:
     using ExportFile::ExportFile;
@@ -110,6 +111,7 @@ class NewickTree final : public ExportFile {
 
 }  // namespace
 
+// Joins are sorted, so a node's children stand before it and their sizes are known.
 std::vector<TreeNode> treeNodes(const RunResults& results) {
     if (!results.clustering) return {};
     const std::vector<Join>& tree = results.clustering->tree;

@@ -1,4 +1,7 @@
 // The table of pairs: tab-separated, a row a pair, the first line the names of its columns.
+//
+// Columns are the same in every run; what a run does not compute is empty.  So tables of different
+// measures can be put together.
 #include <utility>
 #include <vector>
 
@@ -19,6 +22,7 @@ class PairTable final : public ExportFile {
 
  private:
     // What each input contributes to its rows, between tabs.
+    // Made once: each input takes part in as many rows as the list has models.
     struct Columns {
         std::string id, file, chain, length;
     };

@@ -1,4 +1,6 @@
 // The table of models, best first.
+//
+// One row a model of the run; models that could not be read have none.
 #include <utility>
 
 #include "export/export.h"

@@ -1,4 +1,6 @@
 // The table of residue pairs and how far they are from each other.
+//
+// Residues of the mapping only: what one of the chains lacks stands in no row.
 #include <utility>
 
 #include "export/export.h"

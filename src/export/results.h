@@ -2,6 +2,10 @@
 // only when a file asks for it; nothing here computes.
 //
 // What a run did not compute, or did not find, is empty and never 0.
+//
+// The types are the contract between a run and the forms: a form takes what it shows and asks
+// nobody, and a run does not know who takes it.  Scores are on the scale of the lines that the
+// program prints, lengths in Å.
 #pragma once
 
 #include <cstddef>

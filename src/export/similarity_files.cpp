@@ -1,4 +1,7 @@
 // The similarity matrices of -matrix, for a program that draws them: a text file each.
+//
+// Each matrix is of residues of the experiment and of the prediction before an alignment by
+// structure; its first lines hold the command that draws it.
 #include "base/file.h"
 #include "base/format.h"
 #include "base/log.h"
@@ -9,6 +12,7 @@ namespace tervolanda {
 namespace {
 
 void writeMatrix(const SimilarityMatrix& matrix, const std::string& fileName, OutputFile& file) {
+    // Scores of fragments run to 10, all others to 1.
     const bool fragments = matrix.kind == SimilarityMatrix::Cells::FragmentScores;
     const SimilarityRows& similarity = matrix.cells;
     file.print("# View similarity matrix with following command\n");
@@ -20,6 +24,8 @@ void writeMatrix(const SimilarityMatrix& matrix, const std::string& fileName, Ou
     for (std::size_t j = 1; j <= similarity.columns(); ++j)
         file.print("\t%zu", j);
     file.write("\n");
+    // Row by row: the cells of a large pair are computed when they are asked for and never all at
+    // once.
     std::vector<float> row(similarity.columns());
     for (std::size_t i = 0; i < similarity.rows(); ++i) {
         similarity.fillRow(i, row);

@@ -1,4 +1,6 @@
 // A clustering's tree as files show it.
+//
+// For the two forms that show a tree; the tables number nodes in another way, 0, -1, -2 and so on.
 #pragma once
 
 #include <cstddef>

@@ -1,6 +1,11 @@
 // The distance file: plain text, a line for every structure and one for every pair of structures.
 // IDs in the file are those of the list that the structures came from; while reading, the first
 // appearance of an ID gives it the next row of the matrix.
+//
+// It is plain text because other programs write and read it, too.  So the reader is lenient about
+// what it does not know (lines with other keys are skipped, records may come in any order) and
+// strict about what it uses: a field must be a number as a whole, and every pair must have been
+// given.
 #include "resultfiles/distance_file.h"
 
 #include <cmath>
@@ -20,7 +25,9 @@ namespace {
 constexpr std::string_view kDistanceKey = "DIST :";
 constexpr std::size_t kRuleWidth = 35;
 constexpr std::size_t kChainRuleWidth = 26;
+// No record has given it yet.
 constexpr float kMissing = -1.0F;
+// A distance beyond this would become infinite in the matrix.
 constexpr double kLargest = static_cast<double>(std::numeric_limits<float>::max());
 
 // Takes a file line by line.
@@ -104,6 +111,8 @@ std::optional<FormatError> DistanceFileParser::addChain(std::string_view line) {
     }
     Chain chain;
     if (auto error = parseChainRecord(line, kChainKey.size(), chain)) return error;
+    // A chain record takes a row even when its ID has one: reportDoubleIds() names such IDs
+    // afterwards, all of them and not the first alone.
     if (!addId(chain.number)) return incorrectChainRecord(line);
     chains_->chains.push_back(std::move(chain));
     return std::nullopt;
@@ -126,6 +135,7 @@ std::optional<FormatError> DistanceFileParser::addDistance(std::string_view line
             "Incorrect distance record,  require 'DIST : <ID> <ID> <Distance>' - Check: ", line);
     }
     const auto distance = static_cast<float>(*number);
+    // Of several records of a pair the last counts.
     distances_.set(i, j, distance);
     distances_.set(j, i, distance);
     return std::nullopt;
@@ -153,6 +163,8 @@ FileOutcome writeDistanceFile(const std::string& path, const ChainList& chains,
     writeRule(output, kRuleWidth);
     output.write("# Distance records\n# DIST : <ID1> <ID2> <Distance>\n");
     writeRule(output, kRuleWidth);
+    // Below the diagonal, column by column, so that the first ID of a line is that of the earlier
+    // model.
     for (std::size_t i = 0; i < ids.size(); ++i) {
         for (std::size_t j = i + 1; j < ids.size(); ++j) {
             output.print("DIST : %6u %6u %10.4f\n", ids[i], ids[j],
@@ -180,6 +192,8 @@ bool reportMissingDistances(const DistanceFile& distances, Log& log) {
     for (std::size_t i = 0; i < size; ++i) {
         const std::span<const float> row = distances.matrix.row(i);
         for (std::size_t j = i + 1; j < size; ++j) {
+            // A fit that failed was written as -1 and is missing here: there is nothing to cluster
+            // by.
             if (row[j] >= 0.0F) continue;
             report.error(1, "Missing distance record for %d - %d", static_cast<int>(i + 1),
                          static_cast<int>(j + 1));

@@ -1,4 +1,7 @@
 // The matrix of a result file while the file is read.
+//
+// Both parsers of result files keep their matrices in one of these; nobody else needs it, since
+// elsewhere the size of a matrix is that of a list whose models have been read.
 #pragma once
 
 #include <cstddef>
@@ -12,6 +15,8 @@ namespace tervolanda {
 // A square matrix that is filled only when many of its cells are set.  A file may have any number
 // of size records, each of which starts over: when filling came with the size, 12 kB of them took 9
 // s.
+// Invariant: until it is filled `cells_` has what was set and all other cells are `value_` or, on
+// the diagonal, `diagonal_`; from then on `cells_` is empty and `matrix_` has everything.
 template <typename T>
 class GradualMatrix {
  public:

@@ -1,5 +1,7 @@
 // The keys at the front of the records of MaxSub files; those of all result files are in
 // result_record.h.
+//
+// The blanks belong to them: a key is what a line begins with, to the letter.
 #pragma once
 
 #include <string_view>

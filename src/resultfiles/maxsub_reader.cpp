@@ -1,6 +1,10 @@
 // A MaxSub file, lite or full, gives what ranking and clustering need without comparing structures
 // again.  Every record is checked, also those of which nothing is kept: a file that was cut or
 // mixed up shall not be ranked as if it were whole.
+//
+// The kinds of record are told by their keys, so that one parser reads both forms, and a file in
+// which they are mixed.  What the full form has more than the lite one (rotations, residue pairs)
+// is read to find out whether it is whole, and is thrown away.
 #include "resultfiles/maxsub_reader.h"
 
 #include <algorithm>
@@ -20,6 +24,7 @@ namespace tervolanda {
 namespace {
 
 // The five fields at the front of TRANS and MS records.
+// IDs and counts as they stand there, out of range or not: a message has to show them.
 struct PairFields {
     std::int64_t id1 = 0, id2 = 0;
     double score1 = 0.0, score2 = 0.0;
@@ -49,6 +54,8 @@ class MaxSubFileParser {
     std::optional<FormatError> addPositions(std::string_view line);
 
     // The row that an ID of a pair record stands for; kNone when there is none.
+    // An ID that no chain record has named is itself the number of a row, from 1: so files without
+    // chain records can be read, too.
     std::uint32_t rowOf(std::int64_t id);
     std::optional<FormatError> findRows(std::int64_t id1, std::int64_t id2, Rows& rows);
     std::optional<FormatError> storePair(std::string_view line, const PairFields& pair,
@@ -195,6 +202,7 @@ std::optional<FormatError> MaxSubFileParser::findRows(std::int64_t id1, std::int
 }
 
 void MaxSubFileParser::markSeen(const Rows& rows, unsigned int bits) {
+    // A pair is one pair, whichever model its records name first.
     const std::uint32_t row = std::min(rows.first, rows.second);
     const std::uint32_t column = std::max(rows.first, rows.second);
     seen_.set(row, column, static_cast<std::uint8_t>(seen_.get(row, column) | bits));
@@ -207,6 +215,7 @@ std::optional<FormatError> MaxSubFileParser::storePair(std::string_view line,
     }
     Rows rows;
     if (auto error = findRows(pair.id1, pair.id2, rows)) return error;
+    // Scores depend on whose length they are relative to, pair counts do not.
     scores_.set(rows.first, rows.second, static_cast<float>(pair.score1));
     scores_.set(rows.second, rows.first, static_cast<float>(pair.score2));
     pairs_.set(rows.first, rows.second, pair.pairs);

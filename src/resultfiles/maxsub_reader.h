@@ -13,6 +13,8 @@ namespace tervolanda {
 
 // What a MaxSub file had, and which records of each pair.
 struct ParsedMaxSubFile {
+    // Score is set by either record that has the scores, Transformation by the one of the full
+    // file.
     enum Seen : std::uint8_t { Score = 1, Transformation = 2, Positions = 4 };
 
     MaxSubFile file;

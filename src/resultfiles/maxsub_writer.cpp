@@ -1,6 +1,10 @@
 // A MaxSub file keeps an all-versus-all run: names, scores and pair counts (lite file), and in the
 // full file the superposition and the residue pairs of every pair of models, too.  Scores that no
 // reader takes are cut to their range.
+//
+// The full file lists the pairs below the diagonal, all transformations before all positions.  The
+// lite file lists those above it, and each model with itself.  Readers take pairs in any order;
+// these are those of the format.
 #include <array>
 #include <charconv>
 #include <string>
@@ -30,6 +34,8 @@ double written(double value) {
     return withoutNegativeZero(value, 3);
 }
 
+// Position records are nearly all of a full file, two numbers a residue: printf would take most of
+// the time of writing it.
 void appendNumber(std::string& text, std::uint32_t number) {
     std::array<char, 10> digits{};
     const auto [end, error] = std::to_chars(digits.data(), digits.data() + digits.size(), number);
@@ -99,6 +105,8 @@ void writePositions(OutputFile& output, std::uint32_t id1, std::uint32_t id2,
     output.write(line);
 }
 
+// What is missing in the spool, looked for before the first byte is written: a file that lacks a
+// record is worth nothing.  The message keeps its spelling, as all messages do.
 std::optional<FormatError> spoolFault(const TransformationSpool::Storage& spool,
                                       const PairMatrix& pairs, std::span<const std::uint32_t> ids) {
     for (std::size_t i = 1; i < ids.size(); ++i) {

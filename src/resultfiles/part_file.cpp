@@ -26,11 +26,15 @@ namespace tervolanda {
 
 namespace {
 
+// With a line end, so that a transfer that changes line ends is found out at once.
 constexpr std::string_view kMagic = "TVLPART\n";
 constexpr std::uint32_t kFormatVersion = 1;
+// Bytes: magic, version, kind, seven numbers of 64 bits, three of 32.
 constexpr std::size_t kFixedHeader = 84;
+// Entry, whether it is readable, checksum.
 constexpr std::size_t kModelBytes = 12;
 constexpr std::size_t kChecksumBytes = 4;
+// Both starts and the length.
 constexpr std::size_t kRunBytes = 12;
 constexpr std::size_t kScoreBytes = 28;  // of a MaxSub record
 constexpr std::size_t kSuperpositionBytes =
@@ -43,6 +47,7 @@ constexpr std::uint64_t kMostEntries = 1U << 26;
 constexpr std::uint64_t kMostBlocks = std::uint64_t{1} << 52;
 constexpr std::size_t kPiece = std::size_t{1} << 16;  // what is copied or checked at once
 
+// CRC-32 (ISO 3309) of bytes that follow those of `before`.
 std::uint32_t checksum(std::uint32_t before, std::string_view bytes) {
     return static_cast<std::uint32_t>(
         crc32_z(before, reinterpret_cast<const Bytef*>(bytes.data()), bytes.size()));
@@ -184,6 +189,7 @@ PairRange Block::slice(std::uint64_t pairs) const {
 }
 
 std::uint32_t chainChecksum(const Chain& chain) {
+    // Chain name, occupancy and B-factor are left out: no comparison looks at them.
     std::string bytes;
     std::uint32_t sum = 0;
     for (const Atom& atom : chain.atoms) {
@@ -210,6 +216,8 @@ PartWriter::PartWriter(std::string path, PartKind kind)
 PartWriter::~PartWriter() = default;
 
 void PartWriter::append(std::string_view bytes) {
+    // After a failure the counts go on, and commit() refuses: a batch need not look after each
+    // pair.
     ++records_;
     bytes_ += bytes.size();
     if (!failed_ && std::fwrite(bytes.data(), 1, bytes.size(), spool_.get()) != bytes.size()) {
@@ -271,6 +279,7 @@ bool PartWriter::commit(PartHeader header) {
         file.write(bytes);
         copied += got;
     }
+    // The checksum of everything stands last, since it is known last.
     std::string trailer;
     put(trailer, sum);
     file.write(trailer);
@@ -306,6 +315,8 @@ std::optional<std::string> PartReader::readHeader() {
     if (const auto version = fields.take<std::uint32_t>(); version != kFormatVersion) {
         return format("is of format version %u", version);
     }
+    // Each number is checked before anything is computed from it, and the lengths that follow from
+    // all of them against the size of the file before anything is allocated.
     const auto kind = fields.take<std::uint32_t>();
     if (kind < 1 || kind > 4) return "is damaged: its kind";
     header_.kind = static_cast<PartKind>(kind);
@@ -422,6 +433,8 @@ bool PartReader::next(std::size_t experimentSize, std::size_t predictionSize,
 
 bool PartReader::readRuns(std::size_t experimentSize, std::size_t predictionSize,
                           std::uint32_t matched, std::uint32_t runs, ComparisonResult& result) {
+    // The pairs are positions in arrays of coordinates: those that lie outside are refused here,
+    // whatever the checksum says.
     if (left_ < std::uint64_t{runs} * kRunBytes || matched > predictionSize) return false;
     left_ -= std::uint64_t{runs} * kRunBytes;
     for (std::uint32_t k = 0; k < runs; ++k) {

@@ -23,6 +23,8 @@ namespace tervolanda {
 enum class PartKind : std::uint32_t { MaxSub = 1, MaxSubWithSuperpositions, Gdt, Rmsd };
 
 // A line of the list, and what reading it gave.
+// Both the parts and the run that merges them make one from the chain that they have read, so that
+// a file that was changed between the runs is found out.
 struct PartModel {
     std::uint32_t entry = 0;  // from 0
     bool isReadable = false;
@@ -81,6 +83,7 @@ class PartWriter {
     std::string record_;  // scratch
     std::uint64_t records_ = 0;
     std::uint64_t bytes_ = 0;
+    // Whether a write to the spool has failed, or there is no spool.
     bool failed_ = false;
 };
 

@@ -1,6 +1,11 @@
 // RasMol scripts: commands that colour the chains, then the coordinates themselves, which the
 // command "load inline" reads from after the command "exit".  The experiment is light blue and the
 // prediction light green; residues that the superposition rests on are darker and thicker.
+//
+// The viewer knows a chain by one letter and a residue by its number alone.  What does not fit into
+// that (names of several letters, insertion codes) is changed in the copy of the atom that is
+// written, or taken into account where residues are selected; the chains themselves stay as they
+// are.
 #include "resultfiles/rasmol_script.h"
 
 #include <algorithm>
@@ -18,6 +23,7 @@ namespace {
 
 constexpr std::string_view kLetters = "ABCDEFGHIJKLMNOPQRSTUVWXYZ";
 constexpr char kExperimentLetter = 'A';
+// No letter, so that the models of a list have all 26.
 constexpr char kSuperExperimentLetter = '0';
 constexpr int kThin = 60;  // backbone radius, 1/250 Å
 constexpr int kThick = 130;
@@ -50,11 +56,14 @@ void writeHighlight(OutputFile& script, const NumberRange& range, char letter, c
                  colour, kThick);
 }
 
+// The name is written as it is, never as a pattern; what would end the command is replaced before.
 void writeNameLine(OutputFile& script, char letter, const char* role, const Chain& chain) {
     script.print("echo Chain '%c' - %s : ", letter, role);
     script.write(echoedName(chain.fileName));
 }
 
+// The commands before the pictures' text.  Later ones win: first whole chains thin and pale, then
+// the residues of the superpositions thick and dark.
 void writeAlignHead(OutputFile& script, const ScriptSubject& subject,
                     const std::vector<ShownPrediction>& predictions) {
     script.write("#!/usr/bin/rasmol -script\nload inline\nselect all\ncolour chain\n");
@@ -101,6 +110,7 @@ struct AtomRange {
 
 void writeAtoms(OutputFile& script, const Chain& chain, const std::vector<AtomRange>& ranges,
                 char letter, const Superposition* superposition) {
+    // Atoms are counted anew in each chain, as in files of one chain each.
     int serial = 0;
     for (const AtomRange& range : ranges) {
         for (std::uint32_t i = range.first; i < range.end; ++i) {
@@ -139,6 +149,8 @@ std::vector<AtomRange> atomsOf(const Chain& chain, std::vector<std::uint32_t> re
     return ranges;
 }
 
+// The experiment once, with what any of the superpositions used of it; then the prediction once for
+// each of them, under a letter of its own.
 void writeAlignCoordinates(OutputFile& script, const ScriptSubject& subject,
                            const std::vector<ShownPrediction>& predictions, ScriptAtoms selection) {
     std::vector<std::uint32_t> residues;
@@ -164,6 +176,8 @@ bool openScript(const OutputFile& script, const std::string& path, Log& log) {
     return script.isOpen();
 }
 
+// The script names its viewer in its first line and can be started like a program.  Where the mode
+// cannot be changed it is still a script, so that this is said and is no failure.
 FileOutcome finishScript(OutputFile& script, const std::string& path, Log& log) {
     const int errorNumber = script.makeExecutable();
     if (errorNumber != 0) {

@@ -1,5 +1,9 @@
 // The common parts of the two kinds of result file.  Both are read a line at a time; fields stand
 // between blanks and must be numbers as a whole.
+//
+// A file may be another than was meant, cut short, or made to keep a run busy or fill its memory.
+// So lines have a limit, sizes are compared with the memory of the machine before anything is
+// taken, and each check says in its message what it has found.
 #include "resultfiles/result_record.h"
 
 #include <algorithm>
@@ -38,6 +42,7 @@ std::optional<std::string_view> RecordLines::next() {
     for (;;) {
         const std::optional<std::string_view> line = reader_.next(kLongestRecord);
         if (!line) return std::nullopt;
+        // A line of full length was cut, and what is left of it may begin like a record.
         if (line->size() < kLongestRecord && isRecord(*line)) return line;
         ignored_ += line->size();
         if (ignored_ >= kLongestRecord) return std::nullopt;
@@ -89,6 +94,7 @@ std::optional<FormatError> parseSizeRecord(std::string_view line, std::size_t by
     if (!number || *number > std::numeric_limits<std::uint32_t>::max()) {
         return sizeNotAllocated(line);
     }
+    // In cells, so that nothing overflows: N is below 2^32, its square below 2^64.
     const std::uint64_t limit = usableMemory() / bytesPerCell;
     if (*number * *number > limit - std::min(cells, limit)) return sizeNotAllocated(line);
     cells += *number * *number;
@@ -132,6 +138,7 @@ void IdIndex::add(std::uint32_t id, std::uint32_t row) {
 }
 
 bool reportDoubleIds(std::span<const std::uint32_t> ids, Log& log) {
+    // As often as an ID has other rows: once for each ordered pair, counted and not gone through.
     std::map<std::uint32_t, std::size_t> rowsWith;
     for (const std::uint32_t id : ids)
         ++rowsWith[id];

@@ -37,6 +37,7 @@ class RecordLines {
 };
 
 // For a file, called `kind` in messages, that cannot be read.
+// Messages that more than one reader gives.
 FormatError cannotOpen(const char* kind, const std::string& path);
 
 // `text` is that of a message up to the line that is at fault; the line follows in quotes.
@@ -70,6 +71,7 @@ class IdIndex {
     static constexpr std::uint32_t kNone = UINT32_MAX;
 
  private:
+    // by ID, kNone where no row has it
     std::vector<std::uint32_t> small_;
     std::map<std::uint32_t, std::uint32_t> large_;  // no hash that a file could make degenerate
 };

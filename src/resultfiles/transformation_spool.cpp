@@ -2,6 +2,10 @@
 // batch finds both together and in another order.  So each pair is appended to a file on disk as it
 // comes, and read back where its record is due.  Residue pairs nearly always form long diagonal
 // runs and are kept as such.
+//
+// The file has no name (it is gone with the process, however that ends) and is on the file system
+// of the result, which has to have the room anyway.  A pair takes 128 bytes there and 12 for each
+// run.
 #include "resultfiles/transformation_spool.h"
 
 #include <sys/stat.h>
@@ -18,6 +22,7 @@ namespace tervolanda {
 namespace {
 
 // What the spool holds of a pair of models; its runs follow.
+// Written as it lies in memory: only this process reads it back.
 struct SpoolRecord {
     Superposition superposition;
     std::uint64_t runs = 0;
@@ -30,6 +35,8 @@ FileHandle openSpoolBeside(const std::string& path) {
     return openUnnamedBeside(path);
 }
 
+// Reads at an offset, whatever the position of the stream; one call may give fewer bytes than asked
+// for.
 bool readAt(int descriptor, void* target, std::size_t size, std::uint64_t offset) {
     auto* bytes = static_cast<char*>(target);
     while (size > 0) {
@@ -66,6 +73,8 @@ void TransformationSpool::Storage::append(const void* bytes, std::size_t size) {
 
 void TransformationSpool::Storage::collectRuns(BatchPair pair,
                                                const std::vector<MatchedPair>& matched) {
+    // Matched pairs are records of the coordinate sets; the file counts residues of the chain,
+    // which may have some without a C-alpha atom, from 1.
     const std::vector<std::uint32_t>& experiments = models_[pair.experiment].residueIndex;
     const std::vector<std::uint32_t>& predictions = models_[pair.prediction].residueIndex;
     runs_.clear();
@@ -91,6 +100,8 @@ void TransformationSpool::Storage::record(BatchPair at, const ComparisonResult& 
     pair.matched = static_cast<std::uint32_t>(result.matched.size());
     collectRuns(at, result.matched);
     SpoolRecord record;
+    // The file has one superposition a pair, that of the first domain, but the residue pairs of
+    // all.
     if (!result.iterations.empty()) record.superposition = result.iterations[0].superposition;
     record.runs = runs_.size();
     append(&record, sizeof record);

@@ -38,6 +38,7 @@ class TransformationSpool::Storage {
 
  private:
     static constexpr std::uint64_t kAbsent = UINT64_MAX;
+    // All that is kept in memory of a pair: 16 bytes, where its superposition would take 120.
     struct Pair {
         std::uint64_t offset = kAbsent;
         std::uint32_t matched = 0;

@@ -1,4 +1,6 @@
 // The models of one entry as structures of their own.
+//
+// For lists read with --model=all; model_list.cpp calls it in place of readChain().
 #pragma once
 
 #include <string>

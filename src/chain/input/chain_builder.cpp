@@ -1,4 +1,7 @@
 // See chain_builder.h for the idea.
+//
+// A chain comes to be with its first wanted atom, so that none is empty; files may go back to a
+// chain that they have left.
 #include "chain/input/chain_builder.h"
 
 namespace tervolanda {
@@ -20,6 +23,7 @@ void ChainBuilder::beginResidue(const ResidueLabel& label) {
     isWanted_ = model_.residueType <= kLastAminoAcid && !exclusions_.excludes(label.key);
 }
 
+// The chain of the atom before, as for nearly every atom, or a look-up.
 std::vector<Atom>& ChainBuilder::currentAtoms() {
     if (!chains_.empty() && chains_[current_].name == chain_) return chains_[current_].atoms;
     const auto [place, isNew] = places_.emplace(chain_, chains_.size());

@@ -26,6 +26,9 @@ struct ResidueLabel {
     std::optional<int> type = std::nullopt;  // where it does not follow from the name
 };
 
+// Invariant: `model_` holds what the residue at work has in common with its atoms, `current_` is
+// the position of the chain that took an atom last, and each chain has the place in `places_` that
+// it has in `chains_`.
 class ChainBuilder {
  public:
     // The exclusions are lent.

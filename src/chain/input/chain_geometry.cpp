@@ -46,6 +46,7 @@ constexpr std::array<BetaGeometry, 21> kBetaGeometry = {{
     {1.535, 0.9553234193716161, 0.0},      // any other
 }};
 // clang-format on
+// A decimal and not std::acos: built atoms must have the same digits everywhere.
 constexpr double kRadiansPerDegree = 3.14159265358979323846 / 180.0;
 
 }  // namespace
@@ -66,6 +67,7 @@ void markBreaks(Chain& chain) {
     }
 }
 
+// The radius of gyration of globular proteins grows with residues^0.38.
 double compactness(const Chain& chain, double parameter) {
     if (chain.residues.empty()) return 0.0;
     const auto residues = static_cast<double>(chain.residues.size());

@@ -1,4 +1,6 @@
 // The geometry that checks and repairs go by.
+//
+// Checks (checks.cpp) and repairs (repairs.cpp) use it, so that both judge by the same limits.
 #pragma once
 
 #include "base/vec3.h"

@@ -15,9 +15,12 @@ namespace tervolanda {
 
 namespace {
 
+// Å: two for a compact chain, so that 1 is compact and 2 is twice as wide.
 constexpr double kCompactnessParameter = 2.0;
 
 // One chain on its way through the stages.
+// Invariant: `valid_` is whether no stage so far has found a fault, and after the first stage
+// `calphas_` has the C-alpha atoms of what is left of the chain, in file order.
 class ChainChecker {
  public:
     ChainChecker(Chain& chain, const Checks& checks, Log& log)
@@ -98,6 +101,7 @@ class ChainChecker {
         for (std::size_t i = 1; i < calphas_.size() && goesOn(); ++i) {
             const Atom& a = chain_.atoms[calphas_[i - 1]];
             const Atom& b = chain_.atoms[calphas_[i]];
+            // Numbers of inserted residues say nothing about gaps: 52 and 52A are neighbours.
             if (a.insertionCode != b.insertionCode) continue;
             if (checks_.gaps) checkGap(a, b);
             if (checks_.calphaDistances && goesOn()) checkCalphaDistance(a, b);

@@ -1,4 +1,6 @@
 // Whether a chain can be used.
+//
+// structure_reader.cpp calls it for each chain that a file has, whatever the format.
 #pragma once
 
 #include "chain/input/request.h"

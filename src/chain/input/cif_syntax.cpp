@@ -1,6 +1,9 @@
 // One state for where in a table the reading stands, and one for fields of several lines.  Rows are
 // handed on when their last value is there: of a loop with its last column, of pairs with the
 // beginning of another table.
+//
+// A loop's columns are known by its tags before the first value, so a value is stored or dropped at
+// once: of the categories that nobody wants nothing is kept but the place in the table.
 #include "chain/input/cif_syntax.h"
 
 #include <algorithm>
@@ -89,6 +92,7 @@ bool CifParser::takeWord(std::string_view word) {
 }
 
 bool CifParser::takeKeyword(std::string_view word, bool& isKeyword) {
+    // Nearly all words are values, and most of them numbers.
     constexpr std::string_view kFirstLetters = "dDlLsSgG";
     if (kFirstLetters.find(word.front()) == std::string_view::npos) return true;
     const bool isBlock = beginsWith(word, "data_");
@@ -172,6 +176,7 @@ bool CifParser::takeValue(std::string_view value, bool isNull) {
 bool CifParser::endTable() {
     if (state_ == State::Pair) return fail("a tag has no value");
     if (state_ == State::LoopValues && column_ != 0) return fail("a loop ends within a row");
+    // A loop has handed on its rows one by one, pairs make one row together.
     const bool arePairs = state_ == State::Free;
     const int category = category_;
     state_ = State::Free;

@@ -20,6 +20,9 @@ struct CifItem {
 
 // Goes through a text line by line and hands on the rows of the wanted categories, whether they are
 // a loop or pairs of tag and value.
+// Invariant: `row_` has the values of the row at work of the category `category_`, all others are
+// empty; a row has been handed on exactly when `column_` is 0 again, or the table of pairs has
+// ended.
 class CifParser {
  public:
     // `takeRow` gets the category; the values are asked for by value().  `beginBlock` is called at
@@ -45,6 +48,8 @@ class CifParser {
     static constexpr std::size_t kLongestValue = 4096;  // characters of a wanted one
 
  private:
+    // Where the next value belongs: nowhere, to the tag of a pair, or to a column of a loop, whose
+    // tags may still go on.
     enum class State : std::uint8_t { Free, Pair, LoopTags, LoopValues };
     static constexpr int kNone = -1;
 

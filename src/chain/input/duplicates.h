@@ -1,4 +1,7 @@
 // Atoms that a chain has more than once.
+//
+// Files with alternate locations, or with a chain twice, have them; a comparison could not tell
+// which of the atoms is meant.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,7 @@
 // See entry.h for the idea.
+//
+// Residues are gathered before they are given on, because the conformer is chosen for a residue as
+// a whole: atoms of different conformers make no residue that exists.
 #include "chain/input/entry.h"
 
 #include <algorithm>
@@ -19,6 +22,7 @@ bool isChosen(const std::string& rule, std::string_view chain, std::string_view 
     return part == std::string_view(rule).substr(kLabelPrefix.size());
 }
 
+// By the name, since an element need not be given.
 bool isHydrogen(const Atom& atom) {
     const char first = atom.name[0];
     const bool isPrefix = first == ' ' || (first >= '0' && first <= '9');
@@ -61,6 +65,7 @@ bool EntryBuilder::beginPlace(const EntryPlace& place) {
     if (!isWantedModel(place.model)) return false;
     const Entity entity = entityOf(place.entity);
     if (entity == Entity::Other) return false;
+    // Cheap and final answers first; only what may be protein is remembered.
     residueType_ = aminoAcidIndex(place.residueName);
     // Of an unknown name there may be an entity, which is known later.
     const bool mayBeProtein = entity == Entity::Protein || residueType_ >= 0 ||
@@ -132,6 +137,7 @@ char EntryBuilder::chosenConformer() const {
         const auto mean = [](const Conformer& c) {
             return c.occupancies / static_cast<double>(c.atoms);
         };
+        // Of equal ones the first in the file.
         if (mean(conformer) > mean(*best)) best = &conformer;
     }
     return best->letter;
@@ -174,6 +180,7 @@ void EntryBuilder::give(const Atom& atom, Model& model) {
     Atom* const taken = model.builder.add(atom.name.view());
     if (taken == nullptr) return;
     const Atom built = *taken;
+    // The builder knows the classification, the entry all else that a file says of the atom.
     *taken = atom;
     taken->classification = built.classification;
     taken->residueNumber = built.residueNumber;

@@ -39,6 +39,12 @@ struct EntryModel {
     std::vector<Chain> chains;
 };
 
+// Order of calls: beginPlace(), where it says so beginResidue() and add() for each atom, and
+// finish() at the end; what the file says of entities and of its proteins may come before, between
+// and after.
+//
+// Invariant: `pending_` has the atoms of one residue, that of `id_` in `part_` of `model_`; flush()
+// gives them to the builder of that model and empties it.
 class EntryBuilder {
  public:
     // With `allModels` the rule for models does not count.  The exclusions are lent.

@@ -1,4 +1,7 @@
 // See entry_fields.h.
+//
+// PDB columns are the common form, because the names of atoms are classified by them: " CA " is a
+// carbon and "CA  " calcium.
 #include "chain/input/entry_fields.h"
 
 #include <cmath>

@@ -1,5 +1,8 @@
 // Rows mostly belong to the residue of the row before, which is seen by comparing their texts; only
 // of an atom that is wanted are the numbers converted.
+//
+// Author's names and numbers are preferred to mmCIF's own, as papers and PDB files have them; where
+// a file lacks one of a pair, the other stands for it.
 #include "chain/input/mmcif_atoms.h"
 
 #include <algorithm>
@@ -118,6 +121,7 @@ void MmcifReader::noteFault() {
     if (!parser_.fault().empty()) fault_ = {lines_.number(), parser_.fault()};
 }
 
+// The first block with atoms is the entry; others, of ligands for example, are left.
 bool MmcifReader::beginBlock() {
     return !builder_.hasAtoms();
 }
@@ -128,6 +132,7 @@ bool MmcifReader::takeRow(int category) {
         value(category == EntityCategory ? IdOfEntityItem : IdOfPolymerItem);
     const std::string& type =
         value(category == EntityCategory ? TypeOfEntityItem : TypeOfPolymerItem);
+    // "polymer" may be a nucleic acid; _entity_poly says which.
     const bool saysNothing = entity.empty() || type.empty() || type == "polymer";
     const bool isProtein = category == PolymerCategory &&
                            (type.starts_with("polypeptide") || type.starts_with("cyclic-"));
@@ -139,6 +144,8 @@ const std::string& MmcifReader::either(std::size_t first, std::size_t second) co
     return value(first).empty() ? value(second) : value(first);
 }
 
+// Every item is stored even after a difference is found: the row after this one is compared with
+// it.
 bool MmcifReader::isNewPlace() {
     bool isNew = !hasPlace_;
     hasPlace_ = true;

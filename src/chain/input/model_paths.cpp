@@ -51,6 +51,8 @@ bool isBeforeNaturally(std::string_view a, std::string_view b) {
     while (!a.empty() && !b.empty()) {
         if (isDigit(a.front()) && isDigit(b.front())) {
             const std::string_view x = takeDigits(a), y = takeDigits(b);
+            // Of numbers without leading zeros the longer one is larger, however many digits they
+            // have.
             if (x != y) return x.size() != y.size() ? x.size() < y.size() : x < y;
             continue;
         }

@@ -1,4 +1,6 @@
 // Structure files by a folder or a pattern.
+//
+// For --models; a list file names its models itself.
 #pragma once
 
 #include <string>

@@ -1,5 +1,8 @@
 // Records are brought to their full width first; what of it a line does not have is blank, and an
 // occupancy that is not there is 1.
+//
+// The chain's author and the file agree on names here, so a part is a chain.  A residue is protein
+// by its name, or when SEQRES names it among those of the file's proteins.
 #include "chain/input/pdb_entry.h"
 
 #include <algorithm>
@@ -27,6 +30,7 @@ std::optional<std::int64_t> residueNumber(std::string_view columns) {
         if (!isDigit && (c < 'A' || c > 'Z')) return std::nullopt;
         value = value * 36 + (isDigit ? c - '0' : c - 'A' + 10);
     }
+    // "A000" itself is ten times 36 cubed.
     return value - std::int64_t{10} * 36 * 36 * 36 + 10000;
 }
 

@@ -1,4 +1,7 @@
 // See record_scanner.h for what counts as a record.
+//
+// Text comes in blocks of any length, so a record may be cut anywhere: from where it may begin, its
+// characters are kept until the next block.
 #include "chain/input/record_scanner.h"
 
 #include <algorithm>

@@ -1,4 +1,7 @@
 // The one place where the option bits are looked at.
+//
+// The bits are the interface of callers; inside the room a Selection and Checks say the same by
+// name.
 #include "chain/input/request.h"
 
 namespace tervolanda {

@@ -1,6 +1,10 @@
 // One structure file, from its bytes to chains that can be compared: which reader makes atoms of
 // it, and which sets of chains are refused.  Of PDB text that is not read as an entry only lines
 // that begin with "ATOM" count; compressed text is searched for them as it comes.
+//
+// Three ways lead to a reader: plain text by lines, gzip text by blocks, and, where entries are
+// asked for, whatever the bytes turn out to be.  The first two keep to the rules for ATOM records
+// that lists of models are written for, and take mmCIF only for what begins like it.
 #include <algorithm>
 #include <cstdlib>
 #include <functional>
@@ -68,6 +72,9 @@ bool isMmcif(std::string_view text) {
 }
 
 // `piece` is the first of the text, next() gives the others.
+// Damage of the text, faults of the reader and too many atoms are told apart, since each has its
+// own line; any of them makes the file unusable: half an entry would be compared as if it were
+// whole.
 template <typename Reader, typename Text, typename Next>
 std::optional<Contents> readEntry(const Reading& reading, Text& text,
                                   std::optional<std::string_view> piece, const Next& next) {
@@ -147,6 +154,7 @@ std::optional<Contents> readAny(const Reading& reading) {
     if (!text.isOpen()) return std::nullopt;
     auto piece = text.next();
     const auto next = [&] { return text.next(); };
+    // Some editors put it in front of UTF-8 text.
     constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
     if (piece && piece->starts_with(kByteOrderMark)) piece->remove_prefix(kByteOrderMark.size());
     if (piece && isMmcif(*piece)) return readEntry<MmcifReader>(reading, text, piece, next);
@@ -199,6 +207,7 @@ std::optional<ChainSet> setOf(const std::string& path, std::vector<Chain> chains
 
 // The names, for a message.
 std::string listed(const std::vector<std::string>& names) {
+    // A ribosome has eighty chains.
     constexpr std::size_t kMost = 20;
     std::string text;
     for (std::size_t i = 0; i < std::min(names.size(), kMost); ++i)

@@ -44,6 +44,7 @@ std::string readAtOnce(const std::string& path, const struct stat& status) {
 // kept of a damaged stream depends on the steps in which it is read.
 std::optional<std::string> inflateWhole(std::string packed) {
     constexpr int kGzipFormat = 16 + MAX_WBITS;
+    // Ten bytes of header and eight at the end (RFC 1952).
     constexpr std::size_t kShortestStream = 18;
     constexpr std::size_t kLargestFactor = 1032;  // deflate makes nothing shorter
     if (packed.size() < kShortestStream) return std::nullopt;

@@ -1,5 +1,9 @@
 // One experiment with each model of a list.  A model is prepared where it is compared: it takes
 // part in one comparison only, and a list may be longer than memory has room for coordinate sets.
+//
+// What is kept of a model is small (ListedMaxSub and so on): a line, and a superposition for the
+// script of the best ones.  With a viewer, who may want residues, outcomes carry the model to where
+// it looks.
 #include <algorithm>
 #include <utility>
 
@@ -10,6 +14,7 @@ namespace tervolanda {
 namespace {
 
 // The order of the pairs, for batches of all kinds.
+// Pair k is the experiment and model k; skip() and next() are additions.
 class ListPairs {
  public:
     explicit ListPairs(const ListComparison& comparison) : list(comparison) {}
@@ -37,6 +42,8 @@ class ListPairs {
     const Chain& prediction(BatchPair pair) const { return list.models.chains[pair.prediction]; }
 
  protected:
+    // Prepared by the worker, with its report: lines about a model stand among those of its
+    // comparison.
     CoordinateSet prepare(BatchPair pair, BatchWorker& worker) const {
         return prepareChain(prediction(pair), list.selection, list.parameters, worker.report);
     }

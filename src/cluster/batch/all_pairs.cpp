@@ -21,6 +21,7 @@ namespace tervolanda {
 
 namespace {
 
+// Residues and not atoms of the set, of which there are four a residue by backbone.
 std::uint32_t residueCount(const CoordinateSet& set) {
     return static_cast<std::uint32_t>(
         std::min<std::size_t>(set.residues, std::numeric_limits<std::uint32_t>::max()));
@@ -62,6 +63,7 @@ class AllPairs {
         if (pair.prediction > 0) return {pair.experiment, pair.prediction - 1};
         return {pair.experiment + 1, pair.experiment};
     }
+    // Row by row, at most N steps, once for each chunk.
     static BatchPair skip(BatchPair pair, std::size_t count) {
         while (count > pair.prediction) {
             count -= pair.prediction + 1;
@@ -272,6 +274,8 @@ class RmsdPairs : public RmsdFits {
     }
 
  private:
+    // For viewers; the cells are single precision, as the matrix is that their files have to agree
+    // with.
     ListedRmsd asListed(BatchPair pair, const Outcome& cells) const;
 
     PairViewer* viewer_;
@@ -296,6 +300,7 @@ RmsdCells RmsdFits::compare(BatchPair pair, BatchWorker& worker) const {
     RmsdResult& fit = worker.fit;
     compareRmsd(sets[pair.experiment], sets[pair.prediction], options_, worker.workspace,
                 worker.report, fit);
+    // Fewer than three pairs determine no rotation, and the matrix then shows none.
     const bool isMapped = fit.rmsd || fit.pairs >= kFewestPairs;
     return {static_cast<float>(fit.rmsd.value_or(kNoFit)),
             static_cast<float>(fit.rmsd ? fit.urmsd : 0.0), isMapped ? fit.pairs : 0U};
@@ -373,6 +378,7 @@ class GivenPairs : public Pairs {
     const GivePair<Outcome>& give_;
 };
 
+// The matrix of URMSD is all zeros where it was not asked for.
 RmsdBatch mirrored(RmsdBatch found, const RmsdOptions& options) {
     mirror(found.rmsd);
     if (options.urmsd) mirror(found.urmsd);

@@ -28,6 +28,8 @@ void BatchLines::printPace() {
               static_cast<double>(count_ - consumed_) / perSecond);
 }
 
+// Before a comparison and not after it, so that the first line appears at once; none after the
+// last.
 void BatchLines::printProgress() {
     if (log_.progressForm() == ProgressForm::Lines) return printPace();
     if (consumed_ == count_ || consumed_ % kPairsPerProgressLine != 0) return;
@@ -53,6 +55,7 @@ void reportTotal(const ComparisonResult& result, Report& report) {
                   result.pairs, result.maxsub, result.msi);
 }
 
+// A sink shows or writes each matrix when it gets it, and is called from within the search.
 std::size_t threadsFor(const ComparisonParameters& parameters, std::size_t threads) {
     return parameters.similarityMatrix && parameters.sequenceIndependent ? 1 : threads;
 }

@@ -12,6 +12,7 @@ PreparedList::PreparedList(const ChainList& models, AtomSelection selection,
         sets_.push_back(prepareChain(chain, selection, parameters, report));
 }
 
+// IDs are those of the list's lines, so there are gaps where a model could not be read.
 std::vector<std::uint32_t> modelIds(const ChainList& models) {
     std::vector<std::uint32_t> ids;
     ids.reserve(models.chains.size());

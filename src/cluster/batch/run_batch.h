@@ -121,6 +121,8 @@ BatchPair consumePairs(Batch& batch, BatchPair pair, std::span<const Outcome> ou
 
 // A batch computed by several threads: the slots of runInOrder() are chunks of pairs.
 template <typename Batch>
+// Invariant: `next_` and `left_` are touched by claim() alone, which runInOrder() calls by one
+// thread at a time; a chunk belongs to whoever runInOrder() has handed its slot to.
 class ThreadedBatch {
  public:
     ThreadedBatch(Batch& batch, std::size_t threads, BatchLines& lines, const Report& report)
@@ -181,6 +183,7 @@ class ThreadedBatch {
     void consume(Chunk& chunk) {
         const auto outcomes = std::span<const Outcome>(chunk.outcomes).first(chunk.pairs);
         consumePairs(batch_, chunk.from, outcomes, chunk.captured, lines_);
+        // A pair that had much to say must not keep its memory for the rest of the run.
         constexpr std::size_t kKept = 4096;
         if (chunk.captured.capacity() > kKept) chunk.captured = {};
     }

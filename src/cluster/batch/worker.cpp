@@ -3,6 +3,7 @@
 
 namespace tervolanda {
 
+// The log has no level or prefix to speak of: the report has already decided what is shown.
 BatchWorker::BatchWorker(const Report& pattern)
     : log_([this](LogLevel, std::string_view text) { captured.add(text); }),
       report(pattern.into(log_)) {}

@@ -60,6 +60,7 @@ class BatchWorker {
     std::array<RmsdRow, PositionalRmsd::kRowsAtOnce> rows;
 
  private:
+    // Before `report`, which writes to it, and so made first.
     Log log_;
 
  public:

@@ -3,6 +3,9 @@
 // scores are kept; the way back needs one byte a cell.  A row is filled in several loops so that
 // the compiler can use vector instructions for all but one: only skipped columns depend on the cell
 // to their left.
+//
+// Smith & Waterman 1981 with the gaps of Gotoh 1982.  The scores are single precision: similarities
+// come from geometry, and ties are decided by the order of the comparisons, which is fixed.
 #include "compare/pairing/local_alignment.h"
 
 #include <algorithm>

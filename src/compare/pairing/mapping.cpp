@@ -1,5 +1,8 @@
 // Turns chains into coordinate sets and pairs their records.  Every set carries its records sorted
 // by key, so that pairing two sets is one walk along both, whatever their numbering looks like.
+//
+// A chain may name a residue twice, go backwards in number or lack atoms; the walk pairs what both
+// have and leaves the rest without a partner.
 #include "compare/pairing/mapping.h"
 
 #include <algorithm>
@@ -152,6 +155,7 @@ void mapByResidue(const CoordinateSet& experiment, const CoordinateSet& predicti
             compareKeys(experiment, experiment.byKey[e], prediction, prediction.byKey[p]);
         const std::size_t experimentEnd = order > 0 ? e : endOfRun(experiment, e);
         const std::size_t predictionEnd = order < 0 ? p : endOfRun(prediction, p);
+        // From the last experiment record of the run down, the prediction's from the first up.
         for (std::size_t later = experimentEnd; order == 0 && later > e && p < predictionEnd; ++p) {
             const std::uint32_t j = experiment.byKey[--later];
             const std::uint32_t i = prediction.byKey[p];
@@ -178,12 +182,14 @@ void mapByPosition(const CoordinateSet& experiment, const CoordinateSet& predict
     mapping.collectPairs();
 }
 
+// Enough for models of one target: what lies between the ends is not compared.
 bool haveSameEnds(const CoordinateSet& experiment, const CoordinateSet& prediction) {
     return experiment.size() == prediction.size() &&
            experiment.firstResidue == prediction.firstResidue &&
            experiment.lastResidue == prediction.lastResidue;
 }
 
+// A number and not a comparison of pairs: a list of N models would have N^2 of them.
 std::vector<std::uint32_t> positionalKinds(std::span<const CoordinateSet> sets) {
     using Ends = std::tuple<std::size_t, std::int64_t, std::int64_t, std::string_view>;
     std::map<Ends, std::uint32_t> known;
@@ -205,6 +211,8 @@ std::vector<std::uint32_t> positionalKinds(std::span<const CoordinateSet> sets) 
 void selectRecords(const CoordinateSet& set, const std::vector<std::uint8_t>& left,
                    CoordinateSet& selected, std::vector<std::uint32_t>& original) {
     selected = CoordinateSet{};
+    // Lengths and radius stay those of the chain: scores of later domains are relative to all of
+    // it.
     selected.gyrationRadius = set.gyrationRadius;
     selected.residues = set.residues;
     selected.firstResidue = set.firstResidue;

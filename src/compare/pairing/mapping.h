@@ -26,7 +26,8 @@ struct ResidueMapping {
     }
 };
 
-// Makes `byKey` anew.
+// Makes `byKey` anew after a change of keys; prepareChain() and selectRecords() have done so
+// already.
 void sortByKey(CoordinateSet& set);
 
 // Pairs records of equal residue and atom key.  Of several experiment records with one key the

@@ -1,4 +1,8 @@
 // Chains as comparisons see them, and pairs of their residues.
+//
+// Comparisons see chains in this form only: arrays of coordinates for the inner loops, and what
+// pairs residues and names them in lines.  A set is made once a chain (PreparedList in lists) and
+// not changed.
 #pragma once
 
 #include <cstddef>

@@ -100,6 +100,8 @@ Backbone backboneOf(const Chain& chain) {
 }
 
 // The two strongest hydrogen bonds of every NH group.
+// Invariant: of each NH group the two bonds of lowest energy are kept, the strongest first, of
+// equal ones that with the earlier acceptor; an energy of 0 stands for none.
 class HydrogenBonds {
  public:
     explicit HydrogenBonds(const Backbone& backbone) : bonds_(backbone.size()) {
@@ -284,6 +286,7 @@ constexpr double kNearStrand = 5.7;     // a residue of the next strand is neare
 constexpr double kNearNeighbour = 6.0;  // and so are the two residues on either side
 
 // The assignment by C-alpha atoms.
+// Missing residues end a helix or a strand: only joined ones are looked at together.
 class CalphaStructure {
  public:
     explicit CalphaStructure(const Chain& chain) : letters_(chain.residues.size(), kCoil) {

@@ -1,4 +1,6 @@
 // Secondary structure from coordinates.
+//
+// prepareChain() asks for it in runs that pair by structure, where the alignment is shown with it.
 #pragma once
 
 #include <string>

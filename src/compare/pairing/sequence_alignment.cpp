@@ -18,15 +18,19 @@ constexpr unsigned kStepMask = 3;
 constexpr unsigned kColumnGapOn = 4;  // a gap of columns that ends here began further left
 constexpr unsigned kRowGapOn = 8;     // a gap of rows that ends here began further up
 
+// Costs in half bits, as the matrix; 11 and 1 are the usual ones beside BLOSUM62.  Where a chain is
+// broken residues are missing anyhow, and a gap is cheaper.
 constexpr std::int32_t kOpen = 11;
 constexpr std::int32_t kOpenAtBreak = 4;
 constexpr std::int32_t kExtend = 1;
+// So far from any score that sums of it do not overflow.
 constexpr std::int32_t kNever = -(1 << 29);
 
 constexpr std::string_view kLetters = "ARNDCQEGHILKMFPSTWYV";
 constexpr std::size_t kUnknown = kLetters.size();
 
 // clang-format off
+// Henikoff & Henikoff 1992, Proc. Natl Acad. Sci. USA 89:10915.
 constexpr std::array<std::int32_t, 210> kBlosum62 = {  // below the diagonal, in that order
      4,
     -1, 5,

@@ -44,6 +44,7 @@ class StructureMapper {
                        std::uint32_t pass, ResidueMapping& mapping, Report& report);
 
  private:
+    // Nothing of a call is looked at by the next but the memory.
     StartScratch scratch_;
     Pairing fragments_, pairing_;
 };

@@ -26,6 +26,7 @@ std::size_t calphaOf(const CoordinateSet& set, std::size_t first, std::size_t en
     return first;
 }
 
+// The limit of chain_geometry.h in the room of readers, which this room does not know.
 bool areApart(const Points& points, std::size_t a, std::size_t b) {
     constexpr double kLongestCalphaDistance = 4.2;  // of neighbours, Å
     const Vec3 between =

@@ -44,6 +44,8 @@ void fillDiagonal(std::ptrdiff_t i, std::ptrdiff_t j, std::ptrdiff_t count, Pair
 
 }  // namespace
 
+// Scores of candidates are by the shorter chain: which chain is called the experiment must not
+// decide.
 StartingPairings::StartingPairings(const CoordinateSet& experiment, const CoordinateSet& prediction,
                                    const GapPenalties& penalties, const Kernels& kernels,
                                    StartScratch& scratch)
@@ -201,6 +203,7 @@ double StartingPairings::agreement(const Superposition& superposition, std::ptrd
         const auto [x, y, z] = superposition.apply(from.x[k], from.y[k], from.z[k]);
         const auto first = std::clamp<std::ptrdiff_t>(i + shift - kWindow, 0, columns);
         const auto end = std::clamp<std::ptrdiff_t>(i + shift + kWindow, 0, columns);
+        // Å², no pair at all: its term is 0 to all digits that are shown.
         double nearest = 1e9;
         for (auto j = static_cast<std::size_t>(first); j < static_cast<std::size_t>(end); ++j) {
             const double dx = x - to.x[j];

@@ -62,6 +62,8 @@ class StartingPairings {
     std::vector<FragmentStart> superposeFragments();
     double agreement(const Superposition& superposition, std::ptrdiff_t shift) const;
 
+    // Invariant: `candidates_` has what was judged better than nothing, in the order of trial; ties
+    // keep it.
     const CoordinateSet& experiment_;
     const CoordinateSet& prediction_;
     GapPenalties penalties_;
