@@ -1,6 +1,9 @@
 // Elementary functions made of +, -, *, / alone.  IEEE 754 fixes the result of these to the last
 // bit, but not that of pow, exp, hypot, sine and cosine: C libraries differ there, and one library
 // between processors with and without fused multiply-add.  What is printed uses these instead.
+//
+// power() is for scales by length, exponential() for the relative RMSD, sine() and cosine() for
+// beta carbons that are built.
 #pragma once
 
 namespace tervolanda {

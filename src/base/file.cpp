@@ -80,6 +80,7 @@ std::optional<std::string_view> LineReader::next(std::size_t limit) {
 namespace {
 
 // The mode a new file would get from open(): 0666 less the umask.
+// There is no call that only asks for it.
 mode_t defaultMode() {
     const mode_t mask = umask(0);
     umask(mask);
@@ -152,6 +153,7 @@ bool overwrite(const std::string& path, std::FILE* from) {
            std::fclose(to.release()) == 0;
 }
 
+// Held signals are looked for each time so much has been written.
 constexpr std::size_t kSignalCheckStep = std::size_t{1} << 16;  // bytes
 
 }  // namespace

@@ -21,6 +21,8 @@ using FileHandle = std::unique_ptr<std::FILE, FileCloser>;
 FileHandle openForReading(const std::string& path);
 
 // Reads a text file by lines of any length.  A line comes with its line end, when it has one.
+// The buffer grows to the longest line that the caller's limit lets come; `most` bounds the whole
+// stream.
 class LineReader {
  public:
     // The stream is lent, not closed.  Reading ends where there are more than `most` bytes.
@@ -37,6 +39,7 @@ class LineReader {
     static constexpr std::size_t kNoLimit = static_cast<std::size_t>(-1);
 
  private:
+    // Invariant: buffer_[begin_, end_) is what has been read and not yet handed out.
     bool fill();  // appends a block; false when there is no more
     void enlarge();
 

@@ -1,4 +1,7 @@
 // Formatting of text by printf patterns, checked by the compiler and of any length.
+//
+// Output formats are given as printf patterns, down to the blanks; the compiler checks the
+// arguments.
 #pragma once
 
 #include <cstdarg>

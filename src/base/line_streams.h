@@ -49,6 +49,8 @@ class LineStreams {
         bool isTerminal;
     };
 
+    // Invariant: progressWidth_ is not 0 exactly when a progress line stands unfinished on output_,
+    // and then *progressDescriptor_, where there is one, names its descriptor.
     void writeReport(std::string_view text);
     std::string_view shown(const Stream& stream, std::string_view text, std::string_view kept);
     void layOutProgress(std::string_view text);

@@ -2,6 +2,8 @@
 // long runs, and the result lines.  A Log decides by its level what is said; where it goes is the
 // business of the sink that it was given.  Most result lines of list runs are information lines, so
 // the prefixes are part of the output format.
+//
+// Rooms below the driver are handed a Log or a Report; they know neither streams nor the log file.
 #pragma once
 
 #include <cstdarg>
@@ -39,6 +41,8 @@ using LineSink = std::function<void(LogLevel severity, std::string_view text)>;
 // error: scripts that read the messages rely on it.
 const char* systemErrorText();
 
+// Formats lines and hands those that its level lets pass to the sink, one after the other.  Not for
+// several threads at a time: workers have logs of their own (cluster/batch/worker.h).
 class Log {
  public:
     // Without a sink nothing is said.

@@ -1,4 +1,7 @@
 // A rectangular array of values, row by row in one piece of memory.
+//
+// Scores and distances of models, N x N, and pair counts; matrices of residues are made a row at a
+// time instead (compare/pairing/similarity.h).
 #pragma once
 
 #include <cstddef>
@@ -8,6 +11,7 @@
 
 namespace tervolanda {
 
+// Positions are not checked.  Invariant: values_ has rows_ x columns_ entries.
 template <typename T>
 class Matrix {
  public:

@@ -43,6 +43,7 @@ std::uint64_t usableMemory() {
     }
     memory = std::min(memory, memoryLimitIn("/sys/fs/cgroup/memory.max"));
     memory = std::min(memory, memoryLimitIn("/sys/fs/cgroup/memory/memory.limit_in_bytes"));
+    // The rest is for the system, its file cache and what this estimate does not know.
     return memory / 4 * 3;
 }
 

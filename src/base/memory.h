@@ -1,4 +1,6 @@
 // How much memory a run may use.
+//
+// main() limits the process to it, and readers of result files refuse sizes that would not fit.
 #pragma once
 
 #include <cstdint>

@@ -28,6 +28,7 @@ namespace {
 
 std::size_t processorsOfMask() {
 #ifdef __linux__
+    // More than any machine has; the call fails when the mask is too short for the kernel's.
     constexpr std::size_t kMostProcessors = 8192;
     std::vector<cpu_set_t> mask(kMostProcessors / CPU_SETSIZE);
     const std::size_t bytes = mask.size() * sizeof(cpu_set_t);
@@ -69,6 +70,8 @@ std::optional<std::size_t> processorsOfQuota() {
 }
 
 // The threads of one runInOrder().  The mutex guards everything but the work itself.
+// Invariant: slots of the jobs from consumed_ to claimed_ are in use, and waitingBytes_ is the sum
+// over those of them that are done.
 class OrderedRun {
  public:
     explicit OrderedRun(const OrderedJobs& jobs);
@@ -126,6 +129,8 @@ void OrderedRun::startWorkers() {
     }
 }
 
+// However large one result is, the next job to be consumed may always be begun: otherwise all would
+// wait.
 bool OrderedRun::mayClaim() const {
     if (claimed_ - consumed_ >= states_.size()) return false;
     return waitingBytes_ <= jobs_.mostBytes || claimed_ == consumed_;

@@ -1,4 +1,7 @@
 // The signals by which a user or a batch system ends a run, and how they wait for a moment.
+//
+// OutputFile holds them while a file has a name that nobody should find, and threads start with
+// them held, so that they reach the thread that owns the files.
 #pragma once
 
 #include <array>

@@ -1,5 +1,8 @@
 // Numbers and names in text: the two ways to read a number, each where its rules are the wanted
 // ones.  Nothing else in the program converts text to numbers.
+//
+// Formats whose fields stand in columns use the leading...() functions, formats of words the
+// whole...() ones; which of the two decides whether "12abc" is 12 or a fault.
 #pragma once
 
 #include <algorithm>
@@ -12,6 +15,7 @@
 namespace tervolanda {
 
 // A short text of fixed width, blanks kept, always terminated: the fields of an atom record.
+// No allocation and no length: lists have millions of atoms.
 template <std::size_t Width>
 class FixedText {
  public:

@@ -12,6 +12,7 @@ namespace tervolanda {
 
 namespace {
 
+// In double precision and then rounded once; export/matrix_files.cpp shows the same values.
 void convertToDistances(DistanceMatrix& similarities) {
     for (float& entry : similarities.values()) {
         entry = static_cast<float>(1.0 - static_cast<double>(entry));
@@ -23,6 +24,7 @@ template <typename Sum>
 std::vector<std::uint32_t> orderBySum(const std::vector<Sum>& sums, bool descending) {
     std::vector<std::uint32_t> order(sums.size());
     std::iota(order.begin(), order.end(), 0U);
+    // Not-a-numbers would break the order that the sort relies on.
     const auto numbersEnd = std::stable_partition(
         order.begin(), order.end(),
         [&sums](std::uint32_t i) { return !std::isnan(static_cast<double>(sums[i])); });

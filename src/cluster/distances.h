@@ -1,4 +1,7 @@
 // How the clustering methods read a matrix: which entries are distances, and between whom.
+//
+// Every method reads its matrix through a DistanceView, so that what counts as no distance is
+// decided once.
 #pragma once
 
 #include <cmath>

@@ -19,6 +19,7 @@ std::size_t nodeOf(std::int64_t child, std::size_t models) {
 }
 
 // The positions of each cluster's members, ascending.
+// Made once for all clusters: a search for the members of each would go through all models N times.
 std::vector<std::vector<std::uint32_t>> membersOf(const ClusterAssignment& clusters) {
     std::vector<std::vector<std::uint32_t>> members(clusters.count);
     for (std::uint32_t i = 0; i < clusters.cluster.size(); ++i) {
@@ -53,6 +54,7 @@ std::size_t searchThreshold(Clustering& found, std::size_t models) {
 }  // namespace
 
 std::size_t joinsWithin(std::span<const Join> tree, double threshold) {
+    // An infinite distance is beyond every threshold, an infinite one included.
     const double limit = std::min(threshold, std::numeric_limits<double>::max());
     const auto above =
         std::upper_bound(tree.begin(), tree.end(), limit,

@@ -9,6 +9,7 @@ namespace tervolanda {
 
 namespace {
 
+// The model's cell with itself is an entry like the others.
 std::uint32_t juryScore(std::span<const float> scores, std::span<const std::uint32_t> pairs,
                         double scoreThreshold, std::uint32_t pairThreshold) {
     std::uint64_t sum = 0;  // 2^32 models with 2^32 pairs each just fit

@@ -202,6 +202,7 @@ double thresholdForNeighbours(const DistanceView& distances, std::size_t wanted)
 
 std::optional<Clustering> clusterByNeighbours(const DistanceView& distances,
                                               const ClusterSettings& settings) {
+    // A step that leads away from the upper threshold never gets there.
     const double steps = (settings.maxThreshold - settings.threshold) / settings.thresholdStep;
     if (steps < 0.0) return std::nullopt;
     return NeighbourClustering(distances, settings).run();

@@ -31,6 +31,7 @@ class AlignmentPrinter {
             predictionMark_[i] = kMapped;
             experimentMapped_[static_cast<std::size_t>(result.partners[i])] = 1;
         }
+        // Pairs of later domains may contradict the first mapping, which is the one that is shown.
         for (const MatchedPair& pair : result.matched) {
             const bool isPartner =
                 result.partners[pair.prediction] >= 0 &&

@@ -24,6 +24,7 @@ struct Beta {
 constexpr std::size_t kNone = SIZE_MAX;
 
 // The beta atoms of a chain.  A residue that occurs twice counts by its first piece.
+// By key, and by residue of the chain for pairings that do not go by number.
 struct BetaSet {
     std::vector<Beta> atoms;
     std::unordered_map<std::int32_t, std::size_t> byKey;
@@ -55,6 +56,7 @@ using Cell = std::array<std::int64_t, 3>;
 // Atoms sorted by cell.
 class Grid {
  public:
+    // A cut-off of almost nothing would make cells without end; at least 1 Å.
     Grid(const std::vector<Beta>& atoms, double cellSize) : cellSize_(std::max(cellSize, 1.0)) {
         for (std::size_t i = 0; i < atoms.size(); ++i)
             entries_.push_back({cellOf(atoms[i]), i});
@@ -88,6 +90,8 @@ class Grid {
     // Coordinates from a file can be of any size; far cells are folded together, which costs time
     // and no correctness.
     std::int64_t along(double coordinate) const {
+        // In cells; far below the limits of the integer, so that neighbours of a cell can be
+        // counted.
         constexpr double kFar = 1e12;
         return static_cast<std::int64_t>(
             std::clamp(std::floor(coordinate / cellSize_), -kFar, kFar));

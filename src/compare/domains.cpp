@@ -12,6 +12,7 @@ namespace {
 
 // Pairs below which an iteration has found a scrap.  What follows a scrap are scraps, hundreds of
 // them where the cut-off is absurdly small, and not worth a thorough search.
+// A thorough search tries other starts (starting_pairings.h).
 constexpr std::uint32_t kSmallestDomain = 20;
 
 // Invariant: result_ has what the iterations so far found, in records of the whole chains.

@@ -81,6 +81,7 @@ class StartTrials {
 double significantScore(const SearchResult& found, const ComparisonParameters& parameters,
                         std::size_t experimentLength) {
     if (found.mapped == 0) return 0.0;
+    // By the pairs that were mapped: a domain that is short, and matched in full, counts.
     const double relative = found.scores.maxsub * static_cast<double>(experimentLength) /
                             static_cast<double>(found.mapped);
     const bool fewPairs = static_cast<std::int64_t>(found.scores.pairs) <

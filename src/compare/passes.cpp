@@ -17,6 +17,7 @@ namespace {
 
 constexpr std::size_t kFewestSelected = 3;  // a smaller selection is none
 constexpr double kConvergedTm = 0.001;      // passes that change the TM-score less are the last
+// Far more than converging passes need, so that looking for circles costs the usual run nothing.
 constexpr std::uint32_t kFreePasses = 100;  // after so many a mapping that returns ends the passes
 
 // Invariant: with found_ the best pass so far is in result_; the mapping of the latest one is in

@@ -28,6 +28,7 @@ void applySuperposition(const Superposition& superposition, Chain& chain) {
 // The translation is the way from the centre of the prediction to that of the experiment.
 void reportSuperposition(const Superposition& superposition, ReportLevel level, Report& report) {
     if (!report.reports(level)) return;
+    // Six decimals: "-0.000000" would depend on rounding.
     const auto number = [](double value) { return withoutNegativeZero(value, 6); };
     const auto& p = superposition.predictionCentre;
     const auto& e = superposition.experimentCentre;

@@ -11,6 +11,7 @@ namespace tervolanda {
 // q, and the standard deviation s of the ratio (Betancourt & Skolnick 2001, Biopolymers 59:305).
 RelativeRmsd relativeRmsd(double rmsd, double experimentGyration, double predictionGyration,
                           std::uint32_t pairs) {
+    // The constants of q and s are the authors' fits to pairs of known structures.
     if (pairs < 3 || !(rmsd > 0.0)) return {};
     const double x = 1.0 - static_cast<double>(pairs);
     const double q = 0.42 + 0.05 * x * exponential(x / 4.7) + 0.63 * exponential(x / 37.0);
@@ -26,6 +27,7 @@ RelativeRmsd relativeRmsd(double rmsd, double experimentGyration, double predict
 
 double relativeUrmsd(double urmsd, std::uint32_t pairs) {
     if (pairs == 0) return 0.0;
+    // The mean over unrelated chains (Ortiz, Strauss & Olmea 2002); negative for one and two pairs.
     const double squared = 2.0 - 2.84 / std::sqrt(static_cast<double>(pairs));
     return squared > 0.0 ? urmsd / std::sqrt(squared) : 0.0;
 }

@@ -12,6 +12,7 @@ namespace tervolanda {
 namespace {
 
 constexpr std::size_t kFewestPairs = 3;
+// They have three directions, as many as the fewest points of a fit.
 constexpr std::size_t kFewestUnitVectorPairs = 4;
 
 // Turns directions, which have no place and so need no centre.

@@ -1,4 +1,6 @@
 // What one MaxSub search is asked, and what it finds.
+//
+// domains.cpp makes the tasks, one for each iteration; maxsub.cpp and passes.cpp carry them out.
 #pragma once
 
 #include <cstddef>
@@ -24,7 +26,8 @@ struct SearchTask {
     std::size_t experimentLength = 0;  // full length of the experiment, by which scores are divided
     std::uint32_t iteration = 1;       // domain iteration, for the report lines
     Calibration calibration = Calibration::EverySearch;
-    double cutoff = 0.0;   // Å, of an earlier search; 0 calibrates one
+    double cutoff = 0.0;  // Å, of an earlier search; 0 calibrates one
+    // Later iterations leave it out when the one before found only a scrap (domains.cpp).
     bool thorough = true;  // sequence-independent: try other starts as well
 };
 

@@ -45,6 +45,7 @@ void printPairs(const ChainList& models, const PairFigures& figures, Log& log) {
 
 // The mean over the pairs of a matrix, row by row above the diagonal.  Negative values mark pairs
 // without one and are left out.
+// In double precision and in one order: the mean of a million floats would lose its last digits.
 AverageRow averageOfPairs(const DistanceMatrix& matrix, ComparisonKind kind) {
     double sum = 0.0;
     AverageRow average{kind};
@@ -75,6 +76,7 @@ std::vector<RankedModel> ranking(const DistanceMatrix& scores, MatrixValues valu
 }
 
 // The pairs of a run that merges parts.
+// Files that show pairs want alignments and domains, which parts do not have.
 MergedPairs mergedPairs(const Settings& settings, const PreparedList& models, RunExports& exports,
                         Log& log) {
     if (exports.viewer() != nullptr)
@@ -127,6 +129,8 @@ RmsdBatch rmsdOfAll(const PreparedList& models, const Settings& settings, RunExp
     return batch;
 }
 
+// The spool is filled while the pairs are compared and read when the file is written; clustering
+// comes last, since it overwrites the scores.
 int compareListMaxSub(const ChainList& models, const Settings& settings, RunExports& exports,
                       Log& log, Report& report) {
     const RunTimer timer;
@@ -193,6 +197,7 @@ int compareListGdt(const ChainList& models, const Settings& settings, RunExports
     return status;
 }
 
+// The figures are lent: batch and models must outlive the function.
 PairFigures rmsdPairFigures(const RmsdBatch& batch, const PreparedList& models) {
     return [&batch, sets = models.sets()](std::size_t i, std::size_t j) {
         const auto rmsd = static_cast<double>(batch.rmsd.at(i, j));

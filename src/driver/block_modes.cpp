@@ -47,6 +47,7 @@ PairRange rangeOf(const PartHeader& header, const ReadablePairs& readable, std::
     return {count == 0 ? 0 : pairsOf(models - 1), count};
 }
 
+// Outcomes go into the part in the order of the batch, in which a merge asks for them.
 void compareInto(PartWriter& part, const PreparedList& models, PairRange range,
                  const Settings& settings, Log& log, Report& report) {
     const auto take = [&part](BatchPair, const auto& outcome) { part.add(outcome); };
@@ -61,6 +62,7 @@ void compareInto(PartWriter& part, const PreparedList& models, PairRange range,
     }
 }
 
+// For --resume: the part is what this very run would write.
 bool isWhole(const std::string& path, const PartHeader& header, const RunIdentity& run) {
     const auto opened = PartReader::open(path);
     const auto* const part = std::get_if<PartReader>(&opened);
@@ -103,6 +105,7 @@ ChainList sampleOf(const ChainList& models, std::size_t count) {
 }
 
 // The most memory that the process has had, MB.
+// ru_maxrss is in kilobytes on Linux.
 double peakMemory() {
     rusage usage{};
     getrusage(RUSAGE_SELF, &usage);
@@ -138,6 +141,7 @@ int runBlock(const Settings& settings, const ResidueExclusions& exclusions, Log&
     return EXIT_SUCCESS;
 }
 
+// Reads all models, since a part says of each whether it could be read and what it was.
 int runMissing(const Settings& settings, const ResidueExclusions& exclusions, Log& log) {
     log.setLogLevel(0);  // nothing but the numbers is to be printed
     const std::string& path = *settings.blocks.missingFolder;

@@ -23,6 +23,7 @@ namespace {
 
 constexpr std::string_view kSuffix = ".part";
 
+// The superpositions of pairs are in parts only where a merged run will write them.
 PartKind partKind(const Settings& settings) {
     switch (comparisonKind(settings)) {
         case ComparisonKind::Gdt:
@@ -50,6 +51,8 @@ const char* nameOf(PartKind kind) {
 }
 
 // Everything on the command line that the result of a pair depends on.
+// A line an option, so that a difference can be shown as its line.  The version is one of them:
+// results of another version may differ in digits.
 std::string optionsText(const Settings& settings) {
     const ComparisonParameters& p = settings.comparison;
     std::string text =
@@ -151,6 +154,7 @@ std::vector<std::uint32_t> entriesOf(const Block& block, std::uint64_t entries) 
     return needed;
 }
 
+// IDs count the lines that name files, from 1; entries count them from 0.
 RunIdentity::RunIdentity(const Settings& settings, const ListSummary& list, const ChainList& models)
     : models_(list.models), readable_(list.models, models) {
     common_.kind = partKind(settings);
@@ -220,6 +224,7 @@ PartFolder::PartFolder(const std::string& path, const RunIdentity& run, Log& log
         look(part, run, log);
 }
 
+// The first usable part says how many blocks there are; others must agree with it.
 void PartFolder::look(const std::string& path, const RunIdentity& run, Log& log) {
     auto opened = PartReader::open(path);
     if (const auto* error = std::get_if<FormatError>(&opened)) {

@@ -41,6 +41,8 @@ class ReadablePairs {
 std::vector<std::uint32_t> entriesOf(const Block& block, std::uint64_t entries);
 
 // What a part has to be to belong to a run.
+// Made alike by the run that computes a block and by the one that merges: from the list, the
+// options and the chains as they were read.
 class RunIdentity {
  public:
     // The models are those of the whole list, or all that the blocks to be asked for need.
@@ -62,6 +64,7 @@ class RunIdentity {
 ListSummary summariseList(const Settings& settings, Log& log);
 
 // The parts of a run in a folder: the files whose names end in ".part".
+// Keeps paths and not open files: a run may have more parts than a process may have files.
 class PartFolder {
  public:
     // Looks at all of them.  Those that cannot be used are ERROR lines.

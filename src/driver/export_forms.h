@@ -14,6 +14,7 @@
 
 namespace tervolanda {
 
+// A row of the table: everything that the driver knows of a form.
 struct ExportForm {
     std::string_view option;  // without its dashes
     unsigned runs;            // kinds of runs that it has a meaning in, as bits

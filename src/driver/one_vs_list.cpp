@@ -26,6 +26,7 @@ namespace tervolanda {
 namespace {
 
 // What one model is listed by.
+// The model is lent by the list.
 struct ModelRecord {
     const Chain* model = nullptr;
     double score = 0.0;    // TM-score, MaxSub, GDT or RMSD
@@ -66,6 +67,7 @@ ModelRecord recordOf(const ListedRmsd& found, const CoordinateSet& experiment) {
 }
 
 // One record a model, in list order.
+// The three batches differ in what they find; here all become records.
 std::vector<ModelRecord> compareModels(const ListComparison& list, const Settings& settings,
                                        Log& log, Report& report) {
     std::vector<ModelRecord> records;
@@ -100,6 +102,7 @@ void sortRecords(std::vector<ModelRecord>& records) {
                      });
 }
 
+// The best models in the order of the list of lines: with -nosort these are the first of the list.
 int writeSuperScript(const Chain& experiment, const std::vector<ModelRecord>& records,
                      const Settings& settings, Log& log) {
     if (settings.output.superTop <= 0) return EXIT_SUCCESS;

@@ -21,6 +21,7 @@ enum class OptionValue {
     PerhapsReal,  // the next argument if it looks like a number
 };
 
+// Limits concern strict runs (strict.cpp); all others take what settings.cpp makes of a number.
 struct Option {
     std::string_view name;
     OptionValue value = OptionValue::None;

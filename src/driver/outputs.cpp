@@ -48,6 +48,7 @@ void add(std::vector<Output>& outputs, const char* role, const std::optional<std
     outputs.push_back(std::move(output));
 }
 
+// It may be any descriptor, a file too: "-R out > out".
 void addStandardOutput(std::vector<Output>& outputs) {
     Output output;
     output.name = "standard output";
@@ -95,6 +96,7 @@ std::vector<Output> outputsOf(const Settings& settings) {
 }
 
 // Whether a matrix of -matrix may get this place: "align.matrix.I.P" in the working directory.
+// How many matrices there will be is not known before the run, so any of their names counts.
 bool isPlaceOfMatrix(const std::filesystem::path& place) {
     std::error_code error;
     return place.filename().string().starts_with("align.matrix.") &&

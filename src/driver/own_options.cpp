@@ -60,6 +60,8 @@ std::string quoted(std::string_view name) {
 }
 
 // The option that an argument is or has to be; none for an argument of another kind.
+// A word of two dashes without "=" that is no option of the table is left to the older options,
+// which take "--rmsd" for "-rmsd".
 const OwnOption* optionOf(std::string_view argument) {
     if (!argument.starts_with("--")) return nullptr;
     const std::size_t sign = argument.find('=');
@@ -101,6 +103,7 @@ OwnOptions::OwnOptions(std::vector<std::string>& arguments) {
     arguments = std::move(others);
 }
 
+// Checked at once, so that the first fault of the command line is the one that is named.
 void OwnOptions::take(const OwnOption& option, std::string_view argument) {
     const std::string name = quoted(option.name);
     const std::size_t sign = argument.find('=');

@@ -30,6 +30,7 @@ int pairwiseReportLevel(const Settings& settings) {
                                 : ReportLevel::Alignment);
 }
 
+// For MaxSub runs alone; GDT and RMSD runs are one line.
 void printBanner(Report& report) {
     const std::string separator = "\n " + std::string(79, '_') + "\n\n";
     report.report(ReportLevel::Results, "%s", separator.c_str());
@@ -49,6 +50,7 @@ ScriptAtoms scriptAtoms(const Settings& settings, const ComparisonResult& result
     return settings.output.outputOption == 1 ? ScriptAtoms::Spanned : ScriptAtoms::All;
 }
 
+// For viewers there is one pair, of positions 0 and 0.
 ComparedPair comparedPair(const ScriptSubject& subject) {
     return {{}, subject.experimentSet, subject.predictionSet};
 }
@@ -76,6 +78,7 @@ int comparePairGdt(const ScriptSubject& subject, const Settings& settings, PairV
     return EXIT_SUCCESS;
 }
 
+// The same value that a list run would keep, so that viewers need not know the mode.
 void showRmsd(const ScriptSubject& subject, const RmsdResult& result, const RmsdFigures& figures,
               PairViewer& viewer) {
     ListedRmsd listed{result.rmsd,      result.pairs,

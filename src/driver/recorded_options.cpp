@@ -1,4 +1,7 @@
 // What is recorded of a run says all that its results depend on, given or by default.
+//
+// An option of which results depend has its row here and, where it concerns a pair, in
+// optionsText() of blocks.cpp.
 #include "driver/recorded_options.h"
 
 #include <optional>

@@ -1,4 +1,7 @@
 // All options and what they are in this run.
+//
+// For files that record a run (JSON); settings.cpp has read them, and what it has filled in is
+// recorded as it was filled in.
 #pragma once
 
 #include <vector>

@@ -18,6 +18,7 @@ namespace tervolanda {
 
 namespace {
 
+// The chain is lent, for its file name.
 struct NamedResidues {
     const Chain* chain;
     CoordinateSet set;
@@ -44,6 +45,7 @@ class NameCheck {
         return kinds;
     }
 
+    // Unknown residues are left out, since X says nothing.
     void compare(const NamedResidues& a, const NamedResidues& b) {
         mapByResidue(a.set, b.set, mapping_, silent_);
         unsigned shared = 0, equal = 0;
@@ -68,6 +70,8 @@ class NameCheck {
 
 }  // namespace
 
+// Kinds and not models are compared, of which there are few: a list of a thousand models of one
+// target is one kind.
 void checkResidueNames(const Chain* experiment, std::span<const Chain> models,
                        const Settings& settings) {
     const ComparisonParameters& parameters = settings.comparison;

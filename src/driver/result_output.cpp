@@ -15,6 +15,7 @@ namespace tervolanda {
 namespace {
 
 // Counts of the settings are signed, those of clustering are not; below zero is none.
+// -P -5 asks for no fewer than no pairs.
 std::uint32_t asCount(int value) {
     return static_cast<std::uint32_t>(std::max(value, 0));
 }
@@ -39,6 +40,8 @@ std::optional<double> meanScore(const DistanceMatrix& scores, std::size_t model,
 
 // Clusters the models of a matrix, in which distances take the place of similarities, and prints
 // the clusters.  None for method 0.
+// An upper threshold that steps never reach is an ERROR line and no failure: what was computed
+// stays.
 std::optional<Clustering> clusterAndPrint(DistanceMatrix& matrix, MatrixValues values,
                                           const ModelLabels& models, const Settings& settings,
                                           Log& log) {

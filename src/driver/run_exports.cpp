@@ -14,6 +14,7 @@ namespace tervolanda {
 
 namespace {
 
+// In the order in which run.cpp chooses the mode.
 RunKind runKind(const Settings& settings) {
     if (settings.input.distanceFile) return RunKind::DistanceFile;
     if (settings.input.transformFile) return RunKind::MaxSubFile;
@@ -38,6 +39,7 @@ const char* nameOf(RunKind kind) {
     return "of -M";
 }
 
+// What the numbers of a file of an earlier run are, only that run knew.
 ScoreKind scoreKind(const Settings& settings) {
     if (settings.input.distanceFile) return ScoreKind::Distance;
     if (settings.input.transformFile) return ScoreKind::Similarity;
@@ -96,6 +98,7 @@ void RunExports::startAll(const ChainList& models) {
     start();
 }
 
+// The diagonal of a MaxSub file's pairs, where it has one, is the length of each model.
 void RunExports::startMatrix(const std::vector<std::uint32_t>& ids, const ChainList* chains,
                              const PairMatrix* pairs) {
     if (!isWanted()) return;
@@ -215,6 +218,7 @@ void RunExports::keepScores(const DistanceMatrix& scores) {
     if (isShown) scores_ = scores;
 }
 
+// Each file is completed for itself: one that fails does not keep others from their names.
 void RunExports::finish(RunResults results) {
     if (results.failure.empty() && log_.hasIncompleteFile())
         results.failure = "Not all files were written";

@@ -29,6 +29,7 @@ struct TextFlags {
     bool version = false;
 };
 
+// Names are taken as they are, also those that begin with a dash: "-e -p" reads a file "-p".
 void readFileOptions(Arguments& arguments, Settings& settings) {
     settings.input.experimentFile = arguments.text("-e");
     settings.input.predictionFile = arguments.text("-p");
@@ -59,6 +60,7 @@ void readClusterOptions(Arguments& arguments, Settings& settings) {
     settings.comparison.contactGap = arguments.integer("-gap", 5);
 }
 
+// The order of these lookups is that in which arguments lose their repeated dashes (arguments.h).
 TextFlags readFlagOptions(Arguments& arguments, Settings& settings) {
     TextFlags texts;
     texts.help = arguments.hasFlag("-h");
@@ -83,6 +85,8 @@ TextFlags readFlagOptions(Arguments& arguments, Settings& settings) {
     return texts;
 }
 
+// Numbers out of range are left to those who use them, but for those that would be a count of
+// nothing or of far too much.
 void readSearchOptions(Arguments& arguments, Settings& settings) {
     ComparisonParameters& comparison = settings.comparison;
     settings.output.superTop = arguments.integer("-super", 0);
@@ -166,6 +170,7 @@ std::vector<std::string> recordedCommand(const std::vector<std::string>& values)
     return command;
 }
 
+// The options of two dashes, all checked; those of entries and lists have functions of their own.
 void readOwnOptions(const OwnOptions& own, Settings& settings) {
     if (const auto block = own.text("block")) readBlock(*block, settings.blocks);
     settings.blocks.partFile = own.text("part");
@@ -228,6 +233,7 @@ void takePositionalForm(const Arguments& arguments, Settings& settings) {
     }
 }
 
+// "all" is a word in place of a number, and integer() would end the run at it.
 void takeModel(const OwnOptions& own, EntryRules& rules) {
     rules.allModels = own.text("model") == "all";
     if (!rules.allModels) rules.model = own.integer("model", 0, std::numeric_limits<int>::max());
@@ -269,6 +275,7 @@ void readListOption(const OwnOptions& own, InputSettings& input) {
     }
 }
 
+// -h and runs without work end in the standard help.
 Request chooseRequest(const TextFlags& texts, bool hasWork) {
     if (texts.version) return Request::Version;
     if (texts.extendedHelp) return Request::ExtendedHelp;

@@ -26,6 +26,7 @@ enum UrmsdFlags : std::uint8_t {
 };
 
 // The structures and the files of an earlier run.
+// Paths as they were given; "-" is standard input.
 struct InputSettings {
     std::optional<std::string> experimentFile;
     std::optional<std::string> predictionFile;
@@ -63,6 +64,7 @@ struct ClusteringSettings {
                             // (min size), 5 neighbour pairs (absolute size)
 };
 
+// A file that is not asked for has no path.  Levels are those of log.h.
 struct OutputSettings {
     std::optional<std::string> resultFile;
     std::optional<std::string> liteResultFile;
@@ -80,6 +82,8 @@ struct OutputSettings {
 };
 
 // All pairs of a list in blocks, each computed by a run of its own.
+// A run has at most one of the tasks (checkBlocks()): to compute a block, to merge the parts of
+// all, to name those that are missing, to plan how many there should be.
 struct BlockSettings {
     std::uint64_t number = 0;  // of `blocks`, from 1
     std::uint64_t blocks = 0;  // 0: none were asked for
@@ -105,6 +109,7 @@ struct Settings {
 };
 
 // What the command line asks for: a run, or a text.
+// Texts win over runs; which text, is decided by chooseRequest() and the number of arguments.
 enum class Request { Run, ShortUsage, StandardHelp, ExtendedHelp, MoreHelp, Version };
 
 struct CommandLine {

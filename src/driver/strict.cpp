@@ -53,6 +53,7 @@ class ArgumentCheck {
     bool has(std::string_view name) const { return given_.contains(name); }
     bool hasList() const { return has("-l") || hasOtherList_; }
 
+    // The nearest name is a help, never a guess that the run goes on with.
     void takeOption(std::string_view name) {
         const Option* const option = findOption(name);
         if (option == nullptr) {
@@ -143,6 +144,8 @@ class ArgumentCheck {
         if (plain_.size() > 3) refusePlain(3);
     }
 
+    // Result files that no mode of this kind writes; a name that was given is a file that is
+    // expected.
     void checkResultFiles() const {
         const bool isAllVsAll = hasList() && !has("-e");
         const bool isRmsd = has("-rmsd") || has("-rms");

@@ -68,6 +68,7 @@ ClusterTables::ClusterTables(const Clustering& clustering, const ModelLabels& mo
     nameWidth_ = static_cast<int>(std::min<std::size_t>(longest, INT_MAX));
 }
 
+// An ID that no chain has, as in a file with gaps, has an empty name.
 const char* ClusterTables::name(std::size_t model) const {
     const auto found = nameOf_.find(ids_[model]);
     return found == nameOf_.end() ? "" : found->second;
@@ -177,6 +178,7 @@ void ClusterTables::printItem(std::size_t model, std::uint32_t cluster) {
     }
 }
 
+// Sorted stably: models of a cluster stay in the order of the matrix.
 void ClusterTables::printAssignment() {
     printRule();
     log_.info(0, "%-5s    %-7s", "Item", "Cluster");
@@ -197,6 +199,7 @@ bool ClusterTables::isHierarchical() const {
     return clustersByLinkage(clustering_.settings.method);
 }
 
+// The order of the tables is that of the work: tree, thresholds, clusters, centroids.
 void printHierarchical(const Clustering& clustering, ClusterTables& tables, Log& log) {
     tables.printTree();
     tables.printSearch();

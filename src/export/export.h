@@ -35,6 +35,7 @@ inline constexpr std::size_t kMostPrintedThresholds = 10000;
 
 // The 3D-Jury table.  The thresholds are those of the ranking, as they were asked for; `chains`
 // holds the models by position.
+// As a user gave them: a negative count is printed as such.
 struct JuryThresholds {
     double score = 0.0;
     int pairs = 0;
@@ -46,6 +47,7 @@ void printJuryTable(std::span<const JuryScore> ranking, const JuryThresholds& th
 // comparison writes over the files of those before.  After a file that cannot be written there are
 // no others: one that cannot be opened is a line at report level 5, one that cannot be written to
 // its end an ERROR.
+// A sink for one run by one thread; a batch with it is not shared among threads (batch_lines.cpp).
 class SimilarityMatrixFiles final : public SimilaritySink {
  public:
     explicit SimilarityMatrixFiles(Log& log) : log_(log) {}

@@ -12,6 +12,7 @@ namespace tervolanda {
 
 namespace {
 
+// The bytes of a character after its first: 10xxxxxx.
 bool isContinuation(char c) {
     return (static_cast<unsigned char>(c) & 0xC0U) == 0x80;
 }
@@ -56,6 +57,7 @@ std::size_t utf8Length(std::string_view text) {
     return isOverlong || isNoCharacter ? 0 : length;
 }
 
+// One replacement character for each byte that fits nowhere.
 void appendUtf8(std::string& text, std::string_view name) {
     while (!name.empty()) {
         const std::size_t length = utf8Length(name);

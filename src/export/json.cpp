@@ -1,5 +1,8 @@
 // The run as one JSON object, and its pairs as lines.  Pairs are written as they come, so that no
 // run has to hold them.
+//
+// A run may have more pairs than memory has room for, so the order of the document's keys is that
+// in which their values become known: inputs, pairs, ranking, tree, clusters, and the status last.
 #include <iterator>
 #include <optional>
 #include <span>
@@ -22,6 +25,7 @@ constexpr const char* kMotion = "moves the prediction onto the experiment: p' = 
 
 // What each input contributes to its pairs: "file1":..., and so on for the experiment, with 2 for
 // the prediction.
+// Made once for each input, as each takes part in many pairs.
 struct InputKeys {
     std::string first, second;
 };
@@ -79,6 +83,8 @@ void appendJsonResidue(std::string& text, ResidueId residue) {
 }
 
 // Whether residue pair b follows a in both chains, and belongs to the same run.
+// A gap in the numbering ends a run even where the chain goes on: a range must mean its residues by
+// number.
 bool continues(const ResiduePair& a, const ResiduePair& b) {
     const auto follows = [](ResidueId x, ResidueId y) {
         return y.number == x.number + 1 && x.insertionCode == ' ' && y.insertionCode == ' ';
@@ -205,6 +211,8 @@ void appendOption(std::string& text, const RecordedOption& option) {
 
 // The whole run.  Its keys stand in the order in which they become known, each on a line of its
 // own.
+// Invariant: between start() and finish() the array of pairs is open, and hasPairs_ tells whether
+// the next one needs a comma.
 class JsonDocument final : public ExportFile {
  public:
     using ExportFile::ExportFile;

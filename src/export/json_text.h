@@ -1,4 +1,6 @@
 // Values as JSON (RFC 8259).
+//
+// Only what the forms of JSON need: values and objects are appended to a text, nothing is read.
 #pragma once
 
 #include <cmath>

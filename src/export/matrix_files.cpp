@@ -39,6 +39,7 @@ void appendHeader(std::string& text, const char* type, std::size_t rows, std::si
 }
 
 template <typename Bits>
+// The low byte first, whatever the machine.
 void appendBytes(std::string& text, Bits bits) {
     for (std::size_t i = 0; i < sizeof(Bits); ++i)
         text += static_cast<char>(bits >> (8 * i) & 0xFFU);
@@ -88,6 +89,7 @@ class MatrixFile final : public ExportFile {
 
 // A row for each join: both clusters, its distance, and its models.  Models are clusters 0 to N -
 // 1, join k is cluster N + k, as in SciPy.
+// A whole tree or, without models to join, a table without rows.
 class LinkageFile final : public ExportFile {
  public:
     using ExportFile::ExportFile;

@@ -46,6 +46,7 @@ void PairTable::start(const RunInputs& inputs) {
 
 void PairTable::take(const PairResult& pair) {
     std::string& row = text();
+    // Each column of both inputs side by side: id1, id2, file1, file2 ...
     for (const auto column : {&Columns::id, &Columns::file, &Columns::chain, &Columns::length}) {
         for (const std::size_t input : {pair.experiment, pair.prediction}) {
             row += inputs_[input].*column;

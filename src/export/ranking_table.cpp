@@ -10,6 +10,7 @@ namespace tervolanda {
 
 namespace {
 
+// Everything is known at the end only; pairs are not looked at.
 class RankingTable final : public ExportFile {
  public:
     using ExportFile::ExportFile;
@@ -31,6 +32,7 @@ class RankingTable final : public ExportFile {
     }
 
  private:
+    // Scores that are none, and models in no cluster, have empty cells.
     void appendRow(const RankedModel& model) {
         const InputStructure& input = inputs_->structures[inputs_->firstModel() + model.model];
         std::string& row = text();

@@ -10,6 +10,7 @@ namespace tervolanda {
 
 namespace {
 
+// Rows come pair by pair in mapped order; the names of a pair's inputs are made once for its rows.
 class ResidueTable final : public ExportFile {
  public:
     using ExportFile::ExportFile;

@@ -46,6 +46,7 @@ inline bool isDistance(ScoreKind kind) {
 // --- Inputs --------------------------------------------------------------------------------------
 
 // A structure that was read, or that an earlier run had read.
+// Its position among the inputs is what pairs refer to.
 struct InputStructure {
     std::optional<std::uint32_t> id;     // of a model of a list
     std::string file;                    // path as given; empty where none is known
@@ -131,6 +132,7 @@ struct RunInputs {
 };
 
 // A model of a list, best first.
+// Which of the scores is filled in follows from the kind of run.
 struct RankedModel {
     std::size_t model = 0;                 // position among the models, from 0
     std::optional<double> score;           // one-versus-list

@@ -117,6 +117,7 @@ bool isNumberPair(std::string_view item) {
            parseCount(item.substr(colon + 1));
 }
 
+// Both included; false for what is no number.
 bool inScoreRange(double score) {
     return score >= 0.0 && score <= 1.0;
 }

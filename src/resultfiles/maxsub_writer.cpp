@@ -24,6 +24,7 @@ namespace {
 constexpr std::size_t kRuleWidth = 26;
 
 // A score that was renormalised to a shorter model can exceed 1, which no reader accepts.
+// What is no number is 0, too.
 double writtenScore(float score) {
     if (!(score > 0.0F)) return 0.0;
     return score < 1.0F ? static_cast<double>(score) : 1.0;
@@ -70,6 +71,7 @@ void writeSectionHead(OutputFile& output, std::string_view text) {
     writeRule(output, kRuleWidth);
 }
 
+// The fields of a transformation record, in their order.
 struct TransformationLine {
     std::uint32_t id1, id2;
     double score1, score2;
@@ -126,6 +128,7 @@ std::optional<FormatError> spoolFault(const TransformationSpool::Storage& spool,
 }
 
 // The two sections of pair records; false when the spool could not be read.
+// Twice through all pairs, each time from the spool, so that memory holds one pair at a time.
 bool writePairSections(OutputFile& output, const TransformationSpool::Storage& spool,
                        const MaxSubTable& table) {
     const std::span<const std::uint32_t> ids = table.ids;

@@ -92,6 +92,7 @@ class Fields {
 };
 
 // What no measure of structures comes near; it keeps what is hostile out of all later arithmetic.
+// Part files may be hostile; and matrices of single precision must hold the value.
 bool isSound(double value) {
     constexpr double kLargest = 1e9;
     return std::abs(value) <= kLargest;  // false for not a number
@@ -132,6 +133,7 @@ std::vector<MatchedRun> runsOf(const std::vector<MatchedPair>& matched) {
     return runs;
 }
 
+// Fifteen doubles: the centre of the experiment, that of the prediction, the rotation row by row.
 void putSuperposition(std::string& bytes, const Superposition& superposition) {
     for (const double value : superposition.experimentCentre)
         put(bytes, value);
@@ -156,6 +158,7 @@ bool takeSuperposition(Fields& fields, Superposition& superposition) {
     return centres && takeValues(fields, superposition.rotation);
 }
 
+// The header as it lies in the file, its own checksum at the end.
 std::string headerBytes(const PartHeader& header, std::uint64_t recordBytes) {
     const PairRange slice = header.slice();
     std::string bytes(kMagic);

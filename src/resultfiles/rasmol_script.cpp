@@ -188,6 +188,7 @@ FileOutcome finishScript(OutputFile& script, const std::string& path, Log& log) 
     return FileOutcome::Incomplete;
 }
 
+// One copy of the prediction for each domain that was found.
 std::vector<ShownPrediction> shownIterations(const ComparisonResult& result) {
     std::vector<ShownPrediction> predictions(result.iterations.size());
     for (std::size_t n = 0; n < predictions.size(); ++n) {

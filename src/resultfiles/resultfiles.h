@@ -38,6 +38,8 @@ FileOutcome writeDistanceFile(const std::string& path, const ChainList& chains,
                               const DistanceMatrix& matrix, std::span<const std::uint32_t> ids,
                               Log& log);
 
+// The tables of these files are as large as their size records say, which parsers compare with the
+// memory of the machine before they take any.
 struct DistanceFile {
     DistanceMatrix matrix;           // N x N, symmetric; 0 on the diagonal, which files do not give
     std::vector<std::uint32_t> ids;  // one a row, by first appearance in the file

@@ -80,6 +80,7 @@ struct ReadRequest {
 
 // Residues that no read returns, each named as in columns 23 to 27 of a PDB file's records: the
 // number at the right of four characters, and the insertion code.
+// Looked up for every residue of every file, so that an empty set must cost nothing.
 class ResidueExclusions {
  public:
     void add(std::string_view key) { keys_.emplace(key.substr(0, kKeyWidth)); }

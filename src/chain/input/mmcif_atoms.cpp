@@ -181,6 +181,7 @@ bool MmcifReader::beginPlace() {
     return true;
 }
 
+// An atom whose name does not fit four columns is none that a comparison looks at.
 bool MmcifReader::takeAtom() {
     if (isNewPlace() && !beginPlace()) return false;
     if (!isWanted_) return true;
@@ -195,6 +196,7 @@ bool MmcifReader::takeAtom() {
     return fillAtom(*atom);
 }
 
+// A missing occupancy or B-factor keeps the value of a new Atom; a missing coordinate is a fault.
 bool MmcifReader::fillAtom(Atom& atom) {
     for (const auto& [item, place] :
          {std::pair(XItem, &atom.x), {YItem, &atom.y}, {ZItem, &atom.z}}) {

@@ -52,6 +52,7 @@ void PdbEntryReader::finish() {
     if (!isDone_) lines_.finish([this](std::string_view line) { return take(line); });
 }
 
+// Records are told by their first letters; what is none of these is passed over.
 bool PdbEntryReader::take(std::string_view line) {
     const bool isHet = line.starts_with("HETATM");
     if (isHet || line.starts_with("ATOM")) return takeAtom(AtomRecord(line, true), isHet);
@@ -69,6 +70,7 @@ void PdbEntryReader::takeSequence(std::string_view line) {
         builder_.notePolymerName(line.substr(at, 3));
 }
 
+// Chains end once in each model, and its first record is compared with none of the model before.
 void PdbEntryReader::beginModel(std::string_view line) {
     model_ = leadingInteger(line.substr(5));
     hasEnded_.fill(false);

@@ -177,6 +177,7 @@ std::optional<Contents> readContents(const Reading& reading) {
 
 // Of the chains of a file those that the request can use, residues built; none, after ERROR lines,
 // when it cannot use the file.
+// Every chain is checked even after one has failed, so that the lines name all of them.
 std::vector<Chain> usableChains(std::vector<Chain>& chains, const ReadRequest& request, Log& log) {
     if (chains.empty()) log.error(0, "PDB contains no chains");
     if ((request.options & ReadSingleChain) != 0 && chains.size() > 1) {
@@ -216,6 +217,8 @@ std::string listed(const std::vector<std::string>& names) {
 }
 
 // What to choose in an entry whose chains are not the one that is wanted.
+// What is said after the ordinary lines of a refused file: they do not know of chains to choose
+// from.
 void explainChoice(const Reading& reading, const std::vector<Chain>& chains,
                    const std::set<std::string, std::less<>>& others) {
     const EntryRules& rules = reading.request.entry;

@@ -306,6 +306,8 @@ RmsdCells RmsdFits::compare(BatchPair pair, BatchWorker& worker) const {
             static_cast<float>(fit.rmsd ? fit.urmsd : 0.0), isMapped ? fit.pairs : 0U};
 }
 
+// The range may begin and end within a row, so the rows are filled whole and the outcomes taken
+// from where the range begins; what PositionalRmsd left open is compared by a fit of its own.
 void RmsdFits::compute(BatchPair from, std::span<Outcome> outcomes, BatchWorker& worker) const {
     if (!byPosition_) {
         outcomes.front() = compare(from, worker);
@@ -347,6 +349,7 @@ void mirror(Matrix<Value>& matrix) {
 
 // Pairs whose outcomes go elsewhere than into matrices.
 template <typename Searches>
+// For the blocks of a run: no matrix is made.
 class TakenPairs : public Searches {
  public:
     using Outcome = typename Searches::Outcome;
@@ -361,6 +364,7 @@ class TakenPairs : public Searches {
 
 // Pairs whose outcomes come from elsewhere than from a comparison.
 template <typename Pairs>
+// For a merge: progress, matrices and recorders are those of the ordinary batch.
 class GivenPairs : public Pairs {
  public:
     using Outcome = typename Pairs::Outcome;

@@ -65,6 +65,8 @@ ChunkPlan::ChunkPlan(ChunkNeeds needs, std::size_t count, std::size_t threads, b
     constexpr std::size_t kMostSlots = 8;  // of a thread
     constexpr std::size_t kRing = std::size_t{4} << 20;   // bytes of a thread's outcomes
     constexpr std::size_t kLines = std::size_t{1} << 20;  // and of its captured lines
+    // The fewest pairs of three limits: a share of the batch, what is worth a turn, and memory.
+    // Passes have many lines, so a pair is a chunk then.
     const std::size_t bytesOfPair = std::max<std::size_t>(needs.bytesOfPair, 1);
     const std::size_t mostPairs =
         showsPasses ? 1 : std::min(needs.pairs, kRing / kMostSlots / bytesOfPair);

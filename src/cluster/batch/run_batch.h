@@ -197,6 +197,8 @@ class ThreadedBatch {
     std::vector<std::unique_ptr<BatchWorker>> workers_;
 };
 
+// Compares all pairs of a batch and brings in what was found.  What a comparison throws (for lack
+// of memory) is thrown from here, after the pairs before it.
 template <typename Batch>
 void runBatch(Batch& batch, std::size_t threads, Log& log, Report& report) {
     BatchLines lines(Batch::kName, batch.count(), log, report);

@@ -15,13 +15,16 @@ namespace tervolanda {
 namespace {
 
 constexpr std::size_t kFewestPoints = 3;
+// Two vectors of four: their roots are found together.
 constexpr std::size_t kSolvedAtOnce = 8;
+// Says of a cell of a row that it is still open; the caller makes a fit of its own for it.
 constexpr double kNotKnown = std::numeric_limits<double>::quiet_NaN();
 
 double meanOf(const std::vector<double>& axis) {
     return std::accumulate(axis.begin(), axis.end(), 0.0) / static_cast<double>(axis.size());
 }
 
+// Blocks hold four points; the last is filled up with zeros, which add nothing to the sums.
 std::size_t blocksOf(std::size_t points) {
     return (points + 3) / 4;
 }

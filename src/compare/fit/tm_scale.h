@@ -1,4 +1,7 @@
 // The distance scale of the TM-score.
+//
+// For whole chains, for mapped pairs (as a cut-off) and for residues that are paired by distance;
+// the term is used wherever pairs are scored.
 #pragma once
 
 namespace tervolanda {

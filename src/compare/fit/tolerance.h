@@ -2,6 +2,8 @@
 // a chain in space and with the order of a sum; an exact tie, or a distance that equals a limit,
 // must not be decided by it.  The tolerances lie far above rounding and far below the digits that
 // are printed.
+//
+// Searches, scorings, GDT and contacts all decide by these functions, and by nothing of their own.
 #pragma once
 
 namespace tervolanda {

@@ -55,6 +55,7 @@ void reserve(std::size_t residues, CoordinateSet& set) {
 }
 
 // A blank after every 10 letters and a line break after every 60.
+// As databanks print sequences, ten and sixty.
 std::string inFastaForm(std::string_view letters) {
     std::string text;
     for (std::size_t i = 0; i < letters.size(); ++i) {
@@ -208,6 +209,8 @@ std::vector<std::uint32_t> positionalKinds(std::span<const CoordinateSet> sets) 
     return kinds;
 }
 
+// Every array is filled here that prepareChain() fills, but for those that pairing by sequence
+// needs.
 void selectRecords(const CoordinateSet& set, const std::vector<std::uint8_t>& left,
                    CoordinateSet& selected, std::vector<std::uint32_t>& original) {
     selected = CoordinateSet{};

@@ -138,6 +138,7 @@ double squaredDistance(const Points& points, std::size_t i, double x, double y, 
 
 }  // namespace
 
+// Coordinates as far apart as files allow may overflow: such a vector is none.
 Points unitVectors(const Points& points) {
     constexpr double kShort = 1e-6;  // Å
     Points vectors;

@@ -33,8 +33,8 @@ class SequenceAligner {
     void traceBack(std::size_t experimentLength, std::size_t predictionLength,
                    AlignedColumns& aligned) const;
 
-    // Scratch, kept from call to call.  The first two have one entry a column, after an entry for no
-    // experiment residue at all.
+    // Scratch, kept from call to call.  The first two have one entry a column, after an entry for
+    // no experiment residue at all.
     std::vector<std::int32_t> scores_;  // of the row above, then of the row itself
     std::vector<std::int32_t> rowGap_;  // score that ends with a skipped prediction residue
     std::vector<std::uint8_t> steps_;   // prediction x experiment residues, bits in the .cpp

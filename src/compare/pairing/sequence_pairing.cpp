@@ -12,6 +12,7 @@ namespace tervolanda {
 namespace {
 
 // One after the last record of the residue whose records begin at `first`.
+// Records of a residue follow each other, one by C-alpha atoms and up to four by backbone.
 std::size_t endOfResidue(const CoordinateSet& set, std::size_t first) {
     std::size_t end = first + 1;
     while (end < set.size() && set.residueKey[end] == set.residueKey[first])
@@ -34,6 +35,7 @@ bool areApart(const Points& points, std::size_t a, std::size_t b) {
     return dot(between, between) > kLongestCalphaDistance * kLongestCalphaDistance;
 }
 
+// A column is a key like a residue number; atoms of a residue keep their atom keys.
 void setKeys(const CoordinateSet& from, const std::vector<std::int32_t>& columns,
              CoordinateSet& keyed) {
     keyed = from;
