@@ -13,7 +13,8 @@ ROOT = pathlib.Path(__file__).resolve().parent
 
 
 def version():
-    return re.search(r"VERSION (\d[\d.]*)", (ROOT / "CMakeLists.txt").read_text("utf-8"))[1]
+    text = (ROOT / "CMakeLists.txt").read_text("utf-8")
+    return re.search(r"project\(tervolanda VERSION (\d[\d.]*)", text)[1]
 
 
 def found_by_python():
