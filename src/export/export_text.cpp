@@ -31,13 +31,13 @@ void appendNumber(std::string& text, double value) {
     std::array<char, 32> digits;
     // Rounding leaves "-0" here and there, of which the sign says nothing.
     const double signless = value == 0.0 ? 0.0 : value;
-    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), signless).ptr;
+    char* const end = std::to_chars(digits.data(), digits.data() + digits.size(), signless).ptr;
     text.append(digits.data(), end);
 }
 
 void appendNumber(std::string& text, std::size_t value) {
     std::array<char, 32> digits;
-    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr;
+    char* const end = std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr;
     text.append(digits.data(), end);
 }
 
