@@ -55,7 +55,7 @@ void appendSelector(std::string& text, const std::vector<ResidueStretch>& stretc
             appendJson(text, chain);
             text += ',';
         }
-        text += format("\"beg_auth_seq_id\":%d,\"end_auth_seq_id\":%d", stretch.first.number,
+        text += format(R"("beg_auth_seq_id":%d,"end_auth_seq_id":%d)", stretch.first.number,
                        stretch.last.number);
         if (stretch.first.insertionCode != ' ') {
             text += ",\"pdbx_PDB_ins_code\":";
@@ -69,7 +69,7 @@ void appendSelector(std::string& text, const std::vector<ResidueStretch>& stretc
 // The rotation is put column by column, and works before the translation.
 void appendTransform(std::string& text, const Superposition& motion) {
     const auto rows = homogeneousRows(motion);
-    text += "{\"kind\":\"transform\",\"params\":{\"rotation\":[";
+    text += R"({"kind":"transform","params":{"rotation":[)";
     for (std::size_t column = 0; column < 3; ++column) {
         for (std::size_t row = 0; row < 3; ++row) {
             if (column + row > 0) text += ',';
@@ -83,25 +83,24 @@ void appendTransform(std::string& text, const Superposition& motion) {
 }
 
 void appendColour(std::string& text, unsigned colour) {
-    text += "{\"kind\":\"color\",\"params\":{\"color\":" + colourName(colour);
+    text += R"({"kind":"color","params":{"color":)" + colourName(colour);
 }
 
 void appendStructure(std::string& text, const std::string& file, StructureForm form,
                      const std::string& chain, const Shown& shown) {
-    text += "{\"kind\":\"download\",\"params\":{\"url\":";
+    text += R"({"kind":"download","params":{"url":)";
     appendJson(text, file);
-    text += "},\"children\":[{\"kind\":\"parse\",\"params\":{\"format\":";
+    text += R"(},"children":[{"kind":"parse","params":{"format":)";
     text += form == StructureForm::Mmcif ? "\"mmcif\"" : "\"pdb\"";
-    text +=
-        "},\"children\":[{\"kind\":\"structure\",\"params\":{\"type\":\"model\"},\"children\":[";
+    text += R"(},"children":[{"kind":"structure","params":{"type":"model"},"children":[)";
     if (shown.motion != nullptr) appendTransform(text, *shown.motion);
-    text += "{\"kind\":\"component\",\"params\":{\"selector\":";
+    text += R"({"kind":"component","params":{"selector":)";
     if (shown.residues != nullptr) {
         appendSelector(text, *shown.residues, chain);
     } else {
         text += "\"polymer\"";
     }
-    text += "},\"children\":[{\"kind\":\"representation\",\"params\":{\"type\":\"cartoon\"},";
+    text += R"(},"children":[{"kind":"representation","params":{"type":"cartoon"},)";
     text += "\"children\":[";
     appendColour(text, shown.colour);
     text += "}}";
@@ -143,8 +142,8 @@ std::string MolstarArchive::sceneText(const Scene& scene, const std::vector<Part
         for (const ShownDomain& domain : scene.models.front().domains)
             matched.insert(matched.end(), domain.experiment.begin(), domain.experiment.end());
     }
-    std::string text = "{\"metadata\":{\"version\":\"1\",\"title\":\"Superposed structures\",";
-    text += "\"timestamp\":\"1980-01-01T00:00:00Z\",\"description\":\"Each transformation ";
+    std::string text = R"({"metadata":{"version":"1","title":"Superposed structures",)";
+    text += R"("timestamp":"1980-01-01T00:00:00Z","description":"Each transformation )";
     text += kMotionSentence;
     text += "\"},\n\"root\":{\"kind\":\"root\",\"children\":[\n";
     Shown experiment;

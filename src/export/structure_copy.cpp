@@ -101,7 +101,7 @@ std::string movedRecords(std::string_view text, const Superposition& motion) {
     out.reserve(text.size());
     while (!text.empty()) {
         const std::size_t end = text.find('\n');
-        const std::string_view line = text.substr(0, end == text.npos ? end : end + 1);
+        const std::string_view line = text.substr(0, end == std::string_view::npos ? end : end + 1);
         if (line.starts_with("ATOM") || line.starts_with("HETATM")) {
             appendMovedAtom(out, line, motion);
         } else if (line.starts_with("ANISOU")) {
