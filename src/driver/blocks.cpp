@@ -129,7 +129,7 @@ ReadablePairs::ReadablePairs(std::size_t entries, const ChainList& models)
         before_[i] += before_[i - 1];
 }
 
-std::size_t ReadablePairs::before(std::uint64_t index) const {
+std::uint64_t ReadablePairs::before(std::uint64_t index) const {
     const auto [i, j] = pairAt(index);
     if (i + 1 >= before_.size()) return pairsOf(before_.back());
     // Predictions come from i - 1 down, so before (i, j) the row has had those above j.

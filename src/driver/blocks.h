@@ -31,7 +31,7 @@ class ReadablePairs {
     ReadablePairs(std::size_t entries, const ChainList& models);
     bool isReadable(std::size_t entry) const { return before_[entry + 1] > before_[entry]; }
     // Pairs of readable models among the first `index` pairs of all.
-    std::size_t before(std::uint64_t index) const;
+    std::uint64_t before(std::uint64_t index) const;
 
  private:
     std::vector<std::uint32_t> before_;  // readable models among the first so many

@@ -57,8 +57,9 @@ class AllPairs {
     AllPairs(const PreparedList& list, PairRange range)
         : sets(list.sets()), list_(list), range_(range) {}
 
-    std::size_t count() const { return range_.count; }
-    BatchPair first() const { return skip({1, 0}, range_.first); }
+    // The models are in memory, and so fewer pairs than an address has values.
+    std::size_t count() const { return static_cast<std::size_t>(range_.count); }
+    BatchPair first() const { return skip({1, 0}, static_cast<std::size_t>(range_.first)); }
     static BatchPair next(BatchPair pair) {
         if (pair.prediction > 0) return {pair.experiment, pair.prediction - 1};
         return {pair.experiment + 1, pair.experiment};
@@ -233,7 +234,8 @@ class RmsdFits : public AllPairs {
     std::size_t together(BatchPair from) const {
         if (!byPosition_) return 1;
         const std::size_t end = endOfRows(from.experiment);
-        return pairsOf(end) - pairsOf(from.experiment) - (from.experiment - 1 - from.prediction);
+        return static_cast<std::size_t>(pairsOf(end) - pairsOf(from.experiment)) -
+               (from.experiment - 1 - from.prediction);
     }
     ChunkNeeds chunkNeeds() const {
         if (!byPosition_) return {};

@@ -133,12 +133,12 @@ RmsdBatch compareAllRmsd(const PreparedList& models, const RmsdOptions& options,
 
 // Pairs that follow each other in the order of all pairs, which are counted from 0.
 struct PairRange {
-    std::size_t first = 0;
-    std::size_t count = 0;
+    std::uint64_t first = 0;
+    std::uint64_t count = 0;
 };
 
-// Pairs of n models.
-inline std::size_t pairsOf(std::size_t n) {
+// Pairs of n models: of a list that is too long for this machine, too.
+inline std::uint64_t pairsOf(std::uint64_t n) {
     return n == 0 ? 0 : n * (n - 1) / 2;
 }
 
