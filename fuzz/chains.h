@@ -33,6 +33,12 @@ void requireSameChains(const std::vector<Chain>& a, const std::vector<Chain>& b)
 // That a full ATOM line of each atom, read again, gives the atom back.
 void requireWritable(const Chain& chain);
 
+// Whether a text may be taken for mmCIF, which targets of its own read.
+inline bool beginsAsMmcif(std::string_view text) {
+    const std::size_t first = text.find_first_not_of(" \t\r\n\v\f");
+    return first != std::string_view::npos && (text[first] == 'd' || text[first] == 'D');
+}
+
 // --- A second reader -----------------------------------------------------------------------------
 
 // The records of plain text: pieces of lines, of at most 80 characters, that begin with "ATOM".

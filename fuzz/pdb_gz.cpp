@@ -118,6 +118,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     theFile().bytes.set({reinterpret_cast<const char*>(data), length});
     const std::string text = inflated(theFile().path);
     if (text.size() > kLongestText) return 0;
+    if (beginsAsMmcif(text)) return 0;
     const std::vector<Chain> chains = requireSoundReading(theFile().path, reading);
     if (!isUnchecked) return 0;
     const auto& [request, exclusions] = reading;

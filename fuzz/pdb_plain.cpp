@@ -23,6 +23,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     request.maximumCompactness = input.ConsumeIntegralInRange(0, 3);
     if (input.ConsumeBool()) request.templateSequence = "ACDEFGHIKLMNPQRSTVWY";
     const std::string text = input.ConsumeRemainingBytesAsString();
+    if (beginsAsMmcif(text)) return 0;
     file.set(text);
     const std::vector<Chain> chains = requireSoundReading(file.path(), reading);
     if (isUnchecked) {

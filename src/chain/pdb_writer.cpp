@@ -67,17 +67,18 @@ std::string formatCoordinate(double value) {
 }
 
 std::string formatAtomLine(const Atom& atom) {
-    return format("ATOM  %5d %4s %3s  %s   %s\n", printedSerial(atom.serial), atom.name.text(),
+    return format("ATOM  %5d %4s %3s  %.4s%c   %s\n", printedSerial(atom.serial), atom.name.text(),
                   atom.residueName.text(), residueColumns(atom.residueId()).c_str(),
-                  coordinates(atom).c_str());
+                  atom.insertionCode, coordinates(atom).c_str());
 }
 
 std::string formatFullAtomLine(const Atom& atom, int serial) {
-    return format("ATOM  %5d %4s%c%3s %c%s   %s%s%s      %-4s%2s%2s\n", printedSerial(serial),
+    return format("ATOM  %5d %4s%c%3s %c%.4s%c   %s%s%s      %-4s%2s%2s\n", printedSerial(serial),
                   atom.name.text(), atom.alternateLocation, atom.residueName.text(), atom.chainId,
-                  residueColumns(atom.residueId()).c_str(), coordinates(atom).c_str(),
-                  factor(atom.occupancy).c_str(), factor(atom.bFactor).c_str(),
-                  atom.segmentId.text(), atom.element.text(), atom.charge.text());
+                  residueColumns(atom.residueId()).c_str(), atom.insertionCode,
+                  coordinates(atom).c_str(), factor(atom.occupancy).c_str(),
+                  factor(atom.bFactor).c_str(), atom.segmentId.text(), atom.element.text(),
+                  atom.charge.text());
 }
 
 void writeChain(OutputFile& file, const Chain& chain) {
