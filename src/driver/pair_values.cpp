@@ -20,9 +20,10 @@ void clearPair(PairResult& result) {
     result.status = PairStatus::Ok;
     for (auto* count : {&result.mapped, &result.pairs, &result.domains})
         count->reset();
-    for (auto* value : {&result.rmsd, &result.grmsd, &result.maxsub, &result.msi, &result.tm1,
-                        &result.tm2, &result.gdt, &result.rrmsd, &result.urmsd, &result.rurmsd,
-                        &result.contacts, &result.cutoff}) {
+    for (auto* value :
+         {&result.rmsd, &result.grmsd, &result.maxsub, &result.msi, &result.tm1, &result.tm2,
+          &result.gdt, &result.rrmsd, &result.urmsd, &result.rurmsd, &result.contacts,
+          &result.cutoff, &result.identity, &result.coverage1, &result.coverage2}) {
         value->reset();
     }
     result.superpositions.clear();

@@ -122,6 +122,7 @@ void RunExports::addInput(const Chain& chain, bool hasId) {
 void RunExports::setInputs() {
     inputs_.kind = runKind(settings_);
     inputs_.score = scoreKind(settings_);
+    inputs_.pairsBySequence = settings_.comparison.pairBySequence;
     inputs_.program = kProgramName;
     inputs_.version = kProgramVersion;
     inputs_.command = settings_.command;
@@ -165,33 +166,43 @@ void RunExports::makeFiles(bool (*isMade)(const ExportFile& file)) {
     }
 }
 
-void RunExports::take(BatchPair at) {
+// The outcome of a comparison has the pairs that it ended with, which -opt may have changed.  So
+// the sequences are aligned once more, for files that show the figures.
+void RunExports::showSequences(const ComparedPair& pair) {
+    const SequenceAgreement found = sequences_.agreement(pair.experiment, pair.prediction);
+    pair_.identity = found.identity();
+    pair_.coverage1 = found.experimentCoverage();
+    pair_.coverage2 = found.predictionCoverage();
+}
+
+void RunExports::take(const ComparedPair& pair) {
     const bool hasFit = pair_.status != PairStatus::NoPairs && pair_.status != PairStatus::NoFit;
     if (!hasFit) ++pairsWithoutFit_;
     if (form_.detail == PairDetail::None) return;
     // Positions count inputs: before the models of a list stands the experiment.
     const std::size_t firstPrediction = inputs_.kind == RunKind::AllVersusAll ? 0 : 1;
-    pair_.experiment = at.experiment;
-    pair_.prediction = firstPrediction + at.prediction;
+    pair_.experiment = pair.at.experiment;
+    pair_.prediction = firstPrediction + pair.at.prediction;
+    if (inputs_.pairsBySequence) showSequences(pair);
     for (const auto& file : files_)
         file->take(pair_);
 }
 
 void RunExports::seeMaxSub(const ComparedPair& pair, const ComparisonResult& result) {
     fillPair(pair, result, form_, pair_);
-    take(pair.at);
+    take(pair);
 }
 
 void RunExports::seeGdt(const ComparedPair& pair, const GdtResult& found,
                         const ComparisonResult& search) {
     fillPair(pair, found, search, form_, pair_);
-    take(pair.at);
+    take(pair);
 }
 
 void RunExports::seeRmsd(const ComparedPair& pair, const ListedRmsd& found,
                          std::span<const MatchedPair> matched) {
     fillPair(pair, found, matched, form_, pair_);
-    take(pair.at);
+    take(pair);
 }
 
 void RunExports::fail(const std::string& message) {

@@ -12,6 +12,7 @@
 
 #include "chain/input/input.h"
 #include "cluster/batch/batch.h"
+#include "compare/pairing/sequence_pairing.h"
 #include "driver/pair_values.h"
 #include "driver/settings.h"
 #include "export/export.h"
@@ -68,7 +69,8 @@ class RunExports final : public PairViewer {
     void start();
     void makeFiles(bool (*isMade)(const ExportFile& file));
     void addInput(const Chain& chain, bool hasId);
-    void take(BatchPair at);
+    void take(const ComparedPair& pair);
+    void showSequences(const ComparedPair& pair);
 
     // Invariant: `files_` has those that could be opened, between start() and finish(); a run that
     // ends in between (by an Abend, or for lack of memory) destroys them without commit(), which
@@ -82,6 +84,7 @@ class RunExports final : public PairViewer {
     PairForm form_{settings_.comparison, true, std::nullopt, PairDetail::None};
     // Used again for every pair, so that a batch does not allocate.
     PairResult pair_;
+    SequencePairing sequences_;
     std::size_t pairsWithoutFit_ = 0;
     std::optional<DistanceMatrix> scores_;
 };

@@ -134,7 +134,7 @@ void addSuperpositions(JsonObject& object, std::string& text, const PairResult& 
 // Writes pairs as objects.
 class PairWriter {
  public:
-    explicit PairWriter(const RunInputs& inputs) {
+    explicit PairWriter(const RunInputs& inputs) : hasSequences_(inputs.pairsBySequence) {
         keys_.reserve(inputs.structures.size());
         for (const InputStructure& input : inputs.structures)
             keys_.push_back({inputKeys(input, '1'), inputKeys(input, '2')});
@@ -162,6 +162,11 @@ class PairWriter {
         add("rurmsd", pair.rurmsd);
         add("contacts", pair.contacts);
         add("cutoff", pair.cutoff);
+        if (hasSequences_) {
+            add("identity", pair.identity);
+            add("coverage1", pair.coverage1);
+            add("coverage2", pair.coverage2);
+        }
         object.add("domains", pair.domains);
         object.add("status", statusWord(pair.status));
         object.key("matched");
@@ -173,6 +178,7 @@ class PairWriter {
 
  private:
     std::vector<InputKeys> keys_;
+    bool hasSequences_;
 };
 
 class JsonLines final : public ExportFile {

@@ -1,7 +1,7 @@
 // The table of pairs: tab-separated, a row a pair, the first line the names of its columns.
 //
 // Columns are the same in every run; what a run does not compute is empty.  So tables of different
-// measures can be put together.
+// measures can be put together.  Only what an option adds to every pair stands after them.
 #include <utility>
 #include <vector>
 
@@ -27,12 +27,16 @@ class PairTable final : public ExportFile {
         std::string id, file, chain, length;
     };
     std::vector<Columns> inputs_;
+    bool hasSequences_ = false;
 };
 
 void PairTable::start(const RunInputs& inputs) {
     text() +=
         "id1\tid2\tfile1\tfile2\tchain1\tchain2\tlength1\tlength2\tmapped\tpairs\trmsd\tgrmsd\t"
-        "maxsub\ttm1\ttm2\tmsi\tgdt\trrmsd\turmsd\trurmsd\tcontacts\tcutoff\tdomains\tstatus\n";
+        "maxsub\ttm1\ttm2\tmsi\tgdt\trrmsd\turmsd\trurmsd\tcontacts\tcutoff\tdomains\tstatus";
+    hasSequences_ = inputs.pairsBySequence;
+    if (hasSequences_) text() += "\tidentity\tcoverage1\tcoverage2";
+    text() += '\n';
     inputs_.reserve(inputs.structures.size());
     for (const InputStructure& input : inputs.structures) {
         Columns columns;
@@ -66,6 +70,12 @@ void PairTable::take(const PairResult& pair) {
     }
     add(pair.domains);
     row += statusWord(pair.status);
+    if (hasSequences_) {
+        for (const auto& value : {pair.identity, pair.coverage1, pair.coverage2}) {
+            row += '\t';
+            appendCell(row, value);
+        }
+    }
     row += '\n';
     pace();
 }

@@ -97,8 +97,11 @@ struct PairResult {
     std::optional<double> tm1, tm2;  // by the length of the experiment, of the prediction
     std::optional<double> gdt;       // 0 to 100
     std::optional<double> rrmsd, urmsd, rurmsd;
-    std::optional<double> contacts;             // native contacts, per cent
-    std::optional<double> cutoff;               // of the first domain, Å
+    std::optional<double> contacts;  // native contacts, per cent
+    std::optional<double> cutoff;    // of the first domain, Å
+    // Of pairing by sequence: identical residues among those that the alignment pairs, and the
+    // share of either chain's residues that it pairs, per cent.
+    std::optional<double> identity, coverage1, coverage2;
     std::vector<Superposition> superpositions;  // one a domain; by GDT and RMSD one
     std::vector<ResiduePair>
         residues;  // in mapped order, where a file asks for PairDetail::Residues
@@ -116,6 +119,7 @@ struct RecordedOption {
 struct RunInputs {
     RunKind kind = RunKind::Pairwise;
     ScoreKind score = ScoreKind::Tm;
+    bool pairsBySequence = false;  // identity and coverage of pairs are known
     // Pairwise the experiment and the prediction; the experiment of a list, then its models; else
     // the models in the order of the matrix.
     std::vector<InputStructure> structures;

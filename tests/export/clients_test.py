@@ -141,7 +141,7 @@ def check_newick(folder, document):
 def check_residues(program, folder):
     """Distances, and the superposition of the JSON, reproduce the RMSD of the subset."""
     run(program, folder, "-e", "experiment.pdb", "-p", "near_1.pdb", "-noalign", "--residues=residues.tsv",
-        "--json=pair.json", "--tsv=pair.tsv")
+        "--json=pair.json", "--tsv=pair.tsv", "--pair=sequence")
     pair = json.loads((folder / "pair.json").read_text("utf-8"))["pairs"][0]
     places = [{int(line[22:26]): [float(line[k:k + 8]) for k in (30, 38, 46)]
                for line in (folder / name).read_text().splitlines() if line[:4] == "ATOM" and line[12:16] == " CA "}
@@ -160,6 +160,7 @@ def check_residues(program, folder):
     assert math.isclose(math.sqrt(sum(squares) / len(squares)), pair["rmsd"], abs_tol=1e-9)
     counted = sum(last - first + 1 for first, last, *_ in pair["matched"])
     assert counted == pair["pairs"]
+    assert [pair["identity"], pair["coverage1"], pair["coverage2"]] == [100, 100, 100]
     return pair
 
 

@@ -48,29 +48,26 @@ void setKeys(const CoordinateSet& from, const std::vector<std::int32_t>& columns
     sortByKey(keyed);
 }
 
-void reportAlignment(std::string_view experiment, std::string_view prediction,
-                     const AlignedColumns& aligned, Report& report) {
-    if (!report.reports(ReportLevel::Numbers)) return;
-    unsigned pairs = 0, identical = 0;
+double percentage(std::size_t part, std::size_t whole) {
+    return whole == 0 ? 0.0 : 100.0 * static_cast<double>(part) / static_cast<double>(whole);
+}
+
+// Both lists of columns ascend, so one walk finds those that they share.
+SequenceAgreement agreementOf(std::string_view experiment, std::string_view prediction,
+                              const AlignedColumns& aligned) {
+    SequenceAgreement found{0, 0, experiment.size(), prediction.size()};
     std::size_t j = 0;
     for (std::size_t i = 0; i < aligned.prediction.size(); ++i) {
         while (j < aligned.experiment.size() && aligned.experiment[j] < aligned.prediction[i])
             ++j;
         if (j == aligned.experiment.size()) break;
         if (aligned.experiment[j] != aligned.prediction[i]) continue;
-        ++pairs;
+        ++found.pairs;
         // Lower case is another thing than another residue, and X is none that is known.
         const char letter = static_cast<char>(prediction[i] & ~0x20);
-        if (letter == (experiment[j] & ~0x20) && letter != 'X') ++identical;
+        if (letter == (experiment[j] & ~0x20) && letter != 'X') ++found.identical;
     }
-    const auto percentage = [](unsigned part, std::size_t whole) {
-        return whole == 0 ? 0.0 : 100.0 * part / static_cast<double>(whole);
-    };
-    report.report(ReportLevel::Numbers,
-                  "Sequences: Pairs=%4u, Identity=%6.2f%%, Coverage=%6.2f%% of prediction, "
-                  "%6.2f%% of experiment\n",
-                  pairs, percentage(identical, pairs), percentage(pairs, prediction.size()),
-                  percentage(pairs, experiment.size()));
+    return found;
 }
 
 // One letter a residue, lower case where the chain is broken after it.
@@ -92,6 +89,19 @@ std::string lettersOf(const CoordinateSet& set) {
 }
 
 }  // namespace
+
+std::optional<double> SequenceAgreement::identity() const {
+    if (pairs == 0) return std::nullopt;
+    return percentage(identical, pairs);
+}
+
+double SequenceAgreement::experimentCoverage() const {
+    return percentage(pairs, experimentResidues);
+}
+
+double SequenceAgreement::predictionCoverage() const {
+    return percentage(pairs, predictionResidues);
+}
 
 void addSequence(CoordinateSet& set) {
     set.residueLetters = lettersOf(set);
@@ -118,8 +128,21 @@ SequencePairing::Keyed SequencePairing::align(const CoordinateSet& experiment,
     const AlignedColumns& aligned = columnsOf(experiment, prediction);
     setKeys(experiment, aligned.experiment, experiment_);
     setKeys(prediction, aligned.prediction, prediction_);
-    reportAlignment(asked_.first, asked_.second, aligned, report);
+    if (report.reports(ReportLevel::Numbers)) {
+        const SequenceAgreement found = agreementOf(asked_.first, asked_.second, aligned);
+        report.report(ReportLevel::Numbers,
+                      "Sequences: Pairs=%4u, Identity=%6.2f%%, Coverage=%6.2f%% of prediction, "
+                      "%6.2f%% of experiment\n",
+                      found.pairs, found.identity().value_or(0.0), found.predictionCoverage(),
+                      found.experimentCoverage());
+    }
     return {experiment_, prediction_};
+}
+
+SequenceAgreement SequencePairing::agreement(const CoordinateSet& experiment,
+                                             const CoordinateSet& prediction) {
+    const AlignedColumns& aligned = columnsOf(experiment, prediction);
+    return agreementOf(asked_.first, asked_.second, aligned);
 }
 
 }  // namespace tervolanda

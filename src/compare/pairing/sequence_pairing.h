@@ -2,7 +2,9 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -13,6 +15,19 @@ namespace tervolanda {
 
 // Fills what the set shows of its chain's sequence.
 void addSequence(CoordinateSet& set);
+
+// How much two sequences have in common by their alignment.
+struct SequenceAgreement {
+    std::uint32_t pairs = 0;      // residues that stand in one column
+    std::uint32_t identical = 0;  // of these: the same amino acid, and a known one
+    std::size_t experimentResidues = 0;
+    std::size_t predictionResidues = 0;
+
+    // All per cent; identity is of the pairs, and none where there are none.
+    std::optional<double> identity() const;
+    double experimentCoverage() const;
+    double predictionCoverage() const;
+};
 
 // Gives residues that belong together by sequence one key, so that all that pairs residues by
 // number goes on with them as if they had equal numbers.
@@ -26,6 +41,9 @@ class SequencePairing {
     // The sets with columns of the alignment for residue keys, good until the next call.  Numbers
     // and places stay those of the chains.  One line at report level 3.
     Keyed align(const CoordinateSet& experiment, const CoordinateSet& prediction, Report& report);
+
+    // The same alignment in figures.
+    SequenceAgreement agreement(const CoordinateSet& experiment, const CoordinateSet& prediction);
 
  private:
     using Sequences = std::pair<std::string, std::string>;  // experiment, prediction
