@@ -58,13 +58,15 @@ SCENARIOS = {
         ["r.txt", "u.txt"],
     ),
     "exports": (
-        ["-l", "models.txt", "-C", "2", "--tsv=t.tsv", "--json=j.json", "--npy=m.npy", "--newick=t.nwk"],
-        ["t.tsv", "j.json", "m.npy", "m.npy.names", "t.nwk"],
-    ),
+        ["-l", "models.txt", "-C", "2", "--tsv=t.tsv", "--json=j.json", "--npy=m.npy", "--newick=t.nwk",
+         "--jsonl=j.jsonl", "--ranking=r.tsv", "--linkage=l.npy"],
+        ["t.tsv", "j.json", "m.npy", "m.npy.names", "t.nwk", "j.jsonl", "r.tsv", "l.npy"],
+    ),  # fmt: skip
     "viewers": (
         ["-noalign", "-e", "helix.pdb", "-p", "moved.pdb.gz", "--superposed=.", "--pymol=scene.pml",
-         "--molstar=scene.mvsx", "--report=page.html"],
-        ["moved.pdb", "scene.pml", "scene.mvsx", "page.html"],
+         "--molstar=scene.mvsx", "--report=page.html", "--chimerax=scene.cxc", "--rasmol=scene.rsm",
+         "--residues=r.tsv"],
+        ["moved.pdb", "scene.pml", "scene.mvsx", "page.html", "scene.cxc", "scene.rsm", "r.tsv"],
     ),  # fmt: skip
     "distances": (["-F", "distances.txt", "-C", "2"], []),
     "transformations": (["-M", "transformations.txt"], []),
