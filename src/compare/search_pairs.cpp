@@ -8,6 +8,19 @@
 
 namespace tervolanda {
 
+namespace {
+
+// The nearest whole number, halves to the even one, for magnitudes up to 2^51: the sum has no bits
+// left for fractions.  A larger value may come back changed; it is then kept as it was, as one that
+// is no whole number, and sums of such values are not exact anyway.  std::nearbyint is a call where
+// the processor that is compiled for may lack SSE 4.1, 0.7 % of the instructions of a small list.
+double nearestWhole(double value) {
+    constexpr double kNoFractions = 6755399441055744.0;  // 1.5 x 2^52
+    return (value + kNoFractions) - kNoFractions;
+}
+
+}  // namespace
+
 // The coordinates of one axis about their rounded mean.
 SearchPairs::Extent SearchPairs::placeAxis(const std::vector<double>& values, double origin,
                                            std::vector<double>& placed,
@@ -22,7 +35,7 @@ SearchPairs::Extent SearchPairs::placeAxis(const std::vector<double>& values, do
     Extent extent;
     for (std::size_t i = 0; i < n; ++i) {
         const double value = (values[i] + origin) * kPerAngstrom;
-        const double whole = std::nearbyint(value);
+        const double whole = nearestWhole(value);
         // Far above the bits lost by centring, far below the digits that a file may have beyond the
         // third: only a coordinate with three decimals counts as one.
         const bool isWhole = std::abs(value - whole) <= kNoise;
