@@ -114,7 +114,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     ChainList models;
     std::uint32_t counter = 0;
     const std::size_t read =
-        readModelList(listFile.path(), counter, ReadRequest{}, exclusions, quiet.log, models);
+        readModelList(listFile.path(), counter, {{}, exclusions}, models, quiet.log);
     const std::vector<std::string> named = names(list);
     FUZZ_REQUIRE(counter == named.size());
     FUZZ_REQUIRE(read == models.chains.size());

@@ -74,7 +74,7 @@ py::dict allByMaxSub(const std::vector<StructurePtr>& models, ComparisonParamete
     const MaxSubBatch batch = compareAll(
         models, AtomSelection::Calpha, parameters, {threads, progress},
         [](const auto& list, const auto& asked, Log& log, Report& report, std::size_t n) {
-            return compareAllMaxSub(list, asked, nullptr, log, report, n);
+            return compareAllMaxSub(list, asked, nullptr, log, report, {n});
         });
     py::dict matrices;
     matrices["values"] = arrayOf(batch.scores);
@@ -88,7 +88,7 @@ py::dict allByGdt(const std::vector<StructurePtr>& models, const ComparisonParam
     const GdtBatch batch =
         compareAll(models, AtomSelection::Calpha, parameters, {threads, progress},
                    [](const auto& list, const auto& asked, Log& log, Report& report,
-                      std::size_t n) { return compareAllGdt(list, asked, log, report, n); });
+                      std::size_t n) { return compareAllGdt(list, asked, log, report, {n}); });
     py::dict matrices;
     matrices["values"] = arrayOf(batch.gdt);
     return matrices;
@@ -110,7 +110,7 @@ py::dict allByRmsd(const std::vector<StructurePtr>& models, bool backbone, bool 
         compareAll(models, selectionOf(backbone), pairedBy(bySequence), {threads, progress},
                    [&](const auto& list, const auto&, Log& log, Report& report, std::size_t n) {
                        return compareAllRmsd(list, {.urmsd = urmsd, .pairBySequence = bySequence},
-                                             log, report, n);
+                                             log, report, {n});
                    });
     py::dict matrices;
     matrices["rmsd"] = arrayOf(batch.rmsd);

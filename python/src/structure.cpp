@@ -100,8 +100,8 @@ py::tuple readList(const std::string& path, const ReadChoice& choice) {
         std::uint32_t counter = 0;
         if (choice.exclude.empty() ||
             readResidueExclusionFile(choice.exclude, exclusions, messages.log())) {
-            readModelsAt(path, counter, requestOf(choice), exclusions, messages.log(), list,
-                         usableProcessors());
+            readModelsAt(path, counter, {requestOf(choice), exclusions, usableProcessors()}, list,
+                         messages.log());
         }
         for (Chain& chain : list.chains)
             structures.push_back(asStructure(std::move(chain)));

@@ -90,8 +90,8 @@ MaxSubBatch maxSubOfAll(const PreparedList& models, PairRecorder* recorder,
                         const Settings& settings, RunExports& exports, Log& log, Report& report) {
     const ComparisonParameters& parameters = settings.comparison;
     if (!settings.blocks.mergeFolder) {
-        return compareAllMaxSub(models, parameters, recorder, log, report, settings.threads,
-                                exports.viewer());
+        return compareAllMaxSub(models, parameters, recorder, log, report,
+                                {settings.threads, exports.viewer()});
     }
     MergedPairs merged = mergedPairs(settings, models, exports, log);
     const auto give = [&](BatchPair pair, ComparisonResult& result) {
@@ -107,7 +107,7 @@ GdtBatch gdtOfAll(const PreparedList& models, const Settings& settings, RunExpor
                   Log& log, Report& report) {
     const ComparisonParameters& parameters = settings.comparison;
     if (!settings.blocks.mergeFolder) {
-        return compareAllGdt(models, parameters, log, report, settings.threads, exports.viewer());
+        return compareAllGdt(models, parameters, log, report, {settings.threads, exports.viewer()});
     }
     MergedPairs merged = mergedPairs(settings, models, exports, log);
     const auto give = [&](BatchPair, double& gdt) { merged.next(gdt); };
@@ -120,7 +120,7 @@ RmsdBatch rmsdOfAll(const PreparedList& models, const Settings& settings, RunExp
                     Log& log, Report& report) {
     const RmsdOptions options = rmsdOptions(settings);
     if (!settings.blocks.mergeFolder) {
-        return compareAllRmsd(models, options, log, report, settings.threads, exports.viewer());
+        return compareAllRmsd(models, options, log, report, {settings.threads, exports.viewer()});
     }
     MergedPairs merged = mergedPairs(settings, models, exports, log);
     const auto give = [&](BatchPair, RmsdCells& cells) { merged.next(cells); };
@@ -164,8 +164,8 @@ int compareListMaxSub(const ChainList& models, const Settings& settings, RunExpo
     }
     const auto jury = rankAndPrint(batch.scores, batch.pairs, models, settings, log);
     auto ranked = ranking(batch.scores, MatrixValues::Similarities, jury, exports);
-    clusterAndFinish(std::move(batch.scores), MatrixValues::Similarities,
-                     {modelIds(models), &models}, std::move(ranked), settings, exports, log);
+    clusterAndFinish({std::move(batch.scores), MatrixValues::Similarities, {ids, &models}},
+                     std::move(ranked), settings, exports, log);
     return status;
 }
 
@@ -182,17 +182,17 @@ int compareListGdt(const ChainList& models, const Settings& settings, RunExports
     };
     printPairs(models, figures, log);
     printAverage(batch.gdt, settings, log);
+    const std::vector<std::uint32_t> ids = modelIds(models);
     int status = EXIT_SUCCESS;
     if (settings.output.resultFile) {
-        status = exitStatus(writeDistanceFile(*settings.output.resultFile, models, batch.gdt,
-                                              modelIds(models), log),
-                            settings);
+        status = exitStatus(
+            writeDistanceFile(*settings.output.resultFile, models, batch.gdt, ids, log), settings);
     }
     auto ranked = ranking(batch.gdt, MatrixValues::Similarities, {}, exports);
     // Clustering takes similarities from 0 to 1.
     for (float& value : batch.gdt.values())
         value /= 100.0F;
-    clusterAndFinish(std::move(batch.gdt), MatrixValues::Similarities, {modelIds(models), &models},
+    clusterAndFinish({std::move(batch.gdt), MatrixValues::Similarities, {ids, &models}},
                      std::move(ranked), settings, exports, log);
     return status;
 }
@@ -236,7 +236,8 @@ int compareListRmsd(const ChainList& models, const Settings& settings, RunExport
     printAverage(batch.rmsd, settings, log);
     const int status = writeRmsdFiles(batch, models, settings, log);
     auto ranked = ranking(batch.rmsd, MatrixValues::Distances, {}, exports);
-    clusterAndFinish(std::move(batch.rmsd), MatrixValues::Distances, {modelIds(models), &models},
+    const std::vector<std::uint32_t> ids = modelIds(models);
+    clusterAndFinish({std::move(batch.rmsd), MatrixValues::Distances, {ids, &models}},
                      std::move(ranked), settings, exports, log);
     return status;
 }

@@ -32,8 +32,9 @@ ChainList readNeeded(const std::vector<std::uint32_t>& needed, const Settings& s
     const auto isNeeded = [&needed](std::uint32_t id) {
         return std::binary_search(needed.begin(), needed.end(), id - 1);
     };
-    readModelList(*settings.input.listFile, counter, readPlan(settings).models, exclusions, log,
-                  models, settings.threads, nullptr, isNeeded);
+    const ReadRequest structure = readPlan(settings).models;
+    readModelList(*settings.input.listFile, counter,
+                  {structure, exclusions, settings.threads, nullptr, isNeeded}, models, log);
     return models;
 }
 
@@ -51,14 +52,15 @@ PairRange rangeOf(const PartHeader& header, const ReadablePairs& readable, std::
 void compareInto(PartWriter& part, const PreparedList& models, PairRange range,
                  const Settings& settings, Log& log, Report& report) {
     const auto take = [&part](BatchPair, const auto& outcome) { part.add(outcome); };
+    const PairSlice slice{models, range};
     const std::size_t threads = settings.threads;
     switch (comparisonKind(settings)) {
         case ComparisonKind::MaxSub:
-            return compareMaxSub(models, range, settings.comparison, take, log, report, threads);
+            return compareMaxSub(slice, settings.comparison, take, log, report, threads);
         case ComparisonKind::Gdt:
-            return compareGdt(models, range, settings.comparison, take, log, report, threads);
+            return compareGdt(slice, settings.comparison, take, log, report, threads);
         case ComparisonKind::Rmsd:
-            return compareRmsd(models, range, rmsdOptions(settings), take, log, report, threads);
+            return compareRmsd(slice, rmsdOptions(settings), take, log, report, threads);
     }
 }
 
@@ -76,18 +78,18 @@ double secondsForAll(const PreparedList& models, const Settings& settings, Log& 
     // The processor clock ticks in hundredths of a second on some systems: a tenth is told to 10 %.
     constexpr double kLongEnough = 0.1;
     const auto nothing = [](BatchPair, const auto&) {};
-    const PairRange all{0, pairsOf(models.size())};
+    const PairSlice all{models, {0, pairsOf(models.size())}};
     const std::clock_t begin = std::clock();
     for (int rounds = 1;; ++rounds) {
         switch (comparisonKind(settings)) {
             case ComparisonKind::MaxSub:
-                compareMaxSub(models, all, settings.comparison, nothing, log, report);
+                compareMaxSub(all, settings.comparison, nothing, log, report);
                 break;
             case ComparisonKind::Gdt:
-                compareGdt(models, all, settings.comparison, nothing, log, report);
+                compareGdt(all, settings.comparison, nothing, log, report);
                 break;
             case ComparisonKind::Rmsd:
-                compareRmsd(models, all, rmsdOptions(settings), nothing, log, report);
+                compareRmsd(all, rmsdOptions(settings), nothing, log, report);
                 break;
         }
         const double seconds = static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC;

@@ -24,7 +24,7 @@ int runClusterOnly(const Settings& settings, RunExports& exports, Log& log) {
     exports.startMatrix(file->ids, nullptr, nullptr);
     std::vector<RankedModel> ranked;
     if (exports.isWanted()) ranked = rankedModels(file->matrix, MatrixValues::Distances, {});
-    clusterAndFinish(std::move(file->matrix), MatrixValues::Distances, {file->ids},
+    clusterAndFinish({std::move(file->matrix), MatrixValues::Distances, {file->ids}},
                      std::move(ranked), settings, exports, log);
     return EXIT_SUCCESS;
 }

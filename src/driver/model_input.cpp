@@ -24,12 +24,11 @@ ChainList readModels(const Settings& settings, const ResidueExclusions& exclusio
     const ComparisonKind kind = comparisonKind(settings);
     ChainList models;
     std::uint32_t counter = 0;
-    const ReadRequest request = readPlan(settings).models;
+    const ReadRequest structure = readPlan(settings).models;
+    const ListRequest request{structure, exclusions, settings.threads, unread};
     const std::size_t read = settings.input.listIsPath
-                                 ? readModelsAt(path, counter, request, exclusions, log, models,
-                                                settings.threads, unread)
-                                 : readModelList(path, counter, request, exclusions, log, models,
-                                                 settings.threads, unread);
+                                 ? readModelsAt(path, counter, request, models, log)
+                                 : readModelList(path, counter, request, models, log);
     if (read == 0 && kind == ComparisonKind::Rmsd) {
         abend("Failed to read PDB list file '%s'", path.c_str());
     }

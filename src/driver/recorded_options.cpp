@@ -20,14 +20,9 @@ Value count(long long value) {
     return value;
 }
 
-}  // namespace
+// The rows come in groups of the order in which files show them, which is kept for their readers.
 
-std::vector<RecordedOption> recordedOptions(const Settings& settings) {
-    const InputSettings& input = settings.input;
-    const ComparisonParameters& comparison = settings.comparison;
-    const MeasureSettings& measure = settings.measure;
-    const ClusteringSettings& clustering = settings.clustering;
-    const OutputSettings& output = settings.output;
+std::vector<RecordedOption> inputOptions(const InputSettings& input, const OutputSettings& output) {
     return {
         {"-e", text(input.experimentFile)},
         {"-p", text(input.predictionFile)},
@@ -39,6 +34,13 @@ std::vector<RecordedOption> recordedOptions(const Settings& settings) {
         {"--chain-p", input.predictionChain},
         {"-all", input.allAtoms},
         {"-L", count(output.logLevel)},
+    };
+}
+
+// How pairs are compared: what most runs set.
+std::vector<RecordedOption> mainOptions(const ComparisonParameters& comparison,
+                                        const MeasureSettings& measure) {
+    return {
         {"-d", comparison.distanceCutoff},
         {"-N", count(comparison.normLength)},
         {"-rmsd", measure.rmsdOnly},
@@ -46,6 +48,11 @@ std::vector<RecordedOption> recordedOptions(const Settings& settings) {
         {"-i", count(comparison.iterations)},
         {"-in", comparison.sequenceIndependent},
         {"--pair", comparison.pairBySequence ? Value("sequence") : Value()},
+    };
+}
+
+std::vector<RecordedOption> clusterOptions(const ClusteringSettings& clustering) {
+    return {
         {"-C", count(clustering.clusterMethod)},
         {"-T", clustering.threshold},
         {"-Tm", clustering.maxThreshold},
@@ -54,7 +61,15 @@ std::vector<RecordedOption> recordedOptions(const Settings& settings) {
         {"-ms", count(clustering.minClusterSize)},
         {"-s", clustering.juryScore},
         {"-P", count(clustering.juryPairs)},
-        {"-nosort", output.noSort},
+    };
+}
+
+// The rest, in which runs seldom differ.
+std::vector<RecordedOption> finerOptions(const Settings& settings) {
+    const ComparisonParameters& comparison = settings.comparison;
+    const MeasureSettings& measure = settings.measure;
+    return {
+        {"-nosort", settings.output.noSort},
         {"-TSF", comparison.thresholdScale},
         {"-rankMS", measure.rankMS},
         {"-noscore", !comparison.scorePoor},
@@ -73,6 +88,16 @@ std::vector<RecordedOption> recordedOptions(const Settings& settings) {
         {"-dist", comparison.contactDistance},
         {"-gap", count(comparison.contactGap)},
     };
+}
+
+}  // namespace
+
+std::vector<RecordedOption> recordedOptions(const Settings& settings) {
+    std::vector<RecordedOption> all = inputOptions(settings.input, settings.output);
+    for (const auto& more : {mainOptions(settings.comparison, settings.measure),
+                             clusterOptions(settings.clustering), finerOptions(settings)})
+        all.insert(all.end(), more.begin(), more.end());
+    return all;
 }
 
 }  // namespace tervolanda

@@ -42,14 +42,13 @@ std::optional<double> meanScore(const DistanceMatrix& scores, std::size_t model,
 // the clusters.  None for method 0.
 // An upper threshold that steps never reach is an ERROR line and no failure: what was computed
 // stays.
-std::optional<Clustering> clusterAndPrint(DistanceMatrix& matrix, MatrixValues values,
-                                          const ModelLabels& models, const Settings& settings,
+std::optional<Clustering> clusterAndPrint(LabelledMatrix& matrix, const Settings& settings,
                                           Log& log) {
     const std::optional<ClusterMethod> method = clusterMethod(settings);
     if (!method) return std::nullopt;
     ClusterSettings asked;
     asked.method = *method;
-    asked.values = values;
+    asked.values = matrix.values;
     asked.threshold = settings.clustering.threshold;
     asked.maxThreshold = settings.clustering.maxThreshold;
     asked.thresholdStep = settings.clustering.thresholdStep;
@@ -58,9 +57,9 @@ std::optional<Clustering> clusterAndPrint(DistanceMatrix& matrix, MatrixValues v
     // The thresholds tried are lines at level 3 only, and without them a search may leap over any
     // number.
     asked.triedOneByOne = log.logLevel() > 2 ? kMostPrintedThresholds : 0;
-    std::optional<Clustering> found = clusterModels(matrix, asked);
+    std::optional<Clustering> found = clusterModels(matrix.cells, asked);
     if (found) {
-        printClustering(*found, models, log);
+        printClustering(*found, matrix.models, log);
     } else {
         log.error(0, "Unable to converge %f to %f using adjustment %f",
                   settings.clustering.threshold, settings.clustering.maxThreshold,
@@ -119,15 +118,14 @@ std::vector<RankedModel> rankedModels(const DistanceMatrix& scores, MatrixValues
     return ranking;
 }
 
-void clusterAndFinish(DistanceMatrix matrix, MatrixValues values, const ModelLabels& models,
-                      std::vector<RankedModel> ranking, const Settings& settings,
-                      RunExports& exports, Log& log) {
+void clusterAndFinish(LabelledMatrix matrix, std::vector<RankedModel> ranking,
+                      const Settings& settings, RunExports& exports, Log& log) {
     RunResults results;
-    results.clustering = clusterAndPrint(matrix, values, models, settings, log);
+    results.clustering = clusterAndPrint(matrix, settings, log);
     if (!exports.isWanted()) return;
     const bool isConverted = clusterMethod(settings).has_value();
-    results.matrix = &matrix;
-    results.matrixValues = isConverted ? MatrixValues::Distances : values;
+    results.matrix = &matrix.cells;
+    results.matrixValues = isConverted ? MatrixValues::Distances : matrix.values;
     results.ranking = std::move(ranking);
     if (results.clustering) addClusters(*results.clustering, results.ranking);
     exports.finish(results);

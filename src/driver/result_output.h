@@ -31,13 +31,18 @@ std::vector<JuryScore> rankAndPrint(const DistanceMatrix& scores, const PairMatr
 std::vector<RankedModel> rankedModels(const DistanceMatrix& scores, MatrixValues values,
                                       std::span<const JuryScore> jury);
 
+// What a run clusters, and what it says.
+struct LabelledMatrix {
+    DistanceMatrix cells;  // N x N
+    MatrixValues values = MatrixValues::Distances;
+    ModelLabels models;  // of its rows, lent
+};
+
 // Clusters the models of a matrix and prints the clusters, none for method 0, and completes the
-// exports, for which the ranking is.  Seven parameters: the first four are what the mode made, the
-// others are the three that every mode is called with.  The matrix comes by value because
-// clustering overwrites it, with distances in place of similarities.
-void clusterAndFinish(DistanceMatrix matrix, MatrixValues values, const ModelLabels& models,
-                      std::vector<RankedModel> ranking, const Settings& settings,
-                      RunExports& exports, Log& log);
+// exports, for which the ranking is.  The matrix comes by value because clustering overwrites it,
+// with distances in place of similarities.
+void clusterAndFinish(LabelledMatrix matrix, std::vector<RankedModel> ranking,
+                      const Settings& settings, RunExports& exports, Log& log);
 
 // What a writer or reader of result files made; a format error is fatal.
 template <typename Made>

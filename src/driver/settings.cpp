@@ -303,6 +303,31 @@ void resolveRun(Arguments& arguments, Settings& settings, Log& log) {
     log.setLogLevel(settings.output.logLevel);
 }
 
+// Runs whose output another program reads, so that nothing else may be among it.
+bool printsOneThing(const BlockSettings& blocks) {
+    return blocks.missingFolder.has_value() || blocks.planMinutes.has_value();
+}
+
+// Everything that is looked up among the arguments, in the order that arguments.h explains.
+TextFlags readOptions(Arguments& arguments, const OwnOptions& own, Settings& settings, Log& log) {
+    readFileOptions(arguments, settings);
+    readEntryOptions(own, settings.input);
+    readListOption(own, settings.input);
+    readClusterOptions(arguments, settings);
+    log.setLogLevel(settings.output.logLevel);
+    const TextFlags texts = readFlagOptions(arguments, settings);
+    readSearchOptions(arguments, settings);
+    readOwnOptions(own, settings);
+    log.setProgressForm(settings.progress);
+    return texts;
+}
+
+// Whether an option has said what to work on; where none has, files without options do.
+bool hasMode(const InputSettings& input) {
+    return input.listFile || input.transformFile || input.distanceFile ||
+           (input.predictionFile && input.experimentFile);
+}
+
 bool asksForMoreHelp(const OwnOptions& own) {
     constexpr std::array<std::string_view, 1> kPages = {"more"};
     return own.choice("help", kPages).has_value();
@@ -326,22 +351,10 @@ CommandLine readCommandLine(std::vector<std::string> values, Log& log) {
         return line;
     }
     Settings& settings = line.settings;
-    readFileOptions(arguments, settings);
-    readEntryOptions(own, settings.input);
-    readListOption(own, settings.input);
-    readClusterOptions(arguments, settings);
-    log.setLogLevel(settings.output.logLevel);
-    const TextFlags texts = readFlagOptions(arguments, settings);
-    readSearchOptions(arguments, settings);
-    readOwnOptions(own, settings);
-    log.setProgressForm(settings.progress);
-
+    const TextFlags texts = readOptions(arguments, own, settings, log);
     const bool hasWork =
         !texts.help && !texts.extendedHelp && (arguments.count() > 2 || settings.input.listIsPath);
-    const bool hasMode = settings.input.listFile || settings.input.transformFile ||
-                         settings.input.distanceFile ||
-                         (settings.input.predictionFile && settings.input.experimentFile);
-    if (hasWork && !hasMode) takePositionalForm(arguments, settings);
+    if (hasWork && !hasMode(settings.input)) takePositionalForm(arguments, settings);
     line.request = chooseRequest(texts, hasWork);
     if (line.request != Request::Run) return line;
     if (settings.input.entry.allModels && !settings.input.listFile) {
@@ -349,9 +362,7 @@ CommandLine readCommandLine(std::vector<std::string> values, Log& log) {
     }
     // The level is still the number that was given, -1 without one: the line appears only in runs
     // that ask for details.
-    const bool printsOneThing =
-        settings.blocks.missingFolder.has_value() || settings.blocks.planMinutes.has_value();
-    if (!printsOneThing) log.info(0, "help");
+    if (!printsOneThing(settings.blocks)) log.info(0, "help");
     resolveRun(arguments, settings, log);
     settings.output.exports = exportRequests(own);
     settings.command = std::move(command);

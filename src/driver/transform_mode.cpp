@@ -21,8 +21,9 @@ int runTransformMode(const Settings& settings, RunExports& exports, Log& log) {
     exports.keepScores(file->scores);
     std::vector<RankedModel> ranked;
     if (exports.isWanted()) ranked = rankedModels(file->scores, MatrixValues::Similarities, jury);
-    clusterAndFinish(std::move(file->scores), MatrixValues::Similarities,
-                     {file->ids, &file->chains}, std::move(ranked), settings, exports, log);
+    clusterAndFinish(
+        {std::move(file->scores), MatrixValues::Similarities, {file->ids, &file->chains}},
+        std::move(ranked), settings, exports, log);
     return EXIT_SUCCESS;
 }
 

@@ -3,6 +3,9 @@
 // meet a template of another version.  The page asks nothing of any network (its policy forbids the
 // browser to), and what comes from outside reaches it as JSON alone: the script shows it as text,
 // never as markup.
+//
+// More than 400 lines: style, frame and script are one page, and name each other's classes and
+// keys.
 #include "export/report_template.h"
 
 namespace tervolanda {

@@ -274,7 +274,7 @@ TEST(ModelPaths, NameFoldersPatternsListsAndEntries) {
         request.entry = {.readsPdb = true, .chain = "A", .allModels = true};
         ChainList models;
         std::uint32_t counter = 0;
-        readModelsAt(path, counter, request, {}, captured.log, models);
+        readModelsAt(path, counter, {request, {}}, models, captured.log);
         std::string read;
         for (const Chain& chain : models.chains)
             read += format("%u %s, ", chain.number,

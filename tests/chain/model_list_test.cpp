@@ -19,7 +19,7 @@ std::string modelsOf(const TemporaryFolder& folder, std::string text, CapturedLo
         text.replace(at, 1, folder.path().string() + "/");
     ChainList list;
     const std::size_t read =
-        readModelList(folder.write("list", text), counter, {}, {}, captured.log, list);
+        readModelList(folder.write("list", text), counter, {{}, {}}, list, captured.log);
     EXPECT_EQ(read, list.chains.size());
     std::string models;
     for (const Chain& chain : list.chains)

@@ -115,19 +115,25 @@ struct UnreadModel {
     std::string reason;
 };
 
+// How the files of a list are read: each as readChain() reads one.  What is lent has to outlive the
+// reading.
+struct ListRequest {
+    const ReadRequest& structure;
+    const ResidueExclusions& exclusions;
+    // List and messages are the same by however many threads the files are read.
+    std::size_t threads = 1;
+    // Files that cannot be read are appended here, where there is one.
+    std::vector<UnreadModel>* unread = nullptr;
+    // Where there is one, only the models are read whose IDs it says yes to; their files hold one.
+    std::function<bool(std::uint32_t id)> wanted{};
+};
+
 // Reads the models that a list file names, one path a line, and appends those that can be read to
 // `list`; returns their number.  `counter` is the caller's running ID: it starts at 0, and every
 // line that names a file takes the next ID, whether the file can be read or not; of a file whose
-// models are structures of their own every model does.  Files that cannot be read are appended to
-// `unread`, where there is one.  List and messages are the same by however many threads the files
-// are read.  With `wanted` only the models are read whose IDs it says yes to; their files hold one.
-// The first seven parameters are what every read takes; the rest has defaults that nearly all
-// callers of the library want, and is no struct for their sake.
+// models are structures of their own every model does.
 std::size_t readModelList(const std::string& path, std::uint32_t& counter,
-                          const ReadRequest& request, const ResidueExclusions& exclusions, Log& log,
-                          ChainList& list, std::size_t threads = 1,
-                          std::vector<UnreadModel>* unread = nullptr,
-                          const std::function<bool(std::uint32_t id)>& wanted = {});
+                          const ListRequest& request, ChainList& list, Log& log);
 
 // What a list file holds, its models unread.
 struct ListSummary {
@@ -152,9 +158,7 @@ std::optional<std::uint32_t> fileChecksum(const std::string& path, Log& log);
 // names ("model_2" before "model_10"), those that match a pattern of the shell, one structure file,
 // or those of a list file, where relative paths count from the folder of the list.
 std::size_t readModelsAt(const std::string& path, std::uint32_t& counter,
-                         const ReadRequest& request, const ResidueExclusions& exclusions, Log& log,
-                         ChainList& list, std::size_t threads = 1,
-                         std::vector<UnreadModel>* unread = nullptr);
+                         const ListRequest& request, ChainList& list, Log& log);
 
 // Adds the keys of a residue exclusion file (the first five characters of every line).  False,
 // after an ERROR line, when it cannot be read.

@@ -107,14 +107,13 @@ class UnreadNotes {
 class ListReading {
  public:
     // `nextPath` gives the path of the next file, none at the end.
-    ListReading(std::function<std::optional<std::string>()> nextPath, ReadRequest request,
-                const ResidueExclusions& exclusions,
-                const std::function<bool(std::uint32_t id)>& wanted, std::uint32_t& counter,
-                UnreadNotes& notes, ChainList& list)
+    ListReading(std::function<std::optional<std::string>()> nextPath, const ListRequest& request,
+                std::uint32_t& counter, UnreadNotes& notes, ChainList& list)
         : nextPath_(std::move(nextPath)),
-          request_(std::move(request)),
-          exclusions_(exclusions),
-          wanted_(wanted),
+          request_(request.structure),
+          exclusions_(request.exclusions),
+          wanted_(request.wanted),
+          threads_(request.threads),
           counter_(counter),
           notes_(notes),
           log_(notes.log()),
@@ -122,7 +121,7 @@ class ListReading {
         request_.options |= ReadSingleChain;
     }
 
-    void readAll(std::size_t threads);
+    void readAll();
     // Says how many could be read from `source`, and returns it.
     std::size_t finish(const std::string& source);
 
@@ -141,7 +140,7 @@ class ListReading {
 
     std::optional<File> next();
     std::vector<Chain> modelsOf(const File& file, Log& log) const;
-    void readBySeveral(std::size_t threads);
+    void readBySeveral();
     void readAside(Reading& reading) const;
     void consume(Reading& reading);
     void takeFile(const File& file, std::vector<Chain> models);
@@ -151,6 +150,7 @@ class ListReading {
     ReadRequest request_;
     const ResidueExclusions& exclusions_;
     const std::function<bool(std::uint32_t id)>& wanted_;
+    std::size_t threads_;
     std::uint32_t& counter_;
     UnreadNotes& notes_;
     Log& log_;
@@ -199,8 +199,8 @@ void ListReading::takeModel(std::uint32_t id, Chain model) {
     ++read_;
 }
 
-void ListReading::readAll(std::size_t threads) {
-    if (threads > 1) return readBySeveral(threads);
+void ListReading::readAll() {
+    if (threads_ > 1) return readBySeveral();
     while (const auto file = next())
         takeFile(*file, modelsOf(*file, log_));
 }
@@ -235,16 +235,16 @@ void ListReading::consume(Reading& reading) {
     takeFile(reading.file, std::move(reading.models));
 }
 
-void ListReading::readBySeveral(std::size_t threads) {
+void ListReading::readBySeveral() {
     constexpr std::size_t kSlots = 4;  // of a thread
-    std::vector<Reading> readings(threads * kSlots);
+    std::vector<Reading> readings(threads_ * kSlots);
     const auto claim = [&](std::size_t slot) {
         std::optional<File> file = next();
         if (!file) return false;
         readings[slot].file = *std::move(file);
         return true;
     };
-    runInOrder({threads, readings.size(), 0, claim,
+    runInOrder({threads_, readings.size(), 0, claim,
                 [&](std::size_t slot, std::size_t) {
                     readAside(readings[slot]);
                     return std::size_t{0};
@@ -265,23 +265,11 @@ std::optional<std::vector<std::string>> filesAt(const std::string& path) {
     return std::nullopt;
 }
 
-// What the callers of both ways to name models hand on.
-struct ListTask {
-    const ReadRequest& request;
-    const ResidueExclusions& exclusions;
-    std::uint32_t& counter;
-    ChainList& list;
-    std::size_t threads;
-    std::vector<UnreadModel>* unread;
-    const std::function<bool(std::uint32_t id)>& wanted;
-    Log& log;
-};
-
 // The models of a list file, where relative paths count from `folder`; empty for the working
 // directory.
 std::size_t readListFile(const std::string& path, const std::filesystem::path& folder,
-                         const ListTask& task) {
-    Log& log = task.log;
+                         std::uint32_t& counter, const ListRequest& request, ChainList& list,
+                         Log& log) {
     log.info(0, "Reading PDB list file '%s'", path.c_str());
     const FileHandle file = openForReading(path);
     if (!file) {
@@ -298,10 +286,9 @@ std::size_t readListFile(const std::string& path, const std::filesystem::path& f
         }
         return std::nullopt;
     };
-    UnreadNotes notes(log, task.unread);
-    ListReading reading(nextPath, task.request, task.exclusions, task.wanted, task.counter, notes,
-                        task.list);
-    reading.readAll(task.threads);
+    UnreadNotes notes(log, request.unread);
+    ListReading reading(nextPath, request, counter, notes, list);
+    reading.readAll();
     reportReadError(lines, path, kLongestList, log);
     return reading.finish("list file '" + path + "'");
 }
@@ -309,31 +296,25 @@ std::size_t readListFile(const std::string& path, const std::filesystem::path& f
 }  // namespace
 
 std::size_t readModelList(const std::string& path, std::uint32_t& counter,
-                          const ReadRequest& request, const ResidueExclusions& exclusions, Log& log,
-                          ChainList& list, std::size_t threads, std::vector<UnreadModel>* unread,
-                          const std::function<bool(std::uint32_t id)>& wanted) {
-    return readListFile(path, {},
-                        {request, exclusions, counter, list, threads, unread, wanted, log});
+                          const ListRequest& request, ChainList& list, Log& log) {
+    return readListFile(path, {}, counter, request, list, log);
 }
 
 std::size_t readModelsAt(const std::string& path, std::uint32_t& counter,
-                         const ReadRequest& request, const ResidueExclusions& exclusions, Log& log,
-                         ChainList& list, std::size_t threads, std::vector<UnreadModel>* unread) {
+                         const ListRequest& request, ChainList& list, Log& log) {
     const auto files = filesAt(path);
     if (!files) {
         const std::filesystem::path folder = std::filesystem::path(path).parent_path();
-        return readListFile(path, folder,
-                            {request, exclusions, counter, list, threads, unread, {}, log});
+        return readListFile(path, folder, counter, request, list, log);
     }
     log.info(0, "Reading %zu structure files of '%s'", files->size(), path.c_str());
     std::size_t next = 0;
     const auto nextPath = [&] {
         return next < files->size() ? std::optional((*files)[next++]) : std::nullopt;
     };
-    UnreadNotes notes(log, unread);
-    const std::function<bool(std::uint32_t)> all;
-    ListReading reading(nextPath, request, exclusions, all, counter, notes, list);
-    reading.readAll(threads);
+    UnreadNotes notes(log, request.unread);
+    ListReading reading(nextPath, request, counter, notes, list);
+    reading.readAll();
     return reading.finish("'" + path + "'");
 }
 

@@ -53,9 +53,10 @@ DistanceMatrix matrixWithDiagonal(std::size_t n, float diagonal) {
 // pair's number in this order is what a block's slice counts, so that it must never change.
 class AllPairs {
  public:
-    explicit AllPairs(const PreparedList& list) : AllPairs(list, {0, pairsOf(list.size())}) {}
-    AllPairs(const PreparedList& list, PairRange range)
-        : sets(list.sets()), list_(list), range_(range) {}
+    explicit AllPairs(const PreparedList& list)
+        : AllPairs(PairSlice{list, {0, pairsOf(list.size())}}) {}
+    explicit AllPairs(const PairSlice& slice)
+        : sets(slice.models.sets()), list_(slice.models), range_(slice.range) {}
 
     // The models are in memory, and so fewer pairs than an address has values.
     std::size_t count() const { return static_cast<std::size_t>(range_.count); }
@@ -400,46 +401,46 @@ double renormalised(double score, std::size_t residues, std::size_t otherResidue
 }
 
 MaxSubBatch compareAllMaxSub(const PreparedList& models, const ComparisonParameters& parameters,
-                             PairRecorder* recorder, Log& log, Report& report, std::size_t threads,
-                             PairViewer* viewer) {
-    MaxSubPairs pairs(models, parameters, recorder, viewer);
-    runBatch(pairs, threadsFor(parameters, threads), log, report);
+                             PairRecorder* recorder, Log& log, Report& report,
+                             const BatchRun& run) {
+    MaxSubPairs pairs(models, parameters, recorder, run.viewer);
+    runBatch(pairs, threadsFor(parameters, run.threads), log, report);
     return std::move(pairs.found);
 }
 
 GdtBatch compareAllGdt(const PreparedList& models, const ComparisonParameters& parameters, Log& log,
-                       Report& report, std::size_t threads, PairViewer* viewer) {
-    GdtPairs pairs(models, parameters, viewer);
-    runBatch(pairs, threadsFor(parameters, threads), log, report);
+                       Report& report, const BatchRun& run) {
+    GdtPairs pairs(models, parameters, run.viewer);
+    runBatch(pairs, threadsFor(parameters, run.threads), log, report);
     return std::move(pairs.found);
 }
 
 RmsdBatch compareAllRmsd(const PreparedList& models, const RmsdOptions& options, Log& log,
-                         Report& report, std::size_t threads, PairViewer* viewer) {
-    RmsdPairs pairs(models, options, report.reports(ReportLevel::Passes), viewer);
-    runBatch(pairs, threads, log, report);
+                         Report& report, const BatchRun& run) {
+    RmsdPairs pairs(models, options, report.reports(ReportLevel::Passes), run.viewer);
+    runBatch(pairs, run.threads, log, report);
     return mirrored(std::move(pairs.found), options);
 }
 
-void compareMaxSub(const PreparedList& models, PairRange range,
-                   const ComparisonParameters& parameters, const TakePair<ComparisonResult>& take,
-                   Log& log, Report& report, std::size_t threads) {
-    TakenPairs pairs(MaxSubSearches(AllPairs(models, range), parameters), take);
+void compareMaxSub(const PairSlice& slice, const ComparisonParameters& parameters,
+                   const TakePair<ComparisonResult>& take, Log& log, Report& report,
+                   std::size_t threads) {
+    TakenPairs pairs(MaxSubSearches(AllPairs(slice), parameters), take);
     runBatch(pairs, threadsFor(parameters, threads), log, report);
 }
 
-void compareGdt(const PreparedList& models, PairRange range, const ComparisonParameters& parameters,
+void compareGdt(const PairSlice& slice, const ComparisonParameters& parameters,
                 const TakePair<double>& take, Log& log, Report& report, std::size_t threads) {
     const TakePair<GdtOutcome> takeOutcome = [&take](BatchPair pair, const GdtOutcome& outcome) {
         take(pair, outcome.found.gdt);
     };
-    TakenPairs pairs(GdtSearches(AllPairs(models, range), parameters, nullptr), takeOutcome);
+    TakenPairs pairs(GdtSearches(AllPairs(slice), parameters, nullptr), takeOutcome);
     runBatch(pairs, threadsFor(parameters, threads), log, report);
 }
 
-void compareRmsd(const PreparedList& models, PairRange range, const RmsdOptions& options,
+void compareRmsd(const PairSlice& slice, const RmsdOptions& options,
                  const TakePair<RmsdCells>& take, Log& log, Report& report, std::size_t threads) {
-    TakenPairs pairs(RmsdFits(AllPairs(models, range), models.selection(), options,
+    TakenPairs pairs(RmsdFits(AllPairs(slice), slice.models.selection(), options,
                               report.reports(ReportLevel::Passes)),
                      take);
     runBatch(pairs, threads, log, report);

@@ -103,13 +103,16 @@ struct MaxSubBatch {
     DistanceMatrix rmsd;    // of the subsets, Å; 0 with several domain iterations
     PairMatrix pairs;
 };
-// Without a recorder nothing else is kept.  The parameters of all batches come in this order: what
-// is compared and how, who takes what no matrix holds, where lines go, by how many threads.  They
-// are seven where all of these apply, and stay apart because each comes from another place of a
-// caller.
+// By how many threads a batch of all pairs is computed, and who sees its pairs, if anybody.
+struct BatchRun {
+    std::size_t threads = 1;
+    PairViewer* viewer = nullptr;
+};
+
+// Without a recorder nothing else is kept.
 MaxSubBatch compareAllMaxSub(const PreparedList& models, const ComparisonParameters& parameters,
                              PairRecorder* recorder, Log& log, Report& report,
-                             std::size_t threads = 1, PairViewer* viewer = nullptr);
+                             const BatchRun& run = {});
 
 // A score over the residues of one chain as one over those of another; as it is where that has
 // none.
@@ -119,7 +122,7 @@ struct GdtBatch {
     DistanceMatrix gdt;  // 0 to 100, symmetric, 100 on the diagonal
 };
 GdtBatch compareAllGdt(const PreparedList& models, const ComparisonParameters& parameters, Log& log,
-                       Report& report, std::size_t threads = 1, PairViewer* viewer = nullptr);
+                       Report& report, const BatchRun& run = {});
 
 struct RmsdBatch {
     DistanceMatrix rmsd;   // Å; -1 where no fit was possible; 1 on the diagonal
@@ -127,7 +130,7 @@ struct RmsdBatch {
     PairMatrix pairs;      // 0 for fewer than 3
 };
 RmsdBatch compareAllRmsd(const PreparedList& models, const RmsdOptions& options, Log& log,
-                         Report& report, std::size_t threads = 1, PairViewer* viewer = nullptr);
+                         Report& report, const BatchRun& run = {});
 
 // --- Some of the pairs, here or elsewhere --------------------------------------------------------
 
@@ -142,6 +145,12 @@ inline std::uint64_t pairsOf(std::uint64_t n) {
     return n == 0 ? 0 : n * (n - 1) / 2;
 }
 
+// The pairs of a list that a range counts, which there are; the list is lent.
+struct PairSlice {
+    const PreparedList& models;
+    PairRange range;
+};
+
 // What the matrices of an RmsdBatch hold of a pair.
 struct RmsdCells {
     float rmsd = 0.0F;
@@ -155,13 +164,13 @@ using TakePair = std::function<void(BatchPair pair, const Outcome& outcome)>;
 template <typename Outcome>
 using GivePair = std::function<void(BatchPair pair, Outcome& outcome)>;
 
-// The pairs of a range, which there are, as in the batch of all pairs.
-void compareMaxSub(const PreparedList& models, PairRange range,
-                   const ComparisonParameters& parameters, const TakePair<ComparisonResult>& take,
-                   Log& log, Report& report, std::size_t threads = 1);
-void compareGdt(const PreparedList& models, PairRange range, const ComparisonParameters& parameters,
+// The pairs of a slice, compared as in the batch of all pairs.
+void compareMaxSub(const PairSlice& slice, const ComparisonParameters& parameters,
+                   const TakePair<ComparisonResult>& take, Log& log, Report& report,
+                   std::size_t threads = 1);
+void compareGdt(const PairSlice& slice, const ComparisonParameters& parameters,
                 const TakePair<double>& take, Log& log, Report& report, std::size_t threads = 1);
-void compareRmsd(const PreparedList& models, PairRange range, const RmsdOptions& options,
+void compareRmsd(const PairSlice& slice, const RmsdOptions& options,
                  const TakePair<RmsdCells>& take, Log& log, Report& report,
                  std::size_t threads = 1);
 

@@ -1,0 +1,51 @@
+// What the page of --report shows, and the parts of its JSON, a file of this room for each.
+//
+// The page is one block of JSON and a script (report_template.cpp) that makes tables and pictures
+// of it; docs/formats.md does not describe the block, which only that script reads.  Keys and their
+// order are therefore free to change, together with the script.
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "export/json_writer.h"
+#include "export/results.h"
+
+namespace tervolanda {
+
+inline constexpr int kReportDecimals = 3;  // of scores and distances
+
+// What is kept of a run until its page is written.
+//
+// Pairs are kept where there is one experiment, and of these only the best with its residues: a
+// list may have any number of models, and the page draws one superposition.
+struct ReportData {
+    const RunInputs* inputs = nullptr;  // lent
+    std::vector<PairResult> pairs;      // without residues and superpositions, in list order
+    std::optional<PairResult> best;     // the first of the best, with both
+
+    std::size_t modelCount() const { return inputs->structures.size() - inputs->firstModel(); }
+    std::string modelName(std::size_t model) const;  // counted from 0 among the models
+    // What the run is ranked by; none for a pair that has no such score.
+    std::optional<double> scoreOf(const PairResult& pair) const;
+};
+
+// A structure by its path, or by its ID where an earlier run left no path.
+std::string reportName(const InputStructure& input);
+// As a heading of a column or an axis.
+std::string scoreName(ScoreKind kind);
+
+// The key "tables": ranking, figures of a pair, clusters, files that were skipped.
+void writeReportTables(JsonWriter& json, const ReportData& data, const RunResults& results);
+// Names, clusters, tree and matrix of all models; nothing where there are fewer than two, no
+// matrix, or more than kMostModelsInMatrix.
+void writeReportMap(JsonWriter& json, const ReportData& data, const RunResults& results);
+// The residues, the alignment and the superposition of the best pair.  REQUIRES: there is one.
+void writeReportPair(JsonWriter& json, const ReportData& data);
+
+// A matrix of more models is no picture any more, and would make a page of more than 8 MB.
+inline constexpr std::size_t kMostModelsInMatrix = 2000;
+
+}  // namespace tervolanda
