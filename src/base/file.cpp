@@ -1,6 +1,8 @@
-// The new version of a result file is written beside the old one and renamed over it: rename() is
-// atomic, so whatever ends the run, the name always stands for one complete version.  As long as
-// the new version has a name of its own, signals that end the run wait until it is gone.
+// The new version of a result file is written to a file without a name, which gets one when it is
+// complete and is renamed over the old one: rename() is atomic, so whatever ends the run, the name
+// always stands for one complete version.  In the moment in which the new version has a name of its
+// own, signals that end the run wait.  A run may have many files open, for hours: none of them has
+// anything to clear up, and no signal waits for any of them.
 #include "base/file.h"
 
 #include <fcntl.h>
@@ -153,20 +155,21 @@ bool overwrite(const std::string& path, std::FILE* from) {
            std::fclose(to.release()) == 0;
 }
 
-// Held signals are looked for each time so much has been written.
-constexpr std::size_t kSignalCheckStep = std::size_t{1} << 16;  // bytes
+// A new file in the folder of `path` whose name is gone at once, for reading and writing; -1 when
+// there can be none.  It can get no name again.
+int openForgotten(const std::string& path) {
+    const SignalHold hold;
+    std::string name = path + ".XXXXXX";
+    const int descriptor = mkstemp(name.data());
+    if (descriptor >= 0) unlink(name.c_str());
+    return descriptor;
+}
 
 }  // namespace
 
 FileHandle openUnnamedBeside(const std::string& path) {
-    int descriptor = openUnnamed(path);
-    if (descriptor < 0) {
-        const SignalHold hold;
-        std::string name = path + ".XXXXXX";
-        descriptor = mkstemp(name.data());
-        if (descriptor >= 0) unlink(name.c_str());
-    }
-    return streamOf(descriptor, "w+b");
+    const int descriptor = openUnnamed(path);
+    return streamOf(descriptor >= 0 ? descriptor : openForgotten(path), "w+b");
 }
 
 OutputFile::OutputFile(std::string path) : path_(std::move(path)) {
@@ -195,27 +198,21 @@ OutputFile::~OutputFile() {
     discard();
 }
 
-// Without a name to begin with where the file system offers that, so that not even SIGKILL leaves a
-// part of a file behind.
+// Without a name to begin with, so that not even SIGKILL leaves a part of a file behind.
 void OutputFile::openBeside() {
     int descriptor = openUnnamed(path_);
-    isUnnamed_ = descriptor >= 0;
-    if (!isUnnamed_) {
-        hold_.emplace();
-        temporary_ = path_ + ".XXXXXX";
-        descriptor = mkstemp(temporary_.data());
-        if (descriptor < 0) temporary_.clear();
-    }
-    file_ = streamOf(descriptor, "wb");
+    isLinkable_ = descriptor >= 0;
+    if (!isLinkable_) descriptor = openForgotten(path_);
+    file_ = streamOf(descriptor, "w+b");
     isNew_ = file_ != nullptr;
-    if (!isNew_) discard();
 }
 
 // A file without a name cannot replace another: it needs one for the moment before rename().
 bool OutputFile::takeTemporaryName() {
     constexpr int kAttempts = 100;  // names of crashed runs with the same process number
-    const std::string source = descriptorName(fileno(file_.get()));
     hold_.emplace();
+    if (!isLinkable_) return copyToTemporaryName();
+    const std::string source = descriptorName(fileno(file_.get()));
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
         temporary_ = format("%s.%d-%d", path_.c_str(), static_cast<int>(getpid()), attempt);
         if (linkat(AT_FDCWD, source.c_str(), AT_FDCWD, temporary_.c_str(), AT_SYMLINK_FOLLOW) == 0)
@@ -224,6 +221,20 @@ bool OutputFile::takeTemporaryName() {
     }
     temporary_.clear();
     return false;
+}
+
+// Where the file system cannot link an open file to a name (NFS, for example), its text is copied
+// to a file that has one, with its mode.
+bool OutputFile::copyToTemporaryName() {
+    std::string name = path_ + ".XXXXXX";
+    FileHandle copy = streamOf(mkstemp(name.data()), "wb");
+    if (!copy) return false;
+    temporary_ = name;
+    struct stat status {};
+    return fstat(fileno(file_.get()), &status) == 0 &&
+           fchmod(fileno(copy.get()), status.st_mode & static_cast<mode_t>(0777)) == 0 &&
+           std::fseek(file_.get(), 0, SEEK_SET) == 0 && copyAll(file_.get(), copy.get()) &&
+           std::fclose(copy.release()) == 0;
 }
 
 void OutputFile::write(std::string_view text) {
@@ -235,11 +246,6 @@ void OutputFile::write(std::string_view text) {
         text = shown;
     }
     if (std::fwrite(text.data(), 1, text.size(), file_.get()) != text.size()) failed_ = true;
-    if (!hold_) return;
-    writtenUnchecked_ += text.size();
-    if (writtenUnchecked_ < kSignalCheckStep) return;
-    writtenUnchecked_ = 0;
-    if (hold_->isAwaited()) discard();
 }
 
 void OutputFile::print(const char* pattern, ...) {
@@ -271,7 +277,7 @@ bool OutputFile::commit() {
         hold_.emplace();
         failed_ = std::fflush(file_.get()) != 0 || !overwrite(path_, file_.get());
     }
-    if (isUnnamed_ && !failed_) failed_ = !takeTemporaryName();
+    if (isNew_ && !failed_) failed_ = !takeTemporaryName();
     if (std::fclose(file_.release()) != 0) failed_ = true;
     if (!failed_ && !temporary_.empty()) failed_ = !takeName();
     discard();

@@ -60,11 +60,11 @@ class LineReader {
 FileHandle openUnnamedBeside(const std::string& path);
 
 // A file that is being written.  Where the path names nothing or a regular file the text goes to a
-// new file beside it, which takes its name on commit(); where it names something else (a device, a
-// pipe, a symbolic link) that is opened and written directly.  Without commit() nothing is left
-// behind and an older file stays as it was, also when SIGINT, SIGTERM or SIGHUP ends the process.
-// A file that cannot be replaced, as one that is mounted into a container, is overwritten on
-// commit(), once there is room for all of the new text; its folder need not be writable.
+// new file without a name, which takes that name on commit(); where it names something else (a
+// device, a pipe, a symbolic link) that is opened and written directly.  Without commit() nothing
+// is left behind and an older file stays as it was, also when SIGINT, SIGTERM or SIGHUP ends the
+// process. A file that cannot be replaced, as one that is mounted into a container, is overwritten
+// on commit(), once there is room for all of the new text; its folder need not be writable.
 class OutputFile {
  public:
     explicit OutputFile(std::string path);
@@ -86,6 +86,7 @@ class OutputFile {
  private:
     void openBeside();
     bool takeTemporaryName();
+    bool copyToTemporaryName();
     bool takeName();
     void discard();
 
@@ -93,10 +94,9 @@ class OutputFile {
     std::string temporary_;           // name beside `path_`; empty while there is none
     std::optional<SignalHold> hold_;  // as long as there is one
     FileHandle file_;
-    std::size_t writtenUnchecked_ = 0;  // bytes since signals were looked for
-    bool isNew_ = false;                // a file of our own beside the path
-    bool isElsewhere_ = false;          // or in the folder for temporary files
-    bool isUnnamed_ = false;
+    bool isNew_ = false;        // a file of our own in the folder of the path
+    bool isElsewhere_ = false;  // or in the folder for temporary files
+    bool isLinkable_ = false;   // to a name, by the file system
     bool isTerminal_ = false;
     bool failed_ = false;
 };

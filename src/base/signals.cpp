@@ -23,13 +23,4 @@ SignalHold::~SignalHold() {
     pthread_sigmask(SIG_UNBLOCK, &held_, nullptr);
 }
 
-bool SignalHold::isAwaited() const {
-    sigset_t pending;
-    if (sigpending(&pending) != 0) return false;
-    for (const int number : kEndingSignals) {
-        if (sigismember(&held_, number) == 1 && sigismember(&pending, number) == 1) return true;
-    }
-    return false;
-}
-
 }  // namespace tervolanda

@@ -19,8 +19,6 @@ class SignalHold {
     SignalHold(const SignalHold&) = delete;
     SignalHold& operator=(const SignalHold&) = delete;
     ~SignalHold();
-    // Whether one is waiting.
-    bool isAwaited() const;
 
  private:
     sigset_t held_{};

@@ -341,16 +341,18 @@ def fail_signals(shop, count):
         return "no terminal can be made"
     shop.write("many.txt", b"helix.pdb\nturned.pdb\n" * 150)
     shop.inputs.add("many.txt")
+    results = ["r.txt", "t.tsv", "j.json", "page.html"]
     arguments = ["-l", "many.txt", "-rmsd", "-C", "0", "-R", "r.txt"]
+    arguments += ["--tsv=t.tsv", "--json=j.json", "--report=page.html"]
     began = time.monotonic()
     shop.run(arguments)
     duration = time.monotonic() - began
-    expected = shop.read("r.txt")
+    expected = {name: shop.read(name) for name in results}
     chance = random.Random(9)
     moments = {"old": 0, "new": 0}
     for number in range(count):
         which = (signal.SIGINT, signal.SIGTERM, signal.SIGHUP, signal.SIGKILL)[number % 4]
-        shop.prepare(["r.txt"], OLD)
+        shop.prepare(results, OLD)
         ours, its = pty.openpty()
         shown = []
 
@@ -376,12 +378,13 @@ def fail_signals(shop, count):
         status = process.wait(TIME_LIMIT)
         reader.join()
         os.close(ours)
-        text = shop.read("r.txt")
-        left = set(os.listdir(shop.folder)) - shop.inputs - {"r.txt"}
+        texts = {name: shop.read(name) for name in results}
+        left = set(os.listdir(shop.folder)) - shop.inputs - set(results)
         screen = b"".join(shown)
-        moments["new" if text == expected else "old"] += 1
-        if text not in (OLD, expected) or (status == 0 and text != expected):
-            shop.found.append(f"{which.name}: the result file is broken")
+        for name, text in texts.items():
+            moments["new" if text == expected[name] else "old"] += 1
+            if text not in (OLD, expected[name]) or (status == 0 and text != expected[name]):
+                shop.found.append(f"{which.name}: {name} is broken")
         if status not in (0, -which):
             shop.found.append(f"{which.name}: ended with {status}")
         if which != signal.SIGKILL and (left or (screen and not screen.endswith(b"\n"))):
