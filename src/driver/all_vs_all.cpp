@@ -20,6 +20,7 @@
 #include "driver/result_rows.h"
 #include "driver/run_exports.h"
 #include "driver/timer.h"
+#include "export/values.h"
 #include "resultfiles/resultfiles.h"
 
 namespace tervolanda {

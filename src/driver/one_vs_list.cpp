@@ -2,10 +2,10 @@
 // what a terminal shows when the run is over.  The three kinds of comparison differ in the figures
 // of a line and in what "best" means; all else is common.
 #include <algorithm>
-#include <cmath>
 #include <cstdlib>
-#include <limits>
 #include <optional>
+#include <span>
+#include <utility>
 #include <vector>
 
 #include "base/log.h"
@@ -19,6 +19,7 @@
 #include "driver/result_rows.h"
 #include "driver/run_exports.h"
 #include "driver/timer.h"
+#include "export/values.h"
 #include "resultfiles/resultfiles.h"
 
 namespace tervolanda {
@@ -29,8 +30,7 @@ namespace {
 // The model is lent by the list.
 struct ModelRecord {
     const Chain* model = nullptr;
-    double score = 0.0;    // TM-score, MaxSub, GDT or RMSD
-    double sortKey = 0.0;  // ascending, the best first; not a number comes last
+    double score = 0.0;  // TM-score, MaxSub, GDT or RMSD
     Figures figures;
     std::optional<Superposition> superposition;
 };
@@ -38,7 +38,6 @@ struct ModelRecord {
 ModelRecord recordOf(const ListedMaxSub& found, const ComparisonParameters& parameters) {
     ModelRecord record;
     record.score = parameters.rankByTM ? found.tm : found.maxsub;
-    record.sortKey = -record.score;
     record.figures = MaxSubFigures{found.pairs, found.rmsd, found.maxsub, found.tm, found.msi};
     record.superposition = found.superposition;
     return record;
@@ -47,7 +46,6 @@ ModelRecord recordOf(const ListedMaxSub& found, const ComparisonParameters& para
 ModelRecord recordOf(const GdtResult& found) {
     ModelRecord record;
     record.score = found.gdt;
-    record.sortKey = -found.gdt;
     record.figures = GdtFigures{found.gdt};
     record.superposition = found.superposition;
     return record;
@@ -59,8 +57,6 @@ ModelRecord recordOf(const ListedRmsd& found, const CoordinateSet& experiment) {
     figures.contacts = found.contacts;
     ModelRecord record;
     record.score = figures.rmsd;
-    // A fit that failed is shown as -1, which would come first.
-    record.sortKey = found.rmsd.value_or(std::numeric_limits<double>::infinity());
     record.figures = figures;
     record.superposition = found.superposition;
     return record;
@@ -92,50 +88,47 @@ std::vector<ModelRecord> compareModels(const ListComparison& list, const Setting
     return records;
 }
 
-// Best first; equal ones keep list order.  The exact values are compared: a tolerance would make
-// the order depend on the sort.
-void sortRecords(std::vector<ModelRecord>& records) {
-    std::stable_sort(records.begin(), records.end(),
-                     [](const ModelRecord& a, const ModelRecord& b) {
-                         if (std::isnan(b.sortKey)) return !std::isnan(a.sortKey);
-                         return a.sortKey < b.sortKey;
-                     });
+// The models in the order of their lines.  One without a fit has no score in the files that are
+// asked for, and is ranked without; the lines show 0, or -1 for an RMSD.
+std::vector<RankedModel> ranking(const std::vector<ModelRecord>& records,
+                                 const Settings& settings) {
+    std::vector<std::optional<double>> scores(records.size());
+    for (std::size_t i = 0; i < records.size(); ++i) {
+        if (records[i].superposition || records[i].score > 0.0) scores[i] = records[i].score;
+    }
+    const bool byRmsd = comparisonKind(settings) == ComparisonKind::Rmsd;
+    std::vector<RankedModel> ranked =
+        rankedByScore(scores, byRmsd ? MatrixValues::Distances : MatrixValues::Similarities);
+    if (settings.output.noSort) {
+        std::sort(ranked.begin(), ranked.end(),
+                  [](const RankedModel& a, const RankedModel& b) { return a.model < b.model; });
+    }
+    return ranked;
 }
 
 // The best models in the order of the list of lines: with -nosort these are the first of the list.
 int writeSuperScript(const Chain& experiment, const std::vector<ModelRecord>& records,
-                     const Settings& settings, Log& log) {
+                     std::span<const RankedModel> ranked, const Settings& settings, Log& log) {
     if (settings.output.superTop <= 0) return EXIT_SUCCESS;
     const std::size_t shown =
-        std::min(static_cast<std::size_t>(settings.output.superTop), records.size());
+        std::min(static_cast<std::size_t>(settings.output.superTop), ranked.size());
     SuperScript script(experiment);
-    for (std::size_t i = 0; i < shown; ++i) {
-        script.add(*records[i].model, records[i].score, records[i].superposition);
+    for (const RankedModel& at : ranked.first(shown)) {
+        const ModelRecord& record = records[at.model];
+        script.add(*record.model, record.score, record.superposition);
     }
     return exitStatus(script.write(kListScript, log), settings);
 }
 
-// From the last record to the first.
-void printRecords(const ListComparison& list, const std::vector<ModelRecord>& records, Log& log) {
+// From the last of the ranking to the first.
+void printRecords(const ListComparison& list, const std::vector<ModelRecord>& records,
+                  std::span<const RankedModel> ranked, Log& log) {
     const ColumnWidths widths = columnWidths(list.models);
-    for (std::size_t position = records.size(); position > 0; --position) {
-        const ModelRecord& record = records[position - 1];
+    for (std::size_t position = ranked.size(); position > 0; --position) {
+        const ModelRecord& record = records[ranked[position - 1].model];
         const ListRow row{position, list.experiment, *record.model, record.figures};
         log.info(0, "%s", listLine(row, widths).c_str());
     }
-}
-
-// A model without a fit has no score in the files that are asked for; the lines show 0, or -1 for
-// an RMSD.
-RunResults resultsOf(const std::vector<ModelRecord>& records, const ChainList& models) {
-    RunResults results;
-    for (const ModelRecord& record : records) {
-        RankedModel ranked;
-        ranked.model = static_cast<std::size_t>(record.model - models.chains.data());
-        if (record.superposition || record.score > 0.0) ranked.score = record.score;
-        results.ranking.push_back(ranked);
-    }
-    return results;
 }
 
 }  // namespace
@@ -156,12 +149,13 @@ int runOneVsList(const Settings& settings, const ResidueExclusions& exclusions, 
     const ListComparison list{experiment, experimentSet,       models,
                               plan.atoms, settings.comparison, exports.viewer()};
     const RunTimer timer;
-    std::vector<ModelRecord> records = compareModels(list, settings, log, report);
+    const std::vector<ModelRecord> records = compareModels(list, settings, log, report);
     timer.stop(log);
-    if (!settings.output.noSort) sortRecords(records);
-    const int status = writeSuperScript(experiment, records, settings, log);
-    printRecords(list, records, log);
-    if (exports.isWanted()) exports.finish(resultsOf(records, models));
+    RunResults results;
+    results.ranking = ranking(records, settings);
+    const int status = writeSuperScript(experiment, records, results.ranking, settings, log);
+    printRecords(list, records, results.ranking, log);
+    exports.finish(std::move(results));
     return status;
 }
 

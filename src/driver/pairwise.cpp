@@ -81,10 +81,8 @@ int comparePairGdt(const ScriptSubject& subject, const Settings& settings, PairV
 // The same value that a list run would keep, so that viewers need not know the mode.
 void showRmsd(const ScriptSubject& subject, const RmsdResult& result, const RmsdFigures& figures,
               PairViewer& viewer) {
-    ListedRmsd listed{result.rmsd,      result.pairs,
-                      result.urmsd,     subject.predictionSet.gyrationRadius,
-                      figures.contacts, std::nullopt};
-    if (result.rmsd) listed.superposition = result.superposition;
+    ListedRmsd listed = listedRmsd(result, subject.predictionSet);
+    listed.contacts = figures.contacts;
     viewer.seeRmsd(comparedPair(subject), listed, result.matched);
 }
 

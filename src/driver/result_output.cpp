@@ -2,13 +2,13 @@
 #include "driver/result_output.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstdlib>
 #include <optional>
 
 #include "base/log.h"
 #include "driver/read_plan.h"
 #include "driver/run_exports.h"
+#include "export/values.h"
 
 namespace tervolanda {
 
@@ -18,24 +18,6 @@ namespace {
 // -P -5 asks for no fewer than no pairs.
 std::uint32_t asCount(int value) {
     return static_cast<std::uint32_t>(std::max(value, 0));
-}
-
-// The mean over the other models that the model has a score with.
-std::optional<double> meanScore(const DistanceMatrix& scores, std::size_t model,
-                                MatrixValues values) {
-    // As batches and distance files mark it; a similarity may be any number.
-    constexpr float kFailedFit = -1.0F;
-    double sum = 0.0;
-    std::size_t count = 0;
-    for (std::size_t j = 0; j < scores.columns(); ++j) {
-        const float score = scores.at(model, j);
-        const bool isFailed = values == MatrixValues::Distances && score == kFailedFit;
-        if (j == model || isFailed || !std::isfinite(score)) continue;
-        sum += static_cast<double>(score);
-        ++count;
-    }
-    if (count == 0) return std::nullopt;
-    return sum / static_cast<double>(count);
 }
 
 // Clusters the models of a matrix, in which distances take the place of similarities, and prints
@@ -68,19 +50,6 @@ std::optional<Clustering> clusterAndPrint(LabelledMatrix& matrix, const Settings
     return found;
 }
 
-// The tables number clusters of linkage from 1 and those of neighbours too, where 0 is no cluster;
-// within `cluster` the former count from 0.
-void addClusters(const Clustering& clustering, std::vector<RankedModel>& ranking) {
-    const std::vector<std::uint32_t>& cluster = clustering.clusters.cluster;
-    const bool countsFromZero = clustersByLinkage(clustering.settings.method);
-    for (RankedModel& ranked : ranking) {
-        const std::uint32_t number = cluster[ranked.model] + (countsFromZero ? 1U : 0U);
-        if (number == 0) continue;
-        ranked.cluster = number;
-        ranked.isMedoid = clustering.centroids[number - 1].model == ranked.model;
-    }
-}
-
 }  // namespace
 
 RmsdOptions rmsdOptions(const Settings& settings) {
@@ -96,25 +65,6 @@ std::vector<JuryScore> rankAndPrint(const DistanceMatrix& scores, const PairMatr
                                                 asCount(settings.clustering.juryPairs));
     printJuryTable(ranking, {settings.clustering.juryScore, settings.clustering.juryPairs}, chains,
                    log);
-    return ranking;
-}
-
-std::vector<RankedModel> rankedModels(const DistanceMatrix& scores, MatrixValues values,
-                                      std::span<const JuryScore> jury) {
-    std::vector<RankedModel> ranking(scores.rows());
-    for (std::size_t i = 0; i < ranking.size(); ++i) {
-        const std::size_t model = jury.empty() ? i : jury[i].model;
-        ranking[i].model = model;
-        if (!jury.empty()) ranking[i].jury = jury[i].score;
-        ranking[i].meanScore = meanScore(scores, model, values);
-    }
-    if (!jury.empty()) return ranking;
-    const bool lowestFirst = values == MatrixValues::Distances;
-    std::stable_sort(
-        ranking.begin(), ranking.end(), [lowestFirst](const RankedModel& a, const RankedModel& b) {
-            if (!a.meanScore || !b.meanScore) return a.meanScore.has_value() && !b.meanScore;
-            return lowestFirst ? *a.meanScore < *b.meanScore : *a.meanScore > *b.meanScore;
-        });
     return ranking;
 }
 

@@ -2,7 +2,6 @@
 // result files mean for the exit status.
 #pragma once
 
-#include <span>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -25,11 +24,6 @@ RmsdOptions rmsdOptions(const Settings& settings);
 // Ranks the models by 3D-Jury and prints the table.  `chains` holds the models in matrix order.
 std::vector<JuryScore> rankAndPrint(const DistanceMatrix& scores, const PairMatrix& pairs,
                                     const ChainList& chains, const Settings& settings, Log& log);
-
-// The models of a matrix as exports show them, best first: by the 3D-Jury, or without one by their
-// mean score.
-std::vector<RankedModel> rankedModels(const DistanceMatrix& scores, MatrixValues values,
-                                      std::span<const JuryScore> jury);
 
 // What a run clusters, and what it says.
 struct LabelledMatrix {

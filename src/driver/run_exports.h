@@ -13,9 +13,9 @@
 #include "chain/input/input.h"
 #include "cluster/batch/batch.h"
 #include "compare/pairing/sequence_pairing.h"
-#include "driver/pair_values.h"
 #include "driver/settings.h"
 #include "export/export.h"
+#include "export/values.h"
 
 namespace tervolanda {
 

@@ -28,8 +28,6 @@ struct ReportData {
 
     std::size_t modelCount() const { return inputs->structures.size() - inputs->firstModel(); }
     std::string modelName(std::size_t model) const;  // counted from 0 among the models
-    // What the run is ranked by; none for a pair that has no such score.
-    std::optional<double> scoreOf(const PairResult& pair) const;
 };
 
 // A structure by its path, or by its ID where an earlier run left no path.

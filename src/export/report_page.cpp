@@ -9,6 +9,7 @@
 #include "export/export.h"
 #include "export/report_data.h"
 #include "export/report_template.h"
+#include "export/values.h"
 
 namespace tervolanda {
 
@@ -71,7 +72,7 @@ void writeScores(JsonWriter& json, const ReportData& data) {
     json.key("values");
     json.open('[');
     for (const PairResult& pair : data.pairs)
-        json.number(data.scoreOf(pair), kReportDecimals);
+        json.number(scoreOf(pair, data.inputs->score), kReportDecimals);
     json.close(']');
     json.close('}');
 }
@@ -92,21 +93,11 @@ class ReportPage final : public ExportFile {
     void finish(const RunResults& results) override;
 
  private:
-    bool isBetter(const PairResult& pair) const;
-
     ReportData data_;
 };
 
-bool ReportPage::isBetter(const PairResult& pair) const {
-    if (!data_.best) return true;
-    const std::optional<double> score = data_.scoreOf(pair);
-    const std::optional<double> bestScore = data_.scoreOf(*data_.best);
-    if (!score || !bestScore) return score && !bestScore;
-    return isDistance(data_.inputs->score) ? *score < *bestScore : *score > *bestScore;
-}
-
 void ReportPage::take(const PairResult& pair) {
-    if (isBetter(pair)) data_.best = pair;
+    if (!data_.best || isBetter(pair, *data_.best, data_.inputs->score)) data_.best = pair;
     data_.pairs.push_back(pair);
     data_.pairs.back().residues = {};
     data_.pairs.back().superpositions = {};
@@ -134,19 +125,6 @@ void ReportPage::finish(const RunResults& results) {
 
 std::string ReportData::modelName(std::size_t model) const {
     return reportName(inputs->structures[inputs->firstModel() + model]);
-}
-
-std::optional<double> ReportData::scoreOf(const PairResult& pair) const {
-    switch (inputs->score) {
-        case ScoreKind::Tm:
-            return pair.tm1;
-        case ScoreKind::MaxSub:
-            return pair.maxsub;
-        case ScoreKind::Gdt:
-            return pair.gdt;
-        default:
-            return pair.rmsd;
-    }
 }
 
 std::string scoreName(ScoreKind kind) {

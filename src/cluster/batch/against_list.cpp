@@ -139,8 +139,7 @@ class ListedRmsdPairs : public ListPairs {
         compareRmsd(list.experimentSet, model, options_, worker.workspace, worker.report, fit);
         Outcome& outcome = outcomes.front();
         ListedRmsd& listed = outcome.found;
-        listed = {fit.rmsd, fit.pairs, fit.urmsd, model.gyrationRadius, std::nullopt, std::nullopt};
-        if (fit.rmsd) listed.superposition = fit.superposition;
+        listed = listedRmsd(fit, model);
         listed.contacts = sharedContacts(list.experiment, list.experimentSet, prediction(pair),
                                          model, fit, list.parameters);
         if (list.viewer != nullptr) outcome.matched = fit.matched;
@@ -169,6 +168,13 @@ auto run(Pairs pairs, std::size_t threads, Log& log, Report& report) {
 }
 
 }  // namespace
+
+ListedRmsd listedRmsd(const RmsdResult& fit, const CoordinateSet& prediction) {
+    ListedRmsd listed{fit.rmsd,     fit.pairs,   fit.urmsd, prediction.gyrationRadius,
+                      std::nullopt, std::nullopt};
+    if (fit.rmsd) listed.superposition = fit.superposition;
+    return listed;
+}
 
 std::vector<ListedMaxSub> compareListMaxSub(const ListComparison& list, Log& log, Report& report,
                                             std::size_t threads) {

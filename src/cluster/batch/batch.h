@@ -221,6 +221,8 @@ struct ListedRmsd {
     std::optional<NativeContacts> contacts;  // where the parameters ask for them
     std::optional<Superposition> superposition;
 };
+// What is listed of a fit onto the experiment; without contacts.
+ListedRmsd listedRmsd(const RmsdResult& fit, const CoordinateSet& prediction);
 std::vector<ListedRmsd> compareListRmsd(const ListComparison& list, const RmsdOptions& options,
                                         Log& log, Report& report, std::size_t threads = 1);
 

@@ -1,10 +1,8 @@
 // What the matrices of a batch hold is shown as they hold it, in single precision: so all that a
 // run writes agrees to the last digit, whatever the form.
-#include "driver/pair_values.h"
-
 #include <cmath>
 
-#include "driver/result_rows.h"
+#include "export/values.h"
 
 namespace tervolanda {
 
@@ -143,14 +141,14 @@ void fillPair(const ComparedPair& pair, const ListedRmsd& found,
         result.status = found.pairs == 0 ? PairStatus::NoPairs : PairStatus::NoFit;
         return;
     }
-    const RmsdFigures figures = rmsdFigures(found.rmsd, found.pairs, found.urmsd,
-                                            pair.experiment.gyrationRadius, found.gyrationRadius);
     result.pairs = found.pairs;
-    result.rmsd = figures.rmsd;
-    result.rrmsd = figures.relative.ratio;
+    result.rmsd = found.rmsd;
+    result.rrmsd =
+        relativeRmsd(*found.rmsd, pair.experiment.gyrationRadius, found.gyrationRadius, found.pairs)
+            .ratio;
     if (form.hasUrmsd && found.pairs >= kFewestUnitVectorPairs) {
-        result.urmsd = figures.urmsd;
-        result.rurmsd = figures.relativeUrmsd;
+        result.urmsd = found.urmsd;
+        result.rurmsd = relativeUrmsd(found.urmsd, found.pairs);
     }
     if (!found.superposition) return;
     result.superpositions.push_back(*found.superposition);
@@ -159,20 +157,24 @@ void fillPair(const ComparedPair& pair, const ListedRmsd& found,
         addResidue(pair, at, 1, result);
 }
 
-InputStructure inputOf(const Chain& chain) {
-    InputStructure input;
-    input.file = chain.fileName;
-    input.chain = chain.name == " " ? "" : chain.name;
-    input.length = chain.residues.size();
-    double sum = 0.0;
-    std::size_t count = 0;
-    for (const Residue& residue : chain.residues) {
-        if (residue.ca == kNoAtom) continue;
-        sum += chain.atoms[residue.ca].bFactor;
-        ++count;
+std::optional<double> scoreOf(const PairResult& pair, ScoreKind kind) {
+    switch (kind) {
+        case ScoreKind::Tm:
+            return pair.tm1;
+        case ScoreKind::MaxSub:
+            return pair.maxsub;
+        case ScoreKind::Gdt:
+            return pair.gdt;
+        default:
+            return pair.rmsd;
     }
-    if (count > 0) input.meanBFactor = sum / static_cast<double>(count);
-    return input;
+}
+
+bool isBetter(const PairResult& pair, const PairResult& other, ScoreKind kind) {
+    const std::optional<double> score = scoreOf(pair, kind);
+    const std::optional<double> otherScore = scoreOf(other, kind);
+    if (!score || !otherScore) return score && !otherScore;
+    return isDistance(kind) ? *score < *otherScore : *score > *otherScore;
 }
 
 }  // namespace tervolanda

@@ -1,0 +1,61 @@
+// From what comparisons and clusterings return to the values that files of results take: whoever
+// runs comparisons, the program or a caller of the library, fills results.h by these.
+//
+// What a run did not compute stays empty; nothing here compares or clusters.
+#pragma once
+
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "cluster/batch/batch.h"
+#include "cluster/cluster.h"
+#include "compare/compare.h"
+#include "export/export.h"
+#include "export/results.h"
+
+namespace tervolanda {
+
+InputStructure inputOf(const Chain& chain);
+
+// --- Pairs ---------------------------------------------------------------------------------------
+
+// How the pairs of a run become values.
+struct PairForm {
+    const ComparisonParameters& parameters;  // lent
+    bool hasUrmsd = true;                    // the run computes it
+    std::optional<ScoreKind> matrixScore;    // of a batch of all pairs: what its matrix holds
+    PairDetail detail = PairDetail::Figures;
+};
+
+// Each fills in all but the positions among the inputs.
+void fillPair(const ComparedPair& pair, const ComparisonResult& found, const PairForm& form,
+              PairResult& result);
+void fillPair(const ComparedPair& pair, const GdtResult& found, const ComparisonResult& search,
+              const PairForm& form, PairResult& result);
+void fillPair(const ComparedPair& pair, const ListedRmsd& found,
+              std::span<const MatchedPair> matched, const PairForm& form, PairResult& result);
+
+// What models are ranked by, of a pair that was compared; empty where nothing was found.
+std::optional<double> scoreOf(const PairResult& pair, ScoreKind kind);
+// Whether a pair is better than another: any score is better than none, and of equal ones neither
+// is.
+bool isBetter(const PairResult& pair, const PairResult& other, ScoreKind kind);
+
+// --- Models --------------------------------------------------------------------------------------
+
+// The models of a list by their scores against the experiment, one each, best first: a missing
+// similarity counts as 0 and a missing distance as infinite, what is not a number comes last, and
+// equal ones keep list order.  The exact values are compared: a tolerance would make the order
+// depend on the sort.
+std::vector<RankedModel> rankedByScore(std::span<const std::optional<double>> scores,
+                                       MatrixValues values);
+
+// The models of a matrix, best first: by the 3D-Jury, or without one by their mean score.
+std::vector<RankedModel> rankedModels(const DistanceMatrix& scores, MatrixValues values,
+                                      std::span<const JuryScore> jury);
+
+// Tells each model its cluster, from 1 as the tables number them, and whether it stands for it.
+void addClusters(const Clustering& clustering, std::vector<RankedModel>& ranking);
+
+}  // namespace tervolanda
