@@ -20,9 +20,24 @@ constexpr std::size_t kMostMembersNamed = 12;  // of a cluster; a number stands 
 
 // --- Columns -------------------------------------------------------------------------------------
 
-// What the script does with a column beyond showing it: a header names its row, and the number of a
-// cluster has the colour that the cluster has in the map.
-enum class ColumnRole : std::uint8_t { Plain, Header, Cluster };
+// What the script does with a column beyond showing it: a header names its row, the number of a
+// cluster has the colour that the cluster has in the map, and a score of which more is better has a
+// bar in its cell, from 0 to the highest of the column.
+enum class ColumnRole : std::uint8_t { Plain, Header, Cluster, Bar };
+
+const char* keyOf(ColumnRole role) {
+    switch (role) {
+        case ColumnRole::Header:
+            return "header";
+        case ColumnRole::Cluster:
+            return "cluster";
+        case ColumnRole::Bar:
+            return "bar";
+        case ColumnRole::Plain:
+            break;
+    }
+    return nullptr;
+}
 
 constexpr int kText = -1;  // in place of decimals
 
@@ -49,8 +64,8 @@ void writeColumns(JsonWriter& json, const std::vector<Column>& columns) {
             json.key("digits");
             json.count(static_cast<std::size_t>(column.decimals));
         }
-        if (column.role != ColumnRole::Plain) {
-            json.key(column.role == ColumnRole::Header ? "header" : "cluster");
+        if (const char* const key = keyOf(column.role)) {
+            json.key(key);
             json.flag(true);
         }
         if (column.about != nullptr) {
@@ -116,8 +131,9 @@ Ranking::Ranking(const RunInputs& inputs, const RunResults& results)
 
 std::vector<Column> Ranking::columns() const {
     std::vector<Column> columns = {kRankColumn, kModelColumn, kResiduesColumn};
-    if (hasJury_) columns.push_back({"Jury", 0, "residues shared with the other models"});
-    columns.push_back({"Mean score", 3, "over the other models"});
+    const ColumnRole score = isDistance(inputs_.score) ? ColumnRole::Plain : ColumnRole::Bar;
+    if (hasJury_) columns.push_back({"Jury", 0, "residues shared with the other models", score});
+    columns.push_back({"Mean score", 3, "over the other models", score});
     if (results_.clustering) {
         columns.push_back({"Cluster", 0, nullptr, ColumnRole::Cluster});
         columns.push_back({"Medoid", kText, "stands for its cluster"});
@@ -174,21 +190,22 @@ std::optional<double> member(const PairResult& pair) {
 }
 
 constexpr auto kFigures = std::to_array<Figure>({
-    {{"GDT", 3, "Global Distance Test, 0 to 100"}, member<&PairResult::gdt>},
-    {{"TM-score", 3, "by the length of the experiment"}, member<&PairResult::tm1>},
+    {{"GDT", 3, "Global Distance Test, 0 to 100", ColumnRole::Bar}, member<&PairResult::gdt>},
+    {{"TM-score", 3, "by the length of the experiment", ColumnRole::Bar}, member<&PairResult::tm1>},
     {{"TM-score (2)", 3, "by the length of the model"}, member<&PairResult::tm2>},
-    {{"MaxSub", 3}, member<&PairResult::maxsub>},
+    {{"MaxSub", 3, "share of the experiment that is right"}, member<&PairResult::maxsub>},
     {{"MSI", 3, "MaxSub over all domains"}, member<&PairResult::msi>},
     {{"Pairs", 0, "residues in the superposition"}, member<&PairResult::pairs>},
     {{"Mapped", 0, "residue pairs"}, member<&PairResult::mapped>},
     {{"RMSD", 3, "of the superposition, Å"}, member<&PairResult::rmsd>},
     {{"gRMSD", 3, "of all residue pairs, Å"}, member<&PairResult::grmsd>},
-    {{"rRMSD", 3}, member<&PairResult::rrmsd>},
-    {{"URMSD", 3}, member<&PairResult::urmsd>},
-    {{"rURMSD", 3}, member<&PairResult::rurmsd>},
-    {{"Contacts, %", 2, "native contacts"}, member<&PairResult::contacts>},
+    {{"rRMSD", 3, "RMSD over that of unrelated structures of this size"},
+     member<&PairResult::rrmsd>},
+    {{"URMSD", 3, "RMSD of chain directions"}, member<&PairResult::urmsd>},
+    {{"rURMSD", 3, "URMSD over that of unrelated chains"}, member<&PairResult::rurmsd>},
+    {{"Contacts, %", 2, "share of the experiment's contacts"}, member<&PairResult::contacts>},
     {{"Cut-off", 3, "of the first domain, Å"}, member<&PairResult::cutoff>},
-    {{"Domains", 0}, member<&PairResult::domains>},
+    {{"Domains", 0, "parts with a superposition of their own"}, member<&PairResult::domains>},
 });
 
 std::vector<const Figure*> figuresOf(const std::vector<PairResult>& pairs) {

@@ -20,37 +20,49 @@ const std::string_view kReportHead = R"page(<!doctype html>
 <link rel="icon" href="data:,">
 <title>tervolanda report</title>
 <style>
-:root { color-scheme: light dark; --page: #fff; --ink: #1a1a1a; --soft: #5a5a5a; --line: #c8c8c8; --band: #f3f3f3; --link: #0b57a4;
+:root { color-scheme: light dark; --page: #fff; --ink: #1a1a1a; --soft: #5a5a5a; --line: #c8c8c8; --band: #f5f6f7; --bar: #d6e6f2; --link: #0b57a4;
   --c0: #0072b2; --c1: #d55e00; --c2: #00805a; --c3: #b0568a; --c4: #a86f00; --c5: #2b86b8; --grey: #757575; }
 @media (prefers-color-scheme: dark) {
-  :root { --page: #16181b; --ink: #e8e8e8; --soft: #a9a9a9; --line: #45494e; --band: #202327; --link: #8cc4ff;
+  :root { --page: #16181b; --ink: #e8e8e8; --soft: #a9a9a9; --line: #45494e; --band: #1e2125; --bar: #203a50; --link: #8cc4ff;
     --c0: #4fa8e0; --c1: #f08a4b; --c2: #2cc79a; --c3: #dfa0c4; --c4: #e6b04d; --c5: #8ccbee; --grey: #9a9a9a; }
 }
 * { box-sizing: border-box; }
 body { margin: 0 auto; padding: 1rem 1.25rem 3rem; max-width: 78rem; background: var(--page); color: var(--ink); font: 16px/1.45 system-ui, sans-serif; }
-h1 { font-size: 1.5rem; line-height: 1.2; overflow-wrap: anywhere; }
-h2 { font-size: 1.15rem; margin: 2rem 0 .4rem; border-top: 1px solid var(--line); padding-top: .9rem; }
+h1 { font-size: 1.7rem; line-height: 1.2; margin: .8rem 0 .6rem; overflow-wrap: anywhere; }
+h2 { font-size: 1.2rem; margin: 2.2rem 0 .5rem; }
+h3 { font-size: 1rem; margin: 1.5rem 0 .3rem; }
 p { max-width: 46rem; margin: .3rem 0 .8rem; }
 .soft, figcaption { color: var(--soft); font-size: .9rem; max-width: 46rem; }
-dl { display: grid; grid-template-columns: max-content 1fr; gap: .15rem 1rem; margin: .6rem 0; }
-dt { color: var(--soft); }
-dd { margin: 0; overflow-wrap: anywhere; }
+.command { font: 13px/1.45 ui-monospace, monospace; background: var(--band); padding: .5rem .8rem; border-radius: .4rem; max-width: none; overflow-wrap: anywhere; }
+.facts { display: flex; flex-wrap: wrap; gap: .15rem 1.6rem; margin: .6rem 0; font-size: .9rem; }
+.facts dt { color: var(--soft); display: inline; }
+.facts dd { margin: 0; display: inline; overflow-wrap: anywhere; }
+.cards { display: flex; flex-wrap: wrap; gap: .8rem; margin: 1.2rem 0 0; padding: 0; list-style: none; }
+.cards li { background: var(--band); border-radius: .4rem; padding: .5rem 1rem .6rem; min-width: 8rem; max-width: 100%; }
+.cards b { display: block; font-size: 1.35rem; line-height: 1.3; font-variant-numeric: tabular-nums; overflow-wrap: anywhere; }
+.cards span { color: var(--soft); font-size: .9rem; }
+.side { display: flex; flex-wrap: wrap; gap: 0 2.5rem; align-items: flex-start; }
+.side > * { flex: 1 1 20rem; min-width: min(100%, 18rem); }
+.side > .table { flex: 0 1 auto; }
+.side > .texts { flex-basis: 33rem; }
 .wide { overflow: auto; max-width: 100%; }
-.tall { max-height: 32rem; width: max-content; }
+.tall { max-height: 44rem; width: max-content; }
 table { border-collapse: collapse; font-variant-numeric: tabular-nums; font-size: .9rem; }
-th, td { padding: .2rem .7rem; text-align: right; border-bottom: 1px solid var(--line); white-space: nowrap; }
+th, td { padding: .2rem .55rem; text-align: right; border-bottom: 1px solid var(--line); white-space: nowrap; }
 th.text, td.text { text-align: left; }
 tbody th { font-weight: normal; }
+td.bar { background: linear-gradient(var(--bar), var(--bar)) no-repeat left center; print-color-adjust: exact; }
 td.text, tbody th { white-space: normal; overflow-wrap: anywhere; min-width: 8rem; }
 thead th { position: sticky; top: 0; background: var(--band); padding: 0; }
-thead button { all: unset; cursor: pointer; padding: .3rem .7rem; font-weight: 600; }
+thead button { all: unset; cursor: pointer; padding: .3rem .55rem; font-weight: 600; }
 thead button::after { content: "\2195"; color: var(--soft); padding-left: .35em; font-size: .85em; }
 th[aria-sort=ascending] button::after { content: "\2191"; color: inherit; }
 th[aria-sort=descending] button::after { content: "\2193"; color: inherit; }
 tbody tr:nth-child(even) { background: var(--band); }
 :focus-visible { outline: 3px solid var(--link); outline-offset: 1px; }
 figure { margin: .5rem 0; }
-svg { display: block; font: 12px system-ui, sans-serif; }
+svg { display: block; font: 12px system-ui, sans-serif; max-width: 100%; height: auto; }
+.map svg { max-width: none; }
 svg text { fill: var(--ink); }
 .axis { stroke: var(--soft); fill: none; }
 .plain { fill: var(--soft); }
@@ -59,20 +71,23 @@ svg text { fill: var(--ink); }
 .cells canvas { display: block; width: 100%; height: 100%; }
 .cells div { position: absolute; border: 2px solid #fff; outline: 1px solid #000; pointer-events: none; }
 output { display: block; min-height: 1.5em; overflow-wrap: anywhere; }
-canvas.trace { width: 100%; max-width: 46rem; height: 28rem; border: 1px solid var(--line); touch-action: none; cursor: grab; }
+canvas.trace { width: 100%; max-width: 46rem; height: 26rem; border: 1px solid var(--line); border-radius: .4rem; touch-action: none; cursor: grab; }
+.mark { stroke: var(--ink); stroke-width: 1.5; fill: none; }
 pre { font: 13px/1.35 ui-monospace, monospace; margin: .4rem 0; }
 .chip { display: inline-block; width: .75em; height: .75em; margin-right: .4em; }
 .scale { display: inline-block; width: 10em; height: .8em; vertical-align: middle; margin: 0 .5em; print-color-adjust: exact; }
 @media print {
-  :root { color-scheme: light; --page: #fff; --ink: #000; --soft: #444; --line: #bbb; --band: #fff;
+  :root { color-scheme: light; --page: #fff; --ink: #000; --soft: #444; --line: #bbb; --band: #fff; --bar: #dde9f2; --link: #000;
     --c0: #0072b2; --c1: #d55e00; --c2: #00805a; --c3: #b0568a; --c4: #a86f00; --c5: #2b86b8; --grey: #757575; }
   body { font-size: 10pt; max-width: none; padding: 0; }
   .tall { max-height: none; }
   .wide { overflow: visible; }
   .map { zoom: .6; }
+  canvas.trace { height: 18rem; }
   thead th { position: static; }
   thead button::after, .screen { content: none; display: none; }
-  figure, tr { break-inside: avoid; }
+  figure, tr, .cards li { break-inside: avoid; }
+  h2, h3, thead, section > p { break-after: avoid; }
   canvas, svg, .chip { print-color-adjust: exact; }
 }
 </style>
@@ -105,11 +120,17 @@ const short = (name, most) => [...name].length > most ? "…" + [...name].slice(
 const fixed = (value, digits) => value === null ? "" : value.toFixed(digits);
 const rounded = (value) => Math.round(value * 10) / 10;
 
-function section(title, note) {
+function section(title, note, parent = page) {
   const part = make("section", {}, make("h2", {}, title));
   if (note) part.append(make("p", {}, note));
-  page.append(part);
+  parent.append(part);
   return part;
+}
+// What is put into it stands side by side where there is room.
+function sideBySide(parent = page) {
+  const row = make("div", {class: "side"});
+  parent.append(row);
+  return row;
 }
 
 // --- Clusters have colours, the largest first; what stands alone is grey ---
@@ -124,6 +145,7 @@ function cellOf(column, value) {
   const isText = column.digits === undefined;
   const cell = make(column.header ? "th" : "td", column.header ? {scope: "row"} : {});
   if (isText) cell.className = "text";
+  if (column.header && String(value).length <= 24) cell.style.whiteSpace = "nowrap";
   if (column.cluster && value !== null) cell.append(make("span", {class: "chip", style: "background:" + colourOf(value)}));
   const shown = value === null ? "" : Array.isArray(value) ? value.map((name) => short(name, 40)).join(", ")
     : isText ? short(String(value), 90) : fixed(value, column.digits);
@@ -132,10 +154,21 @@ function cellOf(column, value) {
   return cell;
 }
 
+// Bars behind the figures show where a ranking falls.
+function addBars(column, values, cells) {
+  const most = Math.max(...values.filter((value) => value !== null));
+  if (!column.bar || !(most > 0)) return;
+  values.forEach((value, i) => {
+    cells[i].className = "bar";
+    cells[i].style.backgroundSize = `${rounded(97 * Math.max(value ?? 0, 0) / most)}% 72%`;
+  });
+}
+
 function addTable(part, {title, columns, rows}) {
   const body = make("tbody");
   const head = make("tr");
   const lines = rows.map((row) => ({row, line: make("tr", {}, ...columns.map((column, i) => cellOf(column, row[i])))}));
+  columns.forEach((column, i) => addBars(column, rows.map((row) => row[i]), lines.map(({line}) => line.children[i])));
   const compare = (a, b) => typeof a === "number" ? a - b : a < b ? -1 : a > b ? 1 : 0;
   columns.forEach((column, i) => {
     const button = make("button", {type: "button"}, column.name);
@@ -241,7 +274,7 @@ function heatMap(values, order, row, low, high, say) {
     for (let x = 0; x < count; ++x, at += 4) {
       const value = values[order[y] * count + order[x]];
       const worth = data.matrix.high ? (value - low) / (high - low || 1) : (high - value) / (high - low || 1);
-      image.data.set(Number.isNaN(value) ? [128, 128, 128, 255] : [...shade(worth), 255], at);
+      image.data.set(x === y ? [...shade(1), 255] : Number.isNaN(value) ? [128, 128, 128, 255] : [...shade(worth), 255], at);
     }
   }
   context.putImageData(image, 0, 0);
@@ -251,7 +284,8 @@ function heatMap(values, order, row, low, high, say) {
     const edge = Math.max(row, 6);
     mark.style.cssText = `left:${(cell.x + .5) * row - edge / 2}px;top:${(cell.y + .5) * row - edge / 2}px;width:${edge}px;height:${edge}px`;
     const value = values[order[cell.y] * count + order[cell.x]];
-    say(`${short(data.names[order[cell.y]], 90)} and ${short(data.names[order[cell.x]], 90)}: ${Number.isNaN(value) ? "no value" : data.matrix.of + " " + value.toFixed(3)}`);
+    const [first, second] = [cell.y, cell.x].map((place) => short(data.names[order[place]], 90));
+    say(cell.x === cell.y ? `${first} itself` : `${first} and ${second}: ${Number.isNaN(value) ? "no value" : data.matrix.of + " " + value.toFixed(3)}`);
   };
   const limit = (place) => Math.min(Math.max(place, 0), count - 1);
   const point = (event) => {
@@ -292,51 +326,53 @@ function addMap(values) {
   part.append(make("figure", {}, make("div", {class: "wide"}, map), output,
     make("figcaption", {}, `${data.matrix.of} from ${fixed(ends[0], 3)}`,
       make("span", {class: "scale", style: `background:linear-gradient(90deg,${STOPS.map((c) => `rgb(${c})`).join()})`}),
-      `to ${fixed(ends[1], 3)}; rows and columns ${hasTree ? "in the order of the tree" : "cluster by cluster"}, no value grey.`)));
+      `to ${fixed(ends[1], 3)}${known.length < count * (count - 1) ? ", no value grey" : ""}; rows and columns ${hasTree ? "in the order of the tree" : "cluster by cluster"}.`
+      + (hasTree && data.threshold !== undefined ? " The dashed line cuts the tree into clusters; a model outside of them all is grey." : ""))));
 }
 
-// --- Histogram ---
-function addHistogram(values, of, note) {
+// --- Histogram, with bars that begin at round numbers ---
+const median = (values) => Float64Array.from(values).sort()[values.length >> 1];
+function addHistogram(values, of, what, parent) {
   if (values.length < 2) return;
   const low = values.reduce((a, b) => Math.min(a, b)), high = values.reduce((a, b) => Math.max(a, b));
-  const bins = Math.max(10, Math.min(40, Math.ceil(Math.sqrt(values.length)))), counts = new Array(bins).fill(0);
-  for (const value of values) ++counts[Math.min(bins - 1, Math.floor((value - low) / (high - low || 1) * bins))];
-  const width = 640, height = 200, left = 56, top = Math.max(...counts);
-  const across = (value) => rounded(left + (width - left - 12) * (value - low) / (high - low || 1));
-  const up = (count) => rounded(height - (height - 12) * count / top);
-  const sorted = Float64Array.from(values).sort();
-  const summary = `${values.length} values of ${of} from ${fixed(low, 3)} to ${fixed(high, 3)}, median ${fixed(sorted[values.length >> 1], 3)}.`;
-  const svg = draw("svg", {width, height: height + 42, role: "img", "aria-label": "Histogram. " + summary});
-  svg.append(draw("path", {style: "fill:" + COLOURS[0], d: counts.map((count, i) => {
-    const from = left + (width - left - 12) * i / bins, to = left + (width - left - 12) * (i + 1) / bins;
-    return `M${rounded(from)} ${height}V${up(count)}H${rounded(to - 1)}V${height}Z`;
-  }).join("")}));
-  svg.append(draw("path", {class: "axis", d: `M${left} 12V${height}H${width - 12}`}));
-  for (const tick of steps(low, high, 8)) {
+  const round = steps(low, high, Math.max(8, Math.min(32, Math.sqrt(values.length))));
+  const step = round.length > 1 ? round[1] - round[0] : 1, from = Math.floor(low / step + 1e-9) * step;
+  const bins = Math.floor((high - from) / step + 1e-9) + 1, counts = new Array(bins).fill(0);
+  for (const value of values) ++counts[Math.max(0, Math.floor((value - from) / step + 1e-9))];
+  const width = 440, height = 200, left = 52, top = Math.max(...counts), reach = (width - left - 12) / bins;
+  const across = (value) => rounded(left + (value - from) / step * reach);
+  const up = (count) => rounded(height - (height - 22) * count / top);
+  const summary = `${values.length} ${what}, from ${fixed(low, 3)} to ${fixed(high, 3)}, median ${fixed(median(values), 3)}.`;
+  const svg = draw("svg", {width, height: height + 42, viewBox: `0 0 ${width} ${height + 42}`, role: "img", "aria-label": `Histogram of ${of}: ${summary}`});
+  svg.append(draw("path", {style: "fill:" + COLOURS[0], d: counts.map((count, i) =>
+    count ? `M${rounded(left + reach * i + .5)} ${height}V${up(count)}H${rounded(left + reach * (i + 1) - .5)}V${height}Z` : "").join("")}));
+  svg.append(draw("path", {class: "axis", d: `M${left} 22V${height}H${width - 12}`}));
+  for (const tick of steps(from, from + step * bins, 8)) {
     svg.append(draw("path", {d: `M${across(tick)} ${height}v5`, class: "axis"}),
       draw("text", {x: across(tick), y: height + 19, "text-anchor": "middle"}, String(tick)));
   }
   for (const tick of steps(0, top, 4)) {
     if (Number.isInteger(tick)) svg.append(draw("text", {x: left - 8, y: up(tick) + 4, "text-anchor": "end"}, String(tick)));
   }
-  svg.append(draw("text", {x: (left + width) / 2, y: height + 37, "text-anchor": "middle"}, of));
-  section("Histogram", note).append(make("figure", {}, make("div", {class: "wide"}, svg), make("figcaption", {}, summary)));
+  svg.append(draw("text", {x: (left + width) / 2, y: height + 37, "text-anchor": "middle"}, of), draw("text", {x: 8, y: 11}, what));
+  section("Histogram", "", parent).append(make("figure", {}, svg, make("figcaption", {}, summary)));
 }
 
 // --- Distances along the chain ---
 // A residue: [name 1, name 2, distance or null, in the subset, domain]; names are "" in gaps.
-function addDistances(part, pair) {
+function addDistances(part, pair, mark) {
   const shown = pair.residues.filter((residue) => residue[0] !== "");
   const known = shown.filter((residue) => residue[2] !== null);
   if (!known.length) return;
-  const width = Math.max(640, Math.min(1100, shown.length * 6)), height = 240, left = 48;
+  const width = Math.max(560, Math.min(1150, shown.length * 5)), height = 240, left = 48;
   const top = Math.max(...known.map((residue) => residue[2]), 1, (pair.cutoff ?? 0) * 1.04);
   const step = (width - left - 12) / shown.length;
-  const up = (distance) => rounded(height - (height - 12) * distance / top);
+  const up = (distance) => rounded(height - (height - 22) * distance / top);
   const matched = shown.filter((residue) => residue[3]).length;
   const farthest = Math.max(...known.map((residue) => residue[2]));
   const summary = `${known.length} residue pairs of ${shown.length} residues, ${matched} of them in the superposition; distances up to ${fixed(farthest, 2)} Å.`;
-  const svg = draw("svg", {width, height: height + 56, role: "img", "aria-label": "Distances along the chain. " + summary});
+  const svg = draw("svg", {width, height: height + 56, viewBox: `0 0 ${width} ${height + 56}`, tabindex: "0", role: "img",
+    "aria-label": `Distances along the chain. ${summary} Arrow keys go from residue to residue; each is read out.`});
   const bars = new Map();
   shown.forEach(([, , distance, isMatched, domain], i) => {
     if (distance === null) return;
@@ -346,7 +382,7 @@ function addDistances(part, pair) {
     bars.set(colour, (bars.get(colour) ?? "") + path);
   });
   for (const [colour, path] of bars) svg.append(draw("path", {d: path, style: "fill:" + colour}));
-  svg.append(draw("path", {class: "axis", d: `M${left} 12V${height}H${width - 12}`}));
+  svg.append(draw("path", {class: "axis", d: `M${left} 22V${height}H${width - 12}`}));
   for (const tick of steps(0, top, 5)) svg.append(draw("text", {x: left - 8, y: up(tick) + 4, "text-anchor": "end"}, String(tick)));
   if (pair.cutoff) svg.append(draw("path", {class: "axis", "stroke-dasharray": "5 4", d: `M${left} ${up(pair.cutoff)}H${width - 12}`}));
   const every = Math.ceil(shown.length / 14);
@@ -354,18 +390,39 @@ function addDistances(part, pair) {
     if (i % every === 0) svg.append(draw("text", {x: rounded(left + step * (i + .5)), y: height + 28, "text-anchor": "middle"}, residue[0].slice(3).trim()));
   });
   svg.append(draw("text", {x: (left + width) / 2, y: height + 48, "text-anchor": "middle"}, "residue of the experiment"),
-    draw("text", {x: left + 6, y: 11}, "distance, Å"));
-  part.append(make("figure", {}, make("div", {class: "wide"}, svg), make("figcaption", {}, summary +
-    " Colours are domains, grey is outside of them; the strip below shows the matched stretches" + (pair.cutoff ? ", the dashed line the cut-off." : "."))));
+    draw("text", {x: 8, y: 11}, "distance, Å"));
+  const output = make("output", {"aria-live": "polite", class: "screen"}, "Point at a residue, or move with the arrow keys.");
+  const line = draw("path", {class: "mark"});
+  svg.append(line);
+  let at = 0;
+  const show = (to) => {
+    at = Math.min(Math.max(to, 0), shown.length - 1);
+    const [first, second, distance] = shown[at];
+    output.textContent = distance === null ? `${first}: no partner` : `${first} and ${second}: ${fixed(distance, 3)} Å`;
+    line.setAttribute("d", `M${rounded(left + step * (at + .4))} 22V${height + 12}`);
+    mark(at, second ? pair.residues.indexOf(shown[at]) : null);
+  };
+  svg.addEventListener("pointermove", (event) => {
+    const box = svg.getBoundingClientRect();
+    show(Math.floor(((event.clientX - box.left) / box.width * width - left) / step));
+  });
+  svg.addEventListener("focus", () => show(at));
+  svg.addEventListener("keydown", (event) => {
+    const by = {ArrowLeft: -1, ArrowRight: 1, Home: -shown.length, End: shown.length}[event.key];
+    if (by) { event.preventDefault(); show(at + by); }
+  });
+  const grey = shown.some((residue) => residue[2] !== null && !residue[3]);
+  part.append(make("figure", {}, svg, output, make("figcaption", {}, summary +
+    ` Colours are domains${grey ? ", grey is outside of them" : ""}; the strip below shows the matched stretches${pair.cutoff ? ", the dashed line the cut-off." : "."}`)));
 }
 
 // --- Both traces, laid over each other, on a canvas that turns ---
 function addTrace(part, traces) { // each a list of [x, y, z, highlighted]; the middle is the origin
   const canvas = make("canvas", {class: "trace", tabindex: "0", role: "img",
-    "aria-label": "C-alpha traces of experiment (blue) and prediction (green), laid over each other. Arrow keys turn, plus and minus zoom."});
+    "aria-label": "C-alpha traces of experiment (blue) and prediction (green), laid over each other. Arrow keys turn, plus and minus zoom, 0 begins anew."});
   const middle = [0, 1, 2].map((k) => traces[0].reduce((sum, atom) => sum + atom[k], 0) / (traces[0].length || 1));
   const reach = Math.max(1, ...traces.flat().map((atom) => Math.hypot(...middle.map((m, k) => atom[k] - m))));
-  const colours = [["#79aede", "#3b7be0"], ["#8cc66e", "#27a83c"]];
+  const colours = [["#79aede", "#3b7be0"], ["#8cc66e", "#27a83c"]], ends = ["N", "C"];
   const dot = (a, b) => a.reduce((sum, x, k) => sum + x * b[k], 0);
   const unit = (a) => { const length = Math.sqrt(dot(a, a)) || 1; return a.map((x) => x / length); };
   // The longest direction of the experiment (power iteration on its covariance), across `without`.
@@ -385,7 +442,10 @@ function addTrace(part, traces) { // each a list of [x, y, z, highlighted]; the 
   const across = longest([1, .9, .8]), up = longest([.3, -.7, .9], across);
   const toward = [0, 1, 2].map((k) => across[(k + 1) % 3] * up[(k + 2) % 3] - across[(k + 2) % 3] * up[(k + 1) % 3]);
   let axes = Math.abs(dot(toward, toward) - 1) < .01 ? [across, up, toward] : [[1, 0, 0], [0, 1, 0], [0, 0, 1]];
-  let zoom = 1, spread = 0;
+  // As large as fits in the beginning.
+  const extents = [0, 1].map((k) => Math.max(1, ...traces.flat().map((atom) => Math.abs(dot(axes[k], middle.map((m, c) => atom[c] - m))))));
+  let zoom = 1, spread = 0, marked = [];
+  const home = axes;
   const held = new Map();
   const turn = (x, y) => {
     const [cx, sx, cy, sy] = [Math.cos(x), Math.sin(x), Math.cos(y), Math.sin(y)];
@@ -397,13 +457,16 @@ function addTrace(part, traces) { // each a list of [x, y, z, highlighted]; the 
   const paint = () => {
     const ratio = devicePixelRatio || 1, wide = canvas.clientWidth || 640, high = canvas.clientHeight || 440;
     canvas.width = wide * ratio; canvas.height = high * ratio;
-    const context = canvas.getContext("2d"), scale = zoom * Math.min(wide, high) * .52 / reach, segments = [];
+    const context = canvas.getContext("2d"), segments = [];
+    const scale = zoom * Math.min((wide / 2 - 24) / extents[0], (high / 2 - 24) / extents[1]);
+    const onCanvas = (place) => [wide / 2 + scale * place[0], high / 2 - scale * place[1]];
+    const places = traces.map((trace) => trace.map((atom) => axes.map((axis) => dot(axis, middle.map((m, k) => atom[k] - m)))));
     context.scale(ratio, ratio); context.lineCap = "round";
     traces.forEach((trace, which) => {
-      const places = trace.map((atom) => axes.map((axis) => dot(axis, middle.map((m, k) => atom[k] - m))));
       for (let i = 1; i < trace.length; ++i) {
         const isBreak = Math.hypot(...[0, 1, 2].map((k) => trace[i][k] - trace[i - 1][k])) > 4.2;
-        segments.push({a: places[i - 1], b: places[i], which, thick: trace[i - 1][3] && trace[i][3], isBreak, depth: places[i][2] + places[i - 1][2]});
+        const [a, b] = [places[which][i - 1], places[which][i]];
+        segments.push({a, b, which, thick: trace[i - 1][3] && trace[i][3], isBreak, depth: a[2] + b[2]});
       }
     });
     segments.sort((a, b) => a.depth - b.depth);
@@ -413,8 +476,18 @@ function addTrace(part, traces) { // each a list of [x, y, z, highlighted]; the 
       context.lineWidth = (thick ? 5 : 2) * (isBreak ? .4 : 1);
       context.setLineDash(isBreak ? [3, 5] : []);
       context.beginPath();
-      context.moveTo(wide / 2 + scale * a[0], high / 2 - scale * a[1]);
-      context.lineTo(wide / 2 + scale * b[0], high / 2 - scale * b[1]);
+      context.moveTo(...onCanvas(a));
+      context.lineTo(...onCanvas(b));
+      context.stroke();
+    }
+    context.globalAlpha = 1; context.setLineDash([]);
+    context.font = "bold 13px system-ui, sans-serif"; context.fillStyle = colours[0][1];
+    [places[0][0], places[0].at(-1)].forEach((place, i) => { if (place) context.fillText(ends[i], ...onCanvas(place).map((x, k) => x + (k ? -6 : 6))); });
+    context.strokeStyle = "#d55e00"; context.lineWidth = 2.5;
+    for (const place of marked.map((residue, which) => places[which][residue])) {
+      if (!place) continue;
+      context.beginPath();
+      context.arc(...onCanvas(place), 7, 0, 7);
       context.stroke();
     }
   };
@@ -438,12 +511,14 @@ function addTrace(part, traces) { // each a list of [x, y, z, highlighted]; the 
   canvas.addEventListener("keydown", (event) => {
     const by = {ArrowLeft: [-.1, 0], ArrowRight: [.1, 0], ArrowUp: [0, -.1], ArrowDown: [0, .1]}[event.key];
     const factor = {"+": 1.1, "=": 1.1, "-": 1 / 1.1}[event.key];
+    if (event.key === "0") { axes = home; zoom = 1; paint(); }
     if (by) { event.preventDefault(); turn(...by); paint(); } else if (factor) enlarge(factor);
   });
   part.append(make("figure", {}, canvas, make("figcaption", {},
-    "Experiment blue, prediction green; thick and dark where the superposition rests on it. Drag or use the arrow keys to turn, the wheel, two fingers, + or - to zoom.")));
+    "Experiment blue, prediction green; thick and dark where the superposition rests on it.", make("span", {class: "screen"}, " Drag or use the arrow keys to turn, the wheel, two fingers, + or - to zoom, 0 to begin anew."))));
+  new ResizeObserver(paint).observe(canvas);
   paint();
-  addEventListener("resize", paint);
+  return (residues) => { marked = residues; paint(); };
 }
 
 function addAlignment(part, rows) {
@@ -457,22 +532,37 @@ function addAlignment(part, rows) {
 }
 
 function addMotion(part, pair) {
-  part.append(make("h3", {}, "Superposition"), make("p", {},
+  part.append(make("h3", {}, "How the prediction is moved"), make("p", {class: "soft"},
     "R, c1 and c2 as below: this moves the prediction onto the experiment: p' = R (p - c2) + c1, in Å."));
   const row = (name, numbers, digits) => make("tr", {}, make("th", {scope: "row", class: "text"}, name), ...numbers.map((number) => make("td", {}, number.toFixed(digits))));
   const domains = pair.motions.flatMap(({rotation, from, to}, i) => [
-    make("tr", {}, make("th", {colspan: "4", class: "text"}, pair.motions.length > 1 ? `Domain ${i + 1}` : "")),
+    ...pair.motions.length > 1 ? [make("tr", {}, make("th", {colspan: "4", class: "text"}, make("b", {}, `Domain ${i + 1}`)))] : [],
     ...[0, 1, 2].map((k) => row("R, row " + (k + 1), rotation.slice(3 * k, 3 * k + 3), 6)),
     row("c2 (prediction)", from, 3), row("c1 (experiment)", to, 3)]);
   part.append(make("div", {class: "wide"}, make("table", {"aria-label": "Superposition"}, make("tbody", {}, ...domains))));
 }
 
-function addPair(pair) {
+function addPair(pair, figures) {
   const part = section(pair.title, pair.note);
-  if (pair.traces) addTrace(part, pair.traces);
-  addDistances(part, pair);
-  if (pair.alignment?.[0]) addAlignment(part, pair.alignment);
-  if (pair.motions?.length) addMotion(part, pair);
+  const row = sideBySide(part), pictures = make("div"), marks = [];
+  let showMarks = () => {};
+  if (pair.traces) {
+    // The traces have an atom for each residue, unless some have no C-alpha atom.
+    const counts = [0, 1].map((which) => pair.residues.filter((residue) => residue[which] !== "").length);
+    const setMarks = addTrace(row, pair.traces);
+    if (counts.every((count, which) => count === pair.traces[which].length)) showMarks = setMarks;
+  }
+  addDistances(pictures, pair, (first, column) => {
+    const second = column === null ? -1 : pair.residues.slice(0, column).filter((residue) => residue[1] !== "").length;
+    showMarks([first, second]);
+  });
+  row.append(pictures);
+  const below = sideBySide(part);
+  if (figures) { const table = make("div", {class: "table"}, make("h3", {}, figures.title)); addTable(table, figures); below.append(table); }
+  const texts = make("div", {class: "texts"});
+  if (pair.alignment?.[0] && /\S/.test(pair.alignment[1])) addAlignment(texts, pair.alignment);
+  if (pair.motions?.length) addMotion(texts, pair);
+  below.append(texts);
   const details = make("details", {}, make("summary", {}, "Residue by residue"));
   addTable(details, {title: "Residue by residue", columns: [{name: "Experiment", header: true}, {name: "Prediction"},
     {name: "Distance, Å", digits: 3}, {name: "In the superposition"}, {name: "Domain", digits: 0}],
@@ -480,18 +570,48 @@ function addPair(pair) {
   part.append(details);
 }
 
+// --- In short: the answers that a reader looks for first ---
+const FAILURES = {no_pairs: "No residues could be paired, so that nothing was superposed. Are the residues numbered alike?",
+  no_fit: "No superposition was found.", not_significant: "What was superposed is too little to count."};
+function cards(tables, values) {
+  const found = [], [first] = tables, best = first?.rows[0];
+  const card = (value, about) => { if (value !== null && value !== undefined && value !== "") found.push([value, about]); };
+  const column = (name) => first.columns.findIndex((one) => one.name === name);
+  if (data.matrix || data.scores) {
+    if (best) card(short(best[1], 40), data.scores ? `best by ${data.scores.of}` : column("Jury") < 0 ? "closest to the others" : "shares most with the others");
+    if (best && data.scores) card(fixed(best[column(data.scores.of.replace(", Å", ""))] ?? null, 3), `its ${data.scores.of}`);
+    if (data.clusterOf) card(coloured.size ? `${Math.max(...[...coloured.keys()].map((one) => sizes.get(one)))} of ${data.names.length}` : "", "models in the largest cluster");
+    if (data.clusterOf) card([...sizes.keys()].filter((one) => one !== data.unassigned).length, `clusters at threshold ${data.threshold}`);
+    if (values.length) card(fixed(median(values), 3), data.scores ? `median ${data.scores.of} of the models` : `median ${data.matrix.of} of two models`);
+  } else if (data.pair) {
+    const rows = new Map(first.rows.map((row) => [row[0], row]));
+    for (const name of ["GDT", "TM-score", "MaxSub", "RMSD", "Pairs"]) if (rows.has(name)) card(rows.get(name)[1], name === "RMSD" ? "Å RMSD" : name === "Pairs" ? "residues superposed" : name);
+  }
+  const failure = FAILURES[data.pair && !data.scores ? first.rows.find((row) => row[0] === "Status")?.[1] : ""];
+  if (failure) return make("p", {}, make("b", {}, failure));
+  return make("ul", {class: "cards"}, ...found.map(([value, about]) => make("li", {}, make("b", {}, String(value)), make("span", {}, about))));
+}
+
 // --- The page ---
 document.title = short(data.title, 120);
-page.append(make("h1", {}, short(data.title, 200)), make("dl", {}, ...data.facts.flatMap(([name, value]) =>
-  [make("dt", {}, name), make("dd", {}, value)])));
-for (const table of data.tables.filter((one) => !one.last)) addTable(section(table.title, table.note), table);
-if (data.matrix) {
-  const values = readCells(data.matrix), count = data.names.length;
-  addMap(values);
-  addHistogram(values.filter((value, i) => i % count < Math.floor(i / count) && !Number.isNaN(value)), data.matrix.of, "");
+const tables = data.tables.filter((one) => !one.last), [main, ...others] = tables;
+const scores = data.matrix ? readCells(data.matrix) : null, count = data.names?.length;
+const values = scores ? [...scores.filter((value, i) => i % count < Math.floor(i / count) && !Number.isNaN(value))]
+  : (data.scores?.values ?? []).filter((value) => value !== null);
+page.append(make("h1", {}, short(data.title, 200)), make("p", {class: "command"}, data.facts[0][1]),
+  make("dl", {class: "facts"}, ...data.facts.slice(1).map(([name, value]) => make("div", {}, make("dt", {}, name + " "), make("dd", {}, value)))),
+  cards(tables, values));
+const ranks = data.matrix || data.scores;
+if (ranks || !data.pair) {
+  const row = sideBySide(), part = section(main.title, main.note, row);
+  part.className = "table";
+  addTable(part, main);
+  if (data.matrix) addHistogram(values, data.matrix.of, "pairs of models", row);
+  else if (data.scores) addHistogram(values, data.scores.of, "models", row);
 }
-if (data.scores) addHistogram(data.scores.values.filter((value) => value !== null), data.scores.of, "");
-if (data.pair) addPair(data.pair);
+if (scores) addMap(scores);
+for (const table of others) addTable(section(table.title, table.note), table);
+if (data.pair) addPair(data.pair, ranks ? null : main);
 for (const table of data.tables.filter((one) => one.last)) addTable(section(table.title, table.note), table);
 </script>
 </body>

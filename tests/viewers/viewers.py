@@ -279,6 +279,11 @@ try {
     found.corner = document.querySelector("output").textContent;
   }
   const trace = document.querySelector("canvas.trace");
+  const bars = document.querySelector("svg[tabindex]");
+  if (bars) {
+    bars.dispatchEvent(new KeyboardEvent("keydown", {key: "End"}));
+    found.residue = bars.parentNode.querySelector("output").textContent;
+  }
   if (trace) {
     const before = trace.toDataURL();
     trace.dispatchEvent(new KeyboardEvent("keydown", {key: "ArrowRight"}));
@@ -370,7 +375,9 @@ def test_page():
     figures = {row[0]: row[1] for row in page_data("pair.html")["tables"][0]["rows"]}
     assert float(figures["RMSD"]) == printed(r", RMSD= *([\d.]+)", output)[0]
     assert float(figures["TM-score"]) == printed(r"TM= *([\d.]+)", output)[0]
-    assert open_page("pair.html")["trace"] == [True, True]
+    found, last = open_page("pair.html"), page_data("pair.html")["pair"]["residues"][-1]
+    assert found["trace"] == [True, True]
+    assert found["residue"] == f"{last[0]} and {last[1]}: {last[2]:.3f} Å" and last[0] == "ASN 61", found
     # Runs without structures, and runs in which nothing fits.
     run_program("-l", "models.txt", "-C", "0", "-R", "results.txt", "--report=unclustered.html")
     open_page("unclustered.html")
