@@ -1,5 +1,10 @@
-// A script for ChimeraX: a command a line.  Names are strings in quotes, in which the viewer knows
-// the escapes of Python.
+// A script for ChimeraX (--chimerax): a command a line.  Names are strings in quotes, in which the
+// viewer knows the escapes of Python.
+//
+// Model #1 is the experiment, what lies on it follows from #2 on: of a pair a model for each
+// domain, of a list one for each structure.  Chains are shown as cartoons, what a superposition
+// rests on in the darker colour and with its C-alpha atoms as balls. "view matrix
+// models" takes the twelve numbers of a 3 x 4 matrix, row by row.
 #include "base/format.h"
 #include "export/scene.h"
 
@@ -13,6 +18,7 @@ std::string residueName(ResidueId residue) {
     return name;
 }
 
+// "#2:5-17,20": residues of a model, in all of its chains, of which a compared structure has one.
 std::string selection(std::size_t object, const std::vector<ResidueStretch>& stretches) {
     std::string text = '#' + std::to_string(object) + ':';
     for (std::size_t i = 0; i < stretches.size(); ++i) {

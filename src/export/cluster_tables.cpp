@@ -1,7 +1,13 @@
 // A clustering as the tables of a log: the tree, how the threshold was found, the clusters and
-// their centroids.  Models, clusters and nodes are numbered here as people see them: models by
-// their IDs, clusters from 1, the nodes of a tree 0, -1, -2 and so on.  Lines come by the ten
-// thousand, so a name is looked up in an index and not searched for in the list.
+// their centroids.
+//
+// Models, clusters and nodes are numbered here as people see them: models by their IDs, clusters
+// from 1, the nodes of a tree 0, -1, -2 and so on, so that a node cannot be taken for a model.
+// Within `cluster` all of these are positions (Join, ClusterAssignment).
+//
+// Lines come by the ten thousand, so a name is looked up in an index and not searched for in the
+// list.  The patterns of the lines are given and are read by scripts: a column more is a column too
+// many.
 #include <algorithm>
 #include <climits>
 #include <numeric>
@@ -21,8 +27,11 @@ double shown(double value) {
     return withoutNegativeZero(value, 3);
 }
 
-// The lines of one clustering.  All that is handed over is lent.
-// Invariant: `nameOf_` lends names from the chains; without chains it is empty and lines are short.
+// The lines of one clustering, printed part by part; who calls decides about the order.  All that
+// is handed over is lent.
+//
+// Invariant: `nameOf_` lends names from the chains; without chains it is empty, and lines have
+// their short forms.
 class ClusterTables {
  public:
     ClusterTables(const Clustering& clustering, const ModelLabels& models, Log& log);
@@ -35,6 +44,7 @@ class ClusterTables {
     void printCentroids();
     // One line a model, ordered by cluster and then by position.
     void printAssignment();
+    // At the level of the lines that it closes.
     void printRule(int detail = 0) { log_.info(detail, "======================================"); }
 
  private:
@@ -65,6 +75,7 @@ ClusterTables::ClusterTables(const Clustering& clustering, const ModelLabels& mo
         nameOf_.emplace(chain.number, chain.fileName.c_str());
         longest = std::max(longest, chain.fileName.size());
     }
+    // A printf width is an int.
     nameWidth_ = static_cast<int>(std::min<std::size_t>(longest, INT_MAX));
 }
 
@@ -85,6 +96,8 @@ const char* ClusterTables::linkageWord() const {
     }
 }
 
+// A node of a join is -1, -2, ... in `Join`, where 0 is a model, and one more here: node 0 is the
+// first join, whose line has that number.
 long long ClusterTables::itemNumber(std::int64_t child) const {
     return child < 0 ? static_cast<long long>(child + 1)
                      : static_cast<long long>(ids_[static_cast<std::size_t>(child)]);

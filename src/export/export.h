@@ -1,5 +1,15 @@
 // What leaves the program and is not read back by it: a file of this room for each form.  Nothing
 // here computes: everything shown is in the values handed over.
+//
+// Two kinds of output meet here.  The tables of a log (printClustering(), printJuryTable()) belong
+// to every run of their kind and go to the Log that is handed in.  The files of the options of two
+// dashes are ExportFiles: the driver's RunExports owns those that a run was asked for and shows
+// them inputs, pairs and results as these become known, so that a form is one class that knows no
+// run mode.
+//
+// Every form writes plain bytes in an order that follows from the inputs alone: no unordered
+// container is iterated, no locale and no clock is asked. docs/formats.md describes each of them
+// for those who read them.
 #pragma once
 
 #include <cstdint>
@@ -30,16 +40,18 @@ struct ModelLabels {
 // The heading of the method; by linkage the tree, the clusters and their medoids; by neighbours the
 // centroids and the clusters.  At log level 3 the thresholds tried, too.
 void printClustering(const Clustering& clustering, const ModelLabels& models, Log& log);
-// Nobody reads more of the thresholds.
+// Lines for the thresholds tried by one search.  A tiny step to a huge maximum tries millions;
+// nobody reads more than this, and the search leaps over the others
+// (ClusterSettings::triedOneByOne).
 inline constexpr std::size_t kMostPrintedThresholds = 10000;
 
-// The 3D-Jury table.  The thresholds are those of the ranking, as they were asked for; `chains`
-// holds the models by position.
-// As a user gave them: a negative count is printed as such.
+// The thresholds of a ranking as they were asked for: the heading prints a negative count as such,
+// although the ranking takes it for 0.
 struct JuryThresholds {
-    double score = 0.0;
-    int pairs = 0;
+    double score = 0.0;  // of the similarity, on the scale of the matrix that is ranked
+    int pairs = 0;       // residue pairs
 };
+// The 3D-Jury table.  `chains` holds the models by position.
 void printJuryTable(std::span<const JuryScore> ranking, const JuryThresholds& thresholds,
                     const ChainList& chains, Log& log);
 
@@ -47,7 +59,9 @@ void printJuryTable(std::span<const JuryScore> ranking, const JuryThresholds& th
 // comparison writes over the files of those before.  After a file that cannot be written there are
 // no others: one that cannot be opened is a line at report level 5, one that cannot be written to
 // its end an ERROR.
-// A sink for one run by one thread; a batch with it is not shared among threads (batch_lines.cpp).
+//
+// A sink for one run by one thread: "no others" is a state, and the names are the same for every
+// pair.  A batch with a sink is therefore not shared among threads (batch_lines.cpp).
 class SimilarityMatrixFiles final : public SimilaritySink {
  public:
     explicit SimilarityMatrixFiles(Log& log) : log_(log) {}
@@ -60,13 +74,25 @@ class SimilarityMatrixFiles final : public SimilaritySink {
 
 // --- Files that a run is asked for ---------------------------------------------------------------
 
+// Every file that carries a transformation says what it does, in these words: R and the centres c1
+// and c2 are those of a Superposition, in Å.
+inline constexpr std::string_view kMotionSentence =
+    "moves the prediction onto the experiment: p' = R (p - c2) + c1";
+
 // What a file shows of pairs, and so what is filled in of them.
 enum class PairDetail : std::uint8_t { None, Figures, Residues };
 
-// One file of one form.  start(), take() for each pair, finish(), commit(); what happens to no
-// commit() leaves no file, and an older one as it was.
-// Invariant: what was appended to text() is written in order, some of it by pace(), the rest by
-// commit().
+// One file of one form.
+//
+// RunExports makes it when the inputs of a run are known, and calls from one thread start(), take()
+// for each pair in the order of the run, finish() and commit().  A run that ends before that, by an
+// Abend or for lack of memory, destroys it without commit(): then there is no file, and an older
+// one stays as it was.
+//
+// A form overrides what it has to say.  It appends to text(), and calls pace() where a run may have
+// any number of what it has just appended; what was appended is written in order, some of it by
+// pace(), the rest by commit().  Errors of writing need no attention on the way: the file remembers
+// the first, and commit() tells.
 class ExportFile {
  public:
     explicit ExportFile(std::string path) : path_(std::move(path)), file_(path_) {}
@@ -74,11 +100,16 @@ class ExportFile {
     ExportFile& operator=(const ExportFile&) = delete;
     virtual ~ExportFile() = default;
 
-    // What it wants to see of pairs; the run fills in as much as the file that wants most.
+    // What it wants to see of pairs; the run fills in as much as the file that wants most, and does
+    // without take() where all want none.  Asked once, after start().
     virtual PairDetail pairDetail() const { return PairDetail::None; }
-    virtual bool showsChecksums() const { return false; }  // of the inputs
-    // Whether it is written for a run that failed, too.
+    // InputStructure::crc32, for which every input is read once more.
+    virtual bool showsChecksums() const { return false; }
+    // Whether it is written for a run that failed, too.  Then finish() may come after a start()
+    // without inputs, or after some of the pairs.
     virtual bool showsFailure() const { return false; }
+    // RunResults::scores, for which an N x N matrix is copied before clustering overwrites it.
+    // Asked after the last pair.
     virtual bool showsScores() const { return false; }
     // The inputs are lent until the file is gone.
     virtual void start(const RunInputs& inputs) = 0;
@@ -91,7 +122,8 @@ class ExportFile {
     virtual bool commit();
 
  protected:
-    // For a folder, whose files are somebody else's.
+    // For a form that is a folder, whose files are opened one by one (superposed_models.cpp): it
+    // has no text() to write, and an isOpen() and commit() of its own.
     struct NoFile {};
     static constexpr NoFile kNoFile{};
     ExportFile(std::string path, NoFile) : path_(std::move(path)) {}
@@ -106,6 +138,8 @@ class ExportFile {
     }
 
  private:
+    // Bytes that are gathered before they are written.  Rows are small; this many make a call of
+    // the system worth its while, and stay in the cache of the processor.
     static constexpr std::size_t kBlock = std::size_t{1} << 16;
     void flush();
 

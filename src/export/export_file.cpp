@@ -1,5 +1,6 @@
-// What files of all forms have in common: text is gathered and handed on in blocks.
-// Rows are small and there may be millions of them.
+// What files of all forms have in common: text is gathered and handed on in blocks, since rows are
+// small, there may be millions of them, and a call of the system for each would cost more than the
+// row.
 #include "export/export.h"
 
 namespace tervolanda {

@@ -12,11 +12,12 @@ namespace tervolanda {
 
 namespace {
 
-// The bytes of a character after its first: 10xxxxxx.
+// The bytes of a character of UTF-8 after its first: 10xxxxxx.
 bool isContinuation(char c) {
     return (static_cast<unsigned char>(c) & 0xC0U) == 0x80;
 }
 
+// "\xHH", as Python, C and most languages read it.
 void appendHexadecimal(std::string& text, char c) {
     constexpr std::string_view kDigits = "0123456789ABCDEF";
     const auto code = static_cast<unsigned char>(c);
@@ -28,7 +29,7 @@ void appendHexadecimal(std::string& text, char c) {
 }  // namespace
 
 void appendNumber(std::string& text, double value) {
-    std::array<char, 32> digits;
+    std::array<char, 32> digits;  // the shortest form of a double has at most 24 characters
     // Rounding leaves "-0" here and there, of which the sign says nothing.
     const double signless = value == 0.0 ? 0.0 : value;
     char* const end = std::to_chars(digits.data(), digits.data() + digits.size(), signless).ptr;
@@ -51,6 +52,8 @@ std::size_t utf8Length(std::string_view text) {
     for (std::size_t i = 1; i < length; ++i) {
         if (!isContinuation(text[i])) return 0;
     }
+    // An overlong form has more bytes than its character needs; U+D800 to U+DFFF are halves of
+    // pairs in UTF-16 and no characters, and the last character is U+10FFFF.
     const unsigned second = byte(1);
     const bool isOverlong = (first == 0xE0 && second < 0xA0) || (first == 0xF0 && second < 0x90);
     const bool isNoCharacter = (first == 0xED && second > 0x9F) || (first == 0xF4 && second > 0x8F);

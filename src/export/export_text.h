@@ -1,6 +1,8 @@
 // Numbers and names as the text of files.
 //
-// Every table goes through these, so that one reader can read them all.
+// Every table goes through these, so that one reader can read them all.  Names come from outside,
+// as file names do, and may hold any byte but 0: what they are turned into ends no field, obeys no
+// terminal and is UTF-8.
 #pragma once
 
 #include <cmath>

@@ -1,8 +1,13 @@
-// The run as one JSON object, and its pairs as lines.  Pairs are written as they come, so that no
-// run has to hold them.
+// The run as one JSON object (--json), and its pairs as lines (--jsonl); a pair is the same object
+// in both, but that a line says itself what its matrices mean.
 //
-// A run may have more pairs than memory has room for, so the order of the document's keys is that
-// in which their values become known: inputs, pairs, ranking, tree, clusters, and the status last.
+// A run may have more pairs than memory has room for.  They are written as they come, and the order
+// of the document's keys is that in which their values become known: inputs, pairs, ranking, tree,
+// clusters, and the status last.  A document without a status was not written by a run that ended
+// by itself: a run that fails says so in it.
+//
+// docs/formats.md and docs/results.schema.json describe every key; none is renamed, and none gets
+// another type, without them.
 #include <iterator>
 #include <optional>
 #include <span>
@@ -21,11 +26,9 @@ namespace tervolanda {
 
 namespace {
 
-constexpr const char* kMotion = "moves the prediction onto the experiment: p' = R (p - c2) + c1";
-
-// What each input contributes to its pairs: "file1":..., and so on for the experiment, with 2 for
-// the prediction.
-// Made once for each input, as each takes part in many pairs.
+// What each input contributes to its pairs: "id1":..., "file1":... and so on where it is the
+// experiment, with 2 where it is the prediction.  Made once for each input, since each takes part
+// in as many pairs as the list has models, and escaping a name costs more than copying it.
 struct InputKeys {
     std::string first, second;
 };
@@ -82,9 +85,9 @@ void appendJsonResidue(std::string& text, ResidueId residue) {
     appendJson(text, name);
 }
 
-// Whether residue pair b follows a in both chains, and belongs to the same run.
-// A gap in the numbering ends a run even where the chain goes on: a range must mean its residues by
-// number.
+// Whether residue pair b follows a in both chains, and belongs to the same run.  A gap in the
+// numbering ends a run even where the chain goes on, and so does an insertion code: a range has to
+// mean its residues by number to whoever reads it.
 bool continues(const ResiduePair& a, const ResiduePair& b) {
     const auto follows = [](ResidueId x, ResidueId y) {
         return y.number == x.number + 1 && x.insertionCode == ' ' && y.insertionCode == ' ';
@@ -94,7 +97,8 @@ bool continues(const ResiduePair& a, const ResiduePair& b) {
            follows(a.experiment, b.experiment) && follows(a.prediction, b.prediction);
 }
 
-// Runs of matched residues: [first 1, last 1, first 2, last 2, domain].
+// Runs of matched residues, which are long where a model is right: [first 1, last 1, first 2, last
+// 2, domain].  Pairs outside of every subset are left out.
 void appendMatched(std::string& text, const std::vector<ResiduePair>& residues) {
     text += '[';
     bool isFirst = true;
@@ -118,6 +122,8 @@ void appendMatched(std::string& text, const std::vector<ResiduePair>& residues) 
     text += ']';
 }
 
+// The first domain's motion stands in the pair itself, where readers of runs with one domain find
+// it; those of others, by -i, follow in a list.
 void addSuperpositions(JsonObject& object, std::string& text, const PairResult& pair) {
     if (pair.superpositions.empty()) return;
     addMotion(object, text, pair.superpositions.front());
@@ -131,7 +137,9 @@ void addSuperpositions(JsonObject& object, std::string& text, const PairResult& 
                    });
 }
 
-// Writes pairs as objects.
+enum class MotionKey { InDocument, InPair };
+
+// Writes pairs as objects, for both forms.
 class PairWriter {
  public:
     explicit PairWriter(const RunInputs& inputs) : hasSequences_(inputs.pairsBySequence) {
@@ -140,8 +148,8 @@ class PairWriter {
             keys_.push_back({inputKeys(input, '1'), inputKeys(input, '2')});
     }
 
-    // With `motion` the object says what its matrices mean.
-    void append(std::string& text, const PairResult& pair, bool motion) const {
+    // Appends a pair.  A line says itself what its matrices mean, a document once for all.
+    void append(std::string& text, const PairResult& pair, MotionKey motion) const {
         JsonObject object(text);
         object.keys(keys_[pair.experiment].first);
         object.keys(keys_[pair.prediction].second);
@@ -171,7 +179,8 @@ class PairWriter {
         object.add("status", statusWord(pair.status));
         object.key("matched");
         appendMatched(text, pair.residues);
-        if (motion && !pair.superpositions.empty()) object.add("motion", kMotion);
+        if (motion == MotionKey::InPair && !pair.superpositions.empty())
+            object.add("motion", kMotionSentence);
         addSuperpositions(object, text, pair);
         object.end();
     }
@@ -188,7 +197,7 @@ class JsonLines final : public ExportFile {
     PairDetail pairDetail() const override { return PairDetail::Residues; }
     void start(const RunInputs& inputs) override { writer_.emplace(inputs); }
     void take(const PairResult& pair) override {
-        writer_->append(text(), pair, true);
+        writer_->append(text(), pair, MotionKey::InPair);
         text() += '\n';
         pace();
     }
@@ -215,8 +224,9 @@ void appendOption(std::string& text, const RecordedOption& option) {
         option.value);
 }
 
-// The whole run.  Its keys stand in the order in which they become known, each on a line of its
-// own.
+// The whole run.  Keys, pairs, models and nodes each begin a line, so that such a file can be read
+// with the eye and compared line by line.
+//
 // Invariant: between start() and finish() the array of pairs is open, and hasPairs_ tells whether
 // the next one needs a comma.
 class JsonDocument final : public ExportFile {
@@ -242,6 +252,7 @@ class JsonDocument final : public ExportFile {
     bool hasPairs_ = false;
 };
 
+// A key of the outermost object, after the first.
 void JsonDocument::key(std::string_view name) {
     text() += ",\n\"";
     text() += name;
@@ -267,7 +278,7 @@ void JsonDocument::start(const RunInputs& inputs) {
     options.end();
     writeInputs();
     key("motion");
-    appendJson(out, kMotion);
+    appendJson(out, kMotionSentence);
     key("pairs");
     out += '[';
 }
@@ -304,7 +315,7 @@ void JsonDocument::writeInputs() {
 void JsonDocument::take(const PairResult& pair) {
     text() += hasPairs_ ? ",\n" : "\n";
     hasPairs_ = true;
-    writer_->append(text(), pair, false);
+    writer_->append(text(), pair, MotionKey::InDocument);
     pace();
 }
 
@@ -344,10 +355,11 @@ void JsonDocument::writeRanking(const RunResults& results) {
     });
 }
 
+// Numbered as in SciPy: models are 0 to N - 1, and the joins go on from N.
 void JsonDocument::writeTree(const RunResults& results) {
     key("tree");
     const std::vector<TreeNode> nodes = treeNodes(results);
-    std::size_t number = nodes.size() + 1;
+    std::size_t number = nodes.size() + 1;  // N, as a tree of N models has N - 1 joins
     appendJsonList(text(), nodes, [&](const TreeNode& node) {
         pace();
         text() += '\n';

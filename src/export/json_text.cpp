@@ -1,4 +1,6 @@
-// Strings are the only part of JSON that needs care.
+// Strings are the only part of JSON that needs care: control bytes, quotes and what is no UTF-8
+// come in with the names of files, and one of these strings stands in the page of --report, where a
+// "</script>" in a name must not end the block.
 #include "export/json_text.h"
 
 namespace tervolanda {
@@ -14,7 +16,7 @@ void appendJson(std::string& text, std::string_view value) {
             text += '\\';
             text += c;
         } else if (code < 0x20 || code == 0x7F || c == '<' || c == '>') {
-            // "<" so that the text can stand in a page.
+            // One form for all of them, although JSON has shorter ones for some.
             text += "\\u00";
             text += kDigits[code >> 4U];
             text += kDigits[code & 0xFU];

@@ -1,6 +1,8 @@
 // Values as JSON (RFC 8259).
 //
 // Only what the forms of JSON need: values and objects are appended to a text, nothing is read.
+// Numbers are the shortest that read back as the same double, so that who reads them can compute
+// with them; what is missing is null and never 0.
 #pragma once
 
 #include <cmath>
@@ -13,7 +15,8 @@
 
 namespace tervolanda {
 
-// A string; bytes that are no UTF-8 become U+FFFD.
+// A string; bytes that are no UTF-8 become U+FFFD.  It holds neither "<" nor ">" as such, so that
+// JSON may stand within a page.
 void appendJson(std::string& text, std::string_view value);
 inline void appendJson(std::string& text, const char* value) {
     appendJson(text, std::string_view(value));
@@ -43,7 +46,10 @@ void appendJson(std::string& text, const std::optional<Value>& value) {
     text += "null";
 }
 
-// An object that is being written to `text`, up to its end().
+// An object that is being written to `text`, up to its end().  What is appended to `text` between a
+// key() and the next call is the value of that key.
+//
+// end() is a call and no destructor: an exception on the way, for lack of memory, must not write.
 class JsonObject {
  public:
     explicit JsonObject(std::string& text) : text_(text) { text_ += '{'; }

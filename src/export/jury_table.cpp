@@ -1,8 +1,9 @@
-// The 3D-Jury ranking as a table.  Its heading says ">" although both limits are inclusive: scripts
-// that look for the heading rely on it.
+// The 3D-Jury ranking as a table, one line a model, best first.
 //
-// 3D-Jury (Ginalski et al. 2003): a model scores the residue pairs that it shares with the models
-// similar to it.
+// A model's figure is the sum of the residue pairs that it shares with the models similar to it
+// (Ginalski et al. 2003), so that it grows with the list and says nothing across lists.  The
+// heading says ">" although both limits are inclusive: scripts that look for the heading rely on
+// it.
 #include "base/log.h"
 #include "export/export.h"
 

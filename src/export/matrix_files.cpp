@@ -1,9 +1,11 @@
-// What is clustered, and the tree, in the files of NumPy: a header of text, then the numbers as
-// they lie in memory of a machine with the low byte first (NumPy enhancement proposal 1,
-// version 1.0).
+// What is clustered (--npy), and the tree (--linkage), in the files of NumPy: a header of text,
+// then the numbers as they lie in memory of a machine with the low byte first (NumPy enhancement
+// proposal 1, version 1.0).
 //
-// The matrix is square and symmetric only where the scores are: what is shown is what was
-// clustered, before anybody chose a triangle of it.
+// The matrix is symmetric only where the scores are: what is shown is what was clustered, before a
+// method took one triangle of it.  It is single precision, as it is in memory, so that numpy.load()
+// sees the very numbers that thresholds were compared with.  Its rows have no names in NumPy's
+// format; these stand in a file of their own beside it, a line a row.
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -20,7 +22,8 @@ namespace tervolanda {
 
 namespace {
 
-// `type` is "f4" or "f8".  The numbers begin at a multiple of 64 bytes.
+// `type` is "f4" or "f8".  The numbers begin at a multiple of 64 bytes, as the format asks for, so
+// that the file can be mapped into memory; blanks fill the header up to there.
 void appendHeader(std::string& text, const char* type, std::size_t rows, std::size_t columns) {
     // Six bytes of magic, two of version, two of the header's length.
     constexpr std::size_t kPreamble = 10;
@@ -38,8 +41,8 @@ void appendHeader(std::string& text, const char* type, std::size_t rows, std::si
     text += header;
 }
 
-template <typename Bits>
 // The low byte first, whatever the machine.
+template <typename Bits>
 void appendBytes(std::string& text, Bits bits) {
     for (std::size_t i = 0; i < sizeof(Bits); ++i)
         text += static_cast<char>(bits >> (8 * i) & 0xFFU);
@@ -56,7 +59,8 @@ float distanceAt(const RunResults& results, std::size_t i, std::size_t j) {
     return static_cast<float>(1.0 - static_cast<double>(entry));
 }
 
-// The matrix, and beside it the names of its rows.
+// The matrix, and beside it the names of its rows.  Both files are open from the beginning, so that
+// a run that cannot write one of them says so before it computes.
 class MatrixFile final : public ExportFile {
  public:
     explicit MatrixFile(std::string path)
@@ -80,16 +84,16 @@ class MatrixFile final : public ExportFile {
             pace();
         }
     }
-    // The names first: a matrix that is there has them.
+    // The names first: a matrix that is there has its names, whatever comes in between.
     bool commit() override { return names_.commit() && ExportFile::commit(); }
 
  private:
     OutputFile names_;
 };
 
-// A row for each join: both clusters, its distance, and its models.  Models are clusters 0 to N -
-// 1, join k is cluster N + k, as in SciPy.
-// A whole tree or, without models to join, a table without rows.
+// The N - 1 x 4 table that scipy.cluster.hierarchy makes and takes: a row for each join, with both
+// clusters, its distance, and its models.  Models are clusters 0 to N - 1, join k is cluster N + k.
+// SciPy asks for distances that ascend and are finite, which those of a tree are but for "none".
 class LinkageFile final : public ExportFile {
  public:
     using ExportFile::ExportFile;

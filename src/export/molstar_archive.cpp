@@ -1,5 +1,10 @@
-// An archive for Mol*: a scene in the form of MolViewSpec and the structures that it shows, since a
-// scene alone cannot reach the files beside it.
+// An archive for Mol* (--molstar): a scene in the form of MolViewSpec (version 1) and the
+// structures that it shows, since a scene alone cannot reach the files beside it.
+//
+// In the archive are "experiment.pdb" (or .cif), a copy of each model, and last "index.mvsj", the
+// tree of nodes that says what is shown of them: download, parse, structure, then where it moves,
+// which component, how it is drawn and in which colours.  Mol* reads such files with the suffix
+// .mvsx.
 #include "base/format.h"
 #include "export/json_text.h"
 #include "export/scene.h"
@@ -14,6 +19,9 @@ std::string colourName(unsigned colour) {
     return format("\"#%06x\"", colour);
 }
 
+// Copies are packed as they are read, so that one structure at a time is in memory.  A structure
+// that cannot be read again, or an archive above the limits of its format, leaves no file
+// (isWhole_).
 class MolstarArchive final : public SceneFile {
  public:
     using SceneFile::SceneFile;
@@ -44,6 +52,7 @@ struct Shown {
     const Superposition* motion = nullptr;
 };
 
+// Stretches as a list of component expressions; `chain` is the author's name, empty for any.
 void appendSelector(std::string& text, const std::vector<ResidueStretch>& stretches,
                     const std::string& chain) {
     text += '[';
@@ -82,10 +91,13 @@ void appendTransform(std::string& text, const Superposition& motion) {
     text += "]}},";
 }
 
+// Opens a node; the caller may add a selector and closes it.
 void appendColour(std::string& text, unsigned colour) {
     text += R"({"kind":"color","params":{"color":)" + colourName(colour);
 }
 
+// One branch of the tree, a structure as it is shown.  Nodes nest, and their order is the format's:
+// a transform is a sibling of the components, before these.
 void appendStructure(std::string& text, const std::string& file, StructureForm form,
                      const std::string& chain, const Shown& shown) {
     text += R"({"kind":"download","params":{"url":)";
@@ -142,6 +154,7 @@ std::string MolstarArchive::sceneText(const Scene& scene, const std::vector<Part
         for (const ShownDomain& domain : scene.models.front().domains)
             matched.insert(matched.end(), domain.experiment.begin(), domain.experiment.end());
     }
+    // The format wants a time: always the same one, so that the same run gives the same bytes.
     std::string text = R"({"metadata":{"version":"1","title":"Superposed structures",)";
     text += R"("timestamp":"1980-01-01T00:00:00Z","description":"Each transformation )";
     text += kMotionSentence;

@@ -1,9 +1,14 @@
-// The tree in the format that programs of phylogeny read (Newick, Felsenstein 1986).  A branch is
-// as long as the heights of its ends differ, and a node is as high as half the distance at which
-// its children join: so the way from one model to another is as long as the distance at which they
-// do.
+// The tree in the format that programs of phylogeny read (--newick; Newick, Felsenstein 1986).
 //
-// Quoted names are read rightly by some programs only, so a name is quoted where it needs it.
+// A branch is as long as the heights of its ends differ, and a node is as high as half the distance
+// at which its children join: so the way from one model to another through the tree is as long as
+// the distance at which they join.  Distances of the joins ascend, and so no branch is negative.
+//
+// Quoted names are read rightly by some programs only, so a name is quoted where it needs it and
+// not otherwise.
+//
+// What both forms of a tree and the page have in common, treeNodes() and clusterMembers(), stands
+// at the end.
 #include <algorithm>
 #include <cmath>
 #include <string>
@@ -18,6 +23,9 @@ namespace tervolanda {
 
 namespace {
 
+// Characters that a name may have without quotes.  Brackets, colons, commas and semicolons are the
+// format's own, blanks end a name, and "_" stands for a blank to some readers, who then show one;
+// it is common in file names and not worth quotes.
 bool isPlain(char c) {
     constexpr std::string_view kMarks = "_./+|-";
     const bool isLetter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
@@ -26,8 +34,8 @@ bool isPlain(char c) {
            kMarks.find(c) != std::string_view::npos;
 }
 
-// Control bytes become "?", what is no UTF-8 the replacement character: the format has no other
-// way.
+// Control bytes become "?", what is no UTF-8 the replacement character: the format knows no escapes
+// but a doubled quote.  An empty name is quoted, or it would be none.
 void appendName(std::string& text, std::string_view name) {
     std::string shown;
     appendUtf8(shown, name);
@@ -44,7 +52,10 @@ void appendName(std::string& text, std::string_view name) {
     text += '\'';
 }
 
-// Invariant while it is written: `open` is the way from the root to the node at work.
+// One tree of all models, as binary as the clustering made it.  A single model is its name alone,
+// and no models make an empty file.
+//
+// Nodes are those of TreeNode: models 0 to N - 1, then the joins, the root last.
 class NewickTree final : public ExportFile {
  public:
     using ExportFile::ExportFile;
@@ -67,7 +78,9 @@ class NewickTree final : public ExportFile {
         int written = 0;
     };
 
-    // Without recursion: a tree may be as deep as it has models.
+    // Without recursion: a tree may be as deep as it has models.  `open` is the way from the root
+    // to the node at work; a node is visited before its first child, between its children and after
+    // the second.
     void writeTree(std::size_t root) {
         std::vector<Open> open{{root}};
         while (!open.empty()) {
@@ -90,7 +103,7 @@ class NewickTree final : public ExportFile {
         }
     }
 
-    // Where no distance is known there is no length.
+    // Where no distance is known there is no length, which the format allows.
     void appendLength(std::size_t parent, std::size_t child) {
         const std::optional<double> upper = heightOf(parent);
         const std::optional<double> lower = heightOf(child);

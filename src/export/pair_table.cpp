@@ -1,7 +1,9 @@
-// The table of pairs: tab-separated, a row a pair, the first line the names of its columns.
+// The table of pairs (--tsv): tab-separated, a row a pair in the order of the run, the first line
+// the names of its columns.
 //
-// Columns are the same in every run; what a run does not compute is empty.  So tables of different
-// measures can be put together.  Only what an option adds to every pair stands after them.
+// Columns are the same in every run; what a run does not compute is empty, and never 0.  So tables
+// of different measures can be put together, and a script may count on a column's place.  Only what
+// an option adds to every pair stands after them.
 #include <utility>
 #include <vector>
 
@@ -12,6 +14,8 @@ namespace tervolanda {
 
 namespace {
 
+// Rows of a list of 10,000 models are 50 million: a row is put together from the texts of its
+// inputs, which are made once, and numbers.
 class PairTable final : public ExportFile {
  public:
     using ExportFile::ExportFile;
@@ -21,12 +25,11 @@ class PairTable final : public ExportFile {
     void take(const PairResult& pair) override;
 
  private:
-    // What each input contributes to its rows, between tabs.
-    // Made once: each input takes part in as many rows as the list has models.
+    // What an input contributes to its rows, between tabs, escaped.
     struct Columns {
         std::string id, file, chain, length;
     };
-    std::vector<Columns> inputs_;
+    std::vector<Columns> inputs_;  // by position among the inputs
     bool hasSequences_ = false;
 };
 

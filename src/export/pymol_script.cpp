@@ -1,5 +1,10 @@
-// A script for PyMOL.  All of it is one block of Python, in which names are strings and no command
-// line takes them apart, and files are opened by Python, which expands nothing in their names.
+// A script for PyMOL (--pymol).  All of it is one block of Python, in which names are strings and
+// no command line takes them apart, and files are opened by Python, which expands nothing in their
+// names.
+//
+// Whole chains are thin ribbons; what a superposition rests on is a tube over them and a selection
+// "matched_..." that can be used further.  Reading the file in Python also makes its content and
+// not its suffix say what it is, as the program does.
 #include "base/format.h"
 #include "export/scene.h"
 
@@ -28,6 +33,7 @@ cmd.set("ribbon_trace_atoms", 1)
 cmd.set("cartoon_trace_atoms", 1)
 )";
 
+// A residue number in a selection: "-" alone is the sign of a range.
 std::string number(int value) {
     return value < 0 ? "\\" + std::to_string(value) : std::to_string(value);
 }
@@ -38,6 +44,8 @@ std::string residueName(ResidueId residue) {
     return name;
 }
 
+// Chain names that stand in a selection as they are.  By others, as the file may have only one
+// chain, none is named.
 bool isWord(std::string_view text) {
     for (const char c : text) {
         const bool isLetter = (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
@@ -46,6 +54,7 @@ bool isWord(std::string_view text) {
     return !text.empty();
 }
 
+// The residues of stretches as a string of Python, "prediction and chain A and resi 5-17+20".
 std::string selection(const std::string& object, const InputStructure& input,
                       const std::vector<ResidueStretch>& stretches) {
     std::string text = object;
@@ -125,7 +134,9 @@ void PymolScript::highlight(const std::string& object, const InputStructure& inp
                      selection(object, input, stretches).c_str(), colour);
 }
 
-// Every domain has a motion of its own: all after the first move copies, which show them alone.
+// Every domain has a motion of its own: all after the first move copies, of which only the matched
+// residues stay visible (write() hides their ribbons).  The copies are made before the first motion
+// is applied, which would move them as well.
 void PymolScript::addDomains(const Scene& scene, const ShownModel& model) {
     for (std::size_t d = 1; d < model.domains.size(); ++d)
         text() += format("cmd.create(\"prediction_domain_%zu\", \"prediction\")\n", d + 1);

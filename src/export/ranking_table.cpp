@@ -1,6 +1,9 @@
-// The table of models, best first.
+// The table of models (--ranking), best first: one row a model of the run, none for files that
+// could not be read.
 //
-// One row a model of the run; models that could not be read have none.
+// In a list against one experiment a model has the score that the list is ranked by; among
+// themselves models have the 3D-Jury where there is one, the mean score over the others, and their
+// clusters.
 #include <utility>
 
 #include "export/export.h"

@@ -1,6 +1,10 @@
-// A script for RasMol as it is today (2.7): commands, then the coordinates, which the command
-// "load inline" reads from after the command "exit".  The viewer moves all molecules alike, so that
-// the coordinates are those of the superposition, and it knows residues by number and chain only.
+// A script for RasMol as it is today, 2.7 (--rasmol): commands, then the coordinates, which the
+// command "load inline" reads from after the command "exit".
+//
+// The viewer moves all molecules alike, so that the coordinates are those of the superposition, and
+// it knows residues by number and chain only: each object of the scene is a chain of its own, A the
+// experiment.  The scripts align.rsm and super.rsm (resultfiles) are for the RasMol of old, and
+// their form is given.
 #include "base/format.h"
 #include "export/scene.h"
 
@@ -12,6 +16,8 @@ constexpr std::string_view kLetters = "ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
 constexpr int kThin = 60;  // backbone radius, 1/250 Å
 constexpr int kThick = 130;
 
+// After the 36th the letters come again, and with them the selections: a picture of more than 36
+// structures shows all of them, but some share a colour.
 char letterOf(std::size_t object) {
     return kLetters[object % kLetters.size()];
 }
@@ -36,6 +42,7 @@ class RasmolScene final : public SceneFile {
     void addBackbone(std::size_t object, unsigned colour);
     void addHighlight(std::size_t object, const std::vector<ResidueStretch>& stretches,
                       unsigned colour);
+    // The atoms that were compared, moved; `motion` is null for the experiment.
     void addCoordinates(const Chain& chain, std::size_t object, const Superposition* motion);
 };
 

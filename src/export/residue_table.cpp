@@ -1,6 +1,8 @@
-// The table of residue pairs and how far they are from each other.
+// The table of residue pairs (--residues): which residues belong together, how far their C-alpha
+// atoms are from each other once the prediction is laid over the experiment, and which pairs the
+// superposition rests on.
 //
-// Residues of the mapping only: what one of the chains lacks stands in no row.
+// It has the residues of the mapping only: what one of the chains lacks stands in no row.
 #include <utility>
 
 #include "export/export.h"
@@ -44,6 +46,7 @@ class ResidueTable final : public ExportFile {
     }
 
  private:
+    // The columns that all rows of a pair begin with, up to "residue1".
     std::string namesOf(const PairResult& pair) const {
         const InputStructure& first = inputs_->structures[pair.experiment];
         const InputStructure& second = inputs_->structures[pair.prediction];

@@ -6,6 +6,12 @@
 // The types are the contract between a run and the forms: a form takes what it shows and asks
 // nobody, and a run does not know who takes it.  Scores are on the scale of the lines that the
 // program prints, lengths in Å.
+//
+// Three ways to count structures meet here.  An input's position counts all structures that were
+// read, the experiment first where there is one; a model's position counts the models of the list
+// alone, as matrices and clusterings do; an ID counts what a list names, from 1, and so has
+// gaps where files could not be read.  RunInputs::firstModel() is the difference of the
+// first two.
 #pragma once
 
 #include <cstddef>
@@ -29,7 +35,8 @@ enum class RunKind : std::uint8_t {
     MaxSubFile,    // -M
 };
 
-// What models are ranked and clustered by.
+// What models are ranked and clustered by.  Of the files of an earlier run only that run knew what
+// their numbers are.
 enum class ScoreKind : std::uint8_t {
     Tm,
     MaxSub,
@@ -39,6 +46,7 @@ enum class ScoreKind : std::uint8_t {
     Similarity,  // of a MaxSub file: TM-score or MaxSub
 };
 
+// Whether low values are good.
 inline bool isDistance(ScoreKind kind) {
     return kind == ScoreKind::Rmsd || kind == ScoreKind::Distance;
 }
@@ -115,7 +123,8 @@ struct RecordedOption {
     std::variant<std::monostate, bool, long long, double, std::string> value;
 };
 
-// What is known before the first comparison.
+// What is known before the first comparison.  It is lent to the files for the whole run, so that
+// they keep no copies of names.
 struct RunInputs {
     RunKind kind = RunKind::Pairwise;
     ScoreKind score = ScoreKind::Tm;
@@ -126,8 +135,8 @@ struct RunInputs {
     std::vector<SkippedInput> skipped;
     std::string program, version;
     // Neither has what does not matter to results: how many threads there are, and progress.
-    std::vector<std::string> command;  // the arguments
-    std::vector<RecordedOption> options;
+    std::vector<std::string> command;     // the arguments
+    std::vector<RecordedOption> options;  // all of which results depend, given or by default
     // The chains behind the structures, lent; empty where the run reads none.
     std::vector<const Chain*> chains;
     std::optional<std::size_t> shownModels;  // the best of a list in a picture; none for all

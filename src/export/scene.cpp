@@ -1,5 +1,8 @@
-// Collects, pair by pair, what viewers show: of thousands of residue pairs only the stretches that
-// they form.
+// Collects, pair by pair, what viewers show, and writes what all of their files have in common:
+// names, colours, matrices.
+//
+// Of thousands of residue pairs only the stretches that they form are kept.  Viewers select by
+// residue number, so that a stretch is one of numbers and says nothing of what lies between.
 #include "export/scene.h"
 
 #include <algorithm>
@@ -40,9 +43,10 @@ bool isWordCharacter(char c) {
     return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_';
 }
 
-// The number of a character that UTF-8 text of this length stands for.
+// The number of a character, of which UTF-8 has the highest bits in its first byte and six in each
+// other.  REQUIRES: one whole character, as utf8Length() finds it.
 unsigned codePoint(std::string_view character) {
-    constexpr std::array<unsigned, 5> kLeadBits = {0, 0x7F, 0x1F, 0x0F, 0x07};
+    constexpr std::array<unsigned, 5> kLeadBits = {0, 0x7F, 0x1F, 0x0F, 0x07};  // by length
     unsigned code = static_cast<unsigned char>(character.front()) & kLeadBits[character.size()];
     for (const char c : character.substr(1))
         code = code << 6U | (static_cast<unsigned char>(c) & 0x3FU);
@@ -63,6 +67,8 @@ std::string Scene::nameOf(const ShownModel& model) const {
 
 void SceneFile::take(const PairResult& pair) {
     ShownModel model{pair.prediction, {}};
+    // Residue pairs name their domain from 1; those of domain 0 are in no subset, and a subset
+    // without a motion is none that could be shown.
     for (const Superposition& motion : pair.superpositions)
         model.domains.push_back({motion, {}, {}});
     for (const ResiduePair& residue : pair.residues) {
@@ -76,6 +82,7 @@ void SceneFile::take(const PairResult& pair) {
 
 void SceneFile::finish(const RunResults& results) {
     Scene scene{*inputs_, {}};
+    // A pairwise run ranks nothing.
     if (results.ranking.empty()) {
         scene.models = std::move(models_);
     } else {
@@ -89,7 +96,7 @@ void SceneFile::finish(const RunResults& results) {
 }
 
 std::array<std::array<double, 4>, 3> homogeneousRows(const Superposition& motion) {
-    const std::array<double, 3> shift = motion.apply(0.0, 0.0, 0.0);
+    const std::array<double, 3> shift = motion.apply(0.0, 0.0, 0.0);  // c1 - R c2
     std::array<std::array<double, 4>, 3> rows{};
     for (std::size_t i = 0; i < 3; ++i) {
         rows[i] = {motion.rotation[3 * i], motion.rotation[3 * i + 1], motion.rotation[3 * i + 2],
@@ -120,6 +127,8 @@ std::string pythonText(std::string_view text) {
         if (isWordCharacter(c) || kHarmless.find(c) != std::string_view::npos) {
             quoted += c;
         } else if (length == 0) {
+            // How Python has bytes of file names that are no text (PEP 383): open() takes them
+            // back.
             quoted += format("\\udc%02x", static_cast<unsigned>(static_cast<unsigned char>(c)));
         } else {
             const unsigned code = codePoint(text.substr(0, length));

@@ -1,5 +1,13 @@
 // What viewers show: an experiment and the models laid over it.  A file for a viewer is a SceneFile
 // that says how its viewer puts it.
+//
+// A scene is complete before anything of it is written, since the models stand best first and the
+// ranking is known last.  Until then SceneFile keeps of each pair its motions and the stretches of
+// residues that they rest on.
+//
+// PyMOL and ChimeraX get scripts that open the input files and move them; Mol* gets an archive with
+// copies of these; RasMol gets coordinates that have been moved, as it moves all molecules alike.
+// Colours are the same in all of them.
 #pragma once
 
 #include <array>
@@ -13,26 +21,25 @@
 
 namespace tervolanda {
 
-// Every file that carries a transformation says what it does.
-inline constexpr std::string_view kMotionSentence =
-    "moves the prediction onto the experiment: p' = R (p - c2) + c1";
-
 // Residues whose numbers rise by 1, or a single one, which then may have an insertion code.
 struct ResidueStretch {
     ResidueId first, last;
 };
 
-// The residues that a superposition rests on.
+// A motion and the residues that it rests on, in either chain.
 struct ShownDomain {
     Superposition motion;
     std::vector<ResidueStretch> experiment, prediction;
 };
 
+// A model beside the experiment.  Pairwise each domain is shown by its own motion; of a list only
+// the first is, since a picture of many models with many domains shows nothing.
 struct ShownModel {
     std::size_t input = 0;             // position among the inputs
     std::vector<ShownDomain> domains;  // none for a model that nothing has moved
 };
 
+// The input of everything that a viewer's file says; lent to write() and gone after it.
 struct Scene {
     const RunInputs& inputs;
     std::vector<ShownModel> models;  // best first; of a pairwise run the prediction
@@ -42,10 +49,13 @@ struct Scene {
         return inputs.structures[model.input];
     }
     bool isPair() const { return inputs.kind == RunKind::Pairwise; }
-    // A name of letters, digits and "_" that no other object of the scene has.
+    // A name of letters, digits and "_" that no other object of the scene has: viewers take names
+    // apart at other signs, and find objects by them.
     std::string nameOf(const ShownModel& model) const;
 };
 
+// Collects a scene, pair by pair.  A viewer's class has write() to itself, and SceneFile the rest:
+// which models there are, in which order, and how many (-super).
 class SceneFile : public ExportFile {
  public:
     using ExportFile::ExportFile;
@@ -59,22 +69,25 @@ class SceneFile : public ExportFile {
     virtual void write(const Scene& scene) = 0;
 
     const RunInputs* inputs_ = nullptr;
-    std::vector<ShownModel> models_;
+    std::vector<ShownModel> models_;  // by position among the models, up to finish()
 };
 
 // The rows of R, each with its part of c1 - R c2: p' as a product of a 3 x 4 matrix.  Å.
 std::array<std::array<double, 4>, 3> homogeneousRows(const Superposition& motion);
-// With ten decimals, and never as "-0".
+// With ten decimals, and never as "-0": a rotation matrix must multiply coordinates of a thousand Å
+// and leave the third decimal right, with some to spare.
 std::string fixedNumber(double value);
 
-// Colours of a superposed chain, 0xRRGGBB: of all of it, and of what the superposition rests on.
+// Colours of a superposed chain, 0xRRGGBB: a light one of all of it, and a dark one of what the
+// superposition rests on.
 struct SceneColours {
     unsigned base, highlight;
 };
 inline constexpr SceneColours kExperimentColours{0x66CCFF, 0x6666FF};
-// Of domain `domain`, counted from 0, of the prediction of a pair.
+// Of domain `domain`, counted from 0, of the prediction of a pair.  There are six; then they come
+// again.
 SceneColours domainColours(std::size_t domain);
-// Of model `place` of a list, counted from 0.
+// Of model `place` of a list, counted from 0; likewise.
 SceneColours modelColours(std::size_t place);
 
 // A string of Python, quoted: only letters, digits and harmless signs stand for themselves.  Bytes

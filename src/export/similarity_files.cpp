@@ -1,7 +1,8 @@
 // The similarity matrices of -matrix, for a program that draws them: a text file each.
 //
-// Each matrix is of residues of the experiment and of the prediction before an alignment by
-// structure; its first lines hold the command that draws it.
+// A matrix is of the residues of the experiment (rows) and of the prediction (columns) before an
+// alignment by structure, one a pass of the search; its first lines hold the command that draws it.
+// Labels of rows and columns count residues from 1.
 #include "base/file.h"
 #include "base/format.h"
 #include "base/log.h"

@@ -1,5 +1,7 @@
 // A structure file is read a second time for its records, since a chain holds what comparisons need
-// and nothing else.
+// and nothing else.  Only what moves is changed: columns 31 to 54 of an atom's record, its place,
+// and 29 to 70 of an ANISOU record, the directions in which it vibrates.  A field that is no
+// number, or a result that does not fit its columns, leaves the record as it was.
 #include "export/structure_copy.h"
 
 #include <array>
@@ -34,6 +36,7 @@ std::optional<std::array<double, Count>> numbersAt(std::string_view line, std::s
     return numbers;
 }
 
+// The record with its place moved, as it is where that is no place.
 void appendMovedAtom(std::string& out, std::string_view line, const Superposition& motion) {
     const auto place = numbersAt<3>(line, kCoordinates, kCoordinateWidth);
     if (!place) {
@@ -47,7 +50,8 @@ void appendMovedAtom(std::string& out, std::string_view line, const Superpositio
 }
 
 // The tensor U of a record is six whole numbers, 10^4 Å²: U11 U22 U33 U12 U13 U23.  Moved it is
-// R U R^T.
+// R U R^T.  kPlace says where in the record an element
+// of the symmetric matrix stands, kCell which element stands at a place.
 void appendTurnedFactors(std::string& out, std::string_view line, const Superposition& motion) {
     constexpr std::array<std::array<std::size_t, 3>, 3> kPlace = {
         {{0, 3, 4}, {3, 1, 5}, {4, 5, 2}}};

@@ -1,5 +1,9 @@
 // A structure as other programs get it: the records of its file where that can be read once more,
 // else its atoms.
+//
+// A Chain holds what comparisons need, the C-alpha atoms often, and people who look at a
+// superposition want side chains, ligands and headers too.  So the file is read again when its run
+// is over, and passed on record by record.
 #pragma once
 
 #include <cstdint>
@@ -12,6 +16,7 @@
 
 namespace tervolanda {
 
+// What a text is, by its content and not by the name of its file.
 enum class StructureForm : std::uint8_t { Pdb, Mmcif };
 
 struct StructureCopy {

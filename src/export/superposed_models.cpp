@@ -1,5 +1,9 @@
-// A folder of the models as they lie on the experiment, or on the medoids of their clusters: every
-// record of their files, atoms moved.
+// A folder of the models as they lie on the experiment (--superposed): every record of their files,
+// atoms moved, as PDB files, so that any viewer shows the superposition by opening them.
+//
+// Files of mmCIF become PDB records of the atoms that were compared; a model that nothing has moved
+// is copied as it is.  Names are those of the inputs, less what a shell or another file system
+// could take for something else, and no input is ever overwritten, whatever the folder.
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -59,6 +63,8 @@ FileName safeName(std::string_view path) {
 
 using FileIdentity = std::pair<dev_t, ino_t>;
 
+// Which file a path leads to, through links and whatever its spelling; none where there is none
+// yet.
 std::optional<FileIdentity> identityOf(const std::string& path) {
     struct stat status {};
     if (stat(path.c_str(), &status) != 0) return std::nullopt;
@@ -88,6 +94,9 @@ std::string motionRemarks(const Superposition& motion) {
     return text;
 }
 
+// Keeps the motion of each pair and writes everything at the end: files are read again for it, one
+// after the other, so that one structure is in memory at a time.  The first file that fails ends
+// the writing, and its name is the one that the message has; files that were complete before stay.
 class SuperposedModels final : public ExportFile {
  public:
     explicit SuperposedModels(std::string path)
@@ -117,7 +126,7 @@ class SuperposedModels final : public ExportFile {
     std::string folder_;
     const RunInputs* inputs_ = nullptr;
     std::vector<std::optional<Superposition>> motions_;  // one a structure
-    std::set<std::string> names_;
+    std::set<std::string> names_;                        // taken in this run, in lower case
     bool isFolder_ = false;
     bool isWhole_ = true;
 };
@@ -144,6 +153,7 @@ std::string SuperposedModels::nextPath(std::size_t input) {
 void SuperposedModels::writeModel(std::size_t input, const std::set<FileIdentity>& inputFiles) {
     const std::string path = nextPath(input);
     setPath(path);  // the one that a message names
+    // The folder may be that of the inputs.
     const auto identity = identityOf(path);
     if (identity && inputFiles.contains(*identity)) {
         isWhole_ = false;

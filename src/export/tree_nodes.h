@@ -1,6 +1,7 @@
-// A clustering's tree as files show it.
+// A clustering's tree, its clusters and the names of models, as files show them.
 //
-// For the two forms that show a tree; the tables number nodes in another way, 0, -1, -2 and so on.
+// Nodes are numbered as SciPy does.  The tables of the log number them in another way, 0, -1, -2
+// and so on (cluster_tables.cpp), and `Join` in a third, which needs no number of models.
 #pragma once
 
 #include <cstddef>
@@ -20,10 +21,12 @@ struct TreeNode {
     std::size_t size = 0;               // models below it
 };
 
-// The joins of a clustering by linkage, in its order; empty without a tree.
+// The joins of a clustering by linkage, in its order, by ascending distance, so that the root is
+// the last; empty without a tree.
 std::vector<TreeNode> treeNodes(const RunResults& results);
 
-// The models of each cluster, in list order; clusters in the order of their numbers.
+// The positions of the models of each cluster, in list order; clusters in the order of their
+// numbers, beside the centroids of the clustering.  Models without a cluster are in none.
 std::vector<std::vector<std::size_t>> clusterMembers(const Clustering& clustering);
 
 // What stands for a model: its file or, where none is known, its ID.

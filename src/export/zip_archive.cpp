@@ -1,4 +1,5 @@
-// Each file is packed in one go; the numbers of the format are little-endian.
+// Each file is packed in one go, so that its header, which has its length and checksum, can stand
+// before it and nothing has to be gone back to.  The numbers of the format are little-endian.
 #include "export/zip_archive.h"
 
 #include <zlib.h>
@@ -14,9 +15,10 @@ constexpr std::uint64_t kMostBytes = 0xFFFFFFFF;
 constexpr std::size_t kMostEntries = 0xFFFF;
 constexpr std::size_t kLocalHeader = 30, kCentralHeader = 46;  // bytes before the name
 constexpr unsigned kVersion = 20;
+// Bit 11 of the flags: names are UTF-8 and not a code page of the IBM PC.
 constexpr unsigned kUtf8Names = 0x0800;
 constexpr unsigned kDeflated = 8;
-constexpr unsigned kFirstDay = 1U << 5U | 1U;  // 1 January 1980
+constexpr unsigned kFirstDay = 1U << 5U | 1U;  // 1 January 1980: year - 1980, month, day
 
 void append16(std::string& out, unsigned value) {
     out += static_cast<char>(value & 0xFFU);
@@ -66,7 +68,7 @@ bool ZipArchive::add(const std::string& name, std::string_view content, std::str
     const Entry entry{
         name, static_cast<std::uint32_t>(checksum), static_cast<std::uint32_t>(packed->size()),
         static_cast<std::uint32_t>(content.size()), static_cast<std::uint32_t>(written_)};
-    append32(out, 0x04034B50);
+    append32(out, 0x04034B50);  // local file header, section 4.3.7
     for (const unsigned value : {kVersion, kUtf8Names, kDeflated, 0U, kFirstDay})
         append16(out, value);
     for (const std::uint32_t value : {entry.crc32, entry.packed, entry.length})
@@ -83,7 +85,7 @@ bool ZipArchive::add(const std::string& name, std::string_view content, std::str
 void ZipArchive::finish(std::string& out) {
     std::size_t length = 0;
     for (const Entry& entry : entries_) {
-        append32(out, 0x02014B50);
+        append32(out, 0x02014B50);  // central directory header, section 4.3.12
         for (const unsigned value : {kVersion, kVersion, kUtf8Names, kDeflated, 0U, kFirstDay})
             append16(out, value);
         for (const std::uint32_t value : {entry.crc32, entry.packed, entry.length})
@@ -96,8 +98,8 @@ void ZipArchive::finish(std::string& out) {
         out += entry.name;
         length += kCentralHeader + entry.name.size();
     }
-    append32(out, 0x06054B50);
-    append32(out, 0);  // disks
+    append32(out, 0x06054B50);  // end of central directory, section 4.3.16
+    append32(out, 0);           // disks
     append16(out, static_cast<unsigned>(entries_.size()));
     append16(out, static_cast<unsigned>(entries_.size()));
     append32(out, static_cast<std::uint32_t>(length));

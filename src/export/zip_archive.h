@@ -1,5 +1,7 @@
-// A ZIP archive, file by file (PKWARE APPNOTE 6.3.10, version 2.0 of the format: deflate, no
-// ZIP64).
+// A ZIP archive, file by file (PKWARE APPNOTE 6.3.10, version 2.0 of the format: deflate, no ZIP64,
+// so up to 4 GiB and 65,535 files).
+//
+// zlib packs, but has no archives; these hundred lines spare the program a library.
 #pragma once
 
 #include <cstddef>
