@@ -5,6 +5,7 @@
 // anything to clear up, and no signal waits for any of them.
 #include "base/file.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -25,6 +26,23 @@ FileHandle openForReading(const std::string& path) {
     struct stat status {};
     if (file && fstat(fileno(file.get()), &status) == 0 && S_ISDIR(status.st_mode)) file.reset();
     return file;
+}
+
+// By readdir() and not by std::filesystem, whose iterators end the process when memory runs out.
+std::optional<std::vector<std::string>> namesIn(const std::string& folder) {
+    const auto close = [](DIR* open) { closedir(open); };
+    const std::unique_ptr<DIR, decltype(close)> open(opendir(folder.c_str()), close);
+    if (!open) return std::nullopt;
+    std::vector<std::string> names;
+    while (true) {
+        errno = 0;  // the end of a folder and an error look the same otherwise
+        const dirent* const entry = readdir(open.get());
+        if (entry == nullptr) break;
+        const std::string_view name = entry->d_name;
+        if (name != "." && name != "..") names.emplace_back(name);
+    }
+    if (errno != 0) return std::nullopt;
+    return names;
 }
 
 void LineReader::enlarge() {

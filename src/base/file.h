@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "base/signals.h"
 
@@ -19,6 +20,10 @@ using FileHandle = std::unique_ptr<std::FILE, FileCloser>;
 
 // Opens a file for reading; empty when it cannot be opened or is a directory.
 FileHandle openForReading(const std::string& path);
+
+// The names of everything in a folder, but for "." and "..", in no order; none, with errno set,
+// when it cannot be read to its end.
+std::optional<std::vector<std::string>> namesIn(const std::string& folder);
 
 // Reads a text file by lines of any length.  A line comes with its line end, when it has one.
 // The buffer grows to the longest line that the caller's limit lets come; `most` bounds the whole

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <filesystem>
 #include <string_view>
 #include <utility>
 
@@ -121,8 +120,11 @@ BatchPair pairAt(std::uint64_t index) {
 }
 
 // First the readable models at each place, then their sums from the front.
+// The list is read twice, for its models and as a whole, and somebody may write to it meanwhile.
 ReadablePairs::ReadablePairs(std::size_t entries, const ChainList& models)
     : before_(entries + 1, 0) {
+    if (!models.chains.empty() && models.chains.back().number > entries)
+        abend("The list of models has changed while it was read");
     for (const Chain& chain : models.chains)
         ++before_.at(chain.number);
     for (std::size_t i = 1; i < before_.size(); ++i)
@@ -210,18 +212,13 @@ ListSummary summariseList(const Settings& settings, Log& log) {
 }
 
 PartFolder::PartFolder(const std::string& path, const RunIdentity& run, Log& log) {
-    std::vector<std::string> paths;
-    std::error_code error;
-    std::filesystem::directory_iterator entry(path, error);
-    for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
-        std::string part = entry->path().string();
-        if (part.ends_with(kSuffix)) paths.push_back(std::move(part));
-    }
-    if (error) abend("Can't read the folder of parts '%s'", path.c_str());
+    auto names = namesIn(path);
+    if (!names) abend("Can't read the folder of parts '%s' - %s", path.c_str(), systemErrorText());
     // A folder has its files in any order; messages about them must not.
-    std::sort(paths.begin(), paths.end());
-    for (const std::string& part : paths)
-        look(part, run, log);
+    std::sort(names->begin(), names->end());
+    const std::string folder = path.ends_with('/') ? path : path + '/';
+    for (const std::string& name : *names)
+        if (name.ends_with(kSuffix)) look(folder + name, run, log);
 }
 
 // The first usable part says how many blocks there are; others must agree with it.

@@ -8,6 +8,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
@@ -28,7 +29,7 @@ namespace {
 long first = 0;
 bool goesOn = false;
 bool isCounting = false;
-long count = 0;
+std::atomic<long> count = 0;
 
 __attribute__((constructor)) void begin() {
     if (const char* const which = std::getenv("FAULT_ALLOCATION")) {
@@ -43,14 +44,14 @@ __attribute__((destructor)) void end() {
     const char* const path = std::getenv("FAULT_TALLY");
     std::FILE* const file = path != nullptr ? std::fopen(path, "w") : nullptr;
     if (file == nullptr) return;
-    std::fprintf(file, "%ld", count);
+    std::fprintf(file, "%ld", count.load());
     std::fclose(file);
 }
 
 bool fails() {
     if (!isCounting) return false;
-    ++count;
-    const bool fault = count == first || (goesOn && count > first);
+    const long number = ++count;  // threads allocate, too
+    const bool fault = number == first || (goesOn && number > first);
     if (fault) errno = ENOMEM;
     return fault;
 }

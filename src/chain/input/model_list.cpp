@@ -254,9 +254,13 @@ void ListReading::readBySeveral() {
 
 // The structure files that a path stands for: those of a folder, or that match a pattern, or
 // itself; none when it is a list.
-std::optional<std::vector<std::string>> filesAt(const std::string& path) {
+std::optional<std::vector<std::string>> filesAt(const std::string& path, Log& log) {
     std::error_code ignored;
-    if (std::filesystem::is_directory(path, ignored)) return structuresIn(path);
+    if (std::filesystem::is_directory(path, ignored)) {
+        if (auto files = structuresIn(path)) return files;
+        log.error(0, "Can't read folder '%s' - %s", path.c_str(), systemErrorText());
+        return std::vector<std::string>{};
+    }
     if (std::filesystem::exists(path, ignored)) {
         if (!namesStructure(path)) return std::nullopt;
         return std::vector{path};
@@ -302,7 +306,7 @@ std::size_t readModelList(const std::string& path, std::uint32_t& counter,
 
 std::size_t readModelsAt(const std::string& path, std::uint32_t& counter,
                          const ListRequest& request, ChainList& list, Log& log) {
-    const auto files = filesAt(path);
+    const auto files = filesAt(path, log);
     if (!files) {
         const std::filesystem::path folder = std::filesystem::path(path).parent_path();
         return readListFile(path, folder, counter, request, list, log);
@@ -331,7 +335,9 @@ std::optional<ListSummary> summariseModelList(const std::string& path, Log& log)
             crc32_z(summary.checksum, reinterpret_cast<const Bytef*>(line->data()), line->size()));
         if (!pathIn(*line).empty()) ++summary.models;
     }
-    return summary;
+    if (!reader.failed()) return summary;
+    reportReadError(reader, path, kLongestList, log);
+    return std::nullopt;
 }
 
 bool readResidueExclusionFile(const std::string& path, ResidueExclusions& exclusions, Log& log) {

@@ -9,6 +9,8 @@
 #include <filesystem>
 #include <system_error>
 
+#include "base/file.h"
+
 namespace tervolanda {
 
 namespace {
@@ -68,12 +70,11 @@ bool isPattern(std::string_view path) {
     return path.find_first_of("*?[") != std::string_view::npos;
 }
 
-std::vector<std::string> structuresIn(const std::string& folder) {
+std::optional<std::vector<std::string>> structuresIn(const std::string& folder) {
+    const auto names = namesIn(folder);
+    if (!names) return std::nullopt;
     std::vector<std::string> paths;
-    std::error_code error;
-    for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
-         entry.increment(error)) {
-        const std::string name = entry->path().filename().string();
+    for (const std::string& name : *names) {
         const std::string path = (std::filesystem::path(folder) / name).string();
         if (!name.starts_with('.') && namesStructure(name) && !isFolder(path))
             paths.push_back(path);

@@ -3,6 +3,7 @@
 // For --models; a list file names its models itself.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -19,8 +20,9 @@ bool isBeforeNaturally(std::string_view a, std::string_view b);
 // Whether the path has a character of patterns.
 bool isPattern(std::string_view path);
 
-// The structure files of a folder, but for hidden ones, in natural order.
-std::vector<std::string> structuresIn(const std::string& folder);
+// The structure files of a folder, but for hidden ones, in natural order; none, with errno set,
+// when it cannot be read.
+std::optional<std::vector<std::string>> structuresIn(const std::string& folder);
 
 // The files that match a pattern of the shell, in natural order.
 std::vector<std::string> filesMatching(const std::string& pattern);
