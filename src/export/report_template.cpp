@@ -46,7 +46,7 @@ p { max-width: 46rem; margin: .3rem 0 .8rem; }
 .side > .table { flex: 0 1 auto; }
 .side > .texts { flex-basis: 33rem; }
 .wide { overflow: auto; max-width: 100%; }
-.tall { max-height: 44rem; width: max-content; }
+.tall { max-height: 46rem; width: max-content; }
 table { border-collapse: collapse; font-variant-numeric: tabular-nums; font-size: .9rem; }
 th, td { padding: .2rem .55rem; text-align: right; border-bottom: 1px solid var(--line); white-space: nowrap; }
 th.text, td.text { text-align: left; }
@@ -327,7 +327,7 @@ function addMap(values) {
     make("figcaption", {}, `${data.matrix.of} from ${fixed(ends[0], 3)}`,
       make("span", {class: "scale", style: `background:linear-gradient(90deg,${STOPS.map((c) => `rgb(${c})`).join()})`}),
       `to ${fixed(ends[1], 3)}${known.length < count * (count - 1) ? ", no value grey" : ""}; rows and columns ${hasTree ? "in the order of the tree" : "cluster by cluster"}.`
-      + (hasTree && data.threshold !== undefined ? " The dashed line cuts the tree into clusters; a model outside of them all is grey." : ""))));
+      + (hasTree && data.threshold !== undefined ? " The dashed line cuts the tree into clusters; a model that stands alone is grey." : ""))));
 }
 
 // --- Histogram, with bars that begin at round numbers ---
@@ -585,7 +585,9 @@ function cards(tables, values) {
     if (values.length) card(fixed(median(values), 3), data.scores ? `median ${data.scores.of} of the models` : `median ${data.matrix.of} of two models`);
   } else if (data.pair) {
     const rows = new Map(first.rows.map((row) => [row[0], row]));
-    for (const name of ["GDT", "TM-score", "MaxSub", "RMSD", "Pairs"]) if (rows.has(name)) card(rows.get(name)[1], name === "RMSD" ? "Å RMSD" : name === "Pairs" ? "residues superposed" : name);
+    const domains = Number(rows.get("Domains")?.[1] ?? 1);
+    const about = {RMSD: domains > 1 ? "Å RMSD of the first domain" : "Å RMSD", Pairs: "residues superposed" + (domains > 1 ? `, in ${domains} domains` : "")};
+    for (const name of ["GDT", "TM-score", "MaxSub", "RMSD", "Pairs"]) if (rows.has(name)) card(rows.get(name)[1], about[name] ?? name);
   }
   const failure = FAILURES[data.pair && !data.scores ? first.rows.find((row) => row[0] === "Status")?.[1] : ""];
   if (failure) return make("p", {}, make("b", {}, failure));
