@@ -22,9 +22,10 @@ import tempfile
 import zlib
 
 SKIPPED = 77
-# What may stand in a list, and what a shell, a page or a table could take for its own.
-NAMES = ['a "b", c.pdb', "tab\there.pdb", "<script>.pdb", "it's.pdb", "aÅ-µ.pdb", "back\\slash(1):2;.pdb",
-         "x" * 240 + ".pdb", b"no\xff\xc3utf8.pdb"]
+# What a shell, a page or a table could take for its own.
+NAMES = ['a "b", c.pdb', "tab\there.pdb", "line\nend.pdb", "<script>.pdb", "it's.pdb", "aÅ-µ.pdb", "蛋白質 🧬.pdb",
+         "back\\slash(1):2;.pdb", "x" * 240 + ".pdb", b"no\xff\xc3utf8.pdb"]
+DEEP = "/".join(["d" * 199] * 19)  # names of 4,000 characters, as long as paths may be
 skipped = []
 
 
@@ -63,9 +64,22 @@ def check_numbers(folder, output):
     for row in rows:
         shown = f"Pairs={int(row['pairs']):4}, RMSD={float(row['rmsd']):6.3f}, MaxSub={float(row['tm2']):5.3f}"
         assert printed[int(row["id1"]), int(row["id2"])] == shown, (row, shown)
-    text = "".join((folder / name).read_text("utf-8") for name in ("run.json", "pairs.jsonl", "pairs.tsv"))
-    assert not re.search(r"\b(nan|inf|infinity)\b", text, re.IGNORECASE)
-    return document, rows
+    return document
+
+
+def check_finite(program, folder):
+    """Where no residues belong together nothing is a number that is none."""
+    (folder / "apart.txt").write_text("near_1.pdb\nrelative.pdb\nwrong_1.pdb\n")
+    texts = ["x.tsv", "x.json", "x.jsonl", "x.nwk", "x.rank", "x.html"]
+    numpy = client("numpy")
+    for measure in ([], ["-rmsd"], ["-gdt"]):
+        run(program, folder, "-l", "apart.txt", "-C", "2", *measure, "--tsv=x.tsv", "--json=x.json", "--jsonl=x.jsonl",
+            "--newick=x.nwk", "--ranking=x.rank", "--report=x.html", "--npy=x.npy", "--linkage=l.npy")
+        for name in texts:
+            data = (folder / name).read_text("utf-8").split('id="data">')[-1].split("</script>")[0]
+            assert data and not re.search(r"\b(nan|inf|infinity)\b", data, re.IGNORECASE), name
+        for name in ("x.npy", "l.npy") if numpy else ():
+            assert numpy.isfinite(numpy.load(folder / name)).all(), name
 
 
 def check_inputs(folder, document):
@@ -127,7 +141,6 @@ def check_newick(folder, document):
     if not phylo:
         return
     tree = phylo.read(folder / "tree.nwk", "newick")
-    leaves = {0: ["near_1.pdb"]}
     names = [entry["file"] for entry in document["inputs"]]
     leaves = {i: [name] for i, name in enumerate(names)}
     for node in document["tree"]:
@@ -171,27 +184,38 @@ def unescaped(field):
     return b"".join(short.get(part, bytes([int(part[2:], 16)]) if part[:2] == b"\\x" else part) for part in parts)
 
 
-def check_names(program, folder):
-    names = [os.fsencode(name) for name in NAMES]
-    for name in names:
-        shutil.copy(folder / "near_1.pdb", os.path.join(os.fsencode(folder), name))
-    (folder / "names.txt").write_bytes(b"\n".join(names) + b"\n")
-    run(program, folder, "-l", "names.txt", "-rmsd", "-C", "1", "--tsv=n.tsv", "--json=n.json", "--newick=n.nwk",
-        "--npy=n.npy", "--ranking=n.rank")
-    valid = [name.decode("utf-8", "replace") for name in names]
-    document = json.loads((folder / "n.json").read_text("utf-8"))
-    # Decoders differ in how many replacement characters a run of bytes gets.
-    alike = lambda name: re.sub("\ufffd+", "\ufffd", name)
-    found = [alike(entry["file"]) for entry in document["inputs"]]
-    assert found == [alike(name) for name in valid], found
-    rows = table(folder / "n.tsv")
-    assert {unescaped(row["file2"]) for row in rows} == set(names[:-1])
-    assert [unescaped(line) for line in (folder / "n.npy.names").read_text("utf-8").split("\n")[:-1]] == names
+def alike(name):
+    """Decoders differ in how many replacement characters a run of bytes gets."""
+    return re.sub("\ufffd+", "\ufffd", name)
+
+
+def check_names(program, folder, place, names):
+    """Every form gives every name back, as far as it can hold it."""
+    wanted = [os.path.join(os.fsencode(place), os.fsencode(name)) for name in names]
+    os.chdir(folder)  # from where names may be longer than from elsewhere
+    os.makedirs(place)
+    for path in wanted:
+        shutil.copy("near_1.pdb", path)
+    models = "--models=" + place
+    run(program, folder, models, "-rmsd", "-C", "1", "--tsv=n.tsv", "--json=n.json", "--jsonl=n.jsonl",
+        "--newick=n.nwk", "--npy=n.npy", "--ranking=n.rank")
+    run(program, folder, "-e", "experiment.pdb", models, "--residues=n.res")
+    assert {unescaped(row[key]) for row in table("n.tsv") for key in ("file1", "file2")} == set(wanted)
+    assert {unescaped(row["file"]) for row in table("n.rank")} == set(wanted)
+    assert {unescaped(row["file2"]) for row in table("n.res")} == set(wanted)
+    with open("n.npy.names", encoding="utf-8", newline="") as lines:
+        assert {unescaped(line) for line in lines.read().split("\n")[:-1]} == set(wanted)
+    decoded = {alike(path.decode("utf-8", "replace")) for path in wanted}
+    document = json.loads(pathlib.Path("n.json").read_text("utf-8"))
+    lines = [json.loads(line) for line in pathlib.Path("n.jsonl").read_text("utf-8").split("\n")[:-1]]
+    assert {alike(entry["file"]) for entry in document["inputs"]} == decoded
+    assert {alike(line[key]) for line in lines for key in ("file1", "file2")} == decoded
     phylo = client("Bio.Phylo")
-    if phylo:  # it takes apostrophes for no part of a name
-        tree = (folder / "n.nwk").read_text("utf-8").replace("it''s", "its")
-        leaves = {leaf.name for leaf in phylo.read(io.StringIO(tree), "newick").get_terminals()}
-        assert {'a "b", c.pdb', "tab?here.pdb", "<script>.pdb", "aÅ-µ.pdb", "its.pdb"} <= leaves, leaves
+    if phylo:  # it takes apostrophes for no part of a name, and a backslash for a mark
+        tree = pathlib.Path("n.nwk").read_text("utf-8").replace("it''s", "its")
+        leaves = {alike(leaf.name) for leaf in phylo.read(io.StringIO(tree), "newick").get_terminals()}
+        shown = {re.sub("[\t\n]", "?", name).replace("'", "") for name in decoded if "\\" not in name}
+        assert shown <= leaves, shown - leaves
 
 
 def check_failures(program, folder):
@@ -214,7 +238,7 @@ def main():
         with open(folder / "models.txt", "a", encoding="utf-8") as models:
             models.write("gone.pdb\n")
         files = ["--tsv=pairs.tsv", "--json=run.json", "--jsonl=pairs.jsonl", "--npy=matrix.npy",
-                 "--linkage=linkage.npy", "--newick=tree.nwk", "--ranking=ranking.tsv"]
+                 "--linkage=linkage.npy", "--newick=tree.nwk", "--ranking=ranking.tsv", "--report=page.html"]
         output = run(program, folder, "-l", "models.txt", "-C", "2", "-L", "2", *files)
         quiet = subprocess.run([program, "-l", "models.txt", "--progress=lines"], cwd=folder, capture_output=True,
                                text=True, check=True)
@@ -223,7 +247,8 @@ def main():
         run(program, folder, "-l", "models.txt", "-C", "2", "-L", "2", *files, "--threads=3", "--progress=none")
         assert first == {path.name: path.read_bytes() for path in folder.iterdir() if path.is_file()}
         run(program, folder, "-l", "models.txt", "-C", "2", "-rmsd", "--npy=rmsd.npy", "--linkage=rmsd-linkage.npy")
-        document, rows = check_numbers(folder, output)
+        document = check_numbers(folder, output)
+        check_finite(program, folder)
         check_inputs(folder, document)
         pair = check_residues(program, folder)
         failed = check_failures(program, folder)
@@ -231,9 +256,11 @@ def main():
         check_jq(folder, document)
         check_scipy(folder, document)
         check_newick(folder, document)
-        check_names(program, folder)
-    for name in sorted(set(skipped)):
-        print("not checked, not installed:", name)
+        check_names(program, folder, "odd", NAMES)
+        check_names(program, folder, DEEP, ["n" * 190 + ".pdb", "m.pdb"])
+        os.chdir("/")
+    if skipped:
+        print("skipped: not installed, and so not checked:", *sorted(set(skipped)))
     return SKIPPED if skipped else 0
 
 
