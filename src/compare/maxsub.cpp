@@ -29,7 +29,7 @@ class StartTrials {
     // and there is nothing to report of them.
     bool run() {
         const MappingTask chains = mappingTask(task_);
-        const auto starts = scratch_.mapper.findStarts(chains, scratch_.kernels, report_);
+        const auto starts = scratch_.mapper.findStarts(chains, report_);
         std::size_t best = 0;
         for (std::size_t i = 0; i < starts.size() && starts.size() > 1; ++i) {
             if (improves(starts[i], chains)) best = i;

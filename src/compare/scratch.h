@@ -38,7 +38,7 @@ struct ComparisonScratch {
     const Kernels& kernels;
     ResidueMapping mapping;                // the pairing under work
     ResidueMapping nextMapping;            // the one that may follow it
-    StructureMapper mapper;                // makes pairings from structure
+    StructureMapper mapper{kernels};       // makes pairings from structure
     SequencePairing sequencePairing;       // makes pairings from sequence
     PairedPoints pairs;                    // its points in mapped order
     PairedPoints gathered;                 // the points of one subset

@@ -18,12 +18,7 @@ namespace {
 }  // namespace portable
 
 #if defined(__x86_64__)
-#if defined(__clang__)
-#pragma clang attribute push(__attribute__((target("avx2,popcnt"))), apply_to = function)
-#else
-#pragma GCC push_options
-#pragma GCC target("avx2,popcnt")
-#endif
+#include "compare/fit/begin_avx2.inc"
 namespace avx2 {
 namespace {
 #define TERVOLANDA_AVX2
@@ -31,11 +26,7 @@ namespace {
 #undef TERVOLANDA_AVX2
 }  // namespace
 }  // namespace avx2
-#if defined(__clang__)
-#pragma clang attribute pop
-#else
-#pragma GCC pop_options
-#endif
+#include "compare/fit/end_avx2.inc"
 #endif
 
 const Kernels& portableKernels() {

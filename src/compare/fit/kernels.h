@@ -88,7 +88,14 @@ struct alignas(32) PointBlock {
     std::array<double, 4> x{}, y{}, z{};
 };
 
+// The instruction sets that there are tables for.
+enum class InstructionSet : std::uint8_t {
+    Portable,  // what every processor of its kind has
+    Avx2
+};
+
 struct Kernels {
+    InstructionSet instructionSet;
     CorrelationSums (*correlate)(const PairedArrays& pairs, std::size_t n);
     // squared[i] = |R p + t - e|^2
     void (*squaredDeviations)(const PairedArrays& pairs, std::size_t n, const Motion& motion,

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "base/stop.h"
+#include "compare/pairing/pairing_kernels.h"
 #include "compare/pairing/similarity.h"
 
 namespace tervolanda {
@@ -29,6 +30,8 @@ struct AlignedPair {
 // Keeps its memory from call to call, a byte for each pair of a row and a column.
 class LocalAligner {
  public:
+    explicit LocalAligner(const PairingKernels& kernels) : kernels_(kernels) {}
+
     // Aligns the rows of `similarity` (prediction) with its columns (experiment) and stores in
     // `pairs` the pairs of non-zero similarity, rows and columns ascending; none when no similarity
     // is positive.  Among equal steps the diagonal is preferred, then skipping a column; of equal
@@ -43,20 +46,15 @@ class LocalAligner {
     };
 
     void prepare(std::size_t rows, std::size_t columns);
-    // Fills the scores of one row and its steps from `similarity_`; returns the highest score.
-    float fillRow(std::uint8_t* steps, float open, float affine);
+    // The arrays as a kernel takes them, for row `i`.
+    AlignmentRow rowOf(std::size_t i, float open, float affine);
     void traceBack(Cell end, std::vector<AlignedPair>& pairs) const;
 
+    const PairingKernels& kernels_;
     std::size_t columns_ = 0;
-    // One entry a column.  Those of `scores_` (of the row above, then of the row itself) and
-    // `unskipped_` come after an entry for the border of the matrix, 0.
-    std::vector<float> similarity_;  // of the row under work
-    std::vector<float> scores_;
-    std::vector<float> unskipped_;     // score without a gap of columns at the end
-    std::vector<float> paired_;        // score with the two residues paired
-    std::vector<float> rowGap_;        // score that ends in a gap of rows
-    std::vector<float> columnGap_;     // score that ends in a gap of columns
-    std::vector<std::uint8_t> steps_;  // rows x columns, bits in the .cpp
+    // See AlignmentRow for what they hold.
+    std::vector<float> similarity_, scores_, unskipped_, paired_, rowGap_, columnGap_;
+    std::vector<std::uint8_t> steps_;  // rows x columns, then room for what a kernel overwrites
 };
 
 }  // namespace tervolanda

@@ -62,8 +62,7 @@ void setMapping(const Pairing& pairing, const MappingTask& task, ResidueMapping&
     mapping.collectPairs();
 }
 
-std::vector<Pairing> StructureMapper::findStarts(const MappingTask& task, const Kernels& kernels,
-                                                 Report& report) {
+std::vector<Pairing> StructureMapper::findStarts(const MappingTask& task, Report& report) {
     const Points ofExperiment = unitVectors(task.experiment.points);
     const Points ofPrediction = unitVectors(task.prediction.points);
     pairing_.clear();
@@ -74,13 +73,13 @@ std::vector<Pairing> StructureMapper::findStarts(const MappingTask& task, const 
                       static_cast<unsigned>(ofExperiment.size()));
         return {pairing_};
     }
-    const FragmentScores similarity(ofExperiment, ofPrediction);
+    const FragmentScores similarity(ofExperiment, ofPrediction, scratch_.pairingKernels);
     show({similarity, SimilarityMatrix::Cells::FragmentScores, task.iteration, 0}, task, report);
     scratch_.stop = task.stop;
     scratch_.aligner.align(similarity, task.penalties, fragments_, task.stop);
     pairFragments(fragments_, pairing_);
     if (!task.thorough) return {pairing_};
-    return StartingPairings(task.experiment, task.prediction, task.penalties, kernels, scratch_)
+    return StartingPairings(task.experiment, task.prediction, task.penalties, scratch_)
         .find(pairing_);
 }
 
@@ -93,7 +92,8 @@ void StructureMapper::mapByDistance(const MappingTask& task, const Superposition
     report.report(ReportLevel::Mapping,
                   "Opt  %u: Generating similarity matrix using d0 = %.2f : dmax = %.2f\n", pass,
                   scale, reach);
-    const DistanceScores similarity(task.experiment, task.prediction, superposition, scale, reach);
+    const DistanceScores similarity(task.experiment, task.prediction, superposition,
+                                    scratch_.pairingKernels, {scale, reach});
     if (report.reports(ReportLevel::Mapping)) {
         report.report(ReportLevel::Mapping, "Opt  %u: Average similarity score = %.3f\n", pass,
                       mean(similarity));

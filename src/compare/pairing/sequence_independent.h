@@ -30,12 +30,13 @@ void setMapping(const Pairing& pairing, const MappingTask& task, ResidueMapping&
 // Makes residue mappings from structure, with the scratch that takes.
 class StructureMapper {
  public:
+    explicit StructureMapper(const Kernels& kernels) : scratch_(kernels) {}
+
     // The pairings to begin with, without a superposition.  The first one pairs residues by the
     // shapes of the backbones around them: the scores of 7-vector fragments, aligned locally; it is
     // empty when either chain has fewer than 7 unit vectors.  Others may follow in a thorough
     // search (see StartingPairings).
-    std::vector<Pairing> findStarts(const MappingTask& task, const Kernels& kernels,
-                                    Report& report);
+    std::vector<Pairing> findStarts(const MappingTask& task, Report& report);
 
     // Pairs residues that lie near each other under the superposition that pass `pass` found: the
     // similarity of a pair at distance d is 1 / (1 + (d / d0)^2) within a reach, else 0, d0 and

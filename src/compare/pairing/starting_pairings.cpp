@@ -47,12 +47,10 @@ void fillDiagonal(std::ptrdiff_t i, std::ptrdiff_t j, std::ptrdiff_t count, Pair
 // Scores of candidates are by the shorter chain: which chain is called the experiment must not
 // decide.
 StartingPairings::StartingPairings(const CoordinateSet& experiment, const CoordinateSet& prediction,
-                                   const GapPenalties& penalties, const Kernels& kernels,
-                                   StartScratch& scratch)
+                                   const GapPenalties& penalties, StartScratch& scratch)
     : experiment_(experiment),
       prediction_(prediction),
       penalties_{kEasierGaps * penalties.open, kEasierGaps * penalties.affine},
-      kernels_(kernels),
       scratch_(scratch),
       length_(static_cast<double>(std::min(experiment.size(), prediction.size()))),
       scale_(distanceScale(length_, 1.0)) {}
@@ -89,9 +87,9 @@ StartingPairings::Judged StartingPairings::judge(const Pairing& pairing) {
     if (pairing.size() < kFewestPairs) return best;
     place(pairing);
     const double nearby = clampedDistanceScale(length_, 1.0);
-    auto fit = fitPairs(scratch_.pairs, kernels_);
+    auto fit = fitPairs(scratch_.pairs, scratch_.kernels);
     for (int trimming = 0; fit; ++trimming) {
-        squaredDeviations(scratch_.pairs, *fit, kernels_, scratch_.squared);
+        squaredDeviations(scratch_.pairs, *fit, scratch_.kernels, scratch_.squared);
         double sum = 0.0;
         for (const double squared : scratch_.squared)
             sum += tmTerm(squared, scale_ * scale_);
@@ -102,7 +100,7 @@ StartingPairings::Judged StartingPairings::judge(const Pairing& pairing) {
             if (scratch_.squared[k] <= nearby * nearby) scratch_.subset.push_back(k);
         }
         if (scratch_.subset.size() < kFewestPairs) break;
-        fit = fitPairs(scratch_.pairs, scratch_.subset, kernels_, scratch_.gathered);
+        fit = fitPairs(scratch_.pairs, scratch_.subset, scratch_.kernels, scratch_.gathered);
     }
     return best;
 }
@@ -121,8 +119,8 @@ StartingPairings::Judged StartingPairings::refine(Pairing& pairing) {
 }
 
 void StartingPairings::align(const Superposition& superposition, Pairing& pairing) {
-    const DistanceScores similarity(experiment_, prediction_, superposition, scale_,
-                                    similarityReach(length_));
+    const DistanceScores similarity(experiment_, prediction_, superposition,
+                                    scratch_.pairingKernels, {scale_, similarityReach(length_)});
     scratch_.aligner.align(similarity, penalties_, pairing, scratch_.stop);
 }
 
@@ -181,7 +179,7 @@ std::vector<StartingPairings::FragmentStart> StartingPairings::superposeFragment
         for (std::ptrdiff_t j = 0; j + length <= columns; j += columnStep) {
             fillDiagonal(i, j, length, scratch_.candidate);
             place(scratch_.candidate);
-            const auto fit = fitPairs(scratch_.pairs, kernels_);
+            const auto fit = fitPairs(scratch_.pairs, scratch_.kernels);
             if (!fit) continue;
             const Superposition superposition = asSuperposition(scratch_.pairs, *fit);
             starts.push_back({agreement(superposition, j - i), superposition});

@@ -16,6 +16,13 @@ using Pairing = std::vector<AlignedPair>;  // rows: prediction, columns: experim
 
 // Scratch of the choice, kept from call to call.
 struct StartScratch {
+    explicit StartScratch(const Kernels& fastest)
+        : kernels(fastest),
+          pairingKernels(tervolanda::pairingKernels(fastest.instructionSet)),
+          aligner(pairingKernels) {}
+
+    const Kernels& kernels;
+    const PairingKernels& pairingKernels;
     PairedPoints pairs, gathered;
     std::vector<double> squared;
     std::vector<std::uint32_t> subset;
@@ -30,7 +37,7 @@ struct StartScratch {
 class StartingPairings {
  public:
     StartingPairings(const CoordinateSet& experiment, const CoordinateSet& prediction,
-                     const GapPenalties& penalties, const Kernels& kernels, StartScratch& scratch);
+                     const GapPenalties& penalties, StartScratch& scratch);
 
     // The pairing by shape, then the most promising others, best first: few, and none when the
     // pairing by shape leads to a good TM-score.
@@ -67,7 +74,6 @@ class StartingPairings {
     const CoordinateSet& experiment_;
     const CoordinateSet& prediction_;
     GapPenalties penalties_;
-    const Kernels& kernels_;
     StartScratch& scratch_;
     double length_;  // of the shorter chain
     double scale_;   // of the TM-score, Å

@@ -74,7 +74,7 @@ class ByDefinition {
 // Eighths, so that sums are exact and equal scores frequent; any share of the cells is empty.
 Matrix<float> randomMatrix(std::mt19937& engine) {
     const auto zeros = engine() % 10;
-    Matrix<float> matrix(1 + engine() % 9, 1 + engine() % 9);
+    Matrix<float> matrix(1 + engine() % 9, 1 + engine() % 20);
     for (float& value : matrix.values()) {
         value = engine() % 10 < zeros ? 0.0F : static_cast<float>(1 + engine() % 8) / 8.0F;
     }
@@ -86,13 +86,17 @@ TEST(LocalAligner, FindsTheBestScoreByDefinitionAndPairsThatHaveIt) {
         GapPenalties{-0.625, 0.0}, GapPenalties{-1.0, -0.25}, GapPenalties{-0.5, -0.5},
         GapPenalties{0.0, 0.0},    GapPenalties{-0.125, 0.0}, GapPenalties{-8.0, -8.0}};
     std::mt19937 engine(20);
-    LocalAligner aligner;
+    LocalAligner portable(pairingKernels(InstructionSet::Portable));
+    LocalAligner best(pairingKernels(bestKernels().instructionSet));
     for (int trial = 0; trial < 600; ++trial) {
         const GapPenalties& penalties = kPenalties[static_cast<std::size_t>(trial) % 6];
         const Matrix<float> similarity = randomMatrix(engine);
         std::vector<AlignedPair> pairs;
         const double score =
-            static_cast<double>(aligner.align(MatrixRows(similarity), penalties, pairs));
+            static_cast<double>(best.align(MatrixRows(similarity), penalties, pairs));
+        std::vector<AlignedPair> sameTies;
+        portable.align(MatrixRows(similarity), penalties, sameTies);
+        ASSERT_EQ(pairs, sameTies) << "trial " << trial;
         ASSERT_EQ(score, ByDefinition(similarity, penalties).best()) << "trial " << trial;
         // With all other similarities forbidden the pairs alone must still reach that score.
         Matrix<float> only(similarity.rows(), similarity.columns());
@@ -126,7 +130,7 @@ Matrix<float> matrixOf(const std::string& text) {
 
 // One aligner for all: it forgets the matrix before.
 TEST(LocalAligner, BreaksTiesByItsRulesAndTakesPenaltiesThatAreNoneAsTheNearestThatAre) {
-    LocalAligner aligner;
+    LocalAligner aligner(pairingKernels(bestKernels().instructionSet));
     std::vector<AlignedPair> pairs;
     aligner.align(MatrixRows(Matrix<float>(40, 30, 1.0F)), {-1.0, 0.0}, pairs);
     EXPECT_EQ(pairs.size(), 30U);

@@ -1,0 +1,37 @@
+// The table of each instruction set; see compare/fit/kernels.cpp.
+#include "compare/pairing/pairing_kernels.h"
+
+#include <cstring>
+
+namespace tervolanda {
+
+// As in compare/fit/kernels.cpp.
+#pragma GCC diagnostic ignored "-Wpsabi"
+
+namespace portable {
+namespace {
+#include "compare/pairing/pairing_kernels_body.inc"
+}  // namespace
+}  // namespace portable
+
+#if defined(__x86_64__)
+#include "compare/fit/begin_avx2.inc"
+namespace avx2 {
+namespace {
+#define TERVOLANDA_AVX2
+#include "compare/pairing/pairing_kernels_body.inc"
+#undef TERVOLANDA_AVX2
+}  // namespace
+}  // namespace avx2
+#include "compare/fit/end_avx2.inc"
+#endif
+
+const PairingKernels& pairingKernels(InstructionSet set) {
+#if defined(__x86_64__)
+    if (set == InstructionSet::Avx2) return avx2::kPairingKernels;
+#endif
+    static_cast<void>(set);
+    return portable::kPairingKernels;
+}
+
+}  // namespace tervolanda
