@@ -160,7 +160,9 @@ void RunExports::makeFiles(bool (*isMade)(const ExportFile& file)) {
     for (InputStructure& input : inputs_.structures) {
         if (showsChecksums && isRead) input.crc32 = fileChecksum(input.file, log_);
     }
+    texts_.start(inputs_);
     for (const auto& file : files_) {
+        file->share(texts_);
         file->start(inputs_);
         form_.detail = std::max(form_.detail, file->pairDetail());
     }
@@ -184,8 +186,11 @@ void RunExports::take(const ComparedPair& pair) {
     pair_.experiment = pair.at.experiment;
     pair_.prediction = firstPrediction + pair.at.prediction;
     if (inputs_.pairsBySequence) showSequences(pair);
-    for (const auto& file : files_)
-        file->take(pair_);
+    texts_.next(pair_);
+    // What a file shows must not depend on which others are asked for.
+    for (const auto& file : files_) {
+        if (file->pairDetail() != PairDetail::None) file->take(pair_);
+    }
 }
 
 void RunExports::seeMaxSub(const ComparedPair& pair, const ComparisonResult& result) {

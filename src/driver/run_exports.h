@@ -84,6 +84,7 @@ class RunExports final : public PairViewer {
     PairForm form_{settings_.comparison, true, std::nullopt, PairDetail::None};
     // Used again for every pair, so that a batch does not allocate.
     PairResult pair_;
+    PairTexts texts_;
     SequencePairing sequences_;
     std::size_t pairsWithoutFit_ = 0;
     std::optional<DistanceMatrix> scores_;

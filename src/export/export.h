@@ -18,6 +18,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "base/file.h"
 #include "chain/chain.h"
@@ -79,8 +80,43 @@ class SimilarityMatrixFiles final : public SimilaritySink {
 inline constexpr std::string_view kMotionSentence =
     "moves the prediction onto the experiment: p' = R (p - c2) + c1";
 
-// What a file shows of pairs, and so what is filled in of them.
-enum class PairDetail : std::uint8_t { None, Figures, Residues };
+// What a file shows of pairs, and so what is filled in of them; each has all of those before it.
+// Matched residues are apart from distances because a list has millions of either, and a distance
+// costs a square root.
+enum class PairDetail : std::uint8_t { None, Figures, Matched, Residues };
+
+// What several forms show alike of a pair, made once, by the first that asks for it: with all forms
+// of a run numbers are most of what they cost.
+class PairTexts {
+ public:
+    // Before the first pair.
+    void start(const RunInputs& inputs);
+    // The pair is lent, and the texts are its own, until the next.
+    void next(const PairResult& pair) {
+        pair_ = &pair;
+        json_.clear();
+    }
+
+    // The pair as an object of JSON, in two parts: between them is room for members that a form
+    // adds, each after a comma.
+    struct Object {
+        std::string_view head, tail;
+    };
+    Object json();
+
+ private:
+    void makeJson();
+
+    // Members that an input contributes as the experiment and as the prediction.
+    struct InputKeys {
+        std::string first, second;
+    };
+    std::vector<InputKeys> keys_;
+    const PairResult* pair_ = nullptr;
+    std::string json_;  // empty until it is asked for
+    std::size_t headOfJson_ = 0;
+    bool hasSequences_ = false;
+};
 
 // One file of one form.
 //
@@ -100,8 +136,9 @@ class ExportFile {
     ExportFile& operator=(const ExportFile&) = delete;
     virtual ~ExportFile() = default;
 
-    // What it wants to see of pairs; the run fills in as much as the file that wants most, and does
-    // without take() where all want none.  Asked once, after start().
+    // What it wants to see of pairs; the run fills in as much as the file that wants most, and
+    // calls take() of those that want any: no file may depend on what others are asked for.  The
+    // same from start() on.
     virtual PairDetail pairDetail() const { return PairDetail::None; }
     // InputStructure::crc32, for which every input is read once more.
     virtual bool showsChecksums() const { return false; }
@@ -111,6 +148,8 @@ class ExportFile {
     // RunResults::scores, for which an N x N matrix is copied before clustering overwrites it.
     // Asked after the last pair.
     virtual bool showsScores() const { return false; }
+    // Lent until the file is gone: at each take() they are those of the pair.
+    virtual void share(PairTexts& /*texts*/) {}
     // The inputs are lent until the file is gone.
     virtual void start(const RunInputs& inputs) = 0;
     virtual void take(const PairResult& /*pair*/) {}

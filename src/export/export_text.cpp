@@ -28,14 +28,6 @@ void appendHexadecimal(std::string& text, char c) {
 
 }  // namespace
 
-void appendNumber(std::string& text, double value) {
-    std::array<char, 32> digits;  // the shortest form of a double has at most 24 characters
-    // Rounding leaves "-0" here and there, of which the sign says nothing.
-    const double signless = value == 0.0 ? 0.0 : value;
-    char* const end = std::to_chars(digits.data(), digits.data() + digits.size(), signless).ptr;
-    text.append(digits.data(), end);
-}
-
 void appendNumber(std::string& text, std::size_t value) {
     std::array<char, 32> digits;
     char* const end = std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr;

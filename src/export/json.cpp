@@ -26,13 +26,13 @@ namespace tervolanda {
 
 namespace {
 
-// What each input contributes to its pairs: "id1":..., "file1":... and so on where it is the
-// experiment, with 2 where it is the prediction.  Made once for each input, since each takes part
-// in as many pairs as the list has models, and escaping a name costs more than copying it.
-struct InputKeys {
-    std::string first, second;
-};
+// What each object of JSON Lines has before its matrices: what the document says once for all.
+std::string motionMember() {
+    return R"(,"motion":")" + std::string(kMotionSentence) + '"';
+}
 
+// What each input contributes to its pairs: "id1":..., "file1":... and so on where it is the
+// experiment, with 2 where it is the prediction.
 std::string inputKeys(const InputStructure& input, char number) {
     std::string text;
     const auto key = [&text, number](std::string_view name) {
@@ -137,73 +137,82 @@ void addSuperpositions(JsonObject& object, std::string& text, const PairResult& 
                    });
 }
 
-enum class MotionKey { InDocument, InPair };
+}  // namespace
 
-// Writes pairs as objects, for both forms.
-class PairWriter {
- public:
-    explicit PairWriter(const RunInputs& inputs) : hasSequences_(inputs.pairsBySequence) {
-        keys_.reserve(inputs.structures.size());
-        for (const InputStructure& input : inputs.structures)
-            keys_.push_back({inputKeys(input, '1'), inputKeys(input, '2')});
+// What each input contributes to its pairs is made once, since each takes part in as many pairs as
+// the list has models, and escaping a name costs more than copying it.
+void PairTexts::start(const RunInputs& inputs) {
+    hasSequences_ = inputs.pairsBySequence;
+    keys_.clear();
+    keys_.reserve(inputs.structures.size());
+    for (const InputStructure& input : inputs.structures)
+        keys_.push_back({inputKeys(input, '1'), inputKeys(input, '2')});
+}
+
+PairTexts::Object PairTexts::json() {
+    if (json_.empty()) makeJson();
+    const std::string_view whole = json_;
+    return {whole.substr(0, headOfJson_), whole.substr(headOfJson_)};
+}
+
+void PairTexts::makeJson() {
+    const PairResult& pair = *pair_;
+    std::string& text = json_;
+    JsonObject object(text);
+    object.keys(keys_[pair.experiment].first);
+    object.keys(keys_[pair.prediction].second);
+    object.add("mapped", pair.mapped);
+    object.add("pairs", pair.pairs);
+    const auto add = [&object](std::string_view name, const std::optional<double>& value) {
+        object.add(name, value);
+    };
+    add("rmsd", pair.rmsd);
+    add("grmsd", pair.grmsd);
+    add("maxsub", pair.maxsub);
+    add("tm1", pair.tm1);
+    add("tm2", pair.tm2);
+    add("msi", pair.msi);
+    add("gdt", pair.gdt);
+    add("rrmsd", pair.rrmsd);
+    add("urmsd", pair.urmsd);
+    add("rurmsd", pair.rurmsd);
+    add("contacts", pair.contacts);
+    add("cutoff", pair.cutoff);
+    if (hasSequences_) {
+        add("identity", pair.identity);
+        add("coverage1", pair.coverage1);
+        add("coverage2", pair.coverage2);
     }
+    object.add("domains", pair.domains);
+    object.add("status", statusWord(pair.status));
+    object.key("matched");
+    appendMatched(text, pair.residues);
+    headOfJson_ = text.size();
+    addSuperpositions(object, text, pair);
+    object.end();
+}
 
-    // Appends a pair.  A line says itself what its matrices mean, a document once for all.
-    void append(std::string& text, const PairResult& pair, MotionKey motion) const {
-        JsonObject object(text);
-        object.keys(keys_[pair.experiment].first);
-        object.keys(keys_[pair.prediction].second);
-        object.add("mapped", pair.mapped);
-        object.add("pairs", pair.pairs);
-        const auto add = [&object](std::string_view name, const std::optional<double>& value) {
-            object.add(name, value);
-        };
-        add("rmsd", pair.rmsd);
-        add("grmsd", pair.grmsd);
-        add("maxsub", pair.maxsub);
-        add("tm1", pair.tm1);
-        add("tm2", pair.tm2);
-        add("msi", pair.msi);
-        add("gdt", pair.gdt);
-        add("rrmsd", pair.rrmsd);
-        add("urmsd", pair.urmsd);
-        add("rurmsd", pair.rurmsd);
-        add("contacts", pair.contacts);
-        add("cutoff", pair.cutoff);
-        if (hasSequences_) {
-            add("identity", pair.identity);
-            add("coverage1", pair.coverage1);
-            add("coverage2", pair.coverage2);
-        }
-        object.add("domains", pair.domains);
-        object.add("status", statusWord(pair.status));
-        object.key("matched");
-        appendMatched(text, pair.residues);
-        if (motion == MotionKey::InPair && !pair.superpositions.empty())
-            object.add("motion", kMotionSentence);
-        addSuperpositions(object, text, pair);
-        object.end();
-    }
-
- private:
-    std::vector<InputKeys> keys_;
-    bool hasSequences_;
-};
+namespace {
 
 class JsonLines final : public ExportFile {
  public:
     using ExportFile::ExportFile;
 
-    PairDetail pairDetail() const override { return PairDetail::Residues; }
-    void start(const RunInputs& inputs) override { writer_.emplace(inputs); }
+    PairDetail pairDetail() const override { return PairDetail::Matched; }
+    void share(PairTexts& texts) override { texts_ = &texts; }
+    void start(const RunInputs& /*inputs*/) override {}
     void take(const PairResult& pair) override {
-        writer_->append(text(), pair, MotionKey::InPair);
+        const PairTexts::Object object = texts_->json();
+        text() += object.head;
+        if (!pair.superpositions.empty()) text() += motion_;
+        text() += object.tail;
         text() += '\n';
         pace();
     }
 
  private:
-    std::optional<PairWriter> writer_;
+    PairTexts* texts_ = nullptr;
+    std::string motion_ = motionMember();
 };
 
 std::string_view roleOf(const RunInputs& inputs, std::size_t input) {
@@ -233,8 +242,9 @@ class JsonDocument final : public ExportFile {
  public:
     using ExportFile::ExportFile;
 
-    PairDetail pairDetail() const override { return PairDetail::Residues; }
+    PairDetail pairDetail() const override { return PairDetail::Matched; }
     bool showsChecksums() const override { return true; }
+    void share(PairTexts& texts) override { texts_ = &texts; }
     void start(const RunInputs& inputs) override;
     void take(const PairResult& pair) override;
     void finish(const RunResults& results) override;
@@ -248,7 +258,7 @@ class JsonDocument final : public ExportFile {
     void writeClusters(const RunResults& results);
 
     const RunInputs* inputs_ = nullptr;
-    std::optional<PairWriter> writer_;
+    PairTexts* texts_ = nullptr;
     bool hasPairs_ = false;
 };
 
@@ -261,7 +271,6 @@ void JsonDocument::key(std::string_view name) {
 
 void JsonDocument::start(const RunInputs& inputs) {
     inputs_ = &inputs;
-    writer_.emplace(inputs);
     std::string& out = text();
     out += "{\n\"program\": ";
     appendJson(out, inputs.program);
@@ -312,10 +321,12 @@ void JsonDocument::writeInputs() {
     });
 }
 
-void JsonDocument::take(const PairResult& pair) {
+void JsonDocument::take(const PairResult& /*pair*/) {
     text() += hasPairs_ ? ",\n" : "\n";
     hasPairs_ = true;
-    writer_->append(text(), pair, MotionKey::InDocument);
+    const PairTexts::Object object = texts_->json();
+    text() += object.head;
+    text() += object.tail;
     pace();
 }
 

@@ -46,18 +46,31 @@ double distanceUnder(const Superposition& motion, const ComparedPair& pair,
 
 // `domain` is that of the subset, 0 for none.
 void addResidue(const ComparedPair& pair, const MatchedPair& matched, std::uint32_t domain,
-                PairResult& result) {
-    const Superposition& motion = result.superpositions[domain == 0 ? 0 : domain - 1];
+                PairDetail detail, PairResult& result) {
     const auto e = matched.experiment;
     const auto p = matched.prediction;
+    double distance = 0.0;
+    if (detail == PairDetail::Residues) {
+        const Superposition& motion = result.superpositions[domain == 0 ? 0 : domain - 1];
+        distance = distanceUnder(motion, pair, matched);
+    }
     result.residues.push_back({residueOf(pair.experiment, e), residueOf(pair.prediction, p),
                                pair.experiment.sequence[e], pair.prediction.sequence[p],
                                pair.experiment.residueIndex[e], pair.prediction.residueIndex[p],
-                               distanceUnder(motion, pair, matched), domain});
+                               distance, domain});
 }
 
-// The pairs of all subsets, and those of the first mapping whose residues are in none.
-void addResidues(const ComparedPair& pair, const ComparisonResult& found, PairResult& result) {
+// The pairs of all subsets and, for who looks at distances, those of the first mapping whose
+// residues are in none.
+void addResidues(const ComparedPair& pair, const ComparisonResult& found, PairDetail detail,
+                 PairResult& result) {
+    const std::size_t fits = result.superpositions.size();
+    if (detail < PairDetail::Residues && found.iterations.size() == 1) {
+        // They stand in mapped order already, and there may be millions of such pairs.
+        for (const MatchedPair& matched : found.matched)
+            addResidue(pair, matched, 1, detail, result);
+        return;
+    }
     std::vector<const MatchedPair*> inSubset(pair.prediction.size());
     std::vector<bool> isTaken(pair.experiment.size());
     for (const MatchedPair& matched : found.matched) {
@@ -68,10 +81,9 @@ void addResidues(const ComparedPair& pair, const ComparisonResult& found, PairRe
         const std::int32_t partner = found.partners[p];
         if (inSubset[p] != nullptr) {
             const std::uint32_t iteration = inSubset[p]->iteration;
-            const bool hasFit = iteration < result.superpositions.size();
-            addResidue(pair, *inSubset[p], hasFit ? iteration + 1 : 0, result);
+            addResidue(pair, *inSubset[p], iteration < fits ? iteration + 1 : 0, detail, result);
         } else if (partner >= 0 && !isTaken[static_cast<std::size_t>(partner)]) {
-            addResidue(pair, {static_cast<std::uint32_t>(partner), p, 0}, 0, result);
+            addResidue(pair, {static_cast<std::uint32_t>(partner), p, 0}, 0, detail, result);
         }
     }
 }
@@ -114,8 +126,8 @@ void fillPair(const ComparedPair& pair, const ComparisonResult& found, const Pai
     fillSearch(pair, found, form, result);
     for (const DomainIteration& domain : found.iterations)
         result.superpositions.push_back(domain.superposition);
-    const bool hasResidues = form.detail == PairDetail::Residues && !found.iterations.empty();
-    if (hasResidues) addResidues(pair, found, result);
+    const bool hasResidues = form.detail >= PairDetail::Matched && !found.iterations.empty();
+    if (hasResidues) addResidues(pair, found, form.detail, result);
 }
 
 void fillPair(const ComparedPair& pair, const GdtResult& found, const ComparisonResult& search,
@@ -126,7 +138,7 @@ void fillPair(const ComparedPair& pair, const GdtResult& found, const Comparison
     result.gdt = shown(found.gdt, form.matrixScore.has_value());
     if (!found.superposition) return;
     result.superpositions.push_back(*found.superposition);
-    if (form.detail == PairDetail::Residues) addResidues(pair, search, result);
+    if (form.detail >= PairDetail::Matched) addResidues(pair, search, form.detail, result);
 }
 
 void fillPair(const ComparedPair& pair, const ListedRmsd& found,
@@ -152,9 +164,9 @@ void fillPair(const ComparedPair& pair, const ListedRmsd& found,
     }
     if (!found.superposition) return;
     result.superpositions.push_back(*found.superposition);
-    if (form.detail != PairDetail::Residues) return;
+    if (form.detail < PairDetail::Matched) return;
     for (const MatchedPair& at : matched)
-        addResidue(pair, at, 1, result);
+        addResidue(pair, at, 1, form.detail, result);
 }
 
 std::optional<double> scoreOf(const PairResult& pair, ScoreKind kind) {

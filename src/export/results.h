@@ -87,7 +87,7 @@ struct ResiduePair {
     std::uint32_t experimentPosition = 0;             // of the residue in its chain, from 0
     std::uint32_t predictionPosition = 0;
     double distance = 0.0;  // of the two C-alpha atoms under the superposition of its domain, for
-                            // one without a domain that of the first, Å
+                            // one without a domain that of the first, Å; PairDetail::Residues
     std::uint32_t domain = 0;  // from 1, the domain whose subset it is in; 0 for none
 };
 
@@ -111,8 +111,9 @@ struct PairResult {
     // share of either chain's residues that it pairs, per cent.
     std::optional<double> identity, coverage1, coverage2;
     std::vector<Superposition> superpositions;  // one a domain; by GDT and RMSD one
-    std::vector<ResiduePair>
-        residues;  // in mapped order, where a file asks for PairDetail::Residues
+    // In mapped order: where a file asks for PairDetail::Matched at least those of a domain, for
+    // PairDetail::Residues all.
+    std::vector<ResiduePair> residues;
 };
 
 // --- The run -------------------------------------------------------------------------------------

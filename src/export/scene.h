@@ -60,7 +60,7 @@ class SceneFile : public ExportFile {
  public:
     using ExportFile::ExportFile;
 
-    PairDetail pairDetail() const final { return PairDetail::Residues; }
+    PairDetail pairDetail() const final { return PairDetail::Matched; }
     void start(const RunInputs& inputs) final { inputs_ = &inputs; }
     void take(const PairResult& pair) final;
     void finish(const RunResults& results) final;
