@@ -3,6 +3,7 @@
 // between calls; what a call may touch stands in its signature.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -21,6 +22,56 @@ enum class ReportLevel : int;
 class SimilaritySink;  // compare/pairing/similarity.h
 struct Kernels;        // compare/fit/kernels.h
 struct ComparisonScratch;
+
+// Measures that a comparison computes on demand, beside its own and of the same residue pairs.
+enum class Measure : std::uint8_t {
+    Lddt,     // local distance difference test (Mariani et al. 2013), C-alpha atoms, 0 to 1
+    LddtAll,  // the same of all atoms but hydrogens
+    GdtTs,    // Global Distance Test (Zemla 2003), total score: the mean of the largest shares of
+              // the experiment within 1, 2, 4 and 8 Å, each under its own superposition, 0 to 100
+    GdtHa,    // the same, high accuracy: within 0.5, 1, 2 and 4 Å
+};
+inline constexpr std::array<Measure, 4> kMeasures = {Measure::Lddt, Measure::LddtAll,
+                                                     Measure::GdtTs, Measure::GdtHa};
+
+class MeasureSet {
+ public:
+    void add(Measure measure) { bits_ |= bitOf(measure); }
+    bool has(Measure measure) const { return (bits_ & bitOf(measure)) != 0; }
+    bool isEmpty() const { return bits_ == 0; }
+
+ private:
+    static unsigned bitOf(Measure measure) { return 1U << static_cast<unsigned>(measure); }
+    unsigned bits_ = 0;
+};
+
+struct MeasureRequest {
+    MeasureSet wanted{};
+    // The lDDT of two models, neither of which is the truth: the mean of both as the reference.
+    // Without it the experiment is.
+    bool bothWays = false;
+    bool perResidue = false;         // the lDDT of each residue of the experiment, too
+    const StopFlag* stop = nullptr;  // for callers of the library: ends a search when it is set
+};
+
+// What was asked for, and can be said of the pair.
+struct MeasureValues {
+    std::array<std::optional<double>, kMeasures.size()> values;
+    // One a record of the experiment, by all atoms where that was asked for; not a number for a
+    // residue that has no neighbours.
+    std::vector<float> residues;
+
+    std::optional<double>& value(Measure measure) {
+        return values[static_cast<std::size_t>(measure)];
+    }
+    const std::optional<double>& value(Measure measure) const {
+        return values[static_cast<std::size_t>(measure)];
+    }
+    void clear() {
+        values.fill(std::nullopt);
+        residues.clear();
+    }
+};
 
 // What a comparison is asked to do.  The initial values are those of a block that no command line
 // has filled.
@@ -48,6 +99,7 @@ struct ComparisonParameters {
     double gapAffine = 0.0;
     int seedLevels = 1;      // seed lengths are the pairs / 2^i, i = 0 .. seedLevels
     double gdtCutoff = 4.0;  // GDT looks at 1/4, 1/2, 1 and 2 times this, Å
+    MeasureRequest measures;
     // Takes the similarity matrices of sequence-independent searches, lent.  Comparisons that share
     // a sink must not run side by side.
     SimilaritySink* similaritySink = nullptr;
@@ -105,6 +157,7 @@ struct ComparisonResult : Scores {
     std::vector<MatchedPair> matched;         // iteration by iteration, in mapped order
     std::vector<std::int32_t> partners;  // per prediction record: experiment record or -1, first
                                          // iteration
+    MeasureValues measures;
 
     void clear();
 };
@@ -132,6 +185,8 @@ struct RmsdOptions {
     bool urmsdRotation = false;  // report the rotation composed with that of the URMSD fit
     bool reportTooFew = true;    // print a line when fewer than 3 atoms pair
     bool pairBySequence = false;
+    bool pairByNumber = false;  // also where both chains have the same ends
+    MeasureRequest measures{};  // the sets hold C-alpha atoms
 };
 
 // The least-squares fit of all residue pairs.
@@ -141,6 +196,7 @@ struct RmsdResult {
     double urmsd = 0.0;          // 0 with fewer than 4 C-alpha pairs
     Superposition superposition;
     std::vector<MatchedPair> matched;  // C-alpha pairs in mapped order
+    MeasureValues measures;
 };
 
 void compareRmsd(const CoordinateSet& experiment, const CoordinateSet& prediction,

@@ -5,6 +5,7 @@
 
 #include "base/log.h"
 #include "compare/maxsub.h"
+#include "compare/measures.h"
 
 namespace tervolanda {
 
@@ -149,6 +150,7 @@ void ComparisonResult::clear() {
     iterations.clear();
     matched.clear();
     partners.clear();
+    measures.clear();
 }
 
 SearchTask wholeChains(const CoordinateSet& experiment, const CoordinateSet& prediction,
@@ -160,11 +162,13 @@ SearchTask wholeChains(const CoordinateSet& experiment, const CoordinateSet& pre
             .experimentLength = experiment.size()};
 }
 
-const SearchResult& searchDomains(const SearchTask& whole, ComparisonScratch& scratch,
-                                  Report& report, ComparisonResult& result) {
+namespace {
+
+void searchAll(const SearchTask& whole, ComparisonScratch& scratch, Report& report,
+               ComparisonResult& result) {
     if (!whole.parameters.pairBySequence) {
         DomainIterations(whole, scratch, report, result).run();
-        return scratch.first;
+        return;
     }
     const auto keyed = scratch.sequencePairing.align(whole.experiment, whole.prediction, report);
     const SearchTask bySequence{.experiment = keyed.experiment,
@@ -173,6 +177,17 @@ const SearchResult& searchDomains(const SearchTask& whole, ComparisonScratch& sc
                                 .experimentLength = whole.experimentLength,
                                 .calibration = whole.calibration};
     DomainIterations(bySequence, scratch, report, result).run();
+}
+
+}  // namespace
+
+const SearchResult& searchDomains(const SearchTask& whole, ComparisonScratch& scratch,
+                                  Report& report, ComparisonResult& result) {
+    searchAll(whole, scratch, report, result);
+    if (!whole.parameters.measures.wanted.isEmpty()) {
+        measurePairs(whole.experiment, whole.prediction, scratch.first.mapping.predictionPartner,
+                     whole.parameters.measures, scratch, result.measures);
+    }
     return scratch.first;
 }
 

@@ -2,6 +2,7 @@
 #include "base/format.h"
 #include "base/log.h"
 #include "compare/compare.h"
+#include "compare/heavy_atoms.h"
 #include "compare/pairing/sequence_pairing.h"
 
 namespace tervolanda {
@@ -12,6 +13,7 @@ CoordinateSet prepareChain(const Chain& chain, AtomSelection selection,
         parameters.sequenceIndependent ? SecondaryStructure::Assigned : SecondaryStructure::Omitted;
     CoordinateSet set = prepareChain(chain, selection, structure, report);
     if (parameters.pairBySequence) addSequence(set);
+    if (parameters.measures.wanted.has(Measure::LddtAll)) addHeavyAtoms(chain, set);
     return set;
 }
 

@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "base/log.h"
+#include "compare/measures.h"
 #include "compare/scratch.h"
 
 namespace tervolanda {
@@ -63,18 +64,23 @@ void compareRmsd(const CoordinateSet& experiment, const CoordinateSet& predictio
     result.rmsd.reset();
     result.urmsd = 0.0;
     result.superposition = Superposition{};
+    result.measures.clear();
     ComparisonScratch& scratch = workspace.scratch();
     ResidueMapping& mapping = scratch.mapping;
     if (options.pairBySequence) {
         const auto keyed = scratch.sequencePairing.align(experiment, prediction, report);
         mapByResidue(keyed.experiment, keyed.prediction, mapping, report);
-    } else if (haveSameEnds(experiment, prediction)) {
+    } else if (!options.pairByNumber && haveSameEnds(experiment, prediction)) {
         mapByPosition(experiment, prediction, mapping);
     } else {
         mapByResidue(experiment, prediction, mapping, report);
     }
     collectCalphaPairs(prediction, mapping.pairs, result.matched);
     result.pairs = static_cast<std::uint32_t>(result.matched.size());
+    if (!options.measures.wanted.isEmpty()) {
+        measurePairs(experiment, prediction, mapping.predictionPartner, options.measures, scratch,
+                     result.measures);
+    }
     if (mapping.size() < kFewestPairs) {
         if (options.reportTooFew) {
             report.report(ReportLevel::Numbers,

@@ -4,9 +4,11 @@
 #include <cstdint>
 #include <vector>
 
+#include "compare/best_gdt.h"
 #include "compare/compare.h"
 #include "compare/fit/kernels.h"
 #include "compare/fit/superposition.h"
+#include "compare/lddt.h"
 #include "compare/pairing/sequence_independent.h"
 #include "compare/pairing/sequence_pairing.h"
 #include "compare/search.h"
@@ -50,6 +52,10 @@ struct ComparisonScratch {
     SearchResult trial;    // of one start among several
     SearchResult first;    // of the first domain iteration
     SearchResult further;  // of one of the others
+    LddtScratch lddt;
+    GdtScratch gdt;
+    std::vector<MatchedPair> measured;   // the pairs that measures look at
+    std::vector<std::int32_t> partners;  // per experiment record: prediction record or -1
 };
 
 }  // namespace tervolanda

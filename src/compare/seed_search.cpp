@@ -156,6 +156,7 @@ class SeedSearch {
             return;
         }
         bool changed = false;
+        if (task_.viewer != nullptr) task_.viewer->see(pairs_, path.problem.motion);
         if (task_.maximiseTM) scoreByTm(path);
         while (!changed && !path.isDone()) {
             changed = task_.maximiseTM ? stepByTm(path) : stepBySize(path);

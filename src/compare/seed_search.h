@@ -14,6 +14,18 @@
 
 namespace tervolanda {
 
+// Sees every superposition that a search makes, of the pairs as the search has them.
+class MotionViewer {
+ public:
+    virtual void see(const SearchPairs& pairs, const Motion& motion) = 0;
+
+ protected:
+    MotionViewer() = default;
+    MotionViewer(const MotionViewer&) = default;
+    MotionViewer& operator=(const MotionViewer&) = default;
+    ~MotionViewer() = default;
+};
+
 // What a search is asked.
 struct SeedSearchTask {
     double cutoff = 0.0;          // Å
@@ -23,6 +35,7 @@ struct SeedSearchTask {
     bool maximiseTM = false;  // keep the subset whose superposition has the highest TM-score
     bool byRmsd = false;      // select by RMSD instead of by distance
     const StopFlag* stop = nullptr;
+    MotionViewer* viewer = nullptr;  // lent
 };
 
 // One seed on its way: the set under work, how far it has come, and the best that it found.

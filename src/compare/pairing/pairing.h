@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,7 @@
 namespace tervolanda {
 
 class Report;
+struct HeavyAtoms;
 
 enum class AtomSelection : std::uint8_t { Calpha, Backbone };
 
@@ -33,10 +35,12 @@ struct CoordinateSet {
     std::string residueLetters;               // one a residue, lower case where the chain is broken
                                               // after it; filled for pairing by sequence
     std::string secondaryStructure;           // H, E or C; filled in sequence-independent mode
-    double gyrationRadius = 0.0;              // Å, all C-alpha atoms of the chain
-    std::size_t residues = 0;                 // of the chain, with or without a selected atom
-    std::int64_t firstResidue = 0;            // residue key of the chain's first
-    std::int64_t lastResidue = 0;             // and last residue
+    // Shared by copies of the set; filled for measures that look at side chains.
+    std::shared_ptr<const HeavyAtoms> heavyAtoms;
+    double gyrationRadius = 0.0;    // Å, all C-alpha atoms of the chain
+    std::size_t residues = 0;       // of the chain, with or without a selected atom
+    std::int64_t firstResidue = 0;  // residue key of the chain's first
+    std::int64_t lastResidue = 0;   // and last residue
 
     std::size_t size() const { return points.size(); }
 };
