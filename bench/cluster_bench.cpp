@@ -72,18 +72,28 @@ DistanceMatrix& matrixOf(std::size_t models) {
 }
 
 // Arguments: models, method by its number on the command line.
-void clusterModels(benchmark::State& state) {
+void cluster(benchmark::State& state, std::size_t threads) {
     DistanceMatrix& matrix = matrixOf(static_cast<std::size_t>(state.range(0)));
     ClusterSettings settings;
     settings.threshold = 1.0;
     settings.maxThreshold = 8.0;
     settings.thresholdStep = 0.2;
     settings.method = static_cast<ClusterMethod>(state.range(1) - 1);
+    settings.threads = threads;
     std::uint32_t count = 0;
     for (auto _ : state) {
         count = tervolanda::clusterModels(matrix, settings).value().clusters.count;
     }
     state.counters["clusters"] = count;
+}
+
+void clusterModels(benchmark::State& state) {
+    cluster(state, 1);
+}
+
+// The same, and threads.
+void clusterByThreads(benchmark::State& state) {
+    cluster(state, static_cast<std::size_t>(state.range(2)));
 }
 
 // Arguments: models.
@@ -103,4 +113,9 @@ BENCHMARK(clusterModels)
     ->ArgsProduct({kSizes, {1, 2, 3, 4, 5}})
     ->ArgNames({"models", "method"})
     ->Unit(benchmark::kMillisecond);
+BENCHMARK(clusterByThreads)
+    ->ArgsProduct({{5000, 10000, 20000}, {2, 3}, {1, 2, 3, 4}})
+    ->ArgNames({"models", "method", "threads"})
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
 BENCHMARK(rankByJury)->ArgsProduct({kSizes})->ArgNames({"models"})->Unit(benchmark::kMillisecond);

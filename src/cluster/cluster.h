@@ -48,6 +48,7 @@ struct ClusterSettings {
     // they do not end the search: a huge maximum is no reason to try without end.  The clusters do
     // not depend on it, only what is told of the search.
     std::size_t triedOneByOne = 0;
+    std::size_t threads = 1;  // the clusters do not depend on it
     const StopFlag* stop =
         nullptr;  // for callers of the library: ends the clustering when it is set
 };

@@ -29,8 +29,10 @@ class DistanceView {
     // The entries of a row as they stand in the matrix.
     std::span<const float> row(std::size_t i) const {
         throwIfStopped(stop_);
-        return matrix_->row(i);
+        return entries(i);
     }
+    // The same without a look at the stop flag, where nothing may be thrown.
+    std::span<const float> entries(std::size_t i) const { return matrix_->row(i); }
     const StopFlag* stop() const { return stop_; }
 
     // Both tests are always made, without a branch: the loops over rows can then be vectorised.

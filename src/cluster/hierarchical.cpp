@@ -120,7 +120,7 @@ Clustering clusterHierarchically(const DistanceView& distances, Linkage linkage,
                                  const ClusterSettings& settings) {
     Clustering found;
     found.settings = settings;
-    found.tree = buildTree(distances, linkage);
+    found.tree = buildTree(distances, linkage, settings.threads);
     const std::size_t joins = searchThreshold(found, distances.size());
     found.clusters = cutTree(found.tree, distances.size(), joins);
     found.centroids = findMedoids(distances, found.clusters);

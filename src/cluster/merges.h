@@ -17,8 +17,8 @@ struct Merge {
 // The N - 1 merges of N models.  At equal distances they stand in a possible order: each joins two
 // clusters that are as near to each other as no two others.  The others are in any order.
 std::vector<Merge> mergeBySingleLinkage(const DistanceView& distances);
-std::vector<Merge> mergeByAverageLinkage(const DistanceView& distances);
-std::vector<Merge> mergeByMaximumLinkage(const DistanceView& distances);
+std::vector<Merge> mergeByAverageLinkage(const DistanceView& distances, std::size_t threads);
+std::vector<Merge> mergeByMaximumLinkage(const DistanceView& distances, std::size_t threads);
 
 // Clusters of models by union and find; the first model of a cluster stands for it.
 class FirstModels {

@@ -6,15 +6,21 @@
 //
 // A chain starts at the cluster in the last slot, turns back rather than on, and of several nearest
 // clusters takes the one in the first slot; a joined cluster has the later slot of the two.
+//
+// Threads share each of these steps (as ParChain does whole chains: Yu et al. 2021,
+// PVLDB 15:285), so that the chain, and with it the tree, is the same by any number of them.
 #if defined(__linux__)
 #include <sys/mman.h>
 #endif
 
 #include <algorithm>
+#include <array>
 #include <limits>
 #include <memory>
+#include <numeric>
 #include <utility>
 
+#include "base/loop_team.h"
 #include "cluster/merges.h"
 
 namespace tervolanda {
@@ -58,16 +64,34 @@ Value smallestOf(std::span<const Value> values) {
     return *std::min_element(lanes, lanes + kLanes);
 }
 
+// Some of the slots, or of the rows, that one thread does; and which piece of a loop that is.
+struct Share {
+    std::size_t piece;
+    std::size_t from, to;
+};
+
 template <typename Linkage>
 class NeighbourChain {
  public:
     // REQUIRES: two models or more.
-    explicit NeighbourChain(const DistanceView& distances);
+    NeighbourChain(const DistanceView& distances, std::size_t threads);
     std::vector<Merge> run();
 
  private:
     using Value = typename Linkage::Value;
     static constexpr std::uint32_t kNone = UINT32_MAX;
+    // Measured: with fewer slots than these a loop over them is over before a second thread helps.
+    static constexpr std::size_t kWorthATeam = 4000;
+    static constexpr std::size_t kSlotsOfShare = 512;
+    static constexpr std::size_t kRowsOfShare = 8;
+    // The smallest distance in the shares of a piece, and where the first share with it begins.
+    struct Nearest {
+        Value distance;
+        std::size_t from;
+        bool operator<(const Nearest& other) const {
+            return std::pair(distance, from) < std::pair(other.distance, other.from);
+        }
+    };
     // What the triangle holds of a slot and all others.
     struct Row {
         std::uint32_t slot = kNone;
@@ -77,11 +101,17 @@ class NeighbourChain {
     // Row `slot` of the strict lower triangle.
     Value* rowOf(std::size_t slot) { return triangle_.get() + slot * (slot - 1) / 2; }
     bool isCluster(std::size_t slot) const { return weight_[slot] == weight_[slot]; }
-    void gather(std::uint32_t slot, Row& row);
+    // Has the team do what is independent for each slot, or row, from `from` to `to`: work(share).
+    template <typename Work>
+    void inShares(std::size_t from, std::size_t to, std::size_t length, const Work& work);
+    void copyRow(const DistanceView& distances, std::size_t i);
+    void gather(std::uint32_t slot, Row& row, Share share);
+    Value measure(std::uint32_t slot, Share share);
     std::uint32_t nearestTo(std::uint32_t slot, std::uint32_t previous);
     void join(std::uint32_t gone, std::uint32_t kept, double distance);
     std::uint32_t latestCluster();
     void closeGaps();
+    void moveRows(std::span<const std::uint32_t> old);
 
     const StopFlag* stop_;
     std::unique_ptr<Value[]> triangle_;  // a cell for every two slots
@@ -95,6 +125,8 @@ class NeighbourChain {
     std::vector<Value> measured_;       // per slot: distance to the cluster last measured from
     std::vector<std::uint32_t> chain_;  // slots
     std::vector<Merge> merges_;
+    std::array<Nearest, LoopTeam::kMostThreads> nearest_{};  // by piece
+    LoopTeam team_;
 };
 
 // Columns of a large triangle are read with a page for nearly every cell: large pages make that
@@ -109,40 +141,83 @@ void preferLargePages([[maybe_unused]] void* data, [[maybe_unused]] std::size_t 
 }
 
 template <typename Linkage>
-NeighbourChain<Linkage>::NeighbourChain(const DistanceView& distances)
+NeighbourChain<Linkage>::NeighbourChain(const DistanceView& distances, std::size_t threads)
     : stop_(distances.stop()),
       slots_(distances.size()),
       clusters_(slots_),
       weight_(slots_, Linkage::kWeight),
       model_(slots_),
       height_(slots_, -std::numeric_limits<double>::infinity()),
-      measured_(slots_) {
+      measured_(slots_),
+      team_(slots_ < kWorthATeam ? 1 : threads) {
     tipRow_.cells.resize(slots_);
     previousRow_.cells.resize(slots_);
     const std::size_t cells = slots_ * (slots_ - 1) / 2;
     triangle_ = std::make_unique_for_overwrite<Value[]>(cells);
     preferLargePages(triangle_.get(), cells * sizeof(Value));
-    for (std::uint32_t i = 0; i < slots_; ++i) {
-        model_[i] = i;
-        if (i == 0) continue;
-        const std::span<const float> row = distances.row(i);
-        Value* const to = rowOf(i);
-        for (std::size_t j = 0; j < i; ++j)
-            to[j] = static_cast<Value>(distances.read(row[j]));
+    std::iota(model_.begin(), model_.end(), 0U);
+    constexpr std::size_t kRows = 512;  // between two looks at the stop flag
+    for (std::size_t row = 1; row < slots_; row += kRows) {
+        throwIfStopped(stop_);
+        inShares(row, std::min(row + kRows, slots_), kRowsOfShare, [&](Share share) {
+            for (std::size_t i = share.from; i < share.to; ++i)
+                copyRow(distances, i);
+        });
     }
     merges_.reserve(slots_);
 }
 
 template <typename Linkage>
-void NeighbourChain<Linkage>::gather(std::uint32_t slot, Row& row) {
-    row.slot = slot;
-    if (slot > 0) std::copy_n(rowOf(slot), slot, row.cells.begin());
-    row.cells[slot] = 0;
-    const Value* cell = triangle_.get() + (slot + std::size_t{1}) * slot / 2 + slot;
-    for (std::size_t j = slot + std::size_t{1}; j < slots_; ++j) {
+void NeighbourChain<Linkage>::copyRow(const DistanceView& distances, std::size_t i) {
+    const std::span<const float> row = distances.entries(i);
+    Value* const to = rowOf(i);
+    for (std::size_t j = 0; j < i; ++j)
+        to[j] = static_cast<Value>(distances.read(row[j]));
+}
+
+// Shares go round among the threads, so that each has long and short rows, and in every loop the
+// same slots.
+template <typename Linkage>
+template <typename Work>
+void NeighbourChain<Linkage>::inShares(std::size_t from, std::size_t to, std::size_t length,
+                                       const Work& work) {
+    if (team_.size() == 1 || slots_ < kWorthATeam) return work(Share{0, from, to});
+    const std::size_t shares = (to - from + length - 1) / length;
+    const std::size_t pieces = std::min(team_.size(), shares);
+    team_.run(pieces, [&](std::size_t piece) {
+        for (std::size_t k = piece; k < shares; k += pieces)
+            work(Share{piece, from + k * length, std::min(from + (k + 1) * length, to)});
+    });
+}
+
+// The cells of a slot and those of a share: from its row the ones before it, down its column those
+// after it.
+template <typename Linkage>
+void NeighbourChain<Linkage>::gather(std::uint32_t slot, Row& row, Share share) {
+    if (share.from < slot) {
+        const std::size_t end = std::min<std::size_t>(share.to, slot);
+        std::copy(rowOf(slot) + share.from, rowOf(slot) + end, row.cells.data() + share.from);
+    }
+    if (share.from <= slot && slot < share.to) row.cells[slot] = 0;
+    const std::size_t begin = std::max(share.from, slot + std::size_t{1});
+    const Value* cell = triangle_.get() + begin * (begin - 1) / 2 + slot;
+    for (std::size_t j = begin; j < share.to; ++j) {
         row.cells[j] = *cell;
         cell += j;
     }
+}
+
+// Distances of a slot from those of a share; returns the smallest.
+template <typename Linkage>
+typename Linkage::Value NeighbourChain<Linkage>::measure(std::uint32_t slot, Share share) {
+    gather(slot, tipRow_, share);
+    const Value weight = weight_[slot];
+    for (std::size_t j = share.from; j < share.to; ++j) {
+        measured_[j] = Linkage::distance(tipRow_.cells[j], weight, weight_[j]);
+    }
+    if (share.from <= slot && slot < share.to)
+        measured_[slot] = std::numeric_limits<Value>::quiet_NaN();
+    return smallestOf(std::span<const Value>(measured_.data() + share.from, share.to - share.from));
 }
 
 // The nearest cluster, preferably the previous one of the chain: then the two join, and among
@@ -151,17 +226,18 @@ template <typename Linkage>
 std::uint32_t NeighbourChain<Linkage>::nearestTo(std::uint32_t slot, std::uint32_t previous) {
     throwIfStopped(stop_);
     std::swap(previousRow_, tipRow_);
-    gather(slot, tipRow_);
-    const Value weight = weight_[slot];
-    for (std::size_t j = 0; j < slots_; ++j) {
-        measured_[j] = Linkage::distance(tipRow_.cells[j], weight, weight_[j]);
-    }
-    measured_[slot] = std::numeric_limits<Value>::quiet_NaN();
-    const std::span<const Value> measured(measured_.data(), slots_);
-    const Value smallest = smallestOf(measured);
-    if (previous != kNone && measured[previous] <= smallest) return previous;
-    return static_cast<std::uint32_t>(std::find(measured.begin(), measured.end(), smallest) -
-                                      measured.begin());
+    tipRow_.slot = slot;
+    nearest_.fill({std::numeric_limits<Value>::infinity(), 0});
+    inShares(0, slots_, kSlotsOfShare, [&](Share share) {
+        const Value distance = measure(slot, share);
+        Nearest& nearest = nearest_[share.piece];
+        if (distance < nearest.distance) nearest = {distance, share.from};
+    });
+    const auto [smallest, from] = *std::min_element(nearest_.begin(), nearest_.end());
+    if (previous != kNone && measured_[previous] <= smallest) return previous;
+    const Value* const measured = measured_.data();
+    return static_cast<std::uint32_t>(std::find(measured + from, measured + slots_, smallest) -
+                                      measured);
 }
 
 // REQUIRES: gone < kept; `tipRow_` and `previousRow_` are theirs.  The later slot is kept, as more
@@ -171,13 +247,15 @@ void NeighbourChain<Linkage>::join(std::uint32_t gone, std::uint32_t kept, doubl
     // Sums that had to be rounded can put a mean an ulp below that of the clusters it is made of.
     height_[kept] = std::max({distance, height_[gone], height_[kept]});
     merges_.push_back({model_[gone], model_[kept], height_[kept]});
-    Value* const keptRow = rowOf(kept);
-    for (std::size_t k = 0; k < kept; ++k) {
-        keptRow[k] = Linkage::join(tipRow_.cells[k], previousRow_.cells[k]);
-    }
-    for (std::size_t k = kept + std::size_t{1}; k < slots_; ++k) {
-        rowOf(k)[kept] = Linkage::join(tipRow_.cells[k], previousRow_.cells[k]);
-    }
+    inShares(0, slots_, kSlotsOfShare, [&](Share share) {
+        Value* const keptRow = rowOf(kept);
+        for (std::size_t k = share.from; k < std::min<std::size_t>(share.to, kept); ++k) {
+            keptRow[k] = Linkage::join(tipRow_.cells[k], previousRow_.cells[k]);
+        }
+        for (std::size_t k = std::max(share.from, kept + std::size_t{1}); k < share.to; ++k) {
+            rowOf(k)[kept] = Linkage::join(tipRow_.cells[k], previousRow_.cells[k]);
+        }
+    });
     weight_[kept] = Linkage::joinWeights(weight_[kept], weight_[gone]);
     weight_[gone] = std::numeric_limits<Value>::quiet_NaN();
     --clusters_;
@@ -203,13 +281,8 @@ void NeighbourChain<Linkage>::closeGaps() {
         moved[slot] = static_cast<std::uint32_t>(old.size());
         if (isCluster(slot)) old.push_back(slot);
     }
+    moveRows(old);
     for (std::size_t i = 0; i < old.size(); ++i) {
-        if (i > 0) {
-            const Value* const from = rowOf(old[i]);
-            Value* const to = rowOf(i);
-            for (std::size_t j = 0; j < i; ++j)
-                to[j] = from[old[j]];
-        }
         weight_[i] = weight_[old[i]];
         model_[i] = model_[old[i]];
         height_[i] = height_[old[i]];
@@ -217,6 +290,27 @@ void NeighbourChain<Linkage>::closeGaps() {
     for (std::uint32_t& slot : chain_)
         slot = moved[slot];
     slots_ = old.size();
+}
+
+// Row old[i] becomes row i.  Rows from `begin` to old[begin] go to where no row is any more that is
+// still to be moved, so that threads can move them.
+template <typename Linkage>
+void NeighbourChain<Linkage>::moveRows(std::span<const std::uint32_t> old) {
+    std::size_t begin = 0;
+    while (begin < old.size() && old[begin] == begin)
+        ++begin;  // rows before the first gap
+    while (begin < old.size()) {
+        const std::size_t end = std::clamp<std::size_t>(old[begin], begin + 1, old.size());
+        inShares(begin, end, kRowsOfShare, [&](Share share) {
+            for (std::size_t i = share.from; i < share.to; ++i) {
+                const Value* const from = rowOf(old[i]);
+                Value* const to = rowOf(i);
+                for (std::size_t j = 0; j < i; ++j)
+                    to[j] = from[old[j]];
+            }
+        });
+        begin = end;
+    }
 }
 
 template <typename Linkage>
@@ -234,7 +328,7 @@ std::vector<Merge> NeighbourChain<Linkage>::run() {
             chain_.push_back(nearest);
             continue;
         }
-        if (previousRow_.slot != nearest) gather(nearest, previousRow_);
+        if (previousRow_.slot != nearest) gather(nearest, previousRow_, {0, 0, slots_});
         chain_.erase(found, chain_.end());
         join(std::min(tip, nearest), std::max(tip, nearest),
              static_cast<double>(measured_[nearest]));
@@ -244,12 +338,12 @@ std::vector<Merge> NeighbourChain<Linkage>::run() {
 
 }  // namespace
 
-std::vector<Merge> mergeByAverageLinkage(const DistanceView& distances) {
-    return NeighbourChain<AverageLinkage>(distances).run();
+std::vector<Merge> mergeByAverageLinkage(const DistanceView& distances, std::size_t threads) {
+    return NeighbourChain<AverageLinkage>(distances, threads).run();
 }
 
-std::vector<Merge> mergeByMaximumLinkage(const DistanceView& distances) {
-    return NeighbourChain<MaximumLinkage>(distances).run();
+std::vector<Merge> mergeByMaximumLinkage(const DistanceView& distances, std::size_t threads) {
+    return NeighbourChain<MaximumLinkage>(distances, threads).run();
 }
 
 }  // namespace tervolanda

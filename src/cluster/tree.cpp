@@ -31,13 +31,13 @@ std::vector<Join> orderMerges(std::vector<Merge> merges) {
 
 }  // namespace
 
-std::vector<Join> buildTree(const DistanceView& distances, Linkage linkage) {
+std::vector<Join> buildTree(const DistanceView& distances, Linkage linkage, std::size_t threads) {
     if (distances.size() < 2) return {};
     switch (linkage) {
         case Linkage::Average:
-            return orderMerges(mergeByAverageLinkage(distances));
+            return orderMerges(mergeByAverageLinkage(distances, threads));
         case Linkage::Maximum:
-            return orderMerges(mergeByMaximumLinkage(distances));
+            return orderMerges(mergeByMaximumLinkage(distances, threads));
         case Linkage::Single:
             break;
     }

@@ -4,10 +4,13 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <new>
 #include <string_view>
 #include <thread>
 #include <vector>
+
+#include "base/loop_team.h"
 
 namespace tervolanda {
 namespace {
@@ -92,6 +95,27 @@ TEST(RunInOrder, ThrowsWhatAJobThrowsAfterTheJobsBeforeIt) {
         }
         EXPECT_THROW(runInOrder(jobs), std::bad_alloc) << place;
         EXPECT_TRUE(squares.areWhole(40)) << place;
+    }
+}
+
+TEST(LoopTeam, DoesEachPieceOfEachLoopOnce) {
+    for (const std::size_t threads : {1U, 2U, 5U, 40U}) {
+        LoopTeam team(threads);
+        std::vector<std::size_t> done(team.size(), 0);
+        std::size_t expected = 0;
+        for (std::size_t loop = 0; loop < 70000; ++loop) {  // loop numbers begin anew in between
+            const std::size_t pieces = loop % team.size() + 1;
+            // Sleeping helpers have to wake up.
+            if (loop % 30000 == 0) std::this_thread::sleep_for(std::chrono::milliseconds(5));
+            team.run(pieces, [&](std::size_t piece) { done[piece] += loop; });
+            expected += loop;  // of the first piece
+        }
+        EXPECT_EQ(done.front(), expected) << threads;
+        // The last piece of a full team has had every loop of that many.
+        std::size_t last = 0;
+        for (std::size_t loop = team.size() - 1; loop < 70000; loop += team.size())
+            last += loop;
+        EXPECT_EQ(done.back(), last) << threads;
     }
 }
 

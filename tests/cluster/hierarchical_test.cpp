@@ -123,6 +123,27 @@ TEST(Tree, AlwaysJoinsTheTwoNearestClustersAndComesApartAgain) {
     }
 }
 
+// Enough models for threads to help, from the first join or until a few are left.
+TEST(Tree, IsTheSameByAnyNumberOfThreads) {
+    for (const int levels : {0, 7}) {
+        DistanceMatrix matrix = randomMatrix(4300, 3, levels);
+        matrix.at(4000, 17) = kNaN;
+        for (const Linkage linkage : {Linkage::Average, Linkage::Maximum}) {
+            const std::vector<Join> tree = buildTree(DistanceView(matrix, true), linkage);
+            for (const std::size_t threads : {2U, 3U, 7U}) {
+                const std::vector<Join> same =
+                    buildTree(DistanceView(matrix, true), linkage, threads);
+                EXPECT_TRUE(std::equal(tree.begin(), tree.end(), same.begin(), same.end(),
+                                       [](const Join& a, const Join& b) {
+                                           return a.first == b.first && a.second == b.second &&
+                                                  a.distance == b.distance;
+                                       }))
+                    << threads << " threads, levels " << levels;
+            }
+        }
+    }
+}
+
 TEST(Tree, PutsPairsWithoutADistanceInfinitelyFar) {
     for (const float none : {-1.0F, kNaN, kInfinite, -kInfinite}) {
         // 0 and 2 are near, 1 has no distance to anybody.
