@@ -145,7 +145,7 @@ function cellOf(column, value) {
   const isText = column.digits === undefined;
   const cell = make(column.header ? "th" : "td", column.header ? {scope: "row"} : {});
   if (isText) cell.className = "text";
-  if (column.header && String(value).length <= 24) cell.style.whiteSpace = "nowrap";
+  if (column.header && String(value).length <= 32) cell.style.whiteSpace = "nowrap";
   if (column.cluster && value !== null) cell.append(make("span", {class: "chip", style: "background:" + colourOf(value)}));
   const shown = value === null ? "" : Array.isArray(value) ? value.map((name) => short(name, 40)).join(", ")
     : isText ? short(String(value), 90) : fixed(value, column.digits);
@@ -164,7 +164,10 @@ function addBars(column, values, cells) {
   });
 }
 
-function addTable(part, {title, columns, rows}) {
+function addTable(part, {title, columns: allColumns, rows: allRows}) {
+  // A column in which nothing is known says nothing.
+  const isKnown = allColumns.map((column, i) => column.header || allRows.some((row) => row[i] !== null));
+  const columns = allColumns.filter((_, i) => isKnown[i]), rows = allRows.map((row) => row.filter((_, i) => isKnown[i]));
   const body = make("tbody");
   const head = make("tr");
   const lines = rows.map((row) => ({row, line: make("tr", {}, ...columns.map((column, i) => cellOf(column, row[i])))}));
@@ -187,6 +190,7 @@ function addTable(part, {title, columns, rows}) {
   body.append(...lines.map(({line}) => line));
   part.append(make("div", {class: "wide tall", tabindex: "0", role: "region", "aria-label": title},
     make("table", {"aria-label": title}, make("thead", {}, head), body)));
+  if (rows.length > 24) part.append(make("p", {class: "soft screen"}, `${rows.length} rows: the table scrolls.`));
 }
 
 // --- Axes ---
@@ -212,10 +216,12 @@ function leafOrder() {
   return order;
 }
 
+// A threshold far beyond the last join would squeeze the tree.
+const isCutShown = () => data.threshold !== undefined && data.threshold <= 1.3 * Math.max(...data.tree.map((join) => join[2] ?? 0));
 function treePicture(order, row, width) {
   const bottom = row * order.length, margin = 8;
   const heights = data.tree.map((join) => join[2]).filter((height) => height !== null);
-  const deepest = Math.max(...heights, data.threshold ?? 0) * 1.04 || 1;
+  const deepest = Math.max(...heights, isCutShown() ? data.threshold : 0) * 1.04 || 1;
   const across = (height) => rounded(margin + (width - margin) * (1 - (height ?? deepest) / deepest));
   const places = new Map(order.map((model, i) => [model, {x: width, y: row * (i + .5), cluster: data.clusterOf?.[model]}]));
   const paths = new Map();
@@ -233,7 +239,7 @@ function treePicture(order, row, width) {
   for (const [colour, path] of paths) {
     svg.append(draw("path", {d: path, style: "fill:none;stroke:" + colour, "stroke-width": row < 4 ? 1 : 2, "stroke-linecap": "square"}));
   }
-  if (data.threshold !== undefined) {
+  if (isCutShown()) {
     svg.append(draw("path", {d: `M${across(data.threshold)} 0V${bottom}`, class: "axis", "stroke-dasharray": "5 4"}));
   }
   svg.append(draw("path", {d: `M${margin} ${bottom + 4}H${width}`, class: "axis"}));
@@ -309,7 +315,7 @@ function heatMap(values, order, row, low, high, say) {
 }
 
 function addMap(values) {
-  const order = leafOrder(), count = order.length, row = Math.min(24, 800 / count);
+  const order = leafOrder(), count = order.length, row = Math.min(24, count <= 66 ? 660 / count : 800 / count); // with names up to 66
   const known = values.filter((value, i) => !Number.isNaN(value) && i % (count + 1) !== 0);
   const low = known.reduce((a, b) => Math.min(a, b), Infinity), high = known.reduce((a, b) => Math.max(a, b), -Infinity);
   const hasTree = data.tree?.length > 0;
@@ -327,7 +333,7 @@ function addMap(values) {
     make("figcaption", {}, `${data.matrix.of} from ${fixed(ends[0], 3)}`,
       make("span", {class: "scale", style: `background:linear-gradient(90deg,${STOPS.map((c) => `rgb(${c})`).join()})`}),
       `to ${fixed(ends[1], 3)}${known.length < count * (count - 1) ? ", no value grey" : ""}; rows and columns ${hasTree ? "in the order of the tree" : "cluster by cluster"}.`
-      + (hasTree && data.threshold !== undefined ? " The dashed line cuts the tree into clusters; a model that stands alone is grey." : ""))));
+      + (hasTree && isCutShown() ? " The dashed line cuts the tree into clusters; a model that stands alone is grey." : ""))));
 }
 
 // --- Histogram, with bars that begin at round numbers ---
@@ -337,8 +343,8 @@ function addHistogram(values, of, what, parent) {
   const low = values.reduce((a, b) => Math.min(a, b)), high = values.reduce((a, b) => Math.max(a, b));
   const round = steps(low, high, Math.max(8, Math.min(32, Math.sqrt(values.length))));
   const step = round.length > 1 ? round[1] - round[0] : 1, from = Math.floor(low / step + 1e-9) * step;
-  const bins = Math.floor((high - from) / step + 1e-9) + 1, counts = new Array(bins).fill(0);
-  for (const value of values) ++counts[Math.max(0, Math.floor((value - from) / step + 1e-9))];
+  const bins = Math.max(1, Math.ceil((high - from) / step - 1e-9)), counts = new Array(bins).fill(0);
+  for (const value of values) ++counts[Math.min(bins - 1, Math.max(0, Math.floor((value - from) / step + 1e-9)))];
   const width = 440, height = 200, left = 52, top = Math.max(...counts), reach = (width - left - 12) / bins;
   const across = (value) => rounded(left + (value - from) / step * reach);
   const up = (count) => rounded(height - (height - 22) * count / top);
@@ -582,7 +588,8 @@ function cards(tables, values) {
     if (best && data.scores) card(fixed(best[column(data.scores.of.replace(", Å", ""))] ?? null, 3), `its ${data.scores.of}`);
     if (data.clusterOf) card(coloured.size ? `${Math.max(...[...coloured.keys()].map((one) => sizes.get(one)))} of ${data.names.length}` : "", "models in the largest cluster");
     if (data.clusterOf) card([...sizes.keys()].filter((one) => one !== data.unassigned).length, `clusters at threshold ${data.threshold}`);
-    if (values.length) card(fixed(median(values), 3), data.scores ? `median ${data.scores.of} of the models` : `median ${data.matrix.of} of two models`);
+    const [of, unit] = (data.scores ?? data.matrix).of.split(", ");
+    if (values.length) card(fixed(median(values), 3), `${unit ? unit + ", " : ""}median ${of} of ${data.scores ? "the" : "two"} models`);
   } else if (data.pair) {
     const rows = new Map(first.rows.map((row) => [row[0], row]));
     const domains = Number(rows.get("Domains")?.[1] ?? 1);
