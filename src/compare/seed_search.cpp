@@ -38,6 +38,7 @@ class SeedSearch {
     SeedSearch(const SeedSearchTask& task, const Kernels& kernels, SeedSearchScratch& scratch)
         : task_(task), kernels_(kernels), scratch_(scratch), pairs_(scratch.pairs) {
         scratch_.squared.resize(pairs_.size());
+        scratch_.rounded.resize((pairs_.size() + 7) / 8 * 8);
         scratch_.next.resize(pairs_.words());
         scratch_.best.clear();
         scratch_.visited.clear(pairs_.words());
@@ -277,11 +278,18 @@ class SeedSearch {
             size = selectByRmsd(pairs_, path.problem.motion, inclusiveLimit(r * r), kernels_,
                                 scratch_.byRmsd, scratch_.next);
         } else {
-            size = kernels_.selectWithin(pairs_.arrays(), pairs_.rounded(), pairs_.size(),
-                                         path.problem.motion, inclusiveLimit(r * r),
-                                         scratch_.next.data());
+            size = selectByDistance(path.problem.motion, inclusiveLimit(r * r));
         }
         return size < kFewestSelected ? 0 : size;
+    }
+
+    std::uint32_t selectByDistance(const Motion& motion, double limit) {
+        if (task_.maximiseTM) {  // scoreByTm() has had a look already
+            return kernels_.selectAmong(pairs_.arrays(), {scratch_.rounded.data(), roundedError_},
+                                        pairs_.size(), motion, limit, scratch_.next.data());
+        }
+        return kernels_.selectWithin(pairs_.arrays(), pairs_.rounded(), pairs_.size(), motion,
+                                     limit, scratch_.next.data());
     }
 
     // Makes the latest selection, or the seed where it was too small, the current set; true when
@@ -306,8 +314,10 @@ class SeedSearch {
     void scoreByTm(SeedPath& path) {
         const double perSquare = SearchPairs::kPerAngstrom * SearchPairs::kPerAngstrom;
         const double scaleSquared = task_.tmScaleSquared * perSquare;
+        roundedError_ = kernels_.roundedDeviations(pairs_.rounded(), pairs_.size(),
+                                                   path.problem.motion, scratch_.rounded.data());
         const double bound =
-            kernels_.tmBound(pairs_.rounded(), pairs_.size(), path.problem.motion, scaleSquared);
+            kernels_.tmBound({scratch_.rounded.data(), roundedError_}, pairs_.size(), scaleSquared);
         if (!(bound > std::max(path.bestTm, bestTm_) * task_.normLength)) return;
         kernels_.squaredDeviations(pairs_.arrays(), pairs_.size(), path.problem.motion,
                                    scratch_.squared.data());
@@ -354,6 +364,7 @@ class SeedSearch {
     std::uint32_t bestSize_ = 0;
     double bestRmsd_ = 0.0;  // Å
     double bestTm_ = 0.0;
+    double roundedError_ = 0.0;  // of scratch_.rounded
 };
 
 }  // namespace

@@ -64,6 +64,7 @@ struct SeedSearchScratch {
     SearchPairs pairs;
     std::vector<SeedPath> paths;
     std::vector<double> squared;
+    std::vector<float> rounded;  // the same in single precision, for the search by TM-score
     std::vector<std::uint32_t> lengths, selected;
     PairMask next, best;
     RmsdSelectionScratch byRmsd;

@@ -39,6 +39,12 @@ struct RoundedArrays {
     double largest;  // no coordinate is larger; infinity where estimates are of no use
 };
 
+// Squared deviations under one motion in single precision.
+struct RoundedDeviations {
+    const float* squared;  // padded to a multiple of 8
+    double error;          // of a component of a deviation, at most
+};
+
 // A rigid motion p' = R p + t: R row by row, then t.
 using Motion = std::array<double, 12>;
 
@@ -108,6 +114,14 @@ struct Kernels {
     std::uint32_t (*selectWithin)(const PairedArrays& pairs, const RoundedArrays& rounded,
                                   std::size_t n, const Motion& motion, double limit,
                                   std::uint64_t* mask);
+    // The squared deviations in single precision, for several looks at one motion: fills `squared`,
+    // padded to a multiple of 8, and returns the error that RoundedDeviations has.
+    double (*roundedDeviations)(const RoundedArrays& rounded, std::size_t n, const Motion& motion,
+                                float* squared);
+    // As selectWithin.
+    std::uint32_t (*selectAmong)(const PairedArrays& pairs, const RoundedDeviations& rounded,
+                                 std::size_t n, const Motion& motion, double limit,
+                                 std::uint64_t* mask);
     // The squared deviations of all pairs of each word of `words` that is not 0; infinity after the
     // last pair.  `squared` has 64 entries a word; those of the other words are left alone.
     void (*deviationsOfWords)(const PairedArrays& pairs, std::size_t n, const Motion& motion,
@@ -119,9 +133,8 @@ struct Kernels {
                                    std::uint64_t* mask);
     // Sum of 1 / (1 + squared / scaleSquared).
     double (*tmSum)(const double* squared, std::size_t n, double scaleSquared);
-    // A number that tmSum under this motion is never above, and hardly below.
-    double (*tmBound)(const RoundedArrays& rounded, std::size_t n, const Motion& motion,
-                      double scaleSquared);
+    // A number that tmSum under the motion of `rounded` is never above, and hardly below.
+    double (*tmBound)(const RoundedDeviations& rounded, std::size_t n, double scaleSquared);
     // The terms that each pair adds to the sums, kTerms a pair.
     void (*makeTerms)(const PairedArrays& pairs, std::size_t n, double* terms);
     // The sums of a subset, ascending.

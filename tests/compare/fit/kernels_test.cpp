@@ -33,6 +33,15 @@ struct Placed {
     }
 };
 
+// Lent from `squared`.
+RoundedDeviations roundedDeviations(const Placed& placed, const Kernels& kernels,
+                                    std::vector<float>& squared) {
+    squared.resize(placed.pairs.size() + 8);
+    const double error = kernels.roundedDeviations(placed.pairs.rounded(), placed.pairs.size(),
+                                                   placed.motion, squared.data());
+    return {squared.data(), error};
+}
+
 // Single precision must never decide about a pair that lies on the limit, or a hair from it.
 TEST(Kernels, SelectExactlyThePairsWithinTheLimit) {
     constexpr std::size_t kPairs = 150;  // three words, the last one partly used
@@ -57,6 +66,12 @@ TEST(Kernels, SelectExactlyThePairsWithinTheLimit) {
                     kernels->selectWithin(placed.pairs.arrays(), placed.pairs.rounded(), kPairs,
                                           placed.motion, limit, mask.data());
                     ASSERT_EQ(mask, expected) << shift << ' ' << noise << ' ' << limit;
+                    mask.assign(placed.pairs.words(), ~std::uint64_t{0});
+                    std::vector<float> rounded;
+                    kernels->selectAmong(placed.pairs.arrays(),
+                                         roundedDeviations(placed, *kernels, rounded), kPairs,
+                                         placed.motion, limit, mask.data());
+                    ASSERT_EQ(mask, expected) << shift << ' ' << noise << ' ' << limit;
                 }
             }
         }
@@ -73,8 +88,9 @@ TEST(Kernels, BoundTheTmScoreFromAbove) {
             for (const double scale : {500.0, 3500.0, 12000.0}) {
                 const double sum = bestKernels().tmSum(squared.data(), n, scale * scale);
                 for (const Kernels* kernels : {&portableKernels(), &bestKernels()}) {
-                    const double bound =
-                        kernels->tmBound(placed.pairs.rounded(), n, placed.motion, scale * scale);
+                    std::vector<float> rounded;
+                    const double bound = kernels->tmBound(
+                        roundedDeviations(placed, *kernels, rounded), n, scale * scale);
                     EXPECT_GE(bound, sum) << n << ' ' << noise << ' ' << scale;
                     EXPECT_LE(bound, 1.002 * sum) << n << ' ' << noise << ' ' << scale;
                 }
