@@ -49,6 +49,20 @@ const char* nameOf(PartKind kind) {
     return "";
 }
 
+// What is taken of files that hold more than one structure.
+std::string choicesOfEntries(const Settings& settings) {
+    const EntryRules& rules = readPlan(settings).models.entry;
+    const std::string model = rules.allModels ? "all"
+                              : rules.model   ? std::to_string(*rules.model)
+                                              : "first";
+    std::string conformers = "best";
+    if (rules.conformers == Conformers::First) conformers = "first";
+    if (rules.conformers == Conformers::Lettered) conformers = std::string(1, rules.conformer);
+    return format("--input %s\n--chain %s\n--model %s\n--altloc %s\n",
+                  rules.readsPdb ? "auto" : "pdb", rules.chain.c_str(), model.c_str(),
+                  conformers.c_str());
+}
+
 // Everything on the command line that the result of a pair depends on.
 // A line an option, so that a difference can be shown as its line.  The version is one of them:
 // results of another version may differ in digits.
@@ -63,6 +77,7 @@ std::string optionsText(const Settings& settings) {
     const auto integer = [&text](const char* name, long value) {
         text += format("%s %ld\n", name, value);
     };
+    text += choicesOfEntries(settings);
     // Numbers with all their digits: 3.7 and the double next to it are other options.
     integer("-nourmsd", rmsdOptions(settings).urmsd ? 0 : 1);
     real("-d", p.distanceCutoff);

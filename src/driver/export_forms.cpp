@@ -18,21 +18,23 @@ constexpr unsigned kMatrix = kAll | bitOf(RunKind::DistanceFile) | bitOf(RunKind
 
 constexpr unsigned kAny = kPairwise | kList | kMatrix;
 
+constexpr unsigned kStructures = kPairwise | kList | kAll;  // runs that read them
+
 constexpr auto kForms = std::to_array<ExportForm>({
-    {"tsv", kPairwise | kList | kAll, false, makePairTable},
-    {"ranking", kList | kMatrix, false, makeRankingTable},
-    {"residues", kPairwise | kList, false, makeResidueTable},
-    {"json", kAny, false, makeJsonDocument},
-    {"jsonl", kPairwise | kList | kAll, false, makeJsonLines},
-    {"npy", kMatrix, false, makeMatrixFile},
-    {"newick", kMatrix, true, makeNewickTree},
-    {"linkage", kMatrix, true, makeLinkageFile},
-    {"report", kPairwise | kList | kMatrix, false, makeReportPage},
-    {"superposed", kPairwise | kList, false, makeSuperposedModels},
-    {"pymol", kPairwise | kList, false, makePymolScript, true},
-    {"chimerax", kPairwise | kList, false, makeChimeraxScript, true},
-    {"molstar", kPairwise | kList, false, makeMolstarArchive},
-    {"rasmol", kPairwise | kList, false, makeRasmolScene},
+    {"tsv", kStructures, makePairTable},
+    {"ranking", kList | kMatrix, makeRankingTable},
+    {"residues", kPairwise | kList, makeResidueTable},
+    {"json", kAny, makeJsonDocument, kShowsFailure},
+    {"jsonl", kStructures, makeJsonLines},
+    {"npy", kMatrix, makeMatrixFile},
+    {"newick", kMatrix, makeNewickTree, kNeedsTree},
+    {"linkage", kMatrix, makeLinkageFile, kNeedsTree},
+    {"report", kAny, makeReportPage},
+    {"superposed", kStructures, makeSuperposedModels, kSuperposes},
+    {"pymol", kStructures, makePymolScript, kSuperposes | kRefersToInputs},
+    {"chimerax", kStructures, makeChimeraxScript, kSuperposes | kRefersToInputs},
+    {"molstar", kStructures, makeMolstarArchive, kSuperposes},
+    {"rasmol", kStructures, makeRasmolScene, kSuperposes},
 });
 
 }  // namespace

@@ -14,13 +14,21 @@
 
 namespace tervolanda {
 
+// What is special to a form, as bits.
+inline constexpr unsigned kNeedsTree = 1;       // clustering by linkage
+inline constexpr unsigned kRefersToInputs = 2;  // by their paths, so that they have to be files
+inline constexpr unsigned kShowsFailure = 4;    // it is written for a run that failed, too
+// It shows models laid over others: in a run of all models against each other over the medoids of
+// their clusters, so that it needs clusters and is given these pairs in place of those compared.
+inline constexpr unsigned kSuperposes = 8;
+
 // A row of the table: everything that the driver knows of a form.
 struct ExportForm {
     std::string_view option;  // without its dashes
     unsigned runs;            // kinds of runs that it has a meaning in, as bits
-    bool needsTree = false;   // and only with clustering by linkage
     std::unique_ptr<ExportFile> (*make)(std::string path);
-    bool refersToInputs = false;  // by their paths, so that they have to be files
+    unsigned traits = 0;
+    bool has(unsigned trait) const { return (traits & trait) != 0; }
 };
 
 bool hasMeaningIn(const ExportForm& form, RunKind kind);

@@ -41,7 +41,8 @@ constexpr auto kOptions = std::to_array<OwnOption>({
     {"newick", "file", "The tree with heights, in Newick format"},
     {"linkage", "file", "The tree as SciPy's linkage table, for NumPy"},
     {"report", "file", "A page to look at: tables, pictures, superposition"},
-    {"superposed", "folder", "The models as they lie on the experiment, as PDB files"},
+    {"superposed", "folder", "The models as they lie on the experiment or, of all against each other, on\n"
+                             "the medoids of their clusters, as PDB files"},
     {"pymol", "file", "The superposition as a script for PyMOL"},
     {"chimerax", "file", "The superposition as a script for ChimeraX"},
     {"molstar", "file", "The superposition as an archive (.mvsx) for Mol*"},

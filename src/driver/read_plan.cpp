@@ -27,6 +27,13 @@ std::optional<ClusterMethod> clusterMethod(const Settings& settings) {
     }
 }
 
+RmsdOptions rmsdOptions(const Settings& settings) {
+    return {.urmsd = (settings.measure.urmsdFlags & UrmsdCompute) != 0,
+            .urmsdRotation = (settings.measure.urmsdFlags & UrmsdRotate) != 0,
+            .reportTooFew = true,
+            .pairBySequence = settings.comparison.pairBySequence};
+}
+
 ReadPlan readPlan(const Settings& settings) {
     ReadPlan plan;
     const bool isPairwise = !settings.input.listFile;

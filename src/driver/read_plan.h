@@ -20,6 +20,9 @@ ComparisonKind comparisonKind(const Settings& settings);
 // How models are clustered; none for not at all.
 std::optional<ClusterMethod> clusterMethod(const Settings& settings);
 
+// What a comparison by RMSD computes; for MaxSub and GDT settings.comparison says it.
+RmsdOptions rmsdOptions(const Settings& settings);
+
 struct ReadPlan {
     ReadRequest experiment;                       // what is read of it
     ReadRequest models;                           // and of every other structure of the run

@@ -20,16 +20,38 @@ Value count(long long value) {
     return value;
 }
 
+// In the words of the command line; a model that is not chosen is the first of its file.
+Value modelChoice(const EntryRules& rules) {
+    if (rules.allModels) return "all";
+    return rules.model ? Value(static_cast<long long>(*rules.model)) : Value();
+}
+
+Value conformerChoice(const EntryRules& rules) {
+    switch (rules.conformers) {
+        case Conformers::Best:
+            return "best";
+        case Conformers::First:
+            return "first";
+        case Conformers::Lettered:
+            break;
+    }
+    return std::string(1, rules.conformer);
+}
+
 // The rows come in groups of the order in which files show them, which is kept for their readers.
 
 std::vector<RecordedOption> inputOptions(const InputSettings& input, const OutputSettings& output) {
     return {
         {"-e", text(input.experimentFile)},
         {"-p", text(input.predictionFile)},
-        {"-l", text(input.listFile)},
+        {"-l", input.listIsPath ? Value() : text(input.listFile)},
+        {"--models", input.listIsPath ? text(input.listFile) : Value()},
         {"-F", text(input.distanceFile)},
         {"-M", text(input.transformFile)},
         {"-exclude", text(input.exclusionFile)},
+        {"--input", input.entry.readsPdb ? Value("auto") : Value()},
+        {"--model", modelChoice(input.entry)},
+        {"--altloc", conformerChoice(input.entry)},
         {"--chain-e", input.experimentChain},
         {"--chain-p", input.predictionChain},
         {"-all", input.allAtoms},

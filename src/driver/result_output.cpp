@@ -53,13 +53,6 @@ std::optional<Clustering> clusterAndPrint(LabelledMatrix& matrix, const Settings
 
 }  // namespace
 
-RmsdOptions rmsdOptions(const Settings& settings) {
-    return {.urmsd = (settings.measure.urmsdFlags & UrmsdCompute) != 0,
-            .urmsdRotation = (settings.measure.urmsdFlags & UrmsdRotate) != 0,
-            .reportTooFew = true,
-            .pairBySequence = settings.comparison.pairBySequence};
-}
-
 std::vector<JuryScore> rankAndPrint(const DistanceMatrix& scores, const PairMatrix& pairs,
                                     const ChainList& chains, const Settings& settings, Log& log) {
     std::vector<JuryScore> ranking = rankByJury(scores, pairs, settings.clustering.juryScore,

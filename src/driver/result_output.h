@@ -19,8 +19,6 @@ namespace tervolanda {
 class Log;
 class RunExports;
 
-RmsdOptions rmsdOptions(const Settings& settings);
-
 // Ranks the models by 3D-Jury and prints the table.  `chains` holds the models in matrix order.
 std::vector<JuryScore> rankAndPrint(const DistanceMatrix& scores, const PairMatrix& pairs,
                                     const ChainList& chains, const Settings& settings, Log& log);

@@ -7,6 +7,7 @@
 #include "base/log.h"
 #include "driver/abend.h"
 #include "driver/help_text.h"
+#include "driver/medoid_pairs.h"
 #include "driver/read_plan.h"
 #include "driver/recorded_options.h"
 
@@ -65,10 +66,12 @@ void checkExports(const Settings& settings) {
         }
         const std::optional<ClusterMethod> method = clusterMethod(settings);
         const bool hasTree = method && clustersByLinkage(*method);
-        if (request.form->needsTree && !hasTree)
+        if (request.form->has(kNeedsTree) && !hasTree)
             abend("Option '%s' needs a tree: -C 1, 2 or 3", optionName(request).c_str());
+        if (kind == RunKind::AllVersusAll && request.form->has(kSuperposes) && !method)
+            abend("Option '%s' needs clusters: -C 1 to 5", optionName(request).c_str());
         for (const auto* input : {&settings.input.experimentFile, &settings.input.predictionFile}) {
-            if (request.form->refersToInputs && *input == "-") {
+            if (request.form->has(kRefersToInputs) && *input == "-") {
                 abend("Option '%s' refers to its structures by their paths: '-' is none",
                       optionName(request).c_str());
             }
@@ -139,16 +142,16 @@ void RunExports::start() {
     setInputs();
     form_.hasUrmsd = (settings_.measure.urmsdFlags & UrmsdCompute) != 0;
     if (inputs_.kind == RunKind::AllVersusAll) form_.matrixScore = inputs_.score;
-    makeFiles([](const ExportFile&) { return true; });
+    makeFiles(0);
 }
 
 // REQUIRES: the inputs are complete.
-void RunExports::makeFiles(bool (*isMade)(const ExportFile& file)) {
+void RunExports::makeFiles(unsigned traits) {
     for (const ExportRequest& request : settings_.output.exports) {
+        if ((request.form->traits & traits) != traits) continue;
         std::unique_ptr<ExportFile> file = request.form->make(request.path);
-        if (!isMade(*file)) continue;
         if (file->isOpen()) {
-            files_.push_back(std::move(file));
+            files_.push_back({request.form, std::move(file)});
         } else {
             log_.incompleteFile(request.path);
         }
@@ -156,15 +159,27 @@ void RunExports::makeFiles(bool (*isMade)(const ExportFile& file)) {
     const bool isRead = !settings_.input.distanceFile && !settings_.input.transformFile;
     // Checksums read each file once more, so they are for forms that show them.
     const bool showsChecksums = std::any_of(
-        files_.begin(), files_.end(), [](const auto& file) { return file->showsChecksums(); });
+        files_.begin(), files_.end(), [](const auto& open) { return open.file->showsChecksums(); });
     for (InputStructure& input : inputs_.structures) {
         if (showsChecksums && isRead) input.crc32 = fileChecksum(input.file, log_);
     }
     texts_.start(inputs_);
-    for (const auto& file : files_) {
-        file->share(texts_);
-        file->start(inputs_);
-        form_.detail = std::max(form_.detail, file->pairDetail());
+    for (const auto& open : files_) {
+        open.file->share(texts_);
+        open.file->start(inputs_);
+    }
+    setDetail();
+}
+
+bool RunExports::isGivenPairs(const OpenFile& open) const {
+    const bool isOfMedoids = inputs_.kind == RunKind::AllVersusAll && open.form->has(kSuperposes);
+    return isOfMedoids == isSuperposing_ && open.file->pairDetail() != PairDetail::None;
+}
+
+void RunExports::setDetail() {
+    form_.detail = PairDetail::None;
+    for (const OpenFile& open : files_) {
+        if (isGivenPairs(open)) form_.detail = std::max(form_.detail, open.file->pairDetail());
     }
 }
 
@@ -179,7 +194,7 @@ void RunExports::showSequences(const ComparedPair& pair) {
 
 void RunExports::take(const ComparedPair& pair) {
     const bool hasFit = pair_.status != PairStatus::NoPairs && pair_.status != PairStatus::NoFit;
-    if (!hasFit) ++pairsWithoutFit_;
+    if (!hasFit && !isSuperposing_) ++pairsWithoutFit_;
     if (form_.detail == PairDetail::None) return;
     // Positions count inputs: before the models of a list stands the experiment.
     const std::size_t firstPrediction = inputs_.kind == RunKind::AllVersusAll ? 0 : 1;
@@ -188,8 +203,8 @@ void RunExports::take(const ComparedPair& pair) {
     if (inputs_.pairsBySequence) showSequences(pair);
     texts_.next(pair_);
     // What a file shows must not depend on which others are asked for.
-    for (const auto& file : files_) {
-        if (file->pairDetail() != PairDetail::None) file->take(pair_);
+    for (const OpenFile& open : files_) {
+        if (isGivenPairs(open)) open.file->take(pair_);
     }
 }
 
@@ -213,24 +228,24 @@ void RunExports::seeRmsd(const ComparedPair& pair, const ListedRmsd& found,
 void RunExports::fail(const std::string& message) {
     if (!isStarted_) {
         setInputs();
-        makeFiles([](const ExportFile& file) { return file.showsFailure(); });
+        makeFiles(kShowsFailure);
     }
     RunResults results;
     results.failure = message;
-    std::erase_if(files_, [](const auto& file) { return !file->showsFailure(); });
+    std::erase_if(files_, [](const auto& open) { return !open.form->has(kShowsFailure); });
     finish(results);
 }
 
 void RunExports::giveUp() {
     fail("No results");
     for (const ExportRequest& request : settings_.output.exports) {
-        if (!request.form->make({})->showsFailure()) log_.incompleteFile(request.path);
+        if (!request.form->has(kShowsFailure)) log_.incompleteFile(request.path);
     }
 }
 
 void RunExports::keepScores(const DistanceMatrix& scores) {
     const bool isShown = std::any_of(files_.begin(), files_.end(),
-                                     [](const auto& file) { return file->showsScores(); });
+                                     [](const auto& open) { return open.file->showsScores(); });
     if (isShown) scores_ = scores;
 }
 
@@ -239,11 +254,20 @@ void RunExports::finish(RunResults results) {
     if (results.failure.empty() && log_.hasIncompleteFile())
         results.failure = "Not all files were written";
     if (scores_) results.scores = &*scores_;
-    for (const auto& file : files_) {
-        file->finish(results);
-        if (!file->commit()) log_.incompleteFile(file->path());
+    if (inputs_.kind == RunKind::AllVersusAll) superposeClusters(results);
+    for (const auto& open : files_) {
+        open.file->finish(results);
+        if (!open.file->commit()) log_.incompleteFile(open.file->path());
     }
     files_.clear();
+}
+
+void RunExports::superposeClusters(const RunResults& results) {
+    isSuperposing_ = true;
+    setDetail();
+    if (form_.detail != PairDetail::None)
+        compareWithMedoids(inputs_.chains, results.ranking, settings_, *this);
+    isSuperposing_ = false;
 }
 
 }  // namespace tervolanda

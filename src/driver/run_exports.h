@@ -67,9 +67,12 @@ class RunExports final : public PairViewer {
  private:
     void setInputs();
     void start();
-    void makeFiles(bool (*isMade)(const ExportFile& file));
+    // Those of the forms that have all of these traits.
+    void makeFiles(unsigned traits);
     void addInput(const Chain& chain, bool hasId);
     void take(const ComparedPair& pair);
+    // Hands the pairs of medoids to the files that show models laid over them.
+    void superposeClusters(const RunResults& results);
     void showSequences(const ComparedPair& pair);
 
     // Invariant: `files_` has those that could be opened, between start() and finish(); a run that
@@ -80,7 +83,17 @@ class RunExports final : public PairViewer {
     bool isStarted_ = false;
     std::vector<UnreadModel> unread_;
     RunInputs inputs_;
-    std::vector<std::unique_ptr<ExportFile>> files_;
+    struct OpenFile {
+        const ExportForm* form;
+        std::unique_ptr<ExportFile> file;
+    };
+    // Whether the file is given the pairs of the time: those that the run compares or, at its end,
+    // those of medoids.
+    bool isGivenPairs(const OpenFile& open) const;
+    void setDetail();
+
+    std::vector<OpenFile> files_;
+    bool isSuperposing_ = false;
     PairForm form_{settings_.comparison, true, std::nullopt, PairDetail::None};
     // Used again for every pair, so that a batch does not allocate.
     PairResult pair_;

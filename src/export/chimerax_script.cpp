@@ -48,7 +48,7 @@ void ChimeraxScript::write(const Scene& scene) {
     text() += "Each matrix ";
     text() += kMotionSentence;
     text() += ".\n# Its rows are those of R, each with its part of c1 - R c2.\n";
-    open(1, scene.experiment(), kExperimentColours.base);
+    if (scene.hasExperiment()) open(1, scene.experiment(), kExperimentColours.base);
     if (scene.isPair()) {
         addPair(scene);
     } else {
@@ -101,10 +101,12 @@ void ChimeraxScript::addPair(const Scene& scene) {
 void ChimeraxScript::addModels(const Scene& scene) {
     for (std::size_t i = 0; i < scene.models.size(); ++i) {
         const ShownModel& model = scene.models[i];
-        open(i + 2, scene.of(model), modelColours(i).base);
+        const SceneColours colours = scene.coloursAt(i);
+        const std::size_t object = i + (scene.hasExperiment() ? 2 : 1);
+        open(object, scene.of(model), colours.base);
         if (model.domains.empty()) continue;
-        move(i + 2, model.domains.front().motion);
-        highlight(i + 2, model.domains.front().prediction, modelColours(i).highlight);
+        move(object, model.domains.front().motion);
+        highlight(object, model.domains.front().prediction, colours.highlight);
         pace();
     }
 }

@@ -142,9 +142,6 @@ class ExportFile {
     virtual PairDetail pairDetail() const { return PairDetail::None; }
     // InputStructure::crc32, for which every input is read once more.
     virtual bool showsChecksums() const { return false; }
-    // Whether it is written for a run that failed, too.  Then finish() may come after a start()
-    // without inputs, or after some of the pairs.
-    virtual bool showsFailure() const { return false; }
     // RunResults::scores, for which an N x N matrix is copied before clustering overwrites it.
     // Asked after the last pair.
     virtual bool showsScores() const { return false; }

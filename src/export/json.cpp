@@ -248,7 +248,6 @@ class JsonDocument final : public ExportFile {
     void start(const RunInputs& inputs) override;
     void take(const PairResult& pair) override;
     void finish(const RunResults& results) override;
-    bool showsFailure() const override { return true; }
 
  private:
     void key(std::string_view name);

@@ -37,6 +37,8 @@ class MolstarArchive final : public SceneFile {
 
     void write(const Scene& scene) override;
     Part pack(const Scene& scene, std::size_t input, const std::string& name);
+    static void appendModel(std::string& text, const Scene& scene, std::size_t place,
+                            const Part& part);
     static std::string sceneText(const Scene& scene, const std::vector<Part>& parts);
 
     ZipArchive archive_;
@@ -140,11 +142,32 @@ MolstarArchive::Part MolstarArchive::pack(const Scene& scene, std::size_t input,
 }
 
 void MolstarArchive::write(const Scene& scene) {
-    std::vector<Part> parts = {pack(scene, 0, "experiment")};
+    std::vector<Part> parts;
+    if (scene.hasExperiment()) parts.push_back(pack(scene, 0, "experiment"));
     for (const ShownModel& model : scene.models)
         parts.push_back(pack(scene, model.input, scene.nameOf(model)));
     isWhole_ = archive_.add("index.mvsj", sceneText(scene, parts), text()) && isWhole_;
     archive_.finish(text());
+}
+
+void MolstarArchive::appendModel(std::string& text, const Scene& scene, std::size_t place,
+                                 const Part& part) {
+    const ShownModel& model = scene.models[place];
+    const std::size_t count = scene.isPair() ? std::max<std::size_t>(model.domains.size(), 1) : 1;
+    for (std::size_t d = 0; d < count; ++d) {
+        const SceneColours colours = scene.isPair() ? domainColours(d) : scene.coloursAt(place);
+        Shown shown;
+        shown.colour = colours.base;
+        if (d < model.domains.size()) {
+            const ShownDomain& domain = model.domains[d];
+            shown.motion = &domain.motion;
+            shown.highlights = &domain.prediction;
+            shown.highlight = colours.highlight;
+            if (d > 0) shown.residues = &domain.prediction;
+        }
+        if (!text.ends_with("[\n")) text += ",\n";
+        appendStructure(text, part.file, part.form, part.chain, shown);
+    }
 }
 
 std::string MolstarArchive::sceneText(const Scene& scene, const std::vector<Part>& parts) {
@@ -159,31 +182,16 @@ std::string MolstarArchive::sceneText(const Scene& scene, const std::vector<Part
     text += R"("timestamp":"1980-01-01T00:00:00Z","description":"Each transformation )";
     text += kMotionSentence;
     text += "\"},\n\"root\":{\"kind\":\"root\",\"children\":[\n";
-    Shown experiment;
-    experiment.colour = kExperimentColours.base;
-    experiment.highlights = &matched;
-    experiment.highlight = kExperimentColours.highlight;
-    appendStructure(text, parts[0].file, parts[0].form, parts[0].chain, experiment);
-    for (std::size_t i = 0; i < scene.models.size(); ++i) {
-        const ShownModel& model = scene.models[i];
-        const Part& part = parts[i + 1];
-        const std::size_t count =
-            scene.isPair() ? std::max<std::size_t>(model.domains.size(), 1) : 1;
-        for (std::size_t d = 0; d < count; ++d) {
-            const SceneColours colours = scene.isPair() ? domainColours(d) : modelColours(i);
-            Shown shown;
-            shown.colour = colours.base;
-            if (d < model.domains.size()) {
-                const ShownDomain& domain = model.domains[d];
-                shown.motion = &domain.motion;
-                shown.highlights = &domain.prediction;
-                shown.highlight = colours.highlight;
-                if (d > 0) shown.residues = &domain.prediction;
-            }
-            text += ",\n";
-            appendStructure(text, part.file, part.form, part.chain, shown);
-        }
+    if (scene.hasExperiment()) {
+        Shown experiment;
+        experiment.colour = kExperimentColours.base;
+        experiment.highlights = &matched;
+        experiment.highlight = kExperimentColours.highlight;
+        appendStructure(text, parts[0].file, parts[0].form, parts[0].chain, experiment);
     }
+    const std::size_t first = parts.size() - scene.models.size();
+    for (std::size_t i = 0; i < scene.models.size(); ++i)
+        appendModel(text, scene, i, parts[first + i]);
     text += "\n]}}\n";
     return text;
 }

@@ -88,11 +88,11 @@ void PymolScript::write(const Scene& scene) {
     text() += ".\n# Its rows are those of R, each with its part of c1 - R c2.\n";
     text() += kHead;
     text() += '\n';
-    read(scene.experiment(), "experiment", kExperimentColours.base);
+    if (scene.hasExperiment()) read(scene.experiment(), "experiment", kExperimentColours.base);
     for (std::size_t i = 0; i < scene.models.size(); ++i) {
         const ShownModel& model = scene.models[i];
         const std::string name = scene.nameOf(model);
-        const SceneColours colours = scene.isPair() ? domainColours(0) : modelColours(i);
+        const SceneColours colours = scene.coloursAt(i);
         read(scene.of(model), name, colours.base);
         if (scene.isPair()) {
             addDomains(scene, model);
@@ -100,6 +100,8 @@ void PymolScript::write(const Scene& scene) {
             move(name, model.domains.front().motion);
             highlight(name, scene.of(model), model.domains.front().prediction, colours.highlight);
         }
+        if (model.cluster)
+            text() += format("cmd.group(\"cluster_%u\", \"%s\")\n", *model.cluster, name.c_str());
         pace();
     }
     text() += "cmd.hide(\"everything\")\ncmd.show(\"ribbon\")\n";

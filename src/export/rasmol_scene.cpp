@@ -38,47 +38,52 @@ class RasmolScene final : public SceneFile {
         SceneColours colours;
     };
 
+    static std::vector<Object> objectsOf(const Scene& scene);
     void write(const Scene& scene) override;
     void addBackbone(std::size_t object, unsigned colour);
     void addHighlight(std::size_t object, const std::vector<ResidueStretch>& stretches,
                       unsigned colour);
-    // The atoms that were compared, moved; `motion` is null for the experiment.
+    // The atoms that were compared, moved; `motion` is null for what nothing moves.
     void addCoordinates(const Chain& chain, std::size_t object, const Superposition* motion);
 };
 
-void RasmolScene::write(const Scene& scene) {
+std::vector<RasmolScene::Object> RasmolScene::objectsOf(const Scene& scene) {
     std::vector<Object> objects;
+    if (scene.hasExperiment()) objects.push_back({0, nullptr, kExperimentColours});
     for (std::size_t i = 0; i < scene.models.size(); ++i) {
         const ShownModel& model = scene.models[i];
         const std::size_t shown = scene.isPair() ? model.domains.size() : 1;
-        if (model.domains.empty()) objects.push_back({model.input, nullptr, modelColours(i)});
+        if (model.domains.empty()) objects.push_back({model.input, nullptr, scene.coloursAt(i)});
         for (std::size_t d = 0; d < std::min(shown, model.domains.size()); ++d) {
             objects.push_back({model.input, &model.domains[d],
-                               scene.isPair() ? domainColours(d) : modelColours(i)});
+                               scene.isPair() ? domainColours(d) : scene.coloursAt(i)});
         }
     }
+    return objects;
+}
+
+void RasmolScene::write(const Scene& scene) {
+    const std::vector<Object> objects = objectsOf(scene);
     text() += "#!/usr/bin/rasmol -script\nload inline\nselect all\nwireframe off\n";
-    addBackbone(0, kExperimentColours.base);
     // Of the domains after the first only the matched residues are shown.
-    for (std::size_t i = 0; i < objects.size(); ++i) {
-        if (i == 0 || !scene.isPair()) addBackbone(i + 1, objects[i].colours.base);
-    }
+    const std::size_t whole = scene.isPair() ? 2 : objects.size();
+    for (std::size_t i = 0; i < std::min(whole, objects.size()); ++i)
+        addBackbone(i, objects[i].colours.base);
     for (std::size_t i = 0; i < objects.size(); ++i) {
         const Object& object = objects[i];
         if (object.domain == nullptr) continue;
         if (scene.isPair()) {
             addHighlight(0, object.domain->experiment,
-                         i == 0 ? kExperimentColours.highlight : object.colours.base);
+                         i == 1 ? kExperimentColours.highlight : object.colours.base);
         }
-        addHighlight(i + 1, object.domain->prediction, object.colours.highlight);
+        addHighlight(i, object.domain->prediction, object.colours.highlight);
     }
     text() += "select all\necho Each motion ";
     text() += kMotionSentence;
     text() += "\nexit\n";
-    addCoordinates(*scene.inputs.chains.front(), 0, nullptr);
     for (std::size_t i = 0; i < objects.size(); ++i) {
         const ShownDomain* const domain = objects[i].domain;
-        addCoordinates(*scene.inputs.chains[objects[i].input], i + 1,
+        addCoordinates(*scene.inputs.chains[objects[i].input], i,
                        domain == nullptr ? nullptr : &domain->motion);
     }
 }

@@ -62,11 +62,28 @@ std::string Scene::nameOf(const ShownModel& model) const {
     std::string name = file.substr(file.rfind('/') + 1, kLongest);
     std::replace_if(
         name.begin(), name.end(), [](char c) { return !isWordCharacter(c); }, '_');
-    return format("m%zu_%s", model.input, name.c_str());
+    // Counted from 1 among the models.
+    const std::size_t number = model.input + 1 - inputs.firstModel();
+    return format("m%zu_%s", number, name.c_str());
+}
+
+SceneColours Scene::coloursAt(std::size_t place) const {
+    constexpr SceneColours kGrey{0xD0D0D0, 0x909090};
+    if (isPair()) return domainColours(0);
+    if (hasExperiment()) return kShades[place % kShades.size()];
+    const std::optional<std::uint32_t> cluster = models[place].cluster;
+    return cluster && *cluster > 0 ? kShades[(*cluster - 1) % kShades.size()] : kGrey;
+}
+
+void SceneFile::start(const RunInputs& inputs) {
+    inputs_ = &inputs;
+    models_.resize(inputs.structures.size());
+    for (std::size_t i = 0; i < models_.size(); ++i)
+        models_[i].input = i;
 }
 
 void SceneFile::take(const PairResult& pair) {
-    ShownModel model{pair.prediction, {}};
+    ShownModel& model = models_[pair.prediction];
     // Residue pairs name their domain from 1; those of domain 0 are in no subset, and a subset
     // without a motion is none that could be shown.
     for (const Superposition& motion : pair.superpositions)
@@ -77,20 +94,18 @@ void SceneFile::take(const PairResult& pair) {
         extend(domain.experiment, residue.experiment);
         extend(domain.prediction, residue.prediction);
     }
-    models_.push_back(std::move(model));
 }
 
 void SceneFile::finish(const RunResults& results) {
     Scene scene{*inputs_, {}};
     // A pairwise run ranks nothing.
-    if (results.ranking.empty()) {
-        scene.models = std::move(models_);
-    } else {
-        const std::size_t wanted = inputs_->shownModels.value_or(results.ranking.size());
-        for (const RankedModel& ranked : results.ranking) {
-            if (scene.models.size() == wanted) break;
-            scene.models.push_back(std::move(models_[ranked.model]));
-        }
+    if (scene.isPair()) scene.models.push_back(std::move(models_[1]));
+    const std::size_t wanted = inputs_->shownModels.value_or(results.ranking.size());
+    for (const RankedModel& ranked : results.ranking) {
+        if (scene.models.size() == wanted) break;
+        ShownModel& model = models_[inputs_->firstModel() + ranked.model];
+        model.cluster = ranked.cluster;
+        scene.models.push_back(std::move(model));
     }
     write(scene);
 }
@@ -112,10 +127,6 @@ std::string fixedNumber(double value) {
 
 SceneColours domainColours(std::size_t domain) {
     return kShades[domain % kShades.size()];
-}
-
-SceneColours modelColours(std::size_t place) {
-    return kShades[place % kShades.size()];
 }
 
 std::string pythonText(std::string_view text) {

@@ -5,6 +5,7 @@
 // is copied as it is.  Names are those of the inputs, less what a shell or another file system
 // could take for something else, and no input is ever overwritten, whatever the folder.
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -101,9 +102,15 @@ class SuperposedModels final : public ExportFile {
  public:
     explicit SuperposedModels(std::string path)
         : ExportFile(path, kNoFile), folder_(std::move(path)) {
-        std::error_code error;
-        std::filesystem::create_directories(folder_, error);
-        isFolder_ = std::filesystem::is_directory(folder_, error);
+        makeFolder();
+    }
+    SuperposedModels(const SuperposedModels&) = delete;
+    SuperposedModels& operator=(const SuperposedModels&) = delete;
+    // A run that ends early leaves no folder that it has made, unless somebody has put something
+    // in.
+    ~SuperposedModels() override {
+        for (; !made_.empty() && !isFinished_; made_.pop_back())
+            rmdir(made_.back().c_str());
     }
 
     bool isOpen() const override { return isFolder_; }
@@ -120,22 +127,39 @@ class SuperposedModels final : public ExportFile {
     bool commit() override { return isWhole_; }
 
  private:
+    void makeFolder();
     std::string nextPath(std::size_t input);
     void writeModel(std::size_t input, const std::set<FileIdentity>& inputFiles);
 
     std::string folder_;
+    std::vector<std::filesystem::path> made_;  // folders, the outermost first
     const RunInputs* inputs_ = nullptr;
     std::vector<std::optional<Superposition>> motions_;  // one a structure
     std::set<std::string> names_;                        // taken in this run, in lower case
     bool isFolder_ = false;
+    bool isFinished_ = false;
     bool isWhole_ = true;
 };
 
+// Made when the run begins: a folder that cannot be made is known before hours of comparing.
+void SuperposedModels::makeFolder() {
+    std::error_code error;
+    std::filesystem::path folder(folder_);
+    if (!folder.has_filename()) folder = folder.parent_path();  // "moved/"
+    for (; !folder.empty() && !std::filesystem::exists(folder, error);
+         folder = folder.parent_path())
+        made_.insert(made_.begin(), folder);
+    std::filesystem::create_directories(folder_, error);
+    isFolder_ = std::filesystem::is_directory(folder_, error);
+}
+
 void SuperposedModels::finish(const RunResults&) {
+    isFinished_ = true;
     std::set<FileIdentity> inputFiles;
     for (const InputStructure& input : inputs_->structures) {
         if (const auto identity = identityOf(input.file)) inputFiles.insert(*identity);
     }
+    // An experiment stays where it is, in its own file.
     const std::size_t first = inputs_->kind == RunKind::AllVersusAll ? 0 : 1;
     for (std::size_t i = first; i < inputs_->structures.size() && isWhole_; ++i)
         writeModel(i, inputFiles);
