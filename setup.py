@@ -1,5 +1,6 @@
 """Builds the module with CMake: the version and all that is compiled are said in CMakeLists.txt."""
 
+import os
 import pathlib
 import re
 import shutil
@@ -30,11 +31,11 @@ class BuildWithCMake(build_ext):
     def build_extension(self, extension):
         folder = pathlib.Path(self.build_temp).resolve() / "cmake"
         options = ["-DCMAKE_BUILD_TYPE=Release", "-DBUILD_TESTING=OFF", "-DTERVOLANDA_PYTHON=ON",
-                   "-DCMAKE_POSITION_INDEPENDENT_CODE=ON", f"-DPython_EXECUTABLE={sys.executable}"]
+                   f"-DPython_EXECUTABLE={sys.executable}", *os.environ.get("CMAKE_ARGS", "").split()]
         subprocess.run(["cmake", "-S", str(ROOT), "-B", str(folder), *options, *found_by_python()],
                        check=True)
         subprocess.run(["cmake", "--build", str(folder), "--target", "tervolanda_python",
-                        "--parallel", str(self.parallel or 4)], check=True)
+                        "--parallel", str(self.parallel or os.cpu_count())], check=True)
         target = pathlib.Path(self.get_ext_fullpath(extension.name)).resolve()
         target.parent.mkdir(parents=True, exist_ok=True)
         built = next((folder / "python" / "package" / "tervolanda").glob("_core.*so"))

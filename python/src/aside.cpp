@@ -6,14 +6,15 @@
 #include <string_view>
 #include <thread>
 
+#include "base/parallel.h"
 #include "base/text.h"
 
 namespace tervolanda::python {
 
 namespace {
 
-// People take less than a tenth of a second for at once.
-constexpr std::chrono::milliseconds kBetweenLooks{25};
+// People take less than a tenth of a second for at once; what is computed has to end in it, too.
+constexpr std::chrono::milliseconds kBetweenLooks{10};
 
 // A thread at work, and whether it has ended.
 class Worker {
@@ -60,6 +61,13 @@ class Worker {
 };
 
 }  // namespace
+
+std::size_t threadsOf(int asked) {
+    if (asked < 0 || asked > kMostThreads) {
+        throw py::value_error("threads is 1 to " + std::to_string(kMostThreads));
+    }
+    return asked == 0 ? usableProcessors() : static_cast<std::size_t>(asked);
+}
 
 void Aside::run(const std::function<void()>& work) {
     Worker worker(work);

@@ -12,6 +12,9 @@
 
 namespace tervolanda::python {
 
+// As many threads as asked for; as many as there are processors for 0.
+std::size_t threadsOf(int asked);
+
 class Aside {
  public:
     // `progress` is None or takes the number of comparisons done and that of all.

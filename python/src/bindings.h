@@ -17,5 +17,6 @@ void addStructures(py::module_& module);
 void addComparisons(py::module_& module);
 void addLists(py::module_& module);
 void addClustering(py::module_& module);
+void addReports(py::module_& module);
 
 }  // namespace tervolanda::python

@@ -30,17 +30,27 @@ std::size_t sizeOf(const ArrayIn<T>& array, const char* what) {
 // A copy of n x n values, which takes its time; an exception for one that is not finite.
 template <typename T>
 Matrix<T> matrixOf(const T* values, std::size_t n, const StopFlag* stop) {
-    Matrix<T> matrix(n, n);
-    for (std::size_t i = 0; i < n; ++i) {
+    return Matrix<T>::ofRows(n, n, [=](std::size_t i, std::span<T> row) {
         throwIfStopped(stop);
-        std::copy_n(values + i * n, n, matrix.row(i).begin());
-        for (const T value : matrix.row(i)) {
+        std::copy_n(values + i * n, n, row.begin());
+        for (const T value : row) {
             if (!std::isfinite(static_cast<float>(value))) {
                 throw std::invalid_argument("the matrix has finite values");
             }
         }
+    });
+}
+
+// Runs work(stop) without the interpreter's lock: for many models aside.
+template <typename Work>
+void runFor(std::size_t models, Work work) {
+    if (models <= kSoon) {
+        const py::gil_scoped_release computing;
+        work(nullptr);
+        return;
     }
-    return matrix;
+    Aside aside;
+    aside.run([&] { work(aside.stop()); });
 }
 
 ClusterMethod methodOf(const std::string& name) {
@@ -85,32 +95,25 @@ py::array_t<std::int64_t> labelsOf(const Clustering& found) {
 py::dict cluster(const ArrayIn<float>& array, const std::string& method, bool similarities,
                  double threshold, double maxThreshold, double step, std::uint32_t size,
                  std::uint32_t minSize) {
-    Aside aside;
-    const ClusterSettings settings{
+    ClusterSettings settings{
         .method = methodOf(method),
         .values = similarities ? MatrixValues::Similarities : MatrixValues::Distances,
         .threshold = threshold,
         .maxThreshold = maxThreshold,
         .thresholdStep = step,
         .initialSize = size,
-        .minSize = minSize,
-        .stop = aside.stop()};
+        .minSize = minSize};
     if (!std::isfinite(threshold) || !std::isfinite(maxThreshold) || !(step >= 0.0)) {
         throw py::value_error("thresholds are finite numbers, and a step is not negative");
     }
     const std::size_t models = sizeOf(array, "the matrix");
     const float* const values = array.data();
     std::optional<Clustering> found;
-    const auto work = [&] {
-        DistanceMatrix matrix = matrixOf(values, models, settings.stop);
+    runFor(models, [&](const StopFlag* stop) {
+        settings.stop = stop;
+        DistanceMatrix matrix = matrixOf(values, models, stop);
         found = clusterModels(matrix, settings);
-    };
-    if (models <= kSoon) {
-        const py::gil_scoped_release computing;
-        work();
-    } else {
-        aside.run(work);
-    }
+    });
     if (!found) throw py::value_error("these thresholds give no clusters");
     py::dict result;
     result["labels"] = labelsOf(*found);
@@ -122,6 +125,8 @@ py::dict cluster(const ArrayIn<float>& array, const std::string& method, bool si
                                          [&](std::size_t i) { return found->centroids[i].spread; });
     result["threshold"] = found->threshold;
     if (clustersByLinkage(settings.method)) result["linkage"] = linkageOf(found->tree, models);
+    found->settings.stop = nullptr;  // has ended with this call
+    result["_found"] = *std::move(found);
     return result;
 }
 
@@ -133,11 +138,10 @@ py::tuple jury(const ArrayIn<float>& scores, const ArrayIn<std::uint32_t>& pairs
     const float* const scoreValues = scores.data();
     const std::uint32_t* const pairValues = pairs.data();
     std::vector<JuryScore> ranking;
-    {
-        const py::gil_scoped_release computing;
-        ranking = rankByJury(matrixOf(scoreValues, models, nullptr),
-                             matrixOf(pairValues, models, nullptr), scoreThreshold, pairThreshold);
-    }
+    runFor(models, [&](const StopFlag* stop) {
+        ranking = rankByJury(matrixOf(scoreValues, models, stop),
+                             matrixOf(pairValues, models, stop), scoreThreshold, pairThreshold);
+    });
     return py::make_tuple(
         newArray<std::int64_t>(ranking.size(), [&](std::size_t i) { return ranking[i].model; }),
         newArray<std::int64_t>(ranking.size(), [&](std::size_t i) { return ranking[i].score; }));
@@ -146,6 +150,7 @@ py::tuple jury(const ArrayIn<float>& scores, const ArrayIn<std::uint32_t>& pairs
 }  // namespace
 
 void addClustering(py::module_& module) {
+    py::class_<Clustering>(module, "Clustering");
     module.def("cluster", cluster);
     module.def("jury", jury);
 }

@@ -1,4 +1,6 @@
 // Two structures compared: MaxSub with TM-score, RMSD, GDT, contacts.
+#include "comparing.h"
+
 #include <pybind11/stl.h>
 
 #include <cmath>
@@ -12,7 +14,6 @@
 #include "motion.h"
 #include "parameters.h"
 #include "scratch.h"
-#include "structure.h"
 
 namespace tervolanda::python {
 
@@ -27,29 +28,6 @@ struct Domain {
     std::uint32_t pairs = 0;
     double score = 0.0;
     double cutoff = 0.0;
-};
-
-// Results keep their structures: what depends on single residues is made when it is asked for.
-struct Pair {
-    StructurePtr experiment, prediction;
-};
-
-struct Comparison : Pair {
-    ComparisonResult found;
-    ComparisonParameters parameters;
-    std::optional<Superposition> superposition;  // of the first domain
-};
-
-struct Gdt {
-    double gdt = 0.0;
-    std::optional<Superposition> superposition;
-};
-
-struct Rmsd : Pair {
-    RmsdResult found;
-    RelativeRmsd relative;
-    AtomSelection atoms = AtomSelection::Calpha;
-    std::optional<Superposition> superposition;
 };
 
 // Distance of two records under a superposition, Å; not a number without one.
@@ -154,9 +132,14 @@ void runSearch(const Structure& experiment, const Structure& prediction,
     aside.run([&] { search(parameters, workspace, report); });
 }
 
+}  // namespace
+
 Comparison compare(const StructurePtr& experiment, const StructurePtr& prediction,
                    const ComparisonParameters& parameters) {
-    Comparison comparison{{experiment, prediction}, {}, parameters, std::nullopt};
+    Comparison comparison;
+    comparison.experiment = experiment;
+    comparison.prediction = prediction;
+    comparison.parameters = parameters;
     runSearch(
         *experiment, *prediction, parameters,
         [&](const ComparisonParameters& asked, ComparisonWorkspace& workspace, Report& report) {
@@ -171,30 +154,34 @@ Comparison compare(const StructurePtr& experiment, const StructurePtr& predictio
 
 Gdt gdt(const StructurePtr& experiment, const StructurePtr& prediction,
         const ComparisonParameters& parameters) {
+    Gdt result;
+    result.experiment = experiment;
+    result.prediction = prediction;
+    result.parameters = parameters;
     GdtResult found;
     runSearch(
         *experiment, *prediction, parameters,
         [&](const ComparisonParameters& asked, ComparisonWorkspace& workspace, Report& report) {
-            ComparisonResult result;
             found = compareGdt(experiment->calphas(), prediction->calphas(), asked, workspace,
-                               report, result);
+                               report, result.search);
         });
-    return {found.gdt, found.superposition};
+    result.gdt = found.gdt;
+    result.superposition = found.superposition;
+    return result;
 }
 
-Rmsd rmsd(const StructurePtr& experiment, const StructurePtr& prediction, bool backbone, bool urmsd,
-          bool urmsdRotation, bool bySequence) {
-    Rmsd result{{experiment, prediction}, {}, {}, AtomSelection::Calpha, std::nullopt};
-    if (backbone) result.atoms = AtomSelection::Backbone;
-    const CoordinateSet& from = experiment->set(result.atoms);
-    const CoordinateSet& to = prediction->set(result.atoms);
+Rmsd rmsd(const StructurePtr& experiment, const StructurePtr& prediction, const FitChoice& choice) {
+    Rmsd result;
+    result.experiment = experiment;
+    result.prediction = prediction;
+    result.choice = choice;
+    const CoordinateSet& from = result.experimentSet();
+    const CoordinateSet& to = result.predictionSet();
     Scratch scratch;
     const py::gil_scoped_release computing;
     Log log;
     Report report(log, 0);
-    compareRmsd(from, to,
-                {.urmsd = urmsd, .urmsdRotation = urmsdRotation, .pairBySequence = bySequence},
-                scratch.workspace(), report, result.found);
+    compareRmsd(from, to, choice.options(), scratch.workspace(), report, result.found);
     if (result.found.rmsd) {
         result.relative = relativeRmsd(*result.found.rmsd, from.gyrationRadius, to.gyrationRadius,
                                        result.found.pairs);
@@ -202,6 +189,8 @@ Rmsd rmsd(const StructurePtr& experiment, const StructurePtr& prediction, bool b
     }
     return result;
 }
+
+namespace {
 
 // The contacts of the experiment that the prediction has, their number, and per cent.
 py::tuple contacts(const StructurePtr& experiment, const StructurePtr& prediction, double distance,
@@ -316,8 +305,8 @@ void addRmsd(py::module_& module) {
         .def_property_readonly(
             "distances",
             [](const Rmsd& self) {
-                return distances(self.superposition, self.experiment->set(self.atoms),
-                                 self.prediction->set(self.atoms), self.found.matched);
+                return distances(self.superposition, self.experimentSet(), self.predictionSet(),
+                                 self.found.matched);
             },
             "Distance of each atom of the prediction to its partner, (n,), Å; else NaN.")
         .def("__float__", [](const Rmsd& self) { return self.found.rmsd.value_or(kNone); })
@@ -341,8 +330,11 @@ void addComparisons(py::module_& module) {
     const auto prediction = py::arg("prediction").none(false);
     module.def("compare", compare, experiment, prediction, py::arg("parameters"));
     module.def("gdt", gdt, experiment, prediction, py::arg("parameters"));
-    module.def("rmsd", rmsd, experiment, prediction, py::arg("backbone"), py::arg("urmsd"),
-               py::arg("urmsd_rotation"), py::arg("by_sequence"));
+    py::class_<FitChoice>(module, "FitChoice")
+        .def(py::init([](bool backbone, bool bySequence, bool urmsd, bool urmsdRotation) {
+            return FitChoice{backbone, bySequence, urmsd, urmsdRotation};
+        }));
+    module.def("rmsd", rmsd, experiment, prediction, py::arg("choice"));
     module.def("contacts", contacts, experiment, prediction, py::arg("distance"), py::arg("gap"),
                py::arg("by_sequence"));
 }

@@ -9,9 +9,9 @@
 
 #include "arrays.h"
 #include "aside.h"
-#include "base/parallel.h"
 #include "cluster/batch/batch.h"
-#include "structure.h"
+#include "comparing.h"
+#include "record.h"
 
 namespace tervolanda::python {
 
@@ -27,14 +27,6 @@ py::array_t<T> arrayOf(const Matrix<T>& matrix) {
     });
 }
 
-// As many as asked for, or 0 for as many as there are processors.
-std::size_t threadsOf(int asked) {
-    if (asked < 0 || asked > kMostThreads) {
-        throw py::value_error("threads is 1 to " + std::to_string(kMostThreads));
-    }
-    return asked == 0 ? usableProcessors() : static_cast<std::size_t>(asked);
-}
-
 void requireModels(const std::vector<StructurePtr>& models) {
     for (const StructurePtr& model : models) {
         if (!model) throw py::type_error("a model is None");
@@ -42,7 +34,7 @@ void requireModels(const std::vector<StructurePtr>& models) {
 }
 
 // How a batch is run.
-struct BatchRun {
+struct AskedRun {
     int threads = 0;
     py::object progress;
 };
@@ -50,7 +42,7 @@ struct BatchRun {
 // Runs compare(models, parameters, log, report, threads) aside.
 template <typename Compare>
 auto compareAll(const std::vector<StructurePtr>& models, AtomSelection atoms,
-                ComparisonParameters parameters, const BatchRun& run, Compare compare) {
+                ComparisonParameters parameters, const AskedRun& run, Compare compare) {
     requireModels(models);
     const std::size_t threads = threadsOf(run.threads);
     Aside aside(run.progress);
@@ -100,34 +92,30 @@ ComparisonParameters pairedBy(bool sequence) {
     return parameters;
 }
 
-AtomSelection selectionOf(bool backbone) {
-    return backbone ? AtomSelection::Backbone : AtomSelection::Calpha;
-}
-
-py::dict allByRmsd(const std::vector<StructurePtr>& models, bool backbone, bool bySequence,
-                   bool urmsd, int threads, const py::object& progress) {
+py::dict allByRmsd(const std::vector<StructurePtr>& models, const FitChoice& choice, int threads,
+                   const py::object& progress) {
     const RmsdBatch batch =
-        compareAll(models, selectionOf(backbone), pairedBy(bySequence), {threads, progress},
+        compareAll(models, choice.atoms(), pairedBy(choice.bySequence), {threads, progress},
                    [&](const auto& list, const auto&, Log& log, Report& report, std::size_t n) {
-                       return compareAllRmsd(list, {.urmsd = urmsd, .pairBySequence = bySequence},
-                                             log, report, {n});
+                       return compareAllRmsd(list, choice.options(), log, report, {n});
                    });
     py::dict matrices;
     matrices["rmsd"] = arrayOf(batch.rmsd);
     matrices["pairs"] = arrayOf(batch.pairs);
-    if (urmsd) matrices["urmsd"] = arrayOf(batch.urmsd);
+    if (choice.urmsd) matrices["urmsd"] = arrayOf(batch.urmsd);
     return matrices;
 }
 
 // --- Against one experiment ----------------------------------------------------------------------
 
-// Runs compare(list, log, report, threads) aside.
+// Runs compare(list, log, report, threads) aside, and has a record made of it.
 template <typename Compare>
 auto compareList(const StructurePtr& experiment, const std::vector<StructurePtr>& models,
-                 AtomSelection atoms, ComparisonParameters parameters, const BatchRun& run,
+                 ComparisonParameters parameters, ListRecord& record, const AskedRun& run,
                  Compare compare) {
     requireModels(models);
     const std::size_t threads = threadsOf(run.threads);
+    const AtomSelection atoms = record.fit().atoms();
     const CoordinateSet& set = experiment->set(atoms);
     Aside aside(run.progress);
     parameters.stop = aside.stop();
@@ -137,8 +125,10 @@ auto compareList(const StructurePtr& experiment, const std::vector<StructurePtr>
         Log log(aside.sink());
         Report report(log, 0);
         const ChainList list = listOf(models, aside.stop());
-        found = compare({experiment->chain(), set, list, atoms, parameters}, log, report, threads);
+        found = compare({experiment->chain(), set, list, atoms, parameters, &record}, log, report,
+                        threads);
     });
+    record.setStructures(experiment, models);
     return found;
 }
 
@@ -148,11 +138,15 @@ py::array_t<T> column(const std::vector<Found>& found, ValueOf valueOf) {
     return newArray<T>(found.size(), [&](std::size_t i) { return valueOf(found[i]); });
 }
 
-py::dict listByMaxSub(const StructurePtr& experiment, const std::vector<StructurePtr>& models,
-                      const ComparisonParameters& parameters, int threads,
-                      const py::object& progress) {
+// Each gives a table and its record.
+
+py::tuple listByMaxSub(const StructurePtr& experiment, const std::vector<StructurePtr>& models,
+                       const ComparisonParameters& parameters, bool ranksByTm, int threads,
+                       const py::object& progress) {
+    const auto record =
+        std::make_shared<ListRecord>(ranksByTm ? ScoreKind::Tm : ScoreKind::MaxSub, parameters);
     const auto found =
-        compareList(experiment, models, AtomSelection::Calpha, parameters, {threads, progress},
+        compareList(experiment, models, parameters, *record, {threads, progress},
                     [](const ListComparison& list, Log& log, Report& report, std::size_t n) {
                         return compareListMaxSub(list, log, report, n);
                     });
@@ -163,31 +157,31 @@ py::dict listByMaxSub(const StructurePtr& experiment, const std::vector<Structur
     table["msi"] = column<double>(found, [](const Found& model) { return model.msi; });
     table["pairs"] = column<std::uint32_t>(found, [](const Found& model) { return model.pairs; });
     table["rmsd"] = column<double>(found, [](const Found& model) { return model.rmsd; });
-    return table;
+    return py::make_tuple(table, record);
 }
 
-py::dict listByGdt(const StructurePtr& experiment, const std::vector<StructurePtr>& models,
-                   const ComparisonParameters& parameters, int threads,
-                   const py::object& progress) {
+py::tuple listByGdt(const StructurePtr& experiment, const std::vector<StructurePtr>& models,
+                    const ComparisonParameters& parameters, int threads,
+                    const py::object& progress) {
+    const auto record = std::make_shared<ListRecord>(ScoreKind::Gdt, parameters);
     const auto found =
-        compareList(experiment, models, AtomSelection::Calpha, parameters, {threads, progress},
+        compareList(experiment, models, parameters, *record, {threads, progress},
                     [](const ListComparison& list, Log& log, Report& report, std::size_t n) {
                         return compareListGdt(list, log, report, n);
                     });
     py::dict table;
     table["gdt"] = column<double>(found, [](const GdtResult& model) { return model.gdt; });
-    return table;
+    return py::make_tuple(table, record);
 }
 
-py::dict listByRmsd(const StructurePtr& experiment, const std::vector<StructurePtr>& models,
-                    bool backbone, bool bySequence, bool urmsd, int threads,
-                    const py::object& progress) {
-    const auto found = compareList(
-        experiment, models, selectionOf(backbone), pairedBy(bySequence), {threads, progress},
-        [&](const ListComparison& list, Log& log, Report& report, std::size_t n) {
-            return compareListRmsd(list, {.urmsd = urmsd, .pairBySequence = bySequence}, log,
-                                   report, n);
-        });
+py::tuple listByRmsd(const StructurePtr& experiment, const std::vector<StructurePtr>& models,
+                     const FitChoice& choice, int threads, const py::object& progress) {
+    const auto record = std::make_shared<ListRecord>(choice);
+    const auto found =
+        compareList(experiment, models, pairedBy(choice.bySequence), *record, {threads, progress},
+                    [&](const ListComparison& list, Log& log, Report& report, std::size_t n) {
+                        return compareListRmsd(list, choice.options(), log, report, n);
+                    });
     using Found = ListedRmsd;
     const double gyration = experiment->calphas().gyrationRadius;
     const auto relative = [&](const Found& model) {
@@ -201,27 +195,27 @@ py::dict listByRmsd(const StructurePtr& experiment, const std::vector<StructureP
     table["relative"] = column<double>(found, [&](const Found& m) { return relative(m).ratio; });
     table["standard_score"] =
         column<double>(found, [&](const Found& m) { return relative(m).standardScore; });
-    if (!urmsd) return table;
     table["urmsd"] = column<double>(found, [](const Found& model) { return model.urmsd; });
     table["relative_urmsd"] = column<double>(found, [](const Found& model) {
         return model.rmsd ? relativeUrmsd(model.urmsd, model.pairs) : 0.0;
     });
-    return table;
+    return py::make_tuple(table, record);
 }
 
 }  // namespace
 
 void addLists(py::module_& module) {
+    py::class_<ListRecord, ListRecordPtr>(module, "ListRecord");
+    const auto experiment = py::arg("experiment").none(false);
     module.def("all_by_maxsub", allByMaxSub);
     module.def("all_by_gdt", allByGdt);
     module.def("all_by_rmsd", allByRmsd);
-    module.def("list_by_maxsub", listByMaxSub, py::arg("experiment").none(false), py::arg("models"),
-               py::arg("parameters"), py::arg("threads"), py::arg("progress"));
-    module.def("list_by_gdt", listByGdt, py::arg("experiment").none(false), py::arg("models"),
-               py::arg("parameters"), py::arg("threads"), py::arg("progress"));
-    module.def("list_by_rmsd", listByRmsd, py::arg("experiment").none(false), py::arg("models"),
-               py::arg("backbone"), py::arg("by_sequence"), py::arg("urmsd"), py::arg("threads"),
-               py::arg("progress"));
+    module.def("list_by_maxsub", listByMaxSub, experiment, py::arg("models"), py::arg("parameters"),
+               py::arg("ranks_by_tm"), py::arg("threads"), py::arg("progress"));
+    module.def("list_by_gdt", listByGdt, experiment, py::arg("models"), py::arg("parameters"),
+               py::arg("threads"), py::arg("progress"));
+    module.def("list_by_rmsd", listByRmsd, experiment, py::arg("models"), py::arg("choice"),
+               py::arg("threads"), py::arg("progress"));
 }
 
 }  // namespace tervolanda::python

@@ -9,4 +9,5 @@ PYBIND11_MODULE(_core, module) {
     addComparisons(module);
     addLists(module);
     addClustering(module);
+    addReports(module);
 }

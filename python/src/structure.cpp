@@ -13,7 +13,7 @@
 #include <utility>
 
 #include "arrays.h"
-#include "base/parallel.h"
+#include "aside.h"
 #include "chain/input/input.h"
 #include "messages.h"
 
@@ -89,24 +89,42 @@ py::tuple readOne(const std::string& path, const ReadChoice& choice) {
     return py::make_tuple(structure, messages.taken());
 }
 
-// The structures of a folder, a pattern or a list file, and the messages.
-py::tuple readList(const std::string& path, const ReadChoice& choice) {
+// The structures that read(counter, request, list, log) appends to a list, and the messages.
+template <typename Read>
+py::tuple readAside(const ReadChoice& choice, int threads, Read read) {
+    const std::size_t workers = threadsOf(threads);
     Messages messages;
     std::vector<StructurePtr> structures;
-    {
-        const py::gil_scoped_release computing;
+    Aside aside;
+    aside.run([&] {
+        Log log([&](LogLevel severity, std::string_view text) {
+            throwIfStopped(aside.stop());
+            messages.log().passOn(severity, text);
+        });
         ResidueExclusions exclusions;
+        if (!choice.exclude.empty() && !readResidueExclusionFile(choice.exclude, exclusions, log))
+            return;
+        const ReadRequest request = requestOf(choice);
         ChainList list;
         std::uint32_t counter = 0;
-        if (choice.exclude.empty() ||
-            readResidueExclusionFile(choice.exclude, exclusions, messages.log())) {
-            readModelsAt(path, counter, {requestOf(choice), exclusions, usableProcessors()}, list,
-                         messages.log());
-        }
+        read(counter, ListRequest{request, exclusions, workers}, list, log);
         for (Chain& chain : list.chains)
             structures.push_back(asStructure(std::move(chain)));
-    }
+    });
     return py::make_tuple(structures, messages.taken());
+}
+
+// A folder, a pattern or a list file.
+py::tuple readList(const std::string& path, const ReadChoice& choice, int threads) {
+    return readAside(choice, threads,
+                     [&](std::uint32_t& counter, const ListRequest& request, ChainList& list,
+                         Log& log) { readModelsAt(path, counter, request, list, log); });
+}
+
+py::tuple readFiles(const std::vector<std::string>& paths, const ReadChoice& choice, int threads) {
+    return readAside(choice, threads,
+                     [&](std::uint32_t& counter, const ListRequest& request, ChainList& list,
+                         Log& log) { readModelFiles(paths, counter, request, list, log); });
 }
 
 // --- From arrays ---------------------------------------------------------------------------------
@@ -327,6 +345,7 @@ void addStructures(py::module_& module) {
         }));
     module.def("read", readOne);
     module.def("read_list", readList);
+    module.def("read_files", readFiles);
     module.def("structure_of_arrays", structureOfArrays);
 }
 

@@ -1,4 +1,4 @@
-"""Arrays from outside: NumPy would convert text, truth values and complex numbers, too."""
+"""Arguments from outside.  Arrays: NumPy would convert text, truth values and complex numbers, too."""
 
 from __future__ import annotations
 
@@ -19,3 +19,12 @@ def whole_array(values, what: str) -> np.ndarray:
     if array.dtype.kind not in "iu":
         raise TypeError(f"{what} are whole numbers, not {array.dtype}")
     return np.ascontiguousarray(array, dtype=np.int64)
+
+
+def thread_count(threads: int | None) -> int:
+    """A number of threads for the library, for which 0 is as many as there are processors."""
+    if threads is None:
+        return 0
+    if threads < 1:
+        raise ValueError("threads is at least 1")
+    return threads

@@ -37,6 +37,10 @@ class Clusters:
     spreads: np.ndarray = field(repr=False)
     threshold: float
     linkage: np.ndarray | None = field(default=None, repr=False)
+    _found: _core.Clustering | None = field(default=None, repr=False)
+
+    def __getstate__(self):
+        return {**self.__dict__, "_found": None}
 
 
 def _scores(matrix) -> np.ndarray:

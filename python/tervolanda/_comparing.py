@@ -158,6 +158,14 @@ def is_by_sequence(align: str) -> bool:
     return align == "sequence"
 
 
+@functools.lru_cache(maxsize=16, typed=True)
+def fit_choice(atoms="calpha", align="number", urmsd=True, urmsd_rotation=False):
+    """How all residue pairs are fitted; checked once and kept."""
+    if atoms not in ("calpha", "backbone"):
+        raise ValueError(f"atoms is 'calpha' or 'backbone', not {atoms!r}")
+    return _core.FitChoice(atoms == "backbone", is_by_sequence(align), urmsd, urmsd_rotation)
+
+
 def rmsd(
     experiment: Structure,
     prediction: Structure,
@@ -200,11 +208,7 @@ def rmsd(
     >>> fit.pairs, round(fit.rmsd, 3)
     (61, 1.505)
     """
-    if atoms not in ("calpha", "backbone"):
-        raise ValueError(f"atoms is 'calpha' or 'backbone', not {atoms!r}")
-    return _core.rmsd(
-        experiment, prediction, atoms == "backbone", urmsd, urmsd_rotation, is_by_sequence(align)
-    )
+    return _core.rmsd(experiment, prediction, fit_choice(atoms, align, urmsd, urmsd_rotation))
 
 
 class Contacts(NamedTuple):

@@ -1,4 +1,5 @@
-"""The compiled half.  Its classes are part of tervolanda, its functions are not."""
+"""The compiled half.  Its classes are part of tervolanda, but for those without members, which are
+handed from one of its functions to another; its functions are not."""
 
 from typing import Any, Callable, Sequence
 
@@ -107,4 +108,143 @@ class Rmsd(_Superposed):
     def distances(self) -> NDArray[np.float64]: ...
     def __float__(self) -> float: ...
 
-def __getattr__(name: str) -> Any: ...
+# What functions take and return whole.
+class Clustering: ...
+class ListRecord: ...
+
+class FitChoice:
+    def __init__(
+        self, backbone: bool, by_sequence: bool, urmsd: bool, urmsd_rotation: bool, /
+    ) -> None: ...
+
+class JuryChoice:
+    def __init__(self, score: float, pairs: int, /) -> None: ...
+
+class Parameters:
+    def __init__(
+        self,
+        cutoff: float,
+        domains: int,
+        align: str,
+        maximise_tm: bool,
+        norm_length: int,
+        scale: float,
+        passes: int,
+        gap_open: float,
+        gap_extend: float,
+        seed_levels: int,
+        by_rmsd: bool,
+        minimum_pairs: int,
+        minimum_score: float,
+        distance: float,
+        /,
+    ) -> None: ...
+
+class ReadChoice:
+    def __init__(
+        self,
+        atoms: str,
+        exclude: bytes,
+        reads_pdb: bool,
+        chain: str,
+        model: int,
+        altloc: str,
+        /,
+    ) -> None: ...
+
+_Progress = Callable[[int, int], object] | None
+_Matrices = dict[str, NDArray[Any]]
+_Table = tuple[dict[str, NDArray[Any]], ListRecord]
+
+def read(path: bytes, choice: ReadChoice, /) -> tuple[Structure | None, list[str]]: ...
+def read_list(
+    path: bytes, choice: ReadChoice, threads: int, /
+) -> tuple[list[Structure], list[str]]: ...
+def read_files(
+    paths: Sequence[bytes], choice: ReadChoice, threads: int, /
+) -> tuple[list[Structure], list[str]]: ...
+def structure_of_arrays(
+    coordinates: NDArray[np.float64],
+    residue_numbers: NDArray[np.int64],
+    insertion_codes: list[str],
+    atom_names: list[str],
+    residue_names: list[str],
+    b_factors: NDArray[np.float64],
+    name: str,
+    /,
+) -> Structure: ...
+def compare(
+    experiment: Structure, prediction: Structure, parameters: Parameters
+) -> Comparison: ...
+def gdt(experiment: Structure, prediction: Structure, parameters: Parameters) -> Gdt: ...
+def rmsd(experiment: Structure, prediction: Structure, choice: FitChoice) -> Rmsd: ...
+def contacts(
+    experiment: Structure, prediction: Structure, distance: float, gap: int, by_sequence: bool
+) -> tuple[int, int, float]: ...
+def all_by_maxsub(
+    models: list[Structure],
+    parameters: Parameters,
+    ranks_by_tm: bool,
+    threads: int,
+    progress: _Progress,
+    /,
+) -> _Matrices: ...
+def all_by_gdt(
+    models: list[Structure], parameters: Parameters, threads: int, progress: _Progress, /
+) -> _Matrices: ...
+def all_by_rmsd(
+    models: list[Structure], choice: FitChoice, threads: int, progress: _Progress, /
+) -> _Matrices: ...
+def list_by_maxsub(
+    experiment: Structure,
+    models: list[Structure],
+    parameters: Parameters,
+    ranks_by_tm: bool,
+    threads: int,
+    progress: _Progress,
+) -> _Table: ...
+def list_by_gdt(
+    experiment: Structure,
+    models: list[Structure],
+    parameters: Parameters,
+    threads: int,
+    progress: _Progress,
+) -> _Table: ...
+def list_by_rmsd(
+    experiment: Structure,
+    models: list[Structure],
+    choice: FitChoice,
+    threads: int,
+    progress: _Progress,
+) -> _Table: ...
+def cluster(
+    matrix: NDArray[np.float32],
+    method: str,
+    similarities: bool,
+    threshold: float,
+    max_threshold: float,
+    step: float,
+    size: int,
+    minimum_size: int,
+    /,
+) -> dict[str, Any]: ...
+def jury(
+    scores: NDArray[np.float32],
+    pairs: NDArray[np.int64],
+    score: float,
+    minimum_pairs: int,
+    /,
+) -> tuple[NDArray[np.int64], NDArray[np.int64]]: ...
+def report_pair(path: bytes, found: Comparison | Gdt | Rmsd, /) -> None: ...
+def report_list(path: bytes, found: ListRecord, /) -> None: ...
+def report_matrix(
+    path: bytes,
+    models: Sequence[Structure],
+    names: Sequence[str],
+    measure: str,
+    values: NDArray[np.float32],
+    pairs: NDArray[np.int64] | None,
+    clusters: Clustering | None,
+    jury: JuryChoice,
+    /,
+) -> None: ...

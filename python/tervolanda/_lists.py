@@ -3,12 +3,13 @@
 from __future__ import annotations
 
 from dataclasses import dataclass, field
-from typing import Callable, Iterable
+from typing import Callable, Dict, Iterable
 
 import numpy as np
 
 from . import _core
-from ._comparing import is_by_sequence, search_parameters
+from ._arrays import thread_count
+from ._comparing import fit_choice, search_parameters
 from ._core import Structure
 
 Progress = Callable[[int, int], object]
@@ -29,6 +30,8 @@ class Matrices:
         Residue pairs of the subsets; of RMSD those that were fitted.
     rmsd : (n, n) array of float32, or None
         RMSD of the subsets, Å.
+    models : tuple of Structure
+        Empty when it was pickled.
     """
 
     measure: str
@@ -36,6 +39,10 @@ class Matrices:
     names: tuple[str, ...] = field(repr=False)
     pairs: np.ndarray | None = field(default=None, repr=False)
     rmsd: np.ndarray | None = field(default=None, repr=False)
+    models: tuple[Structure, ...] = field(default=(), repr=False)
+
+    def __getstate__(self):
+        return {**self.__dict__, "models": ()}
 
     @property
     def are_similarities(self) -> bool:
@@ -109,31 +116,30 @@ def all_pairs(
     models = _models(models, 2)
     names = tuple(model.name for model in models)
     if measure in ("tm", "maxsub"):
-        found = _core.all_by_maxsub(models, search_parameters(**search), measure == "tm", _threads(threads), progress)
+        found = _core.all_by_maxsub(models, search_parameters(**search), measure == "tm", thread_count(threads), progress)
     elif measure == "gdt":
-        found = _core.all_by_gdt(models, search_parameters(**search), _threads(threads), progress)
+        found = _core.all_by_gdt(models, search_parameters(**search), thread_count(threads), progress)
     elif measure in ("rmsd", "urmsd"):
-        fit = _fit(atoms, **search)
-        found = _core.all_by_rmsd(models, *fit, measure == "urmsd", _threads(threads), progress)
-        return Matrices(measure, found[measure], names, found["pairs"])
+        fit = fit_choice(atoms, **search, urmsd=measure == "urmsd")
+        found = _core.all_by_rmsd(models, fit, thread_count(threads), progress)
+        return Matrices(measure, found[measure], names, found["pairs"], None, tuple(models))
     else:
         raise ValueError(f"measure is none of tm, maxsub, gdt, rmsd, urmsd: {measure!r}")
-    return Matrices(measure, found["values"], names, found.get("pairs"), found.get("rmsd"))
+    return Matrices(
+        measure, found["values"], names, found.get("pairs"), found.get("rmsd"), tuple(models)
+    )
 
 
-def _threads(threads: int | None) -> int:
-    if threads is None:
-        return 0
-    if threads < 1:
-        raise ValueError("threads is at least 1")
-    return threads
+class Table(Dict[str, np.ndarray]):
+    """What `against` found: a dict of (n,) arrays, which `report` can show.
 
+    A copy, or one that was pickled, is a dict.
+    """
 
-def _fit(atoms: str, align: str = "number") -> tuple[bool, bool]:
-    """Whether the fit of all pairs is of the backbone, and whether they pair by sequence."""
-    if atoms not in ("calpha", "backbone"):
-        raise ValueError(f"atoms is 'calpha' or 'backbone', not {atoms!r}")
-    return atoms == "backbone", is_by_sequence(align)
+    _found: _core.ListRecord | None = None
+
+    def __reduce__(self):
+        return dict, (dict(self),)
 
 
 def against(
@@ -145,7 +151,7 @@ def against(
     threads: int | None = None,
     progress: Progress | None = None,
     **search,
-) -> dict[str, np.ndarray]:
+) -> Table:
     """Compares every model with an experiment.
 
     Parameters
@@ -153,14 +159,14 @@ def against(
     experiment : Structure
     models : Structures
     measure : {"tm", "maxsub", "gdt", "rmsd"}
-        "tm" and "maxsub" give the same table.
+        "tm" and "maxsub" give the same table, which `report` ranks by the one or the other.
     atoms, threads, progress, **search
         As for `all_pairs`.
 
     Returns
     -------
-    dict of (n,) arrays
-        A table, in the order of the models: ``pandas.DataFrame(against(...))``.
+    Table, a dict of (n,) arrays
+        In the order of the models: ``pandas.DataFrame(against(...))``.
 
     Examples
     --------
@@ -174,11 +180,19 @@ def against(
     """
     models = _models(models, 1)
     if measure in ("tm", "maxsub"):
-        found = _core.list_by_maxsub(experiment, models, search_parameters(**search), _threads(threads), progress)
+        found, kept = _core.list_by_maxsub(
+            experiment, models, search_parameters(**search), measure == "tm", thread_count(threads), progress
+        )
     elif measure == "gdt":
-        found = _core.list_by_gdt(experiment, models, search_parameters(**search), _threads(threads), progress)
+        found, kept = _core.list_by_gdt(
+            experiment, models, search_parameters(**search), thread_count(threads), progress
+        )
     elif measure == "rmsd":
-        found = _core.list_by_rmsd(experiment, models, *_fit(atoms, **search), True, _threads(threads), progress)
+        found, kept = _core.list_by_rmsd(
+            experiment, models, fit_choice(atoms, **search, urmsd=True), thread_count(threads), progress
+        )
     else:
         raise ValueError(f"measure is none of tm, maxsub, gdt, rmsd: {measure!r}")
-    return {"name": np.array([model.name for model in models], dtype=object), **found}
+    table = Table(name=np.array([model.name for model in models], dtype=object), **found)
+    table._found = kept
+    return table

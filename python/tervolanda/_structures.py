@@ -10,7 +10,7 @@ import numpy as np
 from numpy.typing import ArrayLike
 
 from . import _core
-from ._arrays import real_array, whole_array
+from ._arrays import real_array, thread_count, whole_array
 from ._core import Structure
 from ._errors import StructureError, structure_error, warn_of
 
@@ -129,6 +129,7 @@ def read_models(
     *,
     atoms: str = "calpha",
     exclude: str | os.PathLike | None = None,
+    threads: int | None = None,
 ) -> list[Structure]:
     """Reads many structures.
 
@@ -140,6 +141,8 @@ def read_models(
     chain, model, altloc, format, atoms, exclude
         As for `read`; with ``model="all"`` every model of a file is a structure of its own.
         Comparisons need the atoms "calpha", contacts "backbone".
+    threads : int, optional
+        That read side by side; without it as many as there are processors.
 
     Returns
     -------
@@ -166,17 +169,12 @@ def read_models(
     if isinstance(models, (str, bytes, os.PathLike)):
         path = _path(models)
         name = os.fsdecode(path)
-        structures, messages = _core.read_list(path, choice)
+        structures, messages = _core.read_list(path, choice, thread_count(threads))
     else:
-        name, structures, messages = "", [], []
-        for path in map(_path, models):
-            if model == "all":
-                found, lines = _core.read_list(path, choice)
-            else:
-                one, lines = _core.read(path, choice)
-                found = [] if one is None else [one]
-            structures += found
-            messages += lines
+        name = ""
+        structures, messages = _core.read_files(
+            [_path(path) for path in models], choice, thread_count(threads)
+        )
     if not structures:
         raise structure_error(messages, name)
     warn_of(messages, 2)
@@ -264,23 +262,25 @@ def from_arrays(
 
 def _add_methods() -> None:
     """What is easier said in Python."""
-    Structure.__module__ = "tervolanda"
-    Structure.from_arrays = staticmethod(from_arrays)
-    Structure.insertion_codes = property(
-        lambda self: np.array(self._insertion_codes(), dtype="U1"),
-        doc="Letters where residues share a number, (n,); else empty.",
-    )
-    Structure.residue_names = property(
-        lambda self: np.array(self._residue_names(), dtype="U3"),
-        doc="Three-letter names, (n,).",
-    )
-    Structure.atom_names = property(
-        lambda self: np.array(self._atom_names(), dtype="U4"),
-        doc="Names of all atoms that were kept, (m,).",
-    )
-    Structure.__repr__ = lambda self: (
-        f"Structure({self.name!r}, {len(self)} residues)"
-    )
+    members = {
+        "__module__": "tervolanda",
+        "from_arrays": staticmethod(from_arrays),
+        "insertion_codes": property(
+            lambda self: np.array(self._insertion_codes(), dtype="U1"),
+            doc="Letters where residues share a number, (n,); else empty.",
+        ),
+        "residue_names": property(
+            lambda self: np.array(self._residue_names(), dtype="U3"),
+            doc="Three-letter names, (n,).",
+        ),
+        "atom_names": property(
+            lambda self: np.array(self._atom_names(), dtype="U4"),
+            doc="Names of all atoms that were kept, (m,).",
+        ),
+        "__repr__": lambda self: f"Structure({self.name!r}, {len(self)} residues)",
+    }
+    for name, member in members.items():
+        setattr(Structure, name, member)
 
 
 _add_methods()

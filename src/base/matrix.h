@@ -18,6 +18,20 @@ class Matrix {
     Matrix() = default;
     Matrix(std::size_t rows, std::size_t columns, T value = T{}) { assign(rows, columns, value); }
 
+    // Row by row, by fill(i, row): for callers that have to look for a stop between rows, which
+    // zeroing all of a large matrix first would delay.
+    template <typename Fill>
+    static Matrix ofRows(std::size_t rows, std::size_t columns, Fill fill) {
+        Matrix matrix;
+        matrix.reserve(rows, columns);
+        matrix.columns_ = columns;
+        for (; matrix.rows_ < rows; ++matrix.rows_) {
+            matrix.values_.resize(matrix.values_.size() + columns);
+            fill(matrix.rows_, matrix.row(matrix.rows_));
+        }
+        return matrix;
+    }
+
     void assign(std::size_t rows, std::size_t columns, T value) {
         if (columns != 0 && rows > values_.max_size() / columns) {
             throw std::length_error("Matrix");  // their product may be a small number again

@@ -13,9 +13,11 @@ namespace tervolanda {
 namespace {
 
 // In double precision and then rounded once; export/matrix_files.cpp shows the same values.
-void convertToDistances(DistanceMatrix& similarities) {
-    for (float& entry : similarities.values()) {
-        entry = static_cast<float>(1.0 - static_cast<double>(entry));
+void convertToDistances(DistanceMatrix& similarities, const StopFlag* stop) {
+    for (std::size_t i = 0; i < similarities.rows(); ++i) {
+        throwIfStopped(stop);
+        for (float& entry : similarities.row(i))
+            entry = static_cast<float>(1.0 - static_cast<double>(entry));
     }
 }
 
@@ -52,7 +54,7 @@ std::vector<Sum> rowSums(const Matrix<Value>& matrix) {
 
 std::optional<Clustering> clusterModels(DistanceMatrix& matrix, const ClusterSettings& settings) {
     const bool holdsSimilarities = settings.values == MatrixValues::Similarities;
-    if (holdsSimilarities) convertToDistances(matrix);
+    if (holdsSimilarities) convertToDistances(matrix, settings.stop);
     ClusterSettings used = settings;
     used.maxThreshold = std::max(settings.maxThreshold, settings.threshold);
     const DistanceView distances(matrix, /*hasFailedFits=*/!holdsSimilarities, settings.stop);

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The module as a guest of an interpreter: hostile arguments, signals, threads, memory, documents.
+"""The module as a guest of an interpreter: hostile arguments, signals, threads, memory.
 
 usage: module_test.py EXAMPLES       with the module in PYTHONPATH
 
@@ -7,7 +7,6 @@ What it computes is held against the program by same_digits_test.py.  Under sani
 all slower, TERVOLANDA_TEST_SCALE divides the numbers of calls.
 """
 
-import doctest
 import os
 import pathlib
 import pickle
@@ -26,7 +25,7 @@ from concurrent.futures import ThreadPoolExecutor
 import numpy as np
 import tervolanda as tv
 
-EXAMPLES = pathlib.Path(sys.argv.pop())
+EXAMPLES = pathlib.Path(sys.argv.pop()).resolve()
 SCALE = int(os.environ.get("TERVOLANDA_TEST_SCALE", "1"))
 
 
@@ -236,22 +235,25 @@ class HostileArguments(unittest.TestCase):
 
 
 class Interruptions(unittest.TestCase):
-    LIMIT = 0.25 if SCALE == 1 else 5.0  # a tenth of a second where the machine is not busy
+    LIMIT = 0.1 if SCALE == 1 else 5.0
 
-    def interrupt(self, call):
-        """Ends a call by Ctrl-C, and says how long that took."""
+    def interrupt(self, call, after):
+        """Ends a call by Ctrl-C, and says how long that takes where no other process is in the way:
+        while a computation goes on it uses up a processor, so this is the processor time of all
+        threads, from the signal on.  That nobody sleeps is seen by the clock."""
         sent = []
 
         def send():
-            sent.append(time.perf_counter())
+            sent.extend([time.process_time(), time.perf_counter()])
             os.kill(os.getpid(), signal.SIGINT)
 
-        timer = threading.Timer(0.3, send)
+        timer = threading.Timer(after, send)
         timer.start()
         try:
             with self.assertRaises(KeyboardInterrupt):
                 call()
-            return time.perf_counter() - sent[0]
+            self.assertLess(time.perf_counter() - sent[1], 50 * self.LIMIT)
+            return time.process_time() - sent[0]
         finally:
             timer.join()
 
@@ -259,17 +261,19 @@ class Interruptions(unittest.TestCase):
         large = structure(10_000), structure(10_000, 1)
         models = [structure(200, seed) for seed in range(400)]
         matrix = np.random.default_rng(0).random((4_000, 4_000), dtype=np.float32)
+        long = [structure(2_000, seed) for seed in range(100 // SCALE + 2)]
         for name, call in {
             "search": lambda: tv.compare(*large, cutoff=100.0),
             "structure": lambda: tv.compare(*large, align="structure"),
             "all pairs": lambda: tv.all_pairs(models, threads=1),
             "all pairs by threads": lambda: tv.all_pairs(models, threads=3),
+            "long models": lambda: tv.all_pairs(long, align="structure", threads=2),
             "list": lambda: tv.against(models[0], models * 20),
             "clusters": lambda: [tv.cluster(matrix, how) for how in ("average", "single", "neighbours") * 20],
         }.items():
             with self.subTest(name):
-                waited = min(self.interrupt(call) for _ in range(2))  # the machine may be busy
-                self.assertLess(waited, self.LIMIT)
+                for after in (0.1, 0.2, 0.3):
+                    self.assertLess(self.interrupt(call, after), self.LIMIT)
 
     def test_progress(self):
         models = [structure(60, seed) for seed in range(40)]
@@ -307,27 +311,6 @@ class Memory(unittest.TestCase):
         calls(100_000 // SCALE)
         grown = resource.getrusage(resource.RUSAGE_SELF).ru_maxrss - before
         self.assertLess(grown, 2_000 if SCALE == 1 else 100_000)  # KiB: 20 bytes a call
-
-
-class Documents(unittest.TestCase):
-    def test_examples(self):
-        with tempfile.TemporaryDirectory() as scratch:
-            shutil.copytree(EXAMPLES, scratch, dirs_exist_ok=True)
-            os.chdir(scratch)
-            tried = 0
-            for name in tv.__all__:
-                found = getattr(tv, name)
-                self.assertTrue(found.__doc__, name)
-                self.assertEqual(found.__module__.split(".")[0], "tervolanda")
-                documents = [found.__doc__] + [
-                    member.__doc__ or "" for member in vars(found).values() if callable(found)
-                ] if isinstance(found, type) else [found.__doc__]  # fmt: skip
-                for text in documents + ([found.from_arrays.__doc__] if name == "Structure" else []):
-                    test = doctest.DocTestParser().get_doctest(text, {}, name, None, 0)
-                    self.assertEqual(doctest.DocTestRunner().run(test).failed, 0)
-                    tried += len(test.examples)
-            os.chdir("/")
-        self.assertGreater(tried, 25)
 
 
 if __name__ == "__main__":

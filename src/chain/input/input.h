@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_set>
@@ -159,6 +160,10 @@ std::optional<std::uint32_t> fileChecksum(const std::string& path, Log& log);
 // or those of a list file, where relative paths count from the folder of the list.
 std::size_t readModelsAt(const std::string& path, std::uint32_t& counter,
                          const ListRequest& request, ChainList& list, Log& log);
+
+// For callers of the library: the same for the structure files of these paths.
+std::size_t readModelFiles(std::span<const std::string> paths, std::uint32_t& counter,
+                           const ListRequest& request, ChainList& list, Log& log);
 
 // Adds the keys of a residue exclusion file (the first five characters of every line).  False,
 // after an ERROR line, when it cannot be read.

@@ -297,6 +297,20 @@ std::size_t readListFile(const std::string& path, const std::filesystem::path& f
     return reading.finish("list file '" + path + "'");
 }
 
+// The models of structure files; `source` is what messages call these.
+std::size_t readFiles(std::span<const std::string> paths, const std::string& source,
+                      std::uint32_t& counter, const ListRequest& request, ChainList& list,
+                      Log& log) {
+    std::size_t next = 0;
+    const auto nextPath = [&] {
+        return next < paths.size() ? std::optional(paths[next++]) : std::nullopt;
+    };
+    UnreadNotes notes(log, request.unread);
+    ListReading reading(nextPath, request, counter, notes, list);
+    reading.readAll();
+    return reading.finish(source);
+}
+
 }  // namespace
 
 std::size_t readModelList(const std::string& path, std::uint32_t& counter,
@@ -312,14 +326,12 @@ std::size_t readModelsAt(const std::string& path, std::uint32_t& counter,
         return readListFile(path, folder, counter, request, list, log);
     }
     log.info(0, "Reading %zu structure files of '%s'", files->size(), path.c_str());
-    std::size_t next = 0;
-    const auto nextPath = [&] {
-        return next < files->size() ? std::optional((*files)[next++]) : std::nullopt;
-    };
-    UnreadNotes notes(log, request.unread);
-    ListReading reading(nextPath, request, counter, notes, list);
-    reading.readAll();
-    return reading.finish("'" + path + "'");
+    return readFiles(*files, "'" + path + "'", counter, request, list, log);
+}
+
+std::size_t readModelFiles(std::span<const std::string> paths, std::uint32_t& counter,
+                           const ListRequest& request, ChainList& list, Log& log) {
+    return readFiles(paths, "the paths given", counter, request, list, log);
 }
 
 std::optional<ListSummary> summariseModelList(const std::string& path, Log& log) {

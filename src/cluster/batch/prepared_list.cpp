@@ -8,8 +8,10 @@ PreparedList::PreparedList(const ChainList& models, AtomSelection selection,
                            const ComparisonParameters& parameters, Report& report)
     : models_(models), selection_(selection) {
     sets_.reserve(models.chains.size());
-    for (const Chain& chain : models.chains)
+    for (const Chain& chain : models.chains) {
+        throwIfStopped(parameters.stop);
         sets_.push_back(prepareChain(chain, selection, parameters, report));
+    }
 }
 
 // IDs are those of the list's lines, so there are gaps where a model could not be read.
