@@ -1,6 +1,8 @@
 #include "entries.h"
 
+#include <algorithm>
 #include <cmath>
+#include <map>
 #include <vector>
 
 #include "chains.h"
@@ -14,7 +16,12 @@ namespace {
 // Records of texts with NUL bytes are shorter.
 void requireSoundAtoms(const Chain& chain, bool hasNul) {
     FUZZ_REQUIRE(!chain.atoms.empty() && !chain.residues.empty());
+    std::map<ResidueId, char> conformers;
     for (const Atom& atom : chain.atoms) {
+        const char conformer = atom.alternateLocation;
+        if (conformer != ' ')
+            FUZZ_REQUIRE(conformers.try_emplace(atom.residueId(), conformer).first->second ==
+                         conformer);
         FUZZ_REQUIRE(atom.residueType < 24);  // no nucleotide
         FUZZ_REQUIRE(std::isfinite(atom.occupancy) && std::isfinite(atom.bFactor));
         for (const double value : {atom.x, atom.y, atom.z})
@@ -68,7 +75,11 @@ void requireSoundEntry(const std::string& text, const ReadRequest& request) {
         requireSoundAtoms(chain, text.find('\0') != text.npos);
     const std::string& rule = request.entry.chain;
     const bool isNamed = !rule.empty() && !rule.starts_with("label:");
-    if (isNamed) FUZZ_REQUIRE(chains.size() <= 1 && (chains.empty() || chains[0].name == rule));
+    const auto isOfRule = [&](const Chain& chain) {
+        return chain.name == rule || (rule == " " && chain.isSegment);
+    };
+    if (isNamed) FUZZ_REQUIRE(std::all_of(chains.begin(), chains.end(), isOfRule));
+    if (isNamed && rule != " ") FUZZ_REQUIRE(chains.size() <= 1);
     // A return of its own would make one line end of two.
     if (text.find('\r') == text.npos) {
         const std::vector<Chain> same = readingOf(withReturns(text), request, again);

@@ -97,6 +97,13 @@ std::optional<std::string_view> LineReader::next(std::size_t limit) {
     }
 }
 
+std::optional<std::string_view> LineReader::nextBlock() {
+    if (begin_ == end_ && !fill()) return std::nullopt;
+    const std::string_view block(buffer_.get() + begin_, end_ - begin_);
+    begin_ = end_;
+    return block;
+}
+
 namespace {
 
 // The mode a new file would get from open(): 0666 less the umask.

@@ -36,6 +36,8 @@ class LineReader {
     // The next line, valid until the next call; none at the end of the file or after a read error.
     // A line longer than `limit` characters comes in pieces of that length.
     std::optional<std::string_view> next(std::size_t limit = kNoLimit);
+    // The same for a block: all that has been read and not yet handed out, or what comes next.
+    std::optional<std::string_view> nextBlock();
     // True when reading ended with an error instead of the end of the file.
     bool failed() const { return failed_; }
     // True when it ended because the stream holds too much.

@@ -89,6 +89,8 @@ struct Chain {
     std::string fileName;           // the path as given
     std::uint32_t number = 0;       // 1-based position in its file, or model ID in a list
     std::string name = " ";         // what its file calls it; PDB files give one character
+    bool isSegment = false;         // the name is that of a segment of a PDB file, whose column for
+                                    // the chain is blank
 
     // What messages and records show of the name.
     char letter() const { return name.empty() ? ' ' : name.front(); }

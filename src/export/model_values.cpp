@@ -34,6 +34,7 @@ InputStructure inputOf(const Chain& chain) {
     InputStructure input;
     input.file = chain.fileName;
     input.chain = chain.name == " " ? "" : chain.name;
+    input.isSegment = chain.isSegment;
     input.length = chain.residues.size();
     double sum = 0.0;
     std::size_t count = 0;

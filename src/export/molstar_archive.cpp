@@ -135,7 +135,8 @@ MolstarArchive::Part MolstarArchive::pack(const Scene& scene, std::size_t input,
     Part part;
     part.form = copy.form;
     part.file = name + (copy.form == StructureForm::Mmcif ? ".cif" : ".pdb");
-    part.chain = scene.inputs.structures[input].chain;
+    const InputStructure& structure = scene.inputs.structures[input];
+    if (!structure.isSegment) part.chain = structure.chain;
     isWhole_ = archive_.add(part.file, copy.text, text()) && isWhole_;
     pace();
     return part;

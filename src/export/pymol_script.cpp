@@ -58,7 +58,7 @@ bool isWord(std::string_view text) {
 std::string selection(const std::string& object, const InputStructure& input,
                       const std::vector<ResidueStretch>& stretches) {
     std::string text = object;
-    if (isWord(input.chain)) text += " and chain " + input.chain;
+    if (isWord(input.chain)) text += (input.isSegment ? " and segi " : " and chain ") + input.chain;
     text += " and resi ";
     for (std::size_t i = 0; i < stretches.size(); ++i) {
         if (i > 0) text += '+';

@@ -59,6 +59,7 @@ struct InputStructure {
     std::optional<std::uint32_t> id;     // of a model of a list
     std::string file;                    // path as given; empty where none is known
     std::string chain;                   // its name; empty for none
+    bool isSegment = false;              // the name is a segment's, and the chain has none
     std::optional<std::size_t> length;   // residues
     std::optional<double> meanBFactor;   // of the C-alpha atoms, Å²; in predictions the pLDDT
     std::optional<std::uint32_t> crc32;  // of the file's text; of a gzip file, decompressed

@@ -248,6 +248,30 @@ TEST(PdbEntry, IsStricterAndMoreTolerantThanRecordsAlone) {
                   fault + what + "\n" + kInvalid);
 }
 
+// Older entries have their code where others have segments, and then a number.
+TEST(PdbEntry, CallsChainsWithoutNamesAsTheirSegments) {
+    const auto atom = [](const char* kind, const char* segment) {
+        std::string text = line({.chain = ' '}).substr(0, 66);
+        return text.replace(0, 6, kind) + "      " + segment + "\n";
+    };
+    const std::string two = atom("ATOM  ", "PROA    ") + "TER\n" + atom("HETATM", "PROB C1+");
+    const std::string read = " CA  ALAA   1 (0 0 0)0.5,12.25 ";
+    EXPECT_EQ(readingOf(two, {.readsPdb = true, .chain = "PROB"}), "[PROB]" + read + " C1+ ");
+    EXPECT_EQ(readingOf(atom("ATOM  ", "PROA    ")), "[PROA]" + read + "    ");
+    EXPECT_EQ(readingOf(atom("ATOM  ", "1ABC  12")), "[ ]" + read + "    ");
+    EXPECT_THAT(readingOf(two), HasSubstr("has the protein chains PROA, PROB: choose one"));
+}
+
+// What a file tells of a residue in several places.
+TEST(Entry, HasOneConformerOfEachResidue) {
+    const std::string head = kHead, a = "ATOM A A 1 ALA 7 ? CA C A 1 2 3 .4 9\n",
+                      b = "ATOM A A 1 ALA 7 ? CB C B 1 2 3 .9 9\n",
+                      other = "ATOM A A 1 ALA 8 ? CA C . 1 2 3 1 9\n";
+    EXPECT_EQ(readingOf(head + a + b), "[A] CB BALAA   7 (1 2 3)0.9,9 C   ");
+    EXPECT_EQ(readingOf(head + a + other + b),
+              "[A] CA AALAA   7 (1 2 3)0.4,9 C    CA  ALAA   8 (1 2 3)1,9 C   ");
+}
+
 TEST(ModelPaths, AreInNaturalOrder) {
     const std::vector<std::string> sorted = {"a", "a01", "a1", "a2b", "a2c", "a10", "a010b", "b"};
     for (std::size_t i = 0; i < sorted.size(); ++i)

@@ -3,7 +3,9 @@
 // beginning of another table.
 //
 // A loop's columns are known by its tags before the first value, so a value is stored or dropped at
-// once: of the categories that nobody wants nothing is kept but the place in the table.
+// once: of the categories that nobody wants nothing is kept but the place in the table.  Most of a
+// file are values of loops, a thousand for every tag; so what can be told of a word by its first
+// characters is told by these.
 #include "chain/input/cif_syntax.h"
 
 #include <algorithm>
@@ -26,6 +28,11 @@ bool isBlank(char c) {
     return c == ' ' || c == '\t';
 }
 
+// "data_", "loop_", "save_", "stop_" or "global_": of other words few have the line there.
+bool mayBeKeyword(std::string_view word) {
+    return word.size() >= 5 && (word[4] == '_' || (word.size() == 7 && word[6] == '_'));
+}
+
 // Where the value in quotes at the beginning of `text` ends: at a quote before a blank or at the
 // end.
 std::size_t closingQuote(std::string_view text) {
@@ -44,15 +51,31 @@ bool CifParser::fail(std::string why) {
 }
 
 bool CifParser::take(std::string_view line) {
-    if (isInText_) {
-        if (!line.starts_with(';')) return addToText(line);
-        isInText_ = false;
-        return takeValue(text_, false) && takeTokens(line.substr(1));
+    const bool goesOn = isInText_ || line.starts_with(';') ? takeText(line) : takeTokens(line);
+    const bool isRowOpen = category_ != kNone && (state_ != State::LoopValues || column_ != 0);
+    if (isRowOpen) keepValues();
+    return goesOn;
+}
+
+// A line of a text field, or the first or last one of it.
+bool CifParser::takeText(std::string_view line) {
+    if (!isInText_) {
+        isInText_ = true;
+        text_.clear();
+        return addToText(line.substr(1));
     }
-    if (!line.starts_with(';')) return takeTokens(line);
-    isInText_ = true;
-    text_.clear();
-    return addToText(line.substr(1));
+    if (!line.starts_with(';')) return addToText(line);
+    isInText_ = false;
+    return takeValue(text_) && takeTokens(line.substr(1));
+}
+
+// The line that they are views of ends.
+void CifParser::keepValues() {
+    for (std::size_t i = 0; i < row_.size(); ++i) {
+        if (row_[i].data() == kept_[i].data()) continue;
+        kept_[i] = row_[i];
+        row_[i] = kept_[i];
+    }
 }
 
 bool CifParser::addToText(std::string_view line) {
@@ -63,38 +86,38 @@ bool CifParser::addToText(std::string_view line) {
 }
 
 bool CifParser::takeTokens(std::string_view line) {
+    const char* at = line.data();
+    const char* const end = at + line.size();
     for (;;) {
-        std::size_t at = 0;
-        while (at < line.size() && isBlank(line[at]))
+        while (at != end && isBlank(*at))
             ++at;
-        if (at == line.size() || line[at] == '#') return true;
-        line.remove_prefix(at);
-        if (line.front() == '\'' || line.front() == '"') {
-            const std::size_t end = closingQuote(line);
-            if (end == std::string_view::npos) return fail("a quote has no end");
-            if (!takeValue(line.substr(1, end - 1), false)) return false;
-            line.remove_prefix(end + 1);
+        if (at == end || *at == '#') return true;
+        const char* const begin = at;
+        if (*at == '\'' || *at == '"') {
+            const std::size_t length = closingQuote({begin, end});
+            if (length == std::string_view::npos) return fail("a quote has no end");
+            at = begin + length + 1;
+            if (!takeValue({begin + 1, length - 1})) return false;
             continue;
         }
-        std::size_t end = 1;
-        while (end < line.size() && !isBlank(line[end]))
-            ++end;
-        if (!takeWord(line.substr(0, end))) return false;
-        line.remove_prefix(end);
+        while (at != end && !isBlank(*at))
+            ++at;
+        if (!takeWord({begin, at})) return false;
     }
 }
 
-bool CifParser::takeWord(std::string_view word) {
+inline bool CifParser::takeWord(std::string_view word) {
     if (word.front() == '_') return takeTag(word);
-    bool isKeyword = false;
-    if (!takeKeyword(word, isKeyword)) return false;
-    return isKeyword || takeValue(word, word == "." || word == "?");
+    if (mayBeKeyword(word)) {
+        bool isKeyword = false;
+        if (!takeKeyword(word, isKeyword)) return false;
+        if (isKeyword) return true;
+    }
+    const bool isNull = word.size() == 1 && (word.front() == '.' || word.front() == '?');
+    return takeValue(isNull ? std::string_view() : word);
 }
 
 bool CifParser::takeKeyword(std::string_view word, bool& isKeyword) {
-    // Nearly all words are values, and most of them numbers.
-    constexpr std::string_view kFirstLetters = "dDlLsSgG";
-    if (kFirstLetters.find(word.front()) == std::string_view::npos) return true;
     const bool isBlock = beginsWith(word, "data_");
     const bool isFrame = beginsWith(word, "save_");
     const bool isLoop = word.size() == 5 && beginsWith(word, "loop_");
@@ -152,24 +175,32 @@ int CifParser::itemAtWork() const {
     return column_ < columns_.size() ? columns_[column_] : kNone;
 }
 
-bool CifParser::takeValue(std::string_view value, bool isNull) {
+// Before the first value of a table: false where there is no place for it.
+bool CifParser::beginValues() {
     if (state_ == State::Free) return fail("a value has no tag");
-    if (state_ == State::LoopTags) {
-        if (columns_.empty()) return fail("a loop has no tags");
-        state_ = State::LoopValues;
-    }
-    const int item = itemAtWork();
+    if (columns_.empty()) return fail("a loop has no tags");
+    state_ = State::LoopValues;
+    return true;
+}
+
+inline bool CifParser::takeValue(std::string_view value) {
+    const bool isPair = state_ == State::Pair;
+    if (!isPair && state_ != State::LoopValues && !beginValues()) return false;
+    const int item = isPair ? pairItem_ : columns_[column_];
     if (item != kNone) {
         if (value.size() > kLongestValue) return fail("a value is too long");
-        row_[static_cast<std::size_t>(item)].assign(isNull ? std::string_view() : value);
+        row_[static_cast<std::size_t>(item)] = value;
     }
-    if (state_ == State::Pair) {
+    if (isPair) {
         state_ = State::Free;
-    } else if (++column_ == columns_.size()) {
-        column_ = 0;
-        return category_ == kNone || takeRow_(category_);
+        return true;
     }
-    return true;
+    if (++column_ < columns_.size()) return true;
+    column_ = 0;
+    if (category_ == kNone) return true;
+    const bool goesOn = takeRow_(category_);
+    std::fill(row_.begin(), row_.end(), std::string_view());
+    return goesOn;
 }
 
 // The table at work is complete, if it ever is.
@@ -182,8 +213,7 @@ bool CifParser::endTable() {
     state_ = State::Free;
     category_ = kNone;
     const bool goesOn = !arePairs || category == kNone || takeRow_(category);
-    for (std::string& value : row_)
-        value.clear();
+    std::fill(row_.begin(), row_.end(), std::string_view());
     return goesOn;
 }
 

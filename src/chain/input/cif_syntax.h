@@ -22,7 +22,8 @@ struct CifItem {
 // a loop or pairs of tag and value.
 // Invariant: `row_` has the values of the row at work of the category `category_`, all others are
 // empty; a row has been handed on exactly when `column_` is 0 again, or the table of pairs has
-// ended.
+// ended.  Values are views of the line at work: nearly every row is one line, and nothing of it is
+// copied.  Those that a line leaves for the next are kept in `kept_`.
 class CifParser {
  public:
     // `takeRow` gets the category; the values are asked for by value().  `beginBlock` is called at
@@ -32,7 +33,10 @@ class CifParser {
         : items_(items),
           takeRow_(std::move(takeRow)),
           beginBlock_(std::move(beginBlock)),
-          row_(items.size()) {}
+          row_(items.size()),
+          kept_(items.size()) {}
+    CifParser(const CifParser&) = delete;
+    CifParser& operator=(const CifParser&) = delete;
 
     // The next line, without its end; false when the reading is to end, after a fault or by the
     // functions.
@@ -42,8 +46,8 @@ class CifParser {
     // What is wrong with the text; empty for nothing.
     const std::string& fault() const { return fault_; }
     // The item at this place of a row, empty where it is absent or null ("." or "?" without
-    // quotes).
-    const std::string& value(std::size_t item) const { return row_[item]; }
+    // quotes); for the function that takes the row, while it does.
+    std::string_view value(std::size_t item) const { return row_[item]; }
 
     static constexpr std::size_t kLongestValue = 4096;  // characters of a wanted one
 
@@ -54,11 +58,14 @@ class CifParser {
     static constexpr int kNone = -1;
 
     bool fail(std::string why);
+    bool takeText(std::string_view line);
     bool takeTokens(std::string_view line);
     bool takeWord(std::string_view word);
     bool takeTag(std::string_view tag);
     bool takeKeyword(std::string_view word, bool& isKeyword);
-    bool takeValue(std::string_view value, bool isNull);
+    bool takeValue(std::string_view value);
+    bool beginValues();
+    void keepValues();
     bool addToText(std::string_view line);
     bool beginLoop();
     bool endTable();
@@ -69,14 +76,15 @@ class CifParser {
     std::function<bool(int)> takeRow_;
     std::function<bool()> beginBlock_;
     State state_ = State::Free;
-    bool isInFrame_ = false;    // a save frame: nothing in it is wanted
-    bool isInText_ = false;     // a field of lines between two that begin with ";"
-    std::string text_;          // of that field, where it is wanted
-    std::vector<int> columns_;  // of the loop: items, kNone for what is not wanted
-    std::size_t column_ = 0;    // of the next value
-    int pairItem_ = kNone;      // of the next value
-    int category_ = kNone;      // of the table at work
-    std::vector<std::string> row_;
+    bool isInFrame_ = false;             // a save frame: nothing in it is wanted
+    bool isInText_ = false;              // a field of lines between two that begin with ";"
+    std::string text_;                   // of that field, where it is wanted
+    std::vector<int> columns_;           // of the loop: items, kNone for what is not wanted
+    std::size_t column_ = 0;             // of the next value
+    int pairItem_ = kNone;               // of the next value
+    int category_ = kNone;               // of the table at work
+    std::vector<std::string_view> row_;  // an entry an item
+    std::vector<std::string> kept_;      // likewise
     std::string fault_;
 };
 

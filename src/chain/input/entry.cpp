@@ -15,11 +15,11 @@ namespace {
 
 constexpr std::string_view kLabelPrefix = "label:";
 
-// Whether the rules take the part of this name, of this chain.
-bool isChosen(const std::string& rule, std::string_view chain, std::string_view part) {
+bool isChosen(const std::string& rule, const EntryPlace& place) {
     if (rule.empty()) return true;
-    if (!rule.starts_with(kLabelPrefix)) return chain == rule;
-    return part == std::string_view(rule).substr(kLabelPrefix.size());
+    if (rule.starts_with(kLabelPrefix))
+        return place.part == std::string_view(rule).substr(kLabelPrefix.size());
+    return place.chain == rule || (place.isSegment && rule == " ");
 }
 
 // By the name, since an element need not be given.
@@ -71,7 +71,7 @@ bool EntryBuilder::beginPlace(const EntryPlace& place) {
     const bool mayBeProtein = entity == Entity::Protein || residueType_ >= 0 ||
                               polymerNames_.contains(place.residueName) || !place.entity.empty();
     if (!mayBeProtein) return false;
-    if (!isChosen(rules_.chain, place.chain, place.part)) {
+    if (!isChosen(rules_.chain, place)) {
         if (residueType_ >= 0 && otherChains_.size() < kMostParts)
             otherChains_.emplace(place.chain);
         return false;
@@ -81,7 +81,8 @@ bool EntryBuilder::beginPlace(const EntryPlace& place) {
     if (!isSamePart) {
         flush();
         model_ = place.model;
-        part_ = {std::string(place.chain), std::string(place.part), std::string(place.entity)};
+        part_ = {std::string(place.chain), std::string(place.part), std::string(place.entity),
+                 place.isSegment};
         partKey_ = part_.name + "\n" + part_.entity + "\n" + part_.chain;
     }
     residueName_ = FixedText<3>(place.residueName);
@@ -109,8 +110,8 @@ Atom* EntryBuilder::add(std::string_view name, char conformer) {
     return &atom;
 }
 
-// The letter of the conformer to take; blank when there are none.
-char EntryBuilder::chosenConformer() const {
+// The letter of the conformer to take of the atoms at work; blank when they have none.
+char EntryBuilder::bestConformer() const {
     struct Conformer {
         char letter;
         double occupancies;
@@ -141,6 +142,13 @@ char EntryBuilder::chosenConformer() const {
         if (mean(conformer) > mean(*best)) best = &conformer;
     }
     return best->letter;
+}
+
+// The same for the residue that they are of: what a file tells of it first decides.
+char EntryBuilder::chosenConformer() {
+    const char best = bestConformer();
+    if (best == ' ') return best;
+    return conformers_.try_emplace({model_, part_.chain, id_.key()}, best).first->second;
 }
 
 // Gives the atoms of the residue at work to the builder of its model.
@@ -206,6 +214,7 @@ std::vector<Chain> EntryBuilder::proteinChains(Model& model) const {
         if (isNew) {
             chains.push_back(std::move(part));
             chains.back().name = origin.chain;
+            chains.back().isSegment = origin.isSegment;
             chains.back().number = static_cast<std::uint32_t>(chains.size());
         } else {
             std::vector<Atom>& atoms = chains[place->second].atoms;

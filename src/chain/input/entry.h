@@ -15,6 +15,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <vector>
 
 #include "chain/input/chain_builder.h"
@@ -31,6 +32,7 @@ struct EntryPlace {
     std::string_view part;    // as the file itself does
     std::string_view entity;  // empty for none
     std::string_view residueName;
+    bool isSegment = false;  // the chain has no name, and is called as its segment
 };
 
 // A model of an entry, and its protein chains in order of their first atoms.
@@ -82,6 +84,7 @@ class EntryBuilder {
     enum class Entity : std::uint8_t { Unknown, Protein, Other };
     struct Part {
         std::string chain, name, entity;
+        bool isSegment = false;
     };
     struct Model {
         ChainBuilder builder;  // its chains are the parts
@@ -90,7 +93,8 @@ class EntryBuilder {
 
     bool isWantedModel(std::int64_t number);
     Entity entityOf(std::string_view name) const;
-    char chosenConformer() const;
+    char bestConformer() const;
+    char chosenConformer();
     void flush();
     void give(const Atom& atom, Model& model);
     std::vector<Chain> proteinChains(Model& model) const;
@@ -109,6 +113,8 @@ class EntryBuilder {
     bool hasWantedModel_ = false;
     bool isPastModel_ = false;
     std::optional<std::int64_t> firstModel_;
+    // Of residues that have several, by model, chain and residue: a file may come back to them.
+    std::map<std::tuple<std::int64_t, std::string, std::int32_t>, char> conformers_;
     bool hasSeveralModels_ = false;
 
     // The residue at work: its place, and those of its atoms that may be wanted.

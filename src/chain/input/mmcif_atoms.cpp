@@ -79,6 +79,10 @@ std::string_view withoutUncertainty(std::string_view number) {
     return number.ends_with(')') ? number.substr(0, number.find('(')) : number;
 }
 
+std::string quoted(std::string_view value) {
+    return "'" + std::string(value) + "'";
+}
+
 // As in columns 79 and 80 of a PDB file.
 FixedText<2> columnsOfCharge(std::string_view charge) {
     const std::int64_t value = wholeInteger(charge).value_or(0);
@@ -128,9 +132,9 @@ bool MmcifReader::beginBlock() {
 
 bool MmcifReader::takeRow(int category) {
     if (category == AtomSiteCategory) return takeAtom();
-    const std::string& entity =
+    const std::string_view entity =
         value(category == EntityCategory ? IdOfEntityItem : IdOfPolymerItem);
-    const std::string& type =
+    const std::string_view type =
         value(category == EntityCategory ? TypeOfEntityItem : TypeOfPolymerItem);
     // "polymer" may be a nucleic acid; _entity_poly says which.
     const bool saysNothing = entity.empty() || type.empty() || type == "polymer";
@@ -140,7 +144,7 @@ bool MmcifReader::takeRow(int category) {
     return fail(format("there are more than %zu entities", kMostParts));
 }
 
-const std::string& MmcifReader::either(std::size_t first, std::size_t second) const {
+std::string_view MmcifReader::either(std::size_t first, std::size_t second) const {
     return value(first).empty() ? value(second) : value(first);
 }
 
@@ -158,9 +162,9 @@ bool MmcifReader::isNewPlace() {
 }
 
 bool MmcifReader::beginPlace() {
-    const std::string& modelText = value(ModelItem);
+    const std::string_view modelText = value(ModelItem);
     const auto model = modelText.empty() ? std::int64_t{1} : wholeInteger(modelText);
-    if (!model) return fail("'" + modelText + "' is no number of a model");
+    if (!model) return fail(quoted(modelText) + " is no number of a model");
     std::string_view chain = either(AuthChainItem, LabelChainItem);
     if (chain.size() > kLongestChainName) return fail("the name of the chain is too long");
     if (chain.empty()) chain = " ";
@@ -170,12 +174,12 @@ bool MmcifReader::beginPlace() {
                                      .entity = value(EntityOfAtomItem),
                                      .residueName = either(AuthResidueItem, LabelResidueItem)});
     if (!isWanted_) return true;
-    const std::string& numberText = either(AuthNumberItem, LabelNumberItem);
+    const std::string_view numberText = either(AuthNumberItem, LabelNumberItem);
     const auto number = wholeInteger(numberText);
     if (!number || *number < kLeastResidueNumber || *number > kMostResidueNumber) {
-        return fail("'" + numberText + "' is no number of a residue that can be used");
+        return fail(quoted(numberText) + " is no number of a residue that can be used");
     }
-    const std::string& insertion = value(InsertionItem);
+    const std::string_view insertion = value(InsertionItem);
     builder_.beginResidue(
         {static_cast<std::int16_t>(*number), insertion.empty() ? ' ' : insertion.front()});
     return true;
@@ -189,7 +193,7 @@ bool MmcifReader::takeAtom() {
     const auto name =
         columnsOfName(either(AuthAtomItem, LabelAtomItem), trimBlanks(element.view()));
     if (!name) return true;
-    const std::string& conformer = value(ConformerItem);
+    const std::string_view conformer = value(ConformerItem);
     Atom* const atom = builder_.add(name->view(), conformer.empty() ? ' ' : conformer.front());
     if (atom == nullptr) return !builder_.exceeds();
     atom->element = element;
@@ -201,14 +205,14 @@ bool MmcifReader::fillAtom(Atom& atom) {
     for (const auto& [item, place] :
          {std::pair(XItem, &atom.x), {YItem, &atom.y}, {ZItem, &atom.z}}) {
         const auto number = coordinateIn(withoutUncertainty(value(item)));
-        if (!number) return fail("'" + value(item) + "' is no coordinate");
+        if (!number) return fail(quoted(value(item)) + " is no coordinate");
         *place = *number;
     }
     for (const auto& [item, place] :
          {std::pair(OccupancyItem, &atom.occupancy), {BFactorItem, &atom.bFactor}}) {
         if (value(item).empty()) continue;
         const auto number = wholeReal(withoutUncertainty(value(item)));
-        if (!number) return fail("'" + value(item) + "' is no number");
+        if (!number) return fail(quoted(value(item)) + " is no number");
         *place = *number;
     }
     atom.charge = columnsOfCharge(value(ChargeItem));

@@ -40,9 +40,9 @@ class MmcifReader {
     bool fail(std::string why);
     void noteFault();
 
-    const std::string& value(std::size_t item) const { return parser_.value(item); }
+    std::string_view value(std::size_t item) const { return parser_.value(item); }
     // The first of two items that has a value.
-    const std::string& either(std::size_t first, std::size_t second) const;
+    std::string_view either(std::size_t first, std::size_t second) const;
 
     EntryBuilder& builder_;
     CifParser parser_;

@@ -1,7 +1,8 @@
 // Records are brought to their full width first; what of it a line does not have is blank, and an
 // occupancy that is not there is 1.
 //
-// The chain's author and the file agree on names here, so a part is a chain.  A residue is protein
+// The chain's author and the file agree on names here, so a part is a chain; but for one without a
+// name, which has that of its segment.  A residue is protein
 // by its name, or when SEQRES names it among those of the file's proteins.
 #include "chain/input/pdb_entry.h"
 
@@ -15,8 +16,22 @@ namespace tervolanda {
 
 namespace {
 
-std::size_t placeOf(char chain) {
-    return static_cast<unsigned char>(chain);
+// The name of the segment (columns 73 to 76), blank for none.  CHARMM and X-PLOR tell chains apart
+// by it and leave their column blank; older entries have their code there, and then a number.
+std::string_view segmentOf(const AtomRecord& record) {
+    constexpr std::string_view kNone = "    ";
+    const std::string_view element = record.columns(77, 78);
+    const bool hasElement =
+        std::any_of(element.begin(), element.end(), [](char c) { return c >= 'A' && c <= 'Z'; });
+    const bool isNumbered =
+        record.columns(77, 80).find_first_of("0123456789") != std::string_view::npos;
+    return isNumbered && !hasElement ? kNone : record.columns(73, 76);
+}
+
+// Of columns 18 to 27, where the fifth is the chain's, or the segment; lent of either.
+std::string_view chainName(std::string_view columns, const FixedText<4>& segment) {
+    const std::string_view name = trimBlanks(segment.view());
+    return name.empty() ? columns.substr(4, 1) : name;
 }
 
 // A number in four columns: decimal, or hybrid-36 from "A000", which is 10000, on.
@@ -44,7 +59,7 @@ bool PdbEntryReader::fail(std::string why) {
 bool PdbEntryReader::append(std::string_view piece) {
     if (isDone_) return false;
     isDone_ = !lines_.append(piece, [this](std::string_view line) { return take(line); });
-    if (lines_.isTooLong()) fail("the line is too long");
+    if (lines_.isTooLong()) fault_ = {lines_.number() + 1, "the line is too long"};
     return !isDone_;
 }
 
@@ -59,7 +74,8 @@ bool PdbEntryReader::take(std::string_view line) {
     if (line.starts_with("SEQRES")) takeSequence(line);
     if (line.starts_with("MODEL")) beginModel(line);
     if (line.starts_with("TER")) {
-        hasEnded_[placeOf(line.size() > 21 ? line[21] : residueColumns_[4])] = true;
+        const bool isNamed = line.size() > 21 && line[21] != ' ';
+        ended_.emplace(isNamed ? line.substr(21, 1) : chainName(residueColumns_.view(), segment_));
     }
     return !builder_.isPastModel();
 }
@@ -73,17 +89,18 @@ void PdbEntryReader::takeSequence(std::string_view line) {
 // Chains end once in each model, and its first record is compared with none of the model before.
 void PdbEntryReader::beginModel(std::string_view line) {
     model_ = leadingInteger(line.substr(5));
-    hasEnded_.fill(false);
+    ended_.clear();
     residueColumns_.assign("\n         ");
+    segment_ = {};
 }
 
 bool PdbEntryReader::beginPlace(const AtomRecord& record) {
-    const std::string_view chain = record.columns(22, 22);
     isWanted_ = builder_.beginPlace({.model = model_,
-                                     .chain = chain,
-                                     .part = chain,
+                                     .chain = chainName(residueColumns_.view(), segment_),
+                                     .part = record.columns(22, 22),
                                      .entity = {},
-                                     .residueName = record.columns(18, 20)});
+                                     .residueName = record.columns(18, 20),
+                                     .isSegment = segment_ != FixedText<4>()});
     if (!isWanted_) return true;
     const std::string_view columns = record.columns(23, 26);
     const auto number = residueNumber(columns);
@@ -95,11 +112,13 @@ bool PdbEntryReader::beginPlace(const AtomRecord& record) {
 }
 
 bool PdbEntryReader::takeAtom(const AtomRecord& record, bool isHet) {
-    // What follows the end of a chain are its ligands.
-    if (isHet && hasEnded_[placeOf(record.column(22))]) return true;
     const std::string_view columns = record.columns(18, 27);
-    if (columns != residueColumns_.view()) {
+    const FixedText<4> segment(record.column(22) == ' ' ? segmentOf(record) : "");
+    // What follows the end of a chain are its ligands.
+    if (isHet && ended_.contains(chainName(columns, segment))) return true;
+    if (columns != residueColumns_.view() || segment != segment_) {
         residueColumns_.assign(columns);
+        segment_ = segment;
         if (!beginPlace(record)) return false;
     }
     if (!isWanted_) return !builder_.isPastModel();

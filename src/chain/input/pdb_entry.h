@@ -2,8 +2,8 @@
 // MODEL and ENDMDL.
 #pragma once
 
-#include <array>
 #include <cstdint>
+#include <set>
 #include <string>
 #include <string_view>
 
@@ -40,8 +40,10 @@ class PdbEntryReader {
     LineSplitter lines_;
     TextFault fault_;
     std::int64_t model_ = 1;
-    std::array<bool, 256> hasEnded_{};    // chains, by a TER record
-    FixedText<10> residueColumns_{"\n"};  // of the latest record: 18 to 27; at first as none has
+    std::set<std::string, std::less<>> ended_;  // chains, by a TER record
+    // Of the latest record; at first as none has.
+    FixedText<10> residueColumns_{"\n"};  // 18 to 27
+    FixedText<4> segment_;                // where it stands for the chain's name; else blank
     bool isWanted_ = false;               // the residue
     bool isDone_ = false;
 };

@@ -120,8 +120,7 @@ std::optional<Contents> readPlain(const Reading& reading) {
     if (!text.isOpen()) return std::nullopt;
     auto piece = text.next(kPdbRecordWidth);
     if (piece && beginsMmcif(*piece)) {
-        return readEntry<MmcifReader>(reading, text, piece,
-                                      [&] { return text.next(LineSplitter::kLongestLine); });
+        return readEntry<MmcifReader>(reading, text, piece, [&] { return text.next(); });
     }
     ChainBuilder builder(selectionOf(reading.request.options), reading.exclusions);
     AtomRecordReader reader(builder, reading.request.strictColumns);

@@ -37,6 +37,8 @@ class PlainText {
     PlainText(const std::string& path, Log& log);
     bool isOpen() const { return reader_.has_value(); }
     std::optional<std::string_view> next(std::size_t limit) { return reader_->next(limit); }
+    // A piece that is cut anywhere.
+    std::optional<std::string_view> next() { return reader_->nextBlock(); }
     bool finish();
     bool isWhole() const { return !reader_->failed(); }
 

@@ -1,6 +1,7 @@
 // Text that arrives in pieces, cut anywhere, as lines.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -23,38 +24,39 @@ class LineSplitter {
     // it did, and for a line that is too long.
     template <typename Take>
     bool append(std::string_view piece, Take&& take) {
-        std::size_t feed = piece.find('\n');
-        while (!piece.empty()) {
-            if (endedWithReturn_ && piece.front() == '\n') {
-                piece.remove_prefix(1);
-                feed = piece.find('\n');
-            }
-            endedWithReturn_ = false;
-            const std::size_t carriage = piece.substr(0, feed).find('\r');
-            const std::size_t end = carriage != std::string_view::npos ? carriage : feed;
+        if (piece.empty()) return true;
+        std::size_t begin = endedWithReturn_ && piece.front() == '\n' ? 1 : 0;
+        endedWithReturn_ = piece.back() == '\r';
+        // Each is looked for again when the lines have passed it: most files have no CR at all.
+        std::size_t feed = piece.find('\n', begin);
+        std::size_t carriage = piece.find('\r', begin);
+        for (;;) {
+            const std::size_t end = std::min(feed, carriage);
             if (end == std::string_view::npos) break;
-            endedWithReturn_ = end == carriage;
-            if (!takeLine(piece.substr(0, end), take)) return false;
-            piece.remove_prefix(end + 1);
-            feed = end == feed                      ? piece.find('\n')
-                   : feed == std::string_view::npos ? feed
-                                                    : feed - end - 1;
+            if (!takeLine(piece.substr(begin, end - begin), take)) return false;
+            begin = end + 1;
+            if (end == carriage && begin == feed) ++begin;  // CR LF is one end
+            if (carriage < begin) carriage = piece.find('\r', begin);
+            if (feed < begin) feed = piece.find('\n', begin);
         }
-        pending_ += piece;
-        return !isTooLong();
+        pending_ += piece.substr(begin);
+        isTooLong_ = pending_.size() > kLongestLine;
+        return !isTooLong_;
     }
     // The text has ended: the last line needs no end.
     template <typename Take>
     bool finish(Take&& take) {
         return pending_.empty() || takeLine({}, take);
     }
-    // Of the line at work, from 1.
+    // Of the line at work, from 1; where one is too long, of the line before it.
     std::size_t number() const { return number_; }
-    bool isTooLong() const { return pending_.size() > kLongestLine; }
+    bool isTooLong() const { return isTooLong_; }
 
  private:
     template <typename Take>
     bool takeLine(std::string_view end, Take& take) {
+        isTooLong_ = pending_.size() + end.size() > kLongestLine;
+        if (isTooLong_) return false;
         ++number_;
         if (pending_.empty()) return take(end);
         pending_ += end;
@@ -66,6 +68,7 @@ class LineSplitter {
     std::string pending_;
     std::size_t number_ = 0;
     bool endedWithReturn_ = false;
+    bool isTooLong_ = false;
 };
 
 }  // namespace tervolanda
