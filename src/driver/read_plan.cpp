@@ -47,7 +47,7 @@ ReadPlan readPlan(const Settings& settings) {
         options |= ReadBackboneAndBeta;
     }
     plan.models.options = static_cast<std::uint16_t>(options);
-    plan.models.strictColumns = settings.strict;
+    plan.models.strict = settings.strict;
     plan.models.entry = settings.input.entry;
     // Both sides are read in the same way but for their chains, so that neither is favoured.
     plan.experiment = plan.models;

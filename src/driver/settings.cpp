@@ -328,6 +328,22 @@ bool hasMode(const InputSettings& input) {
            (input.predictionFile && input.experimentFile);
 }
 
+// What is asked for structures where a run reads none, or for an experiment where there is none,
+// was meant for another run.
+void checkMeanings(const OwnOptions& own, const InputSettings& input) {
+    constexpr std::array<std::string_view, 8> kOfStructures = {
+        "input", "chain", "chain-e", "chain-p", "model", "altloc", "models", "pair"};
+    const char* const run = input.distanceFile ? "of -F" : input.transformFile ? "of -M" : nullptr;
+    for (const std::string_view name : kOfStructures) {
+        if (run != nullptr && own.has(name)) {
+            abend("Option '--%s' has no meaning in a run %s", std::string(name).c_str(), run);
+        }
+    }
+    if (own.has("chain-e") && !input.experimentFile) {
+        abend("Option '--chain-e' has no meaning in a run of all models against each other");
+    }
+}
+
 bool asksForMoreHelp(const OwnOptions& own) {
     constexpr std::array<std::string_view, 1> kPages = {"more"};
     return own.choice("help", kPages).has_value();
@@ -360,6 +376,7 @@ CommandLine readCommandLine(std::vector<std::string> values, Log& log) {
     if (settings.input.entry.allModels && !settings.input.listFile) {
         abend("Option '--model=all' needs a list: -l or --models");
     }
+    checkMeanings(own, settings.input);
     // The level is still the number that was given, -1 without one: the line appears only in runs
     // that ask for details.
     if (!printsOneThing(settings.blocks)) log.info(0, "help");

@@ -256,7 +256,7 @@ TEST(PdbEntry, CallsChainsWithoutNamesAsTheirSegments) {
     };
     const std::string two = atom("ATOM  ", "PROA    ") + "TER\n" + atom("HETATM", "PROB C1+");
     const std::string read = " CA  ALAA   1 (0 0 0)0.5,12.25 ";
-    EXPECT_EQ(readingOf(two, {.readsPdb = true, .chain = "PROB"}), "[PROB]" + read + " C1+ ");
+    EXPECT_EQ(readingOf(two, {.readsPdb = true, .chain = "PROB"}), "[PROB]" + read + "C1+ ");
     EXPECT_EQ(readingOf(atom("ATOM  ", "PROA    ")), "[PROA]" + read + "    ");
     EXPECT_EQ(readingOf(atom("ATOM  ", "1ABC  12")), "[ ]" + read + "    ");
     EXPECT_THAT(readingOf(two), HasSubstr("has the protein chains PROA, PROB: choose one"));

@@ -45,6 +45,10 @@ CPU_TIME = re.compile(rb"CPU time = \d+\.\d\d seconds")
 SCENARIOS = {
     "pairwise": (["-e", "helix.pdb", "-p", "long.pdb"], ["align.rsm"]),
     "compressed": (["-rmsd", "long.pdb.gz", "helix.pdb"], ["align.rsm"]),
+    "entries": (
+        ["-rmsd", "--chain=A", "--pair=sequence", "-e", "entry.cif.gz", "-p", "turned.pdb.gz"],
+        ["align.rsm"],
+    ),
     "structure": (
         ["-in", "-matrix", "-L", "5", "-e", "hinge.pdb", "-p", "helix.pdb"],
         ["align.rsm", "align.matrix.1.0", "align.matrix.1.1"],
@@ -94,6 +98,17 @@ ERRORS = {
 SPARED = {"exit_group", "munmap", "getpid", "rt_sigprocmask", "rt_sigaction", "umask", "brk", "futex"}
 
 
+def mmcif_text(records):
+    """The C-alpha atoms of PDB records as mmCIF."""
+    columns = {"type_symbol": (76, 78), "label_atom_id": (12, 16), "label_comp_id": (17, 20), "label_asym_id": (21, 22),
+               "label_seq_id": (22, 26), "Cartn_x": (30, 38), "Cartn_y": (38, 46), "Cartn_z": (46, 54)}
+    text = b"data_x\nloop_\n" + b"".join(f"_atom_site.{tag}\n".encode() for tag in columns)
+    for record in records:
+        if record.startswith(b"ATOM"):
+            text += b" ".join(record[a:b].strip() for a, b in columns.values()) + b"\n"
+    return text
+
+
 class Workshop:
     """A folder with the inputs of all scenarios, and the program to run there."""
 
@@ -110,6 +125,7 @@ class Workshop:
         text = b"".join(half[:10]) + b"REMARK " + noise + b"\n" + b"".join(half[10:])
         self.write("long.pdb", text)
         self.write("long.pdb.gz", gzip.compress(text, mtime=0))
+        self.write("entry.cif.gz", gzip.compress(mmcif_text(half)))
         self.write("models.txt", b"helix.pdb\nlong.pdb\nhinge.pdb\nturned.pdb.gz\n")
         self.write("turned.pdb.gz", gzip.compress((common / "turned.pdb").read_bytes()))
         self.write("moved.pdb.gz", gzip.compress((common / "turned.pdb").read_bytes(), mtime=0))

@@ -74,9 +74,9 @@ struct ReadRequest {
     std::size_t minimumCalphas = 0;
     int maximumGap = 1;               // residue numbers, with ReadCheckGap
     double maximumCompactness = 0.0;  // limit of ReadCheckRadius
-    // Refuses a PDB file in which fields of an atom that is kept are not in their columns, so that
-    // its numbers are others than were meant.
-    bool strictColumns = false;
+    // Refuses a file of which not all is read as it was meant: fields of a PDB record that are not
+    // in their columns, text that breaks off, atoms of a residue that do not follow each other.
+    bool strict = false;
 };
 
 // Residues that no read returns, each named as in columns 23 to 27 of a PDB file's records: the

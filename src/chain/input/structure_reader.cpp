@@ -71,6 +71,18 @@ bool isMmcif(std::string_view text) {
     return beginsMmcif(start);
 }
 
+void sayDamaged(const Reading& reading) {
+    reading.log.error(0, "Input file '%s' is damaged or cut short", reading.path.c_str());
+}
+
+// Of PDB text that is no entry what was read counts, but for strict readings.
+template <typename Text>
+bool isRefusedAsDamaged(const Text& text, const Reading& reading) {
+    const bool isRefused = reading.request.strict && !text.isWhole();
+    if (isRefused) sayDamaged(reading);
+    return isRefused;
+}
+
 // `piece` is the first of the text, next() gives the others.
 // Damage of the text, faults of the reader and too many atoms are told apart, since each has its
 // own line; any of them makes the file unusable: half an entry would be compared as if it were
@@ -93,7 +105,7 @@ std::optional<Contents> readEntry(const Reading& reading, Text& text,
                   kMostAtoms, kMostParts);
         return std::nullopt;
     }
-    if (!text.isWhole()) log.error(0, "Input file '%s' is damaged or cut short", path);
+    if (!text.isWhole()) sayDamaged(reading);
     const TextFault& fault = reader.fault();
     if (fault.line != 0) {
         log.error(0, "Input file '%s', line %zu: %s", path, fault.line, fault.text.c_str());
@@ -123,10 +135,11 @@ std::optional<Contents> readPlain(const Reading& reading) {
         return readEntry<MmcifReader>(reading, text, piece, [&] { return text.next(); });
     }
     ChainBuilder builder(selectionOf(reading.request.options), reading.exclusions);
-    AtomRecordReader reader(builder, reading.request.strictColumns);
+    AtomRecordReader reader(builder, reading.request.strict);
     for (; piece && !builder.exceeds(); piece = text.next(kPdbRecordWidth))
         if (piece->starts_with("ATOM")) reader.take(*piece);
     if (!text.finish() || !isInPlace(reader, reading.path, reading.log)) return std::nullopt;
+    if (isRefusedAsDamaged(text, reading)) return std::nullopt;
     return chainsOf(builder, reading);
 }
 
@@ -138,13 +151,14 @@ std::optional<Contents> readCompressed(const Reading& reading) {
         return readEntry<MmcifReader>(reading, text, piece, [&] { return text.next(); });
     }
     ChainBuilder builder(selectionOf(reading.request.options), reading.exclusions);
-    AtomRecordReader reader(builder, reading.request.strictColumns);
+    AtomRecordReader reader(builder, reading.request.strict);
     RecordScanner scanner(reader);
     for (; piece && !builder.exceeds(); piece = text.next())
         scanner.append(*piece);
     if (!text.finish()) return std::nullopt;
     scanner.finish();
     if (!isInPlace(reader, reading.path, reading.log)) return std::nullopt;
+    if (isRefusedAsDamaged(text, reading)) return std::nullopt;
     return chainsOf(builder, reading);
 }
 
@@ -174,10 +188,33 @@ std::optional<Contents> readContents(const Reading& reading) {
     std::abort();
 }
 
+// The first residue that the chain comes back to.
+// REQUIRES: there is one.
+ResidueId scatteredResidue(const Chain& chain) {
+    std::set<ResidueId> known;
+    for (std::size_t i = 0; i < chain.atoms.size(); ++i) {
+        const ResidueId id = chain.atoms[i].residueId();
+        const bool begins = i == 0 || id != chain.atoms[i - 1].residueId();
+        if (begins && !known.insert(id).second) return id;
+    }
+    std::abort();
+}
+
+// False, after an ERROR line, when buildResidues() has left atoms without a residue.
+bool isBuilt(const Chain& chain, const Reading& reading) {
+    if (chain.residues.back().end == chain.atoms.size()) return true;
+    const std::string residue = residueColumns(scatteredResidue(chain));
+    reading.log.error(0, "Input file '%s': the atoms of residue '%s' do not follow each other",
+                      reading.path.c_str(), residue.c_str());
+    return false;
+}
+
 // Of the chains of a file those that the request can use, residues built; none, after ERROR lines,
 // when it cannot use the file.
 // Every chain is checked even after one has failed, so that the lines name all of them.
-std::vector<Chain> usableChains(std::vector<Chain>& chains, const ReadRequest& request, Log& log) {
+std::vector<Chain> usableChains(std::vector<Chain>& chains, const Reading& reading, bool isEntry) {
+    const ReadRequest& request = reading.request;
+    Log& log = reading.log;
     if (chains.empty()) log.error(0, "PDB contains no chains");
     if ((request.options & ReadSingleChain) != 0 && chains.size() > 1) {
         log.error(0, "Multiple chains in PDB: %d", static_cast<int>(chains.size()));
@@ -186,11 +223,13 @@ std::vector<Chain> usableChains(std::vector<Chain>& chains, const ReadRequest& r
     const Checks checks = checksOf(request);
     std::vector<Chain> valid;
     for (Chain& chain : chains) {
-        if (!checkChain(chain, checks, log)) {
+        bool isUsable = checkChain(chain, checks, log);
+        if (isUsable && chain.residues.empty()) buildResidues(chain, log);
+        if (isUsable && (isEntry || request.strict)) isUsable = isBuilt(chain, reading);
+        if (!isUsable) {
             log.error(0, "Invalid chain '%c'", chain.letter());
             continue;
         }
-        if (chain.residues.empty()) buildResidues(chain, log);
         valid.push_back(std::move(chain));
     }
     return valid;
@@ -245,7 +284,7 @@ std::vector<Chain> usableChains(Contents& contents, const Reading& reading) {
     if (!contents.models.empty()) chains = std::move(contents.models.front().chains);
     const bool isSingle = (reading.request.options & ReadSingleChain) != 0;
     const bool needsChoice = chains.empty() || (isSingle && chains.size() > 1);
-    std::vector<Chain> usable = usableChains(chains, reading.request, reading.log);
+    std::vector<Chain> usable = usableChains(chains, reading, contents.isEntry);
     if (contents.isEntry && needsChoice) explainChoice(reading, chains, contents.otherChains);
     return usable;
 }
