@@ -1,5 +1,6 @@
-// An exception instead of exit(): whatever the run has begun is taken back on the way out, and a
-// program around the run lives on.
+// An exception instead of exit(): whatever the run has begun is taken back on the way out (an
+// OutputFile that was not committed leaves no file), and a program around the run lives on, as
+// tests and fuzz targets do.
 #include "driver/abend.h"
 
 #include <cstdarg>

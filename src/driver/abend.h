@@ -1,7 +1,8 @@
 // The fatal end of a run.
 //
 // All files of this room use it, and none outside: a lower room returns what is wrong, and the run
-// mode that asked for it decides whether the run can go on.
+// mode that asked for it decides whether the run can go on.  An Abend is always about what a user
+// gave or what the system refused; a defect of the program is an assert.
 #pragma once
 
 #include <optional>
@@ -10,7 +11,9 @@
 
 namespace tervolanda {
 
-// What is wrong with a run, as the exit status of strict runs.
+// What is wrong with a run, as the exit status of strict runs, by which scripts tell what to do:
+// mend the call, mend the input, look at the pairs, make room.  Without --strict all are 1, as
+// ever.
 enum class Fault : int { Usage = 2, Input = 3, Incomplete = 4, NotWritten = 5 };
 
 // What a run cannot go on from; what() is the text of its ABEND line.  Thrown within the driver and

@@ -1,7 +1,11 @@
 // The models of a list against each other.  A batch fills matrices; from these come the lines of
-// the pairs, their average, the result files, the consensus ranking and the clusters.  Row i of a
-// score matrix is relative to the length of model i, so the line of a pair shows the score by the
-// length of the model that it names first.
+// the pairs, their average, the result files, the consensus ranking and the clusters, in this
+// order, which is that of the lines in the log.
+//
+// Row i of a score matrix is relative to the length of model i, so the line of a pair shows the
+// score by the length of the model that it names first.  An N x N matrix of N = 10,000 models has
+// 400 MB, and there are three: none is copied but for a file that shows it
+// (RunExports::keepScores()), and clustering works in place.
 #include <algorithm>
 #include <cstdlib>
 #include <functional>
@@ -30,9 +34,8 @@ namespace {
 // The figures of a pair of matrix positions.
 using PairFigures = std::function<Figures(std::size_t i, std::size_t j)>;
 
-// A line for every pair, in matrix order.
-// The level is asked first: a list of a thousand models has half a million lines that nobody would
-// see.
+// A line for every pair, in matrix order, at log level 2.  The level is asked first: a list of a
+// thousand models has half a million lines that nobody would see.
 void printPairs(const ChainList& models, const PairFigures& figures, Log& log) {
     if (log.logLevel() <= 1) return;
     const ColumnWidths widths = columnWidths(models);
@@ -44,9 +47,10 @@ void printPairs(const ChainList& models, const PairFigures& figures, Log& log) {
     }
 }
 
-// The mean over the pairs of a matrix, row by row above the diagonal.  Negative values mark pairs
-// without one and are left out.
-// In double precision and in one order: the mean of a million floats would lose its last digits.
+// The mean over the pairs of a matrix, row by row above the diagonal, so that an unsymmetric matrix
+// counts the score by the length of the earlier model.  Negative values mark pairs without one and
+// are left out.  In double precision and in one order: the mean of a million floats would lose its
+// last digits.
 AverageRow averageOfPairs(const DistanceMatrix& matrix, ComparisonKind kind) {
     double sum = 0.0;
     AverageRow average{kind};
@@ -85,7 +89,9 @@ MergedPairs mergedPairs(const Settings& settings, const PreparedList& models, Ru
     return {settings, models.models(), log};
 }
 
-// Each batch is computed, or merged from the parts of an earlier computation.
+// Each batch is computed, or merged from the parts of an earlier computation: then give() takes the
+// outcomes out of the parts in the very order in which the batch asks for them, and all that
+// follows is that of the ordinary run.
 
 MaxSubBatch maxSubOfAll(const PreparedList& models, PairRecorder* recorder,
                         const Settings& settings, RunExports& exports, Log& log, Report& report) {

@@ -17,6 +17,7 @@ bool isDigit(char c) {
     return c >= '0' && c <= '9';
 }
 
+// "--rmsd" becomes "-rmsd", and "--5", a value, "-5": the lookup does not know which is which.
 void dropRepeatedDashes(std::string& argument) {
     std::size_t dropped = 0;
     while (dropped + 1 < argument.size() && argument[dropped + 1] == '-')
@@ -86,6 +87,9 @@ bool isWellFormedReal(std::string_view text) {
     return true;
 }
 
+// strtod() in the "C" locale, in which the program runs, and not the readers of base/text.h: what
+// may stand in a file is stricter than what may stand in a call.  The check has kept "inf", "nan"
+// and hexadecimal digits out.
 double realValue(const std::string& text) {
     // An infinite threshold or cut-off would make sums and steps that are no numbers.
     constexpr double kMost = std::numeric_limits<double>::max();

@@ -1,6 +1,8 @@
 // The argument vector and the four ways to look an option up in it.
 //
-// For the older options alone; those with two dashes are taken out before (own_options.h).
+// For the older options alone; those with two dashes are taken out before (own_options.h).  Nothing
+// here knows which options there are: settings.cpp looks up one name after the other, each by the
+// way that fits its value.
 #pragma once
 
 #include <cstddef>

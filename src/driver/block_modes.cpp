@@ -1,6 +1,10 @@
-// The runs that share a comparison of all pairs among processes: one computes a block, one says
-// which blocks are missing, one how many there should be.  The run that merges them is the ordinary
-// one (all_vs_all.cpp), which takes the pairs from parts.
+// The runs that share a comparison of all pairs among processes: one computes a block (--block),
+// one says which blocks are missing (--missing), one how many there should be (--plan).  The run
+// that merges them is the ordinary one (all_vs_all.cpp), which takes the pairs from parts.
+//
+// No process knows of another.  Each reads the list, works out its own slice and writes one part,
+// so that any scheduler will do, blocks may run in any order and more than once, and a block that
+// failed is simply started again.
 #include <sys/resource.h>
 
 #include <algorithm>
@@ -22,9 +26,8 @@ namespace tervolanda {
 
 namespace {
 
-// The models of a block.  None of them need be readable.
-// Models that its pairs do not need are not read.  The others have the IDs of the whole list, which
-// count lines.
+// The models that the pairs of a block need; the others of the list are not read, and none of these
+// need be readable.  They have the IDs of the whole list.
 ChainList readNeeded(const std::vector<std::uint32_t>& needed, const Settings& settings,
                      const ResidueExclusions& exclusions, Log& log) {
     ChainList models;
@@ -38,8 +41,10 @@ ChainList readNeeded(const std::vector<std::uint32_t>& needed, const Settings& s
     return models;
 }
 
-// The pairs of a block among those of its models: all readable models before the last row are
-// there, or, for a block within one row, these pairs are the last row.
+// The pairs of a block among those of the models that were read for it.  A block over several rows
+// has all readable models up to its last row, so its pairs begin as far on as there are readable
+// pairs before its slice.  A block within one row has read that row's experiment, which comes last,
+// and the predictions of its pairs alone: its pairs are then the last row of what was read.
 PairRange rangeOf(const PartHeader& header, const ReadablePairs& readable, std::size_t models) {
     const auto count = static_cast<std::size_t>(header.records);
     const bool hasAll = !header.models.empty() &&
@@ -64,7 +69,8 @@ void compareInto(PartWriter& part, const PreparedList& models, PairRange range,
     }
 }
 
-// For --resume: the part is what this very run would write.
+// For --resume: the part is what this very run would write, to the last byte, as its header has the
+// same list, models and options and its checksum holds.
 bool isWhole(const std::string& path, const PartHeader& header, const RunIdentity& run) {
     const auto opened = PartReader::open(path);
     const auto* const part = std::get_if<PartReader>(&opened);
@@ -97,7 +103,8 @@ double secondsForAll(const PreparedList& models, const Settings& settings, Log& 
     }
 }
 
-// So many of the models, evenly spread.
+// So many of the models, evenly spread over the list, which is often sorted by what made the
+// models.
 ChainList sampleOf(const ChainList& models, std::size_t count) {
     ChainList sample;
     const std::size_t n = models.chains.size();
@@ -106,8 +113,7 @@ ChainList sampleOf(const ChainList& models, std::size_t count) {
     return sample;
 }
 
-// The most memory that the process has had, MB.
-// ru_maxrss is in kilobytes on Linux.
+// The most memory that the process has had, MB (ru_maxrss is in kilobytes on Linux).
 double peakMemory() {
     rusage usage{};
     getrusage(RUSAGE_SELF, &usage);
@@ -166,6 +172,9 @@ int runMissing(const Settings& settings, const ResidueExclusions& exclusions, Lo
     return EXIT_SUCCESS;
 }
 
+// Computes a sample and multiplies.  The figures are for a scheduler's limits, so they are those of
+// a process: blocks, minutes of each with all of its threads, and megabytes, of a block and of the
+// merge, which holds the matrices.
 int runPlan(const Settings& settings, const ResidueExclusions& exclusions, Log& log) {
     // Enough for a mean over models of different lengths.
     constexpr std::size_t kSample = 21;  // 210 pairs

@@ -1,7 +1,11 @@
 // Pairs need nothing from each other, so that a list can be compared by any number of processes on
 // any number of machines: each takes a slice of the pair order, and one of them later brings the
-// results in as if it had computed them.  Slices are of the lines of the list, whether their files
-// can be read or not: so a process need not read what it does not compare.
+// results in as if it had computed them.
+//
+// Slices are of the lines of the list, whether their files can be read or not: so a process need
+// not read what it does not compare.  What a process has read, and which of it could be read, is in
+// its part, with a checksum of each model, so that a file that another process saw differently is
+// found when the parts are merged.
 #include "driver/blocks.h"
 
 #include <algorithm>
@@ -63,9 +67,10 @@ std::string choicesOfEntries(const Settings& settings) {
                   conformers.c_str());
 }
 
-// Everything on the command line that the result of a pair depends on.
-// A line an option, so that a difference can be shown as its line.  The version is one of them:
-// results of another version may differ in digits.
+// Everything on the command line that the result of a pair depends on, a line an option, so that a
+// difference can be shown as its line.  What is only decided from the matrices, as clusters and
+// ranks are, is left out: parts serve any number of merges with other thresholds.  The version is
+// one of the lines, since results of another version may differ in digits.
 std::string optionsText(const Settings& settings) {
     const ComparisonParameters& p = settings.comparison;
     std::string text =
@@ -120,8 +125,8 @@ std::string differenceOf(std::string_view theirs, std::string_view ours) {
 
 }  // namespace
 
-// Row i has the pairs i (i - 1) / 2 and on, so i solves a quadratic equation.  Beyond 2^53 its root
-// in double precision may be a row off, which the two loops put right.
+// Row i has the i pairs from number i (i - 1) / 2 on, so i solves a quadratic equation.  Beyond
+// 2^53 its root in double precision may be a row off, which the two loops put right.
 BatchPair pairAt(std::uint64_t index) {
     auto row =
         static_cast<std::uint64_t>((1.0 + std::sqrt(1.0 + 8.0 * static_cast<double>(index))) / 2.0);
@@ -134,8 +139,9 @@ BatchPair pairAt(std::uint64_t index) {
             static_cast<std::size_t>(row - 1 - (index - pairsOf(row)))};
 }
 
-// First the readable models at each place, then their sums from the front.
-// The list is read twice, for its models and as a whole, and somebody may write to it meanwhile.
+// First the readable models at each place, then their sums from the front.  A model's ID is its
+// entry counted from 1, and so the place after it.  The list is read twice, for its models and as a
+// whole, and somebody may write to it meanwhile.
 ReadablePairs::ReadablePairs(std::size_t entries, const ChainList& models)
     : before_(entries + 1, 0) {
     if (!models.chains.empty() && models.chains.back().number > entries)

@@ -3,6 +3,11 @@
 // A part is only of use with the parts of the same list, the same models and the same options.  All
 // of that is in its header, and a RunIdentity compares it; nothing is taken from a part that
 // differs.
+//
+// Two counts of pairs meet here.  A block's slice is of the pairs of all entries, the lines of the
+// list that name a file, so that it can be known before any file is read; a batch counts the pairs
+// of the models that could be read.  Both are in the order of all pairs: (1, 0), (2, 1), (2, 0),
+// (3, 2) and so on.
 #pragma once
 
 #include <cstdint>
@@ -23,9 +28,8 @@ class Log;
 // Pair number `index` of those of a list, experiment and prediction from 0.
 BatchPair pairAt(std::uint64_t index);
 
-// Which lines of a list name models that could be read, and how many pairs these make.
-// A block's slice counts the pairs of all lines of the list, a batch those of the models that it
-// has: this turns one count into the other.
+// Which entries of a list could be read, and how many pairs these make: turns the count of a slice
+// into that of a batch.
 class ReadablePairs {
  public:
     ReadablePairs(std::size_t entries, const ChainList& models);
@@ -34,15 +38,14 @@ class ReadablePairs {
     std::uint64_t before(std::uint64_t index) const;
 
  private:
-    std::vector<std::uint32_t> before_;  // readable models among the first so many
+    std::vector<std::uint32_t> before_;  // readable models among the first so many entries, from 0
 };
 
-// The entries of a list that a block compares, ascending.
+// The entries of a list, counted from 0, that a block compares, ascending.
 std::vector<std::uint32_t> entriesOf(const Block& block, std::uint64_t entries);
 
-// What a part has to be to belong to a run.
-// Made alike by the run that computes a block and by the one that merges: from the list, the
-// options and the chains as they were read.
+// What a part has to be to belong to a run.  Made alike by the run that computes a block and by the
+// one that merges: from the list, the options and the chains as they were read.
 class RunIdentity {
  public:
     // The models are those of the whole list, or all that the blocks to be asked for need.
@@ -63,8 +66,9 @@ class RunIdentity {
 // The list of a run; one that cannot be read is fatal.
 ListSummary summariseList(const Settings& settings, Log& log);
 
-// The parts of a run in a folder: the files whose names end in ".part".
-// Keeps paths and not open files: a run may have more parts than a process may have files.
+// The parts of a run in a folder: the files whose names end in ".part", each read to its end once
+// for its checksum.  Keeps paths and not open files: a run may have more parts than a process may
+// have files.
 class PartFolder {
  public:
     // Looks at all of them.  Those that cannot be used are ERROR lines.
@@ -85,7 +89,8 @@ class PartFolder {
     bool hasFaults_ = false;
 };
 
-// The pairs of a merged run, out of its parts.
+// The pairs of a merged run, out of its parts, block by block and so in the order of all pairs.
+//
 // Invariant: parts before `part_` are used up; `reader_` is the one before it, with `left_` records
 // still to be handed out, or there is none.
 class MergedPairs {

@@ -1,8 +1,9 @@
-// Clustering of the distances that an earlier run, or another program, has written down.  Their
+// Clustering of the distances that an earlier run, or another program, has written down (-F). Their
 // file may name structures, but these are not asked for: the lines show IDs alone.
 //
 // Nothing is compared, so nothing is known of the models but their distances: no ranking is
-// printed, and none of the files that show pairs has a meaning.
+// printed, and none of the files that show pairs has a meaning.  What the distances are of is not
+// known either, so that thresholds without an option are those of Å (settings.cpp).
 #include <cstdlib>
 #include <optional>
 

@@ -1,4 +1,6 @@
-// One table says which forms there are and which runs they have a meaning in.
+// One table says which forms there are and which runs they have a meaning in.  A form that is asked
+// for elsewhere is a fault of the command line and no empty file: whoever waits for the file would
+// wait in vain.
 #include "driver/export_forms.h"
 
 #include <array>

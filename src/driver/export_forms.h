@@ -1,7 +1,8 @@
 // The forms of files that a run can be asked for beside its usual output.
 //
 // A new form of file is a row of the table in export_forms.cpp and a class in the room `export`;
-// the run modes never name a form (run_exports.h).
+// the run modes never name a form (run_exports.h).  The option itself, with its text of help, is a
+// row of own_options.cpp: some options name no file.
 #pragma once
 
 #include <memory>

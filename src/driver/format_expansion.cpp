@@ -75,12 +75,15 @@ std::optional<Conversion> takeConversion(std::string_view& text) {
     return conversion;
 }
 
+// A precision of 0 makes no digit of a zero; "%#o" asks for one all the same.
 std::string zeroAsInteger(const Conversion& conversion) {
     const bool octalPrefix = conversion.kind == 'o' && conversion.alternate;
     return std::string(std::max<std::size_t>(conversion.precision.value_or(1), octalPrefix ? 1 : 0),
                        '0');
 }
 
+// Six decimals without a precision, but for hexadecimal digits, of which there are as many as the
+// number needs: none.
 std::string zeroAsReal(const Conversion& conversion) {
     const bool isGeneral = isOneOf(conversion.kind, "gG");
     const bool isHexadecimal = isOneOf(conversion.kind, "aA");
@@ -125,11 +128,10 @@ std::string written(const Conversion& conversion) {
     const std::size_t missing = conversion.width - std::min(conversion.width, length);
     if (conversion.left) return sign + digits + std::string(missing, ' ');
     const bool isInteger = isOneOf(conversion.kind, "diouxX");
+    // A left-justified number has no zeros before it, and an integer with a precision has its own.
     if (conversion.zero && (isReal || (isInteger && !conversion.precision))) {
         // Zeros stand after the sign and the prefix "0x".
         const std::size_t prefix = isOneOf(conversion.kind, "aA") ? 2 : 0;
-        // A left-justified number has no zeros before it, and an integer with a precision has its
-        // own.
         return sign + digits.insert(prefix, missing, '0');
     }
     return std::string(missing, ' ') + sign + digits;

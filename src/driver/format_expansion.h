@@ -1,6 +1,6 @@
 // The expansion of percent signs in a text from outside.
 //
-// Only the lines of MaxSub list runs go through it.
+// Only the lines of MaxSub list runs go through it (result_rows.cpp).
 #pragma once
 
 #include <string>

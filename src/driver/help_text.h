@@ -1,6 +1,7 @@
-// The texts that the program prints about itself.
+// The texts that the program prints about itself. run() prints what a command line asks for.
 //
-// run() prints what a command line asks for.
+// The texts of the older options are given to the byte, blank lines and all; those of two dashes
+// are made of their table (own_options.cpp), so that no option can lack its line.
 #pragma once
 
 #include <string>

@@ -1,4 +1,5 @@
-// A run reads all its structures before it compares any; what cannot be read ends it.
+// A run reads all its structures before it compares any; what cannot be read ends it.  Which text
+// it ends with differs by the kind of run, and is kept: scripts look for it.
 #include "driver/model_input.h"
 
 #include <cstdint>

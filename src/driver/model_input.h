@@ -1,6 +1,8 @@
 // What the run modes have in common on the way in: the structures.
 //
-// Both end the run by an Abend, so that a mode has its structures or is over.
+// Both end the run by an Abend, so that a mode has its structures or is over.  A list is different
+// from a pair: models that cannot be read are left out with an ERROR line, and only a list of which
+// nothing is left, or a strict run, ends there.
 #pragma once
 
 #include <string>

@@ -2,7 +2,11 @@
 // were asked for, hands its results to the exports, and returns the exit status: 1 when a result
 // file is not complete.  What it cannot go on without is fatal.
 //
-// run() chooses one by the settings (compareOrCluster() in run.cpp); no mode calls another.
+// run() chooses one by the settings (compareOrCluster() in run.cpp); no mode calls another.  What
+// two of them need stands in result_output.h, model_input.h or read_plan.h.
+//
+// All take the same four: what was asked for, the residues to leave out, the files to fill, the
+// lines.
 #pragma once
 
 #include "chain/input/input.h"

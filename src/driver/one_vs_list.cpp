@@ -1,6 +1,10 @@
 // Every model of a list against one experiment: a line for each, the best one last, so that it is
 // what a terminal shows when the run is over.  The three kinds of comparison differ in the figures
 // of a line and in what "best" means; all else is common.
+//
+// Lines are printed when all models have been compared, as their order is only known then; until
+// then the progress counter tells that something happens.  What is kept of a model is a record of
+// some 200 bytes, whatever its length.
 #include <algorithm>
 #include <cstdlib>
 #include <optional>
@@ -26,8 +30,7 @@ namespace tervolanda {
 
 namespace {
 
-// What one model is listed by.
-// The model is lent by the list.
+// What one model is listed by.  The model is lent by the list.
 struct ModelRecord {
     const Chain* model = nullptr;
     double score = 0.0;  // TM-score, MaxSub, GDT or RMSD
@@ -62,8 +65,8 @@ ModelRecord recordOf(const ListedRmsd& found, const CoordinateSet& experiment) {
     return record;
 }
 
-// One record a model, in list order.
-// The three batches differ in what they find; here all become records.
+// One record a model, in list order.  The three batches differ in what they find; here all become
+// records.
 std::vector<ModelRecord> compareModels(const ListComparison& list, const Settings& settings,
                                        Log& log, Report& report) {
     std::vector<ModelRecord> records;

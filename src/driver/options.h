@@ -1,7 +1,8 @@
 // The options of one dash, and names that were meant.
 //
 // Nothing here reads a value: settings.cpp does, option by option.  The table is for those who must
-// tell an option from a value or a file name.
+// tell an option from a value or a file name: the positional form, in which files stand between
+// options, strict runs, and messages about names that are none.
 #pragma once
 
 #include <limits>

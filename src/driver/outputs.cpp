@@ -2,7 +2,9 @@
 // their inodes, those that do not yet exist by the place that their paths lead to after all links.
 //
 // Outputs that a run of this kind never writes do not count.  One that it may write does, whatever
-// comes of the comparison: a run is refused for what its command line says.
+// comes of the comparison: a run is refused for what its command line says.  Between the check and
+// the writing somebody may still make a link; the check is against mistakes and not against
+// enemies.
 #include "driver/outputs.h"
 
 #include <sys/stat.h>

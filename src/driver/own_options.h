@@ -15,6 +15,8 @@
 
 namespace tervolanda {
 
+// A row of the table, from which the checks, the help and the tests of manual page and completion
+// come.
 struct OwnOption {
     std::string_view name;
     std::string_view value;  // what stands for its value in the help; empty for a flag
@@ -24,7 +26,8 @@ struct OwnOption {
 // All of them, in the order of the help.
 std::span<const OwnOption> ownOptions();
 
-// The options of one command line.
+// The options of one command line.  Made once, before anything else looks at the arguments; values
+// are asked for by name, and a name that is no option is simply not there.
 class OwnOptions {
  public:
     // Takes the options out of the arguments, the program name first.  Ends the run by an Abend for

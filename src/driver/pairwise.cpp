@@ -1,7 +1,9 @@
-// One prediction against one experiment.  The results go to standard output without a prefix; the
-// superposition goes to a script in the working directory.
+// One prediction against one experiment.  The results go to standard output without a prefix, as
+// people read them; the superposition goes to a script in the working directory, as a viewer reads
+// it.
 //
 // The level of detail is another than in list runs: who compares two structures wants to see how.
+// All atoms are read, since the script shows them (read_plan.cpp).
 #include <cassert>
 #include <cstdlib>
 #include <string>
@@ -41,8 +43,8 @@ void printBanner(Report& report) {
     report.report(ReportLevel::Results, "%s", separator.c_str());
 }
 
-// Which atoms the script shows.  Where a single subset was found and nothing else is wanted there
-// is room for the whole chains.
+// Which atoms the script shows, by -O.  Where a single subset was found and nothing else is wanted
+// there is room for the whole chains.
 ScriptAtoms scriptAtoms(const Settings& settings, const ComparisonResult& result) {
     if (!settings.output.outputOptionGiven && result.iterations.size() == 1)
         return ScriptAtoms::All;

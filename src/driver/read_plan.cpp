@@ -1,6 +1,9 @@
 // Comparisons look at C-alpha atoms, or in RMSD runs on demand at the backbone.  More is read where
 // something else needs it: contacts and secondary structure the backbone and C-beta atoms, the
 // script of a pairwise run all atoms.
+//
+// What is not read takes neither time nor memory: one in eight of a protein's heavy atoms is a
+// C-alpha atom.
 #include "driver/read_plan.h"
 
 namespace tervolanda {

@@ -1,7 +1,8 @@
-// What is recorded of a run says all that its results depend on, given or by default.
+// What is recorded of a run says all that its results depend on, given or by default, so that
+// whoever finds the file can make the run again.
 //
 // An option of which results depend has its row here and, where it concerns a pair, in
-// optionsText() of blocks.cpp.
+// optionsText() of blocks.cpp.  Options that only say where results go, or how fast, have none.
 #include "driver/recorded_options.h"
 
 #include <optional>

@@ -1,8 +1,8 @@
-// Models of one protein have the same residues, or some sets of them; only those that differ are
-// looked at.
-//
 // Numbering of another construct, or from 1, gives pairs that mean nothing and a low score that
 // looks like a bad model; names tell, since by chance one residue in twenty or so is the same.
+//
+// Models of one protein have the same residues, or some sets of them; only those that differ are
+// looked at.
 #include "driver/residue_names.h"
 
 #include <set>
@@ -24,6 +24,8 @@ struct NamedResidues {
     CoordinateSet set;
 };
 
+// Holds what all comparisons of a check share, so that nothing is allocated for each.  It prepares
+// chains as a comparison does and so sees what a comparison would pair.
 class NameCheck {
  public:
     explicit NameCheck(const Settings& settings) : parameters_(settings.comparison) {}

@@ -2,7 +2,8 @@
 // the same values.
 //
 // Widths, precisions and separators are those of the lines that scripts take apart: they change by
-// no measure and by no option.
+// no measure and by no option.  A number that does not fit its width pushes the rest of the line to
+// the right and is never cut.
 #pragma once
 
 #include <cstddef>
@@ -30,7 +31,8 @@ struct GdtFigures {
     double gdt = 0.0;  // 0 to 100
 };
 
-// -1 and zeros for a failed fit.
+// -1 and zeros for a failed fit: the only place, beside matrices and result files, in which a
+// missing RMSD is a number.
 struct RmsdFigures {
     double rmsd = -1.0;  // Å
     std::uint32_t pairs = 0;

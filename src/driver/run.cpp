@@ -1,5 +1,8 @@
 // From the command line to the exit status: a text or one of the run modes, and at the end the
 // check that everything printed has arrived.
+//
+// Exit status 0 is a promise, that every byte which was to be written has been.  A full disk shows
+// itself only when buffers are flushed, so this comes last, and a line about it may itself be lost.
 #include "driver/run.h"
 
 #include <algorithm>
@@ -53,8 +56,9 @@ int runMode(const Settings& settings, RunExports& exports, Log& log) {
     return static_cast<int>(Fault::Incomplete);
 }
 
-// A run that ends before its time is recorded in the files that record failures.
-// What all modes share is made here: the sink for matrices and the exports.
+// Makes what all modes share, the sink for matrices and the exports, and sees to it that a run that
+// ends before its time is recorded in the files that record failures.  The settings come by value,
+// as they point to the sink, which lives as long as the run.
 int runAndRecord(Settings settings, Log& log) {
     SimilarityMatrixFiles matrices(log);
     settings.comparison.similaritySink = &matrices;

@@ -1,5 +1,6 @@
 // The options are looked up in a fixed order, because a lookup may rewrite the arguments that it
-// visits.  Then come the decisions that depend on several of them.
+// visits (arguments.h): a new lookup between two others could change what a misspelt command line
+// means, and scripts have such lines.  Then come the decisions that depend on several options.
 #include "driver/settings.h"
 
 #include <algorithm>

@@ -1,7 +1,9 @@
 // The configuration of a run, and how the command line becomes one.
 //
 // Plain values, filled by readCommandLine() and const from then on: a run mode takes all it needs
-// to know from here, and nobody else looks at an argument.  Groups follow who reads them.
+// to know from here, and nobody else looks at an argument.  Groups follow who reads them.  What two
+// options decide together is decided in settings.cpp or read_plan.cpp, once, and not where it is
+// used.
 #pragma once
 
 #include <cstddef>

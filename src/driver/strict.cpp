@@ -1,5 +1,6 @@
 // The arguments are walked through once, as somebody who wrote them would read them: an option, its
-// value, a file.  Where that reading and the lenient one differ, the run has to end.
+// value, a file.  Where that reading and the lenient one differ, the run has to end: then one of
+// both is not what was meant.
 #include "driver/strict.h"
 
 #include <algorithm>

@@ -9,8 +9,7 @@ namespace tervolanda {
 
 class Log;
 
-// Starts when it is made.
-// CPU seconds are those of all threads together.
+// Starts when it is made; CPU seconds are those of all threads together.
 class RunTimer {
  public:
     RunTimer() : startCpu_(std::clock()), startWall_(std::time(nullptr)) {}

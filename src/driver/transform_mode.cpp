@@ -1,7 +1,9 @@
-// Consensus and clusters from the MaxSub file of an earlier run, with other thresholds for example.
+// Consensus and clusters from the MaxSub file of an earlier run (-M), with other thresholds for
+// example.
 //
 // A MaxSub file has the scores, pair counts and names of the run that wrote it, and so all that the
-// ranking and the clusters of that run came from.
+// ranking and the clusters of that run came from.  Whether the scores are TM-scores or MaxSub the
+// file does not say; they are similarities from 0 to 1 either way.
 #include <cstdlib>
 #include <optional>
 
