@@ -48,7 +48,7 @@ class DistanceFileParser {
     std::optional<FormatError> addSize(std::string_view line);
     std::optional<FormatError> addChain(std::string_view line);
     std::optional<FormatError> addDistance(std::string_view line);
-    // Gives an ID the next free row; false when there is none.
+    // Gives an ID the next free row; false when all are taken.
     bool addId(std::uint32_t id);
     // The row of an ID, old or new; kNone when all rows are taken by others.
     std::uint32_t rowOf(std::uint32_t id);
@@ -62,6 +62,7 @@ class DistanceFileParser {
     std::uint64_t cells_ = 0;
 };
 
+// Distances before a size record, or none of either at the end of the file.
 FormatError missingSize() {
     return {
         "Failed to determine size of matrix before distance records. Require header 'SIZE : <N>'"};

@@ -13,8 +13,9 @@
 namespace tervolanda {
 
 // A square matrix that is filled only when many of its cells are set.  A file may have any number
-// of size records, each of which starts over: when filling came with the size, 12 kB of them took 9
-// s.
+// of size records, each of which starts over: when filling came with the size, 12 kB of them took
+// 9 s.
+//
 // Invariant: until it is filled `cells_` has what was set and all other cells are `value_` or, on
 // the diagonal, `diagonal_`; from then on `cells_` is empty and `matrix_` has everything.
 template <typename T>

@@ -23,8 +23,8 @@ namespace tervolanda {
 
 namespace {
 
-// The five fields at the front of TRANS and MS records.
-// IDs and counts as they stand there, out of range or not: a message has to show them.
+// The five fields at the front of TRANS and MS records.  IDs and counts are as they stand there,
+// out of range or not: a message has to show them.
 struct PairFields {
     std::int64_t id1 = 0, id2 = 0;
     double score1 = 0.0, score2 = 0.0;
@@ -53,9 +53,9 @@ class MaxSubFileParser {
     std::optional<FormatError> addScore(std::string_view line);
     std::optional<FormatError> addPositions(std::string_view line);
 
-    // The row that an ID of a pair record stands for; kNone when there is none.
-    // An ID that no chain record has named is itself the number of a row, from 1: so files without
-    // chain records can be read, too.
+    // The row that an ID of a pair record stands for; kNone when there is none.  An ID that no
+    // chain record has named is itself the number of a row, from 1, unless that row is a chain
+    // record's: so files without chain records can be read, too.
     std::uint32_t rowOf(std::int64_t id);
     std::optional<FormatError> findRows(std::int64_t id1, std::int64_t id2, Rows& rows);
     std::optional<FormatError> storePair(std::string_view line, const PairFields& pair,

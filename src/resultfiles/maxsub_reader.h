@@ -1,4 +1,5 @@
-// The reading of a MaxSub file in two steps that can be tested without ending the process.
+// The reading of a MaxSub file in two steps that can be tested without ending the process: what the
+// records say, and what is missing. readMaxSubFile() takes both.
 #pragma once
 
 #include <cstdint>

@@ -1,10 +1,13 @@
-// A MaxSub file keeps an all-versus-all run: names, scores and pair counts (lite file), and in the
-// full file the superposition and the residue pairs of every pair of models, too.  Scores that no
-// reader takes are cut to their range.
+// A MaxSub file keeps an all-versus-all run: names, scores and pair counts (lite file, -Rl), and in
+// the full file (-R) the superposition and the residue pairs of every pair of models, too.  Scores
+// that no reader takes are cut to their range.
 //
 // The full file lists the pairs below the diagonal, all transformations before all positions.  The
 // lite file lists those above it, and each model with itself.  Readers take pairs in any order;
 // these are those of the format.
+//
+// A pair (i, j) of the full file names model i first, the experiment of their comparison, so that
+// the superposition puts the second model onto the first.
 #include <array>
 #include <charconv>
 #include <string>
@@ -23,8 +26,8 @@ namespace {
 
 constexpr std::size_t kRuleWidth = 26;
 
-// A score that was renormalised to a shorter model can exceed 1, which no reader accepts.
-// What is no number is 0, too.
+// A score that was renormalised to a shorter model can exceed 1, which no reader accepts.  What is
+// no number is 0.
 double writtenScore(float score) {
     if (!(score > 0.0F)) return 0.0;
     return score < 1.0F ? static_cast<double>(score) : 1.0;
@@ -127,8 +130,8 @@ std::optional<FormatError> spoolFault(const TransformationSpool::Storage& spool,
     return std::nullopt;
 }
 
-// The two sections of pair records; false when the spool could not be read.
-// Twice through all pairs, each time from the spool, so that memory holds one pair at a time.
+// The two sections of pair records; false when the spool could not be read.  Twice through all
+// pairs, each time from the spool, so that memory holds one pair at a time.
 bool writePairSections(OutputFile& output, const TransformationSpool::Storage& spool,
                        const MaxSubTable& table) {
     const std::span<const std::uint32_t> ids = table.ids;

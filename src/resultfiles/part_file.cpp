@@ -67,7 +67,8 @@ void put(std::string& bytes, float value) {
     put(bytes, std::bit_cast<std::uint32_t>(value));
 }
 
-// Takes numbers off the front of bytes, of which there are enough.
+// Takes numbers off the front of bytes.  REQUIRES: there are enough; callers read records of known
+// length before they take them apart.
 class Fields {
  public:
     explicit Fields(std::string_view bytes) : bytes_(bytes) {}
@@ -91,8 +92,9 @@ class Fields {
     std::string_view bytes_;
 };
 
-// What no measure of structures comes near; it keeps what is hostile out of all later arithmetic.
-// Part files may be hostile; and matrices of single precision must hold the value.
+// Below what no measure of structures comes near.  It keeps infinities and what is no number out of
+// all later arithmetic, since a part file may be hostile, and every value that passes fits the
+// single precision of matrices.
 bool isSound(double value) {
     constexpr double kLargest = 1e9;
     return std::abs(value) <= kLargest;  // false for not a number
@@ -119,7 +121,7 @@ struct MatchedRun {
     std::uint32_t length = 0;
 };
 
-// Nearly always long diagonal runs.
+// Matched pairs as diagonal runs, which are nearly always few and long.
 std::vector<MatchedRun> runsOf(const std::vector<MatchedPair>& matched) {
     std::vector<MatchedRun> runs;
     for (const MatchedPair& pair : matched) {
@@ -434,6 +436,8 @@ bool PartReader::next(std::size_t experimentSize, std::size_t predictionSize,
     return readRuns(experimentSize, predictionSize, matched, runs, result);
 }
 
+// The matched pairs of a record: `matched` of them in `runs` runs, which is what the record said
+// before them.
 bool PartReader::readRuns(std::size_t experimentSize, std::size_t predictionSize,
                           std::uint32_t matched, std::uint32_t runs, ComparisonResult& result) {
     // The pairs are positions in arrays of coordinates: those that lie outside are refused here,

@@ -1,9 +1,13 @@
 // Part files: the results of some of the pairs of a list, with all their bits, as one of many
-// processes found them.  docs/formats.md describes them to the byte.
+// processes found them. docs/formats.md describes them to the byte; who makes and merges them is in
+// driver/blocks.h.
 //
 // A file may have been cut short, changed or made to deceive.  Every length is checked against the
 // size of the file and every byte against a checksum before a record is handed out; and as a file
 // might change even then, each record is checked again while it is read.
+//
+// Results are kept as bits and not as text, so that a merged run prints what one run would have
+// printed, to the last digit of every sum that is made of them.
 #pragma once
 
 #include <cstddef>
@@ -20,11 +24,12 @@
 
 namespace tervolanda {
 
+// What a record holds of a pair.  The numbers are those in the file.
 enum class PartKind : std::uint32_t { MaxSub = 1, MaxSubWithSuperpositions, Gdt, Rmsd };
 
-// A line of the list, and what reading it gave.
-// Both the parts and the run that merges them make one from the chain that they have read, so that
-// a file that was changed between the runs is found out.
+// A line of the list, and what reading it gave.  Both the parts and the run that merges them make
+// one from the chain that they have read, so that a file that was changed between the runs is found
+// out.
 struct PartModel {
     std::uint32_t entry = 0;  // from 0
     bool isReadable = false;

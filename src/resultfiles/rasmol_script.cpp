@@ -2,6 +2,10 @@
 // command "load inline" reads from after the command "exit".  The experiment is light blue and the
 // prediction light green; residues that the superposition rests on are darker and thicker.
 //
+// "align.rsm" is that of a pairwise run, "super.rsm" that of a list against an experiment.  Their
+// form is given; the scene of --rasmol (export/rasmol_scene.cpp) is another, for the viewer as it
+// is today.
+//
 // The viewer knows a chain by one letter and a residue by its number alone.  What does not fit into
 // that (names of several letters, insertion codes) is changed in the copy of the atom that is
 // written, or taken into account where residues are selected; the chains themselves stay as they
@@ -103,11 +107,13 @@ void writeAlignEnd(OutputFile& script, const ScriptSubject& subject,
 
 // --- Coordinates ---------------------------------------------------------------------------------
 
-// Which atoms of a chain to write; an empty range is none.
+// Which atoms of a chain to write, [first, end); an empty range is none.
 struct AtomRange {
     std::uint32_t first = 0, end = 0;
 };
 
+// The atoms of a chain as one letter, moved by a superposition where there is one, and a TER record
+// after them.
 void writeAtoms(OutputFile& script, const Chain& chain, const std::vector<AtomRange>& ranges,
                 char letter, const Superposition* superposition) {
     // Atoms are counted anew in each chain, as in files of one chain each.
@@ -128,6 +134,7 @@ void writeAtoms(OutputFile& script, const Chain& chain, const std::vector<AtomRa
     if (serial > 0) script.write("TER\n");
 }
 
+// What was read of the chain: of a pairwise run all atoms, of a list often the C-alpha atoms alone.
 std::vector<AtomRange> allAtoms(const Chain& chain) {
     return {{0, static_cast<std::uint32_t>(chain.atoms.size())}};
 }
@@ -204,6 +211,7 @@ std::vector<ShownPrediction> shownIterations(const ComparisonResult& result) {
 }
 
 // Per iteration the MaxSub index so far, the total MaxSub so far, and the scores it is the sum of.
+// The index (MSI, "Area") is the sum of these totals.
 void reportIterations(const ComparisonResult& result, Report& report) {
     report.report(ReportLevel::Results, "Iter   Area    MS\n");
     double index = 0.0;

@@ -1,6 +1,5 @@
-// The parts of the RasMol scripts that can be looked at on their own.
-//
-// The writer and its tests include it; other rooms know the scripts by resultfiles.h.
+// The parts of the RasMol scripts that can be looked at on their own.  The writer and its tests
+// include it; other rooms know the scripts by resultfiles.h.
 #pragma once
 
 #include <span>

@@ -26,12 +26,14 @@ std::string_view sizeValue(std::string_view line) {
     return trimBlanks(line.substr(kSizeKey.size()));
 }
 
-// All keys of records end in a colon.
+// All keys of records end in a colon, within their first six characters.  REQUIRES: the line is not
+// empty; a line has at least its end.
 bool isRecord(std::string_view line) {
     constexpr std::size_t kLongestKey = 6;
     return line.front() != '#' && line.substr(0, kLongestKey).find(':') != std::string_view::npos;
 }
 
+// The precision of "%.*s" is an int.
 int printedLength(std::string_view text) {
     return static_cast<int>(std::min(text.size(), RecordLines::kLongestRecord));
 }

@@ -1,5 +1,9 @@
 // What the distance file and the MaxSub file have in common: lines that begin with a key, a size
 // record and chain records at the front, IDs that name matrix rows, and the way they are written.
+//
+// Parsers return a FormatError for the first record that they cannot take, and no line is logged:
+// the driver decides what becomes of the run.  What is missing at the end is told pair by pair, in
+// ERROR lines (FaultReport), of which there may be a million.
 #pragma once
 
 #include <cstdint>
@@ -36,8 +40,7 @@ class RecordLines {
     std::size_t ignored_ = 0;  // characters
 };
 
-// For a file, called `kind` in messages, that cannot be read.
-// Messages that more than one reader gives.
+// Messages that more than one reader gives: for a file, called `kind`, that cannot be opened.
 FormatError cannotOpen(const char* kind, const std::string& path);
 
 // `text` is that of a message up to the line that is at fault; the line follows in quotes.
@@ -71,7 +74,7 @@ class IdIndex {
     static constexpr std::uint32_t kNone = UINT32_MAX;
 
  private:
-    // by ID, kNone where no row has it
+    // By ID, kNone where no row has it.
     std::vector<std::uint32_t> small_;
     std::map<std::uint32_t, std::uint32_t> large_;  // no hash that a file could make degenerate
 };

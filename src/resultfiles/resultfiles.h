@@ -1,5 +1,10 @@
 // Files that hold the results of a run: the distance file and the MaxSub file, which a later run
 // reads back instead of comparing structures, and the RasMol scripts that show a superposition.
+//
+// Their forms are given to the byte, and other programs write and read them too; docs/formats.md
+// describes them.  What nothing reads back, and what options of two dashes ask for, is in the room
+// `export`.  A file is written beside its name and renamed when it is complete (base/file.h), so
+// that a reader never sees half of one.
 #pragma once
 
 #include <cstdint>
@@ -38,8 +43,8 @@ FileOutcome writeDistanceFile(const std::string& path, const ChainList& chains,
                               const DistanceMatrix& matrix, std::span<const std::uint32_t> ids,
                               Log& log);
 
-// The tables of these files are as large as their size records say, which parsers compare with the
-// memory of the machine before they take any.
+// What a distance file says, of however many models.  Its matrix is as large as the size record
+// says, which is compared with the memory of the machine before any is taken.
 struct DistanceFile {
     DistanceMatrix matrix;           // N x N, symmetric; 0 on the diagonal, which files do not give
     std::vector<std::uint32_t> ids;  // one a row, by first appearance in the file

@@ -21,8 +21,8 @@ namespace tervolanda {
 
 namespace {
 
-// What the spool holds of a pair of models; its runs follow.
-// Written as it lies in memory: only this process reads it back.
+// What the spool holds of a pair of models; its runs follow.  Written as it lies in memory: only
+// this process reads it back.
 struct SpoolRecord {
     Superposition superposition;
     std::uint64_t runs = 0;

@@ -1,4 +1,5 @@
-// What a TransformationSpool holds, for the writer of the full MaxSub file.
+// What a TransformationSpool holds, for the writer of the full MaxSub file.  Filled while a batch
+// runs, by its consuming thread alone, and read when the batch is over.
 #pragma once
 
 #include <cstdint>
@@ -53,7 +54,7 @@ class TransformationSpool::Storage {
     std::uint64_t end_ = 0;
     bool failed_ = false;
     std::span<const CoordinateSet> models_;
-    std::vector<Pair> pairs_;    // row by row below the diagonal
+    std::vector<Pair> pairs_;    // row by row below the diagonal: index()
     std::vector<PairRun> runs_;  // scratch
 };
 

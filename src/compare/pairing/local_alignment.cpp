@@ -1,9 +1,11 @@
 // The classical three-state dynamic programme: the best score of an alignment that ends in a cell
-// with its two residues paired, with a skipped column, or with a skipped row.  Only two rows of
-// scores are kept; the way back needs one byte a cell.
+// with its two residues paired, with a skipped column, or with a skipped row (Smith & Waterman
+// 1981, with the gaps of Gotoh 1982).  Rows are residues of the prediction, columns those of the
+// experiment.  Only two rows of scores are kept; the way back needs one byte a cell.
 //
-// Smith & Waterman 1981 with the gaps of Gotoh 1982.  The scores are single precision: similarities
-// come from geometry, and ties are decided by the order of the comparisons, which is fixed.
+// A row is filled by a kernel (pairing_kernels.h), with the same bits on every processor.  The
+// scores are single precision: similarities come from geometry, and ties are decided by the order
+// of the comparisons, which is fixed.
 #include "compare/pairing/local_alignment.h"
 
 #include <algorithm>
@@ -48,6 +50,9 @@ AlignmentRow LocalAligner::rowOf(std::size_t i, float open, float affine) {
             .affine = affine};
 }
 
+// From the end of the best alignment up and to the left, until a cell in which none ends with a
+// positive score.  Pairs come in reverse; a pair of similarity 0 joins two stretches and is no
+// pair.
 void LocalAligner::traceBack(Cell end, std::vector<AlignedPair>& pairs) const {
     using namespace steps;
     // Counted from 1: the border of the matrix is 0.

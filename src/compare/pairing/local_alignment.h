@@ -1,4 +1,8 @@
 // Local alignment of two chains by a matrix of similarities.
+//
+// For pairing by structure, where nothing is known of residue numbers: the first pairing aligns
+// scores of fragments, every later one similarities by distance (sequence_independent.cpp).
+// Sequences are aligned globally and in whole numbers, by sequence_alignment.h.
 #pragma once
 
 #include <cstddef>

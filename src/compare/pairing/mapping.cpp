@@ -54,8 +54,7 @@ void reserve(std::size_t residues, CoordinateSet& set) {
     set.sequence.reserve(residues);
 }
 
-// A blank after every 10 letters and a line break after every 60.
-// As databanks print sequences, ten and sixty.
+// A blank after every 10 letters and a line break after every 60, as databanks print sequences.
 std::string inFastaForm(std::string_view letters) {
     std::string text;
     for (std::size_t i = 0; i < letters.size(); ++i) {
@@ -183,7 +182,9 @@ void mapByPosition(const CoordinateSet& experiment, const CoordinateSet& predict
     mapping.collectPairs();
 }
 
-// Enough for models of one target: what lies between the ends is not compared.
+// Enough for models of one target: what lies between the ends is not compared, and two chains that
+// lack different residues in the middle pair wrongly.  That is the rule by which RMSD runs pair,
+// and what it saves is a walk along both chains for each of N^2 pairs.
 bool haveSameEnds(const CoordinateSet& experiment, const CoordinateSet& prediction) {
     return experiment.size() == prediction.size() &&
            experiment.firstResidue == prediction.firstResidue &&

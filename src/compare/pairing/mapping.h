@@ -1,4 +1,6 @@
-// Which residue of the prediction belongs to which of the experiment.
+// Which residue of the prediction belongs to which of the experiment, by number or by position.  By
+// structure it is StructureMapper (sequence_independent.h), by sequence SequencePairing; both end
+// in a ResidueMapping, too, and who searches does not know where that came from.
 #pragma once
 
 #include <cstdint>

@@ -19,6 +19,8 @@ namespace tervolanda {
 class Report;
 struct HeavyAtoms;
 
+// Which atoms of a residue become records: the C-alpha atom, or N, CA, C and O as far as they are
+// there.  A residue without any of them has no record.
 enum class AtomSelection : std::uint8_t { Calpha, Backbone };
 
 // The selected atoms of a chain, a record each, in chain order.  All arrays have one entry a record

@@ -1,9 +1,13 @@
 // Two assignments.  With full backbones, the hydrogen bonds between peptide groups decide (Kabsch &
 // Sander 1983): a helix is two consecutive turns, bonds from the CO of residue i to the NH of
 // residue i + n; a strand is a run of bridges, pairs of residues held together by bonds in one of
-// four patterns.  Hydrogens are placed, since most files have none.  With C-alpha atoms alone, a
-// helix shows in the distances along the chain, and a strand in the distances along the chain and
-// to a neighbouring strand.
+// four patterns.  Hydrogens are placed, since most files have none.
+//
+// With C-alpha atoms alone, a helix shows in the distances along the chain, and a strand in the
+// distances along the chain and to a neighbouring strand.  A chain of which some residues are
+// complete has both: each residue gets its letter by what it has.
+//
+// The letters are shown beside an alignment by structure; nothing is computed from them.
 #include "compare/pairing/secondary_structure.h"
 
 #include <algorithm>
@@ -33,7 +37,9 @@ constexpr double kBondEnergy = -0.5;       // kcal/mol; a hydrogen bond has less
 constexpr double kLowestEnergy = -9.9;     // kcal/mol; of atoms that nearly coincide
 constexpr double kSmallestDistance = 0.5;  // Å; atoms nearer than this nearly coincide
 
-// Visits all pairs a < b of `residues` whose places are nearer than `cutoff`, by a sweep along x.
+// Visits all pairs a < b of `residues` whose places are nearer than `cutoff`, by a sweep along x,
+// in which only those are looked at that are near in x.  The order of the visits is that of x; who
+// visits must not depend on it.
 template <typename Visitor>
 void forNearPairs(const std::vector<Vec3>& places, std::vector<std::uint32_t> residues,
                   double cutoff, const Visitor& visit) {
@@ -99,7 +105,8 @@ Backbone backboneOf(const Chain& chain) {
     return backbone;
 }
 
-// The two strongest hydrogen bonds of every NH group.
+// The two strongest hydrogen bonds of every NH group, as many as Kabsch and Sander keep.
+//
 // Invariant: of each NH group the two bonds of lowest energy are kept, the strongest first, of
 // equal ones that with the earlier acceptor; an energy of 0 stands for none.
 class HydrogenBonds {
@@ -180,7 +187,13 @@ struct Bridge {
 };
 
 // The bridges, ordered by kind, first and second residue.  Each is found from its bonds: the NH of
-// d bonded to the CO of a is half of three possible patterns.
+// d bonded to the CO of a is half of three possible patterns.  With i and j for the residues of the
+// bridge and x -> y for the NH of x bonded to the CO of y:
+//   parallel      i -> j - 1 and j + 1 -> i     (here a + 1 is j and d is i)
+//   antiparallel  i -> j and j -> i             (a and d themselves)
+//   antiparallel  i + 1 -> j - 1 and j + 1 -> i - 1
+// A fourth pattern is the parallel one with i and j exchanged, and is found from its own bond.  An
+// antiparallel bridge is found from each of its two bonds; duplicates are dropped.
 std::vector<Bridge> findBridges(const Backbone& backbone, const HydrogenBonds& bonds) {
     std::vector<Bridge> bridges;
     const auto isInside = [&](std::size_t i) {
@@ -242,7 +255,7 @@ void markStrands(const Backbone& backbone, const std::vector<Bridge>& bridges,
 }
 
 // Marks the residues inside two consecutive turns of `turn` residues as `letter`, where all of
-// them are among `over`.
+// them have one of the letters `over` so far: that is how one kind of structure outranks another.
 void markHelices(const Backbone& backbone, const HydrogenBonds& bonds, std::size_t turn,
                  char letter, std::string_view over, std::string& letters) {
     const auto startsTurn = [&](std::size_t i) {
@@ -285,8 +298,8 @@ constexpr double kExtended = 5.9;       // neighbours of a strand residue are fu
 constexpr double kNearStrand = 5.7;     // a residue of the next strand is nearer
 constexpr double kNearNeighbour = 6.0;  // and so are the two residues on either side
 
-// The assignment by C-alpha atoms.
-// Missing residues end a helix or a strand: only joined ones are looked at together.
+// The assignment by C-alpha atoms.  Missing residues end a helix or a strand: only joined ones,
+// whose numbers follow each other and whose distance is that of neighbours, are looked at together.
 class CalphaStructure {
  public:
     explicit CalphaStructure(const Chain& chain) : letters_(chain.residues.size(), kCoil) {

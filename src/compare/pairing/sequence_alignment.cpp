@@ -1,6 +1,10 @@
 // The three-state dynamic programme over whole sequences: the best score of an alignment that ends
 // with two residues paired, with a skipped experiment residue, or with a skipped prediction
-// residue.  Rows are prediction residues, columns experiment residues.
+// residue.  Rows are prediction residues, columns experiment residues.  Scores are whole numbers,
+// so that a tie is a tie on every machine.
+//
+// Only a row of scores is kept and a byte a cell for the way back.  Equal sequences, most of what a
+// list has, are paired without either.
 #include "compare/pairing/sequence_alignment.h"
 
 #include <algorithm>
@@ -136,6 +140,8 @@ void SequenceAligner::fillRow(std::string_view experiment, std::string_view pred
     }
 }
 
+// From the ends of both sequences to their beginnings, numbering columns down from -1; at the end
+// all are shifted, so that they count from 0.
 void SequenceAligner::traceBack(std::size_t experimentLength, std::size_t predictionLength,
                                 AlignedColumns& aligned) const {
     aligned.experiment.resize(experimentLength);

@@ -1,4 +1,7 @@
-// Global alignment of two sequences.
+// Global alignment of two sequences, for pairing residues by sequence (sequence_pairing.h).
+//
+// Global, because models of a protein have the same sequence but for tags, mutations and lost ends;
+// a local alignment would leave residues at the ends unpaired where they differ.
 #pragma once
 
 #include <cstddef>

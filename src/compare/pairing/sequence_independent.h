@@ -1,4 +1,8 @@
-// Pairing residues by structure instead of by number.
+// Pairing residues by structure instead of by number: for chains of other sequence, or numbered in
+// another way.
+//
+// The search asks for starts, superposes each as it would any mapping, and lets mapByDistance()
+// pair anew by what it has found, pass by pass (compare/passes.cpp).
 #pragma once
 
 #include <cstdint>
@@ -12,7 +16,7 @@
 
 namespace tervolanda {
 
-// What is to be mapped.
+// What is to be mapped, and how; all that it refers to is lent for the call.
 struct MappingTask {
     const CoordinateSet& experiment;
     const CoordinateSet& prediction;

@@ -11,8 +11,8 @@ namespace tervolanda {
 
 namespace {
 
-// One after the last record of the residue whose records begin at `first`.
-// Records of a residue follow each other, one by C-alpha atoms and up to four by backbone.
+// One after the last record of the residue whose records begin at `first`.  Records of a residue
+// follow each other, one by C-alpha atoms and up to four by backbone.
 std::size_t endOfResidue(const CoordinateSet& set, std::size_t first) {
     std::size_t end = first + 1;
     while (end < set.size() && set.residueKey[end] == set.residueKey[first])

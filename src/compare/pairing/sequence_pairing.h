@@ -1,4 +1,8 @@
-// Pairing residues by their sequences instead of by number.
+// Pairing residues by their sequences instead of by number (--pair=sequence).
+//
+// The sets of both chains get the columns of their alignment for residue keys, and all that pairs
+// by key goes on unchanged.  What a user sees are the numbers of the chains, which stay as they
+// are.
 #pragma once
 
 #include <cstddef>

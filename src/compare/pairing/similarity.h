@@ -1,4 +1,6 @@
-// Similarities of the residues of two chains, by which they are aligned.
+// Similarities of the residues of two chains, by which they are aligned, and where they can be
+// seen: the interfaces between who computes them (residue_similarity.h), who aligns by them
+// (local_alignment.h) and who shows them (a sink of another room).
 #pragma once
 
 #include <cstddef>

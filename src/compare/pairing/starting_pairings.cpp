@@ -1,9 +1,11 @@
 // The pairing by shape compares residues by seven neighbours each, which is enough for chains of
 // one family.  Where it is not (helices are all alike, and two of them fit in many ways) other
 // starts are looked for.  Shifting one chain along the other finds what matches without gaps;
-// fragments superposed in turn find what one rigid motion explains.  What they promise is judged
-// roughly, by some rounds of fitting and aligning; what comes of the best of them, only a search
-// can tell.
+// fragments superposed in turn find what one rigid motion explains.
+//
+// What they promise is judged roughly, by some rounds of fitting and aligning; what comes of the
+// best of them, only a search can tell.  Every candidate is judged by the same yardstick, the
+// TM-score by the length of the shorter chain, so that those of both kinds can be sorted together.
 #include "compare/pairing/starting_pairings.h"
 
 #include <algorithm>
@@ -168,6 +170,8 @@ void StartingPairings::considerFragments() {
     }
 }
 
+// Fragments of 20 residues, in steps of a third of that or more, each of one chain on each of the
+// other: at most about 50 x 50 fits, whatever the lengths.
 std::vector<StartingPairings::FragmentStart> StartingPairings::superposeFragments() {
     const std::ptrdiff_t rows = signedSize(prediction_);
     const std::ptrdiff_t columns = signedSize(experiment_);

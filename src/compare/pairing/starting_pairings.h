@@ -1,4 +1,8 @@
 // The pairings of residues that a search without residue numbers begins with.
+//
+// A search only improves what it is given, so that a wrong start ends in a wrong superposition that
+// looks like two proteins without a common fold.  Starts are cheap beside a search: any number of
+// them are judged roughly, and at most four are searched.
 #pragma once
 
 #include <cstddef>
@@ -14,7 +18,7 @@ namespace tervolanda {
 
 using Pairing = std::vector<AlignedPair>;  // rows: prediction, columns: experiment; both ascending
 
-// Scratch of the choice, kept from call to call.
+// Scratch of the choice, kept from call to call; nothing in it means anything between calls.
 struct StartScratch {
     explicit StartScratch(const Kernels& fastest)
         : kernels(fastest),
