@@ -1,4 +1,8 @@
 // The sink that the program uses: an output and an error stream, or a log file in their place.
+//
+// It alone knows terminals, streams and the log file.  Lines arrive in the order in which a Log is
+// called; output is flushed before an error is written, so that the order on a screen is that of
+// events.
 #pragma once
 
 #include <chrono>

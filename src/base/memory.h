@@ -1,6 +1,8 @@
-// How much memory a run may use.
+// How much memory a run may use. main() limits the process to it, and readers of result files
+// refuse sizes that would not fit.
 //
-// main() limits the process to it, and readers of result files refuse sizes that would not fit.
+// Without a limit the system grants any allocation, and ends the process when it cannot keep its
+// promise: nobody would be told why.
 #pragma once
 
 #include <cstdint>

@@ -1,7 +1,8 @@
 // The signals by which a user or a batch system ends a run, and how they wait for a moment.
 //
 // OutputFile holds them while a file has a name that nobody should find, and threads start with
-// them held, so that they reach the thread that owns the files.
+// them held, so that they reach the thread that owns the files.  No handler does more than end the
+// line on the terminal: what a run leaves on the disk is right at every moment.
 #pragma once
 
 #include <array>

@@ -1,4 +1,6 @@
-// How a long computation is ended from outside.
+// How a long computation is ended from outside: by a flag that it looks at now and then.  For
+// callers of the library, as a module for Python, whose users press Ctrl-C; the program itself sets
+// none and is ended by signals.
 #pragma once
 
 #include <atomic>

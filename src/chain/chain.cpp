@@ -1,3 +1,5 @@
+// What follows from the atoms of a chain.
+//
 // Residues are runs of atoms.  They are counted by number and insertion code first, so that a
 // residue whose atoms are scattered over the file shows itself as one run more than there are keys.
 #include "chain/chain.h"

@@ -36,6 +36,8 @@ inline bool clustersByLinkage(ClusterMethod method) {
 // What a matrix holds.  The distance of two models with a similarity s is 1 - s.
 enum class MatrixValues : std::uint8_t { Distances, Similarities };
 
+// What a clustering is asked.  The search begins at `threshold` and goes up by `thresholdStep`
+// until a cluster has the wanted size or `maxThreshold` is reached; both ends are tried.
 struct ClusterSettings {
     ClusterMethod method = ClusterMethod::NeighboursAbsoluteSize;
     MatrixValues values = MatrixValues::Distances;

@@ -1,5 +1,8 @@
 // 3D-Jury (Ginalski et al. 2003, Bioinformatics 19:1015): the model that most others resemble is
 // the best guess at the native structure.  Each resemblance weighs as much as it covers residues.
+//
+// Row i of the scores is relative to the length of model i, so that a short model which matches a
+// part of a long one resembles it, and not the other way round.
 #include <algorithm>
 #include <limits>
 

@@ -1,4 +1,6 @@
-// Puts the merges that a linkage has found in order, as a tree of joins.
+// Puts the merges that a linkage has found in order, as a tree of joins.  A merge names two models,
+// whose clusters join; a join names two children, models or earlier joins, which only sorting
+// shows.
 //
 // Order at equal distances: the order in which the linkage found them.  Single linkage goes through
 // the clusters that join at that distance from the one with the earliest model on, average and

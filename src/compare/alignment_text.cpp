@@ -1,5 +1,5 @@
-// The two sequences one above the other.  Columns are collected in five lines of equal length and
-// written block by block.
+// The two sequences one above the other, as a pairwise run shows which residues were paired.
+// Columns are collected in five lines of equal length and written block by block.
 #include <algorithm>
 
 #include "base/log.h"

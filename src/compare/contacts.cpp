@@ -23,8 +23,8 @@ struct Beta {
 
 constexpr std::size_t kNone = SIZE_MAX;
 
-// The beta atoms of a chain.  A residue that occurs twice counts by its first piece.
-// By key, and by residue of the chain for pairings that do not go by number.
+// The beta atoms of a chain, found by key or, for pairings that do not go by number, by residue of
+// the chain.  A residue that occurs twice counts by its first piece.
 struct BetaSet {
     std::vector<Beta> atoms;
     std::unordered_map<std::int32_t, std::size_t> byKey;

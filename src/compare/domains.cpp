@@ -1,6 +1,10 @@
 // A prediction can match the experiment well in one domain and badly in another.  The search is
 // repeated among the residues that no earlier search matched, so that each finds a further rigid
 // superposition; scores and pairs add up.
+//
+// Scores of all iterations are divided by the length of the whole experiment, and so can be added:
+// what two halves score, each moved by itself, is what the whole would score if it were one rigid
+// body.
 #include <algorithm>
 
 #include "base/log.h"

@@ -1,5 +1,6 @@
 // The MaxSub search (Siew et al. 2000) with its TM-score (Zhang & Skolnick 2004): the largest
-// subset of residue pairs that superpose within a distance cut-off.
+// subset of residue pairs that superpose within a distance cut-off.  The way from the whole chains
+// down to one search is described in search.h.
 #pragma once
 
 #include <cstddef>

@@ -28,6 +28,20 @@ void rotate(const Rotation& r, Points& points) {
     }
 }
 
+// Pairs the records, into scratch.mapping.  Models of one target pair by position, which costs no
+// look-up; see haveSameEnds() for what that takes for granted.
+void mapResidues(const CoordinateSet& experiment, const CoordinateSet& prediction,
+                 const RmsdOptions& options, ComparisonScratch& scratch, Report& report) {
+    if (options.pairBySequence) {
+        const auto keyed = scratch.sequencePairing.align(experiment, prediction, report);
+        mapByResidue(keyed.experiment, keyed.prediction, scratch.mapping, report);
+    } else if (!options.pairByNumber && haveSameEnds(experiment, prediction)) {
+        mapByPosition(experiment, prediction, scratch.mapping);
+    } else {
+        mapByResidue(experiment, prediction, scratch.mapping, report);
+    }
+}
+
 // The pairs whose prediction record is a C-alpha atom.
 void collectCalphaPairs(const CoordinateSet& prediction, const std::vector<MatchedPair>& mapped,
                         std::vector<MatchedPair>& calphas) {
@@ -66,15 +80,8 @@ void compareRmsd(const CoordinateSet& experiment, const CoordinateSet& predictio
     result.superposition = Superposition{};
     result.measures.clear();
     ComparisonScratch& scratch = workspace.scratch();
-    ResidueMapping& mapping = scratch.mapping;
-    if (options.pairBySequence) {
-        const auto keyed = scratch.sequencePairing.align(experiment, prediction, report);
-        mapByResidue(keyed.experiment, keyed.prediction, mapping, report);
-    } else if (!options.pairByNumber && haveSameEnds(experiment, prediction)) {
-        mapByPosition(experiment, prediction, mapping);
-    } else {
-        mapByResidue(experiment, prediction, mapping, report);
-    }
+    const ResidueMapping& mapping = scratch.mapping;
+    mapResidues(experiment, prediction, options, scratch, report);
     collectCalphaPairs(prediction, mapping.pairs, result.matched);
     result.pairs = static_cast<std::uint32_t>(result.matched.size());
     if (!options.measures.wanted.isEmpty()) {

@@ -1,6 +1,8 @@
 // What one MaxSub search is asked, and what it finds.
 //
-// domains.cpp makes the tasks, one for each iteration; maxsub.cpp and passes.cpp carry them out.
+// Four layers, each of which knows only the next: domains.cpp repeats the search among what is left
+// and adds up; maxsub.cpp pairs the residues and chooses among starts; passes.cpp finds a subset,
+// scores it and may pair anew; seed_search.cpp finds the best subset of given pairs.
 #pragma once
 
 #include <cstddef>

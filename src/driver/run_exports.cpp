@@ -81,23 +81,23 @@ void checkExports(const Settings& settings) {
 
 void RunExports::startPair(const Chain& experiment, const Chain& prediction) {
     if (!isWanted()) return;
-    addInput(experiment, false);
-    addInput(prediction, false);
+    addInput(experiment);
+    addInput(prediction);
     start();
 }
 
 void RunExports::startList(const Chain& experiment, const ChainList& models) {
     if (!isWanted()) return;
-    addInput(experiment, false);
+    addInput(experiment);
     for (const Chain& model : models.chains)
-        addInput(model, true);
+        addModel(model);
     start();
 }
 
 void RunExports::startAll(const ChainList& models) {
     if (!isWanted()) return;
     for (const Chain& model : models.chains)
-        addInput(model, true);
+        addModel(model);
     start();
 }
 
@@ -115,11 +115,15 @@ void RunExports::startMatrix(const std::vector<std::uint32_t>& ids, const ChainL
     start();
 }
 
-void RunExports::addInput(const Chain& chain, bool hasId) {
+void RunExports::addInput(const Chain& chain) {
     inputs_.chains.push_back(&chain);
-    InputStructure input = inputOf(chain);
-    if (hasId) input.id = chain.number;
-    inputs_.structures.push_back(std::move(input));
+    inputs_.structures.push_back(inputOf(chain));
+}
+
+// Of a list, whose models have IDs.
+void RunExports::addModel(const Chain& model) {
+    addInput(model);
+    inputs_.structures.back().id = model.number;
 }
 
 void RunExports::setInputs() {

@@ -69,7 +69,8 @@ class RunExports final : public PairViewer {
     void start();
     // Those of the forms that have all of these traits.
     void makeFiles(unsigned traits);
-    void addInput(const Chain& chain, bool hasId);
+    void addInput(const Chain& chain);
+    void addModel(const Chain& model);
     void take(const ComparedPair& pair);
     // Hands the pairs of medoids to the files that show models laid over them.
     void superposeClusters(const RunResults& results);

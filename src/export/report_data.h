@@ -1,8 +1,21 @@
 // What the page of --report shows, and the parts of its JSON, a file of this room for each.
 //
 // The page is one block of JSON and a script (report_template.cpp) that makes tables and pictures
-// of it; docs/formats.md does not describe the block, which only that script reads.  Keys and their
-// order are therefore free to change, together with the script.
+// of it.  Nobody but that script reads the block, so that keys and their order may change, together
+// with it.  Objects have these, those in brackets where there is something to show:
+// title     of the page
+// facts     pairs [name, value]: command, version, counts
+// tables    {title, [note], [last], columns, rows}; a column is {name, [digits], [header],
+// [cluster], [bar], [about]}, and a row has a value for each
+// [names]   of the models of a list, in matrix order, and with it
+// [matrix]  {of, high, width, cells}: what it shows, whether high is good, and the cells packed
+// (report_map.cpp)
+// [clusterOf, unassigned, threshold, tree]   cluster of each model, joins as [first, second,
+// distance]
+// [scores]  {of, values}: of a list against an experiment
+// [pair]    {title, [cutoff], residues, alignment, [traces], [motions]}: the best superposition; a
+// residue is [name 1, name 2, distance, in the subset, domain], an atom of a trace [x, y, z, in the
+// subset], Å
 #pragma once
 
 #include <cstddef>

@@ -1,8 +1,14 @@
 // The page of --report around its data: style, frame and script.  They are text of this program and
 // no files beside it, so that a page is one file, made by one file, and an installed program cannot
-// meet a template of another version.  The page asks nothing of any network (its policy forbids the
-// browser to), and what comes from outside reaches it as JSON alone: the script shows it as text,
-// never as markup.
+// meet a template of another version.
+//
+// The page asks nothing of any network (its policy forbids the browser to), and what comes from
+// outside reaches it as JSON alone: the script shows it as text, never as markup.  It needs a
+// browser of 2020 or later and no library; tests/viewers opens pages in one and looks at what is
+// shown.
+//
+// The literals are cut where something is to be said of the script that a page need not carry. What
+// `data` holds is described in report_data.h.
 //
 // More than 400 lines: style, frame and script are one page, and name each other's classes and
 // keys.
@@ -98,7 +104,8 @@ pre { font: 13px/1.35 ui-monospace, monospace; margin: .4rem 0; }
 <script type="application/json" id="data">
 )page";
 
-const std::string_view kReportTail = R"page(
+const std::string_view kReportTail =
+    R"page(
 </script>
 <script>
 "use strict";
@@ -107,7 +114,10 @@ const page = document.querySelector("main");
 const COLOURS = [0, 1, 2, 3, 4, 5].map((i) => `var(--c${i})`); // after Okabe and Ito, readable as text
 const GREY = "var(--grey)";
 
-function fill(element, attributes, children) {
+)page"
+    // Elements are made by make(), those of pictures by draw(); children are elements or texts.
+    // Nothing is ever parsed as markup.
+    R"page(function fill(element, attributes, children) {
   for (const [name, value] of Object.entries(attributes)) element.setAttribute(name, value);
   element.append(...children);
   return element;
@@ -133,14 +143,21 @@ function sideBySide(parent = page) {
   return row;
 }
 
-// --- Clusters have colours, the largest first; what stands alone is grey ---
+)page"
+    // The same colour stands for a cluster in the table, in the tree and beside the matrix.  There
+    // are six, and then they come again: more would not be told apart.
+    R"page(// --- Clusters have colours, the largest first; what stands alone is grey ---
 const sizes = new Map();
 for (const cluster of data.clusterOf ?? []) sizes.set(cluster, (sizes.get(cluster) ?? 0) + 1);
 const coloured = new Map([...sizes].filter(([cluster, size]) => size > 1 && cluster !== data.unassigned)
   .sort((a, b) => b[1] - a[1] || a[0] - b[0]).map(([cluster], i) => [cluster, COLOURS[i % COLOURS.length]]));
 const colourOf = (cluster) => coloured.get(cluster) ?? GREY;
 
-// --- Tables, sorted by the buttons of their headings ---
+)page"
+    // A column says what it is (report_data.h): the number of decimals makes its values numbers,
+    // and without it they are texts.  Sorting moves the rows that are there, so that nothing is
+    // made twice; what is missing comes last either way.
+    R"page(// --- Tables, sorted by the buttons of their headings ---
 function cellOf(column, value) {
   const isText = column.digits === undefined;
   const cell = make(column.header ? "th" : "td", column.header ? {scope: "row"} : {});
@@ -193,7 +210,10 @@ function addTable(part, {title, columns: allColumns, rows: allRows}) {
   if (rows.length > 24) part.append(make("p", {class: "soft screen"}, `${rows.length} rows: the table scrolls.`));
 }
 
-// --- Axes ---
+)page"
+    // Ticks are multiples of a round step, 1, 2 or 5 times a power of ten, and not sums of it: a
+    // sum of tenths would show as 0.30000000000000004.
+    R"page(// --- Axes ---
 function steps(low, high, most) {
   const raw = (high - low || 1) / most, power = 10 ** Math.floor(Math.log10(raw));
   const step = power * [1, 2, 5, 10].find((factor) => factor * power >= raw);
@@ -202,7 +222,15 @@ function steps(low, high, most) {
   return ticks;
 }
 
-// --- The tree: leaves from top to bottom, the root on the left ---
+)page"
+    // Items of the tree are as `Join` has them (cluster.h): a model from 0, or -(k + 1) for join k.
+    // The order of the leaves, by which the matrix is drawn as well, is depth first with the first
+    // child on top, so that joined models stand beside each other; without a tree it is cluster by
+    // cluster.  Neither walk is recursive, as a tree of 2,000 models may be 2,000 deep.
+    //
+    // Lines of one colour are one path: two thousand elements of their own would make the page
+    // slow.  A join without a distance is drawn at the root's end.
+    R"page(// --- The tree: leaves from top to bottom, the root on the left ---
 function leafOrder() {
   if (!data.tree?.length) {
     return data.names.map((_, i) => i).sort((a, b) => (data.clusterOf?.[a] ?? 0) - (data.clusterOf?.[b] ?? 0) || a - b);
@@ -251,7 +279,12 @@ function treePicture(order, row, width) {
   return svg;
 }
 
-// --- The heat map ---
+)page"
+    // A canvas with a pixel a cell, which the browser enlarges: four million rectangles would not
+    // be shown at all.  The colours are five stops of viridis, which rises evenly in lightness and
+    // so reads in grey as well.  Whoever cannot see the picture goes from cell to cell by arrow
+    // keys, and has each read out.
+    R"page(// --- The heat map ---
 const DIGITS = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 function readCells({cells, width}) { // thousandths in base 64, all digits set for none
   const place = new Uint8Array(128);
@@ -336,7 +369,10 @@ function addMap(values) {
       + (hasTree && isCutShown() ? " The dashed line cuts the tree into clusters; a model that stands alone is grey." : ""))));
 }
 
-// --- Histogram, with bars that begin at round numbers ---
+)page"
+    // Bins are as wide as the steps of the axis, so that a value at a tick is in the bar to its
+    // right; the small number added makes up for divisions that end just below a whole number.
+    R"page(// --- Histogram, with bars that begin at round numbers ---
 const median = (values) => Float64Array.from(values).sort()[values.length >> 1];
 function addHistogram(values, of, what, parent) {
   if (values.length < 2) return;
@@ -364,7 +400,10 @@ function addHistogram(values, of, what, parent) {
   section("Histogram", "", parent).append(make("figure", {}, svg, make("figcaption", {}, summary)));
 }
 
-// --- Distances along the chain ---
+)page"
+    // One bar for each residue of the experiment, in chain order, and pointing at one marks its
+    // place in the traces beside it (`mark`).
+    R"page(// --- Distances along the chain ---
 // A residue: [name 1, name 2, distance or null, in the subset, domain]; names are "" in gaps.
 function addDistances(part, pair, mark) {
   const shown = pair.residues.filter((residue) => residue[0] !== "");
@@ -422,7 +461,12 @@ function addDistances(part, pair, mark) {
     ` Colours are domains${grey ? ", grey is outside of them" : ""}; the strip below shows the matched stretches${pair.cutoff ? ", the dashed line the cut-off." : "."}`)));
 }
 
-// --- Both traces, laid over each other, on a canvas that turns ---
+)page"
+    // A projection without perspective onto the plane of the two longest directions of the
+    // experiment, which is how most of a protein is seen at once.  Segments are painted from back
+    // to front; there is no depth buffer, and none is needed for lines.  Atoms more than 4.2 Å
+    // apart are no neighbours, and the line between them is dashed.
+    R"page(// --- Both traces, laid over each other, on a canvas that turns ---
 function addTrace(part, traces) { // each a list of [x, y, z, highlighted]; the middle is the origin
   const canvas = make("canvas", {class: "trace", tabindex: "0", role: "img",
     "aria-label": "C-alpha traces of experiment (blue) and prediction (green), laid over each other. Arrow keys turn, plus and minus zoom, 0 begins anew."});
@@ -527,7 +571,9 @@ function addTrace(part, traces) { // each a list of [x, y, z, highlighted]; the 
   return (residues) => { marked = residues; paint(); };
 }
 
-function addAlignment(part, rows) {
+)page"
+    // In groups of ten and lines of sixty, as the program prints it.
+    R"page(function addAlignment(part, rows) {
   const lines = [];
   for (let at = 0; at < rows[0].length; at += 60) {
     const [first, marks, second] = rows.map((row) => row.slice(at, at + 60).replace(/.{10}(?=.)/g, "$& "));
@@ -576,7 +622,10 @@ function addPair(pair, figures) {
   part.append(details);
 }
 
-// --- In short: the answers that a reader looks for first ---
+)page"
+    // A few figures above all else, for readers who look for one number.  They are taken out of the
+    // tables by the names of their columns, so that they cannot differ from these.
+    R"page(// --- In short: the answers that a reader looks for first ---
 const FAILURES = {no_pairs: "No residues could be paired, so that nothing was superposed. Are the residues numbered alike?",
   no_fit: "No superposition was found.", not_significant: "What was superposed is too little to count."};
 function cards(tables, values) {
@@ -601,7 +650,10 @@ function cards(tables, values) {
   return make("ul", {class: "cards"}, ...found.map(([value, about]) => make("li", {}, make("b", {}, String(value)), make("span", {}, about))));
 }
 
-// --- The page ---
+)page"
+    // From above: title, command and facts, figures; ranking and histogram beside each other; the
+    // map; the other tables; the superposition; what was skipped comes last.
+    R"page(// --- The page ---
 document.title = short(data.title, 120);
 const tables = data.tables.filter((one) => !one.last), [main, ...others] = tables;
 const scores = data.matrix ? readCells(data.matrix) : null, count = data.names?.length;

@@ -62,7 +62,7 @@ struct InputStructure {
     bool isSegment = false;              // the name is a segment's, and the chain has none
     std::optional<std::size_t> length;   // residues
     std::optional<double> meanBFactor;   // of the C-alpha atoms, Å²; in predictions the pLDDT
-    std::optional<std::uint32_t> crc32;  // of the file's text; of a gzip file, decompressed
+    std::optional<std::uint32_t> crc32;  // of the file as it lies on the disk
 };
 
 // A file of a list that is no model of the run.

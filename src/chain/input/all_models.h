@@ -1,6 +1,6 @@
-// The models of one entry as structures of their own.
-//
-// For lists read with --model=all; model_list.cpp calls it in place of readChain().
+// The models of one entry as structures of their own: of an NMR ensemble, or of a predictor that
+// writes its models into one file.  For lists read with --model=all; model_list.cpp calls it in
+// place of readChain().
 #pragma once
 
 #include <string>

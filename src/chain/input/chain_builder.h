@@ -17,8 +17,7 @@
 
 namespace tervolanda {
 
-// What a file says of a residue.
-// Lent for the call.
+// What a file says of a residue, lent for the call.
 struct ResidueLabel {
     std::string_view chain;  // as the file names it; atoms of one name are of one chain
     FixedText<3> name;

@@ -1,5 +1,6 @@
 // Distances and angles of backbones.  Lengths and angles about the beta carbon are means over known
-// structures, one row a residue type.
+// structures, one row a residue type; for a residue of ideal geometry the angle would be that of a
+// tetrahedron, which glycine and unknown residues have.
 #include "chain/input/chain_geometry.h"
 
 #include <algorithm>
@@ -20,7 +21,9 @@ struct BetaGeometry {
     double length, angle, correction;
 };
 
-// By row of the residue table; glycine and the rows after tyrosine use the last entry.
+// By row of the residue table; glycine and the rows after tyrosine use the last entry.  The angle
+// is that between the bond and the bisector u of placeBeta(): arccos(1 / sqrt 3) in a tetrahedron.
+// A decimal and not std::acos: built atoms must have the same digits everywhere.
 // clang-format off
 constexpr std::array<BetaGeometry, 21> kBetaGeometry = {{
     {1.535, 0.9553234193716161, 0.0},      // GLY
@@ -46,7 +49,6 @@ constexpr std::array<BetaGeometry, 21> kBetaGeometry = {{
     {1.535, 0.9553234193716161, 0.0},      // any other
 }};
 // clang-format on
-// A decimal and not std::acos: built atoms must have the same digits everywhere.
 constexpr double kRadiansPerDegree = 3.14159265358979323846 / 180.0;
 
 }  // namespace
@@ -67,7 +69,8 @@ void markBreaks(Chain& chain) {
     }
 }
 
-// The radius of gyration of globular proteins grows with residues^0.38.
+// The radius of gyration of globular proteins grows with residues^0.38: somewhat faster than that
+// of a ball, whose exponent is 1/3.
 double compactness(const Chain& chain, double parameter) {
     if (chain.residues.empty()) return 0.0;
     const auto residues = static_cast<double>(chain.residues.size());

@@ -1,5 +1,8 @@
 // The checks run in stages over the atoms of a chain.  By default a stage stops at its first fault
 // and later stages are skipped; Checks::reportsAll makes every stage report every fault.
+//
+// The first stage also repairs, so that later ones judge the chain as a comparison would see it.
+// The order of the stages is that of the lines that users know.
 #include "chain/input/checks.h"
 
 #include <cmath>
@@ -15,10 +18,11 @@ namespace tervolanda {
 
 namespace {
 
-// Å: two for a compact chain, so that 1 is compact and 2 is twice as wide.
+// Å, with which compactness() of a compact chain is about 1, and 2 that of one twice as wide.
 constexpr double kCompactnessParameter = 2.0;
 
 // One chain on its way through the stages.
+//
 // Invariant: `valid_` is whether no stage so far has found a fault, and after the first stage
 // `calphas_` has the C-alpha atoms of what is left of the chain, in file order.
 class ChainChecker {
@@ -88,7 +92,7 @@ class ChainChecker {
                    expected, number);
     }
 
-    // Stage 2.
+    // Stage 2: enough C-alpha atoms to compare.
     void checkCalphaCount() {
         if (!valid_ || calphas_.size() >= checks_.minimumCalphas) return;
         fault();
@@ -96,7 +100,7 @@ class ChainChecker {
                    static_cast<int>(calphas_.size()), static_cast<int>(checks_.minimumCalphas));
     }
 
-    // Stage 3.
+    // Stage 3: neighbours among the C-alpha atoms, by number and by distance.
     void checkCalphas() {
         for (std::size_t i = 1; i < calphas_.size() && goesOn(); ++i) {
             const Atom& a = chain_.atoms[calphas_[i - 1]];
@@ -128,7 +132,7 @@ class ChainChecker {
                    chain_.letter(), a.residueNumber, b.residueNumber, d);
     }
 
-    // Stage 4.
+    // Stage 4: one insertion code for all, as files of models have it.
     void checkInsertionCodes() {
         for (const Atom& atom : chain_.atoms) {
             const char first = chain_.atoms.front().insertionCode;
@@ -154,7 +158,7 @@ class ChainChecker {
         report.finish();
     }
 
-    // Stage 6.
+    // Stage 6: breaks between residues (markBreaks()).
     void checkBreaks() {
         buildOnce();
         markBreaks(chain_);
@@ -168,7 +172,7 @@ class ChainChecker {
         }
     }
 
-    // Stage 7.
+    // Stage 7: unfolded, or blown up (compactness()).
     void checkRadius() {
         buildOnce();
         const double value = compactness(chain_, kCompactnessParameter);

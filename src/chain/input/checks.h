@@ -1,6 +1,8 @@
 // Whether a chain can be used.
 //
-// structure_reader.cpp calls it for each chain that a file has, whatever the format.
+// structure_reader.cpp calls it for each chain that a file has, whatever the format.  Which checks
+// run, and their limits, follows from the options of the request (request.h); the program asks for
+// duplicates alone, callers of the library may ask for all.
 #pragma once
 
 #include "chain/input/request.h"

@@ -1,4 +1,5 @@
-// What tells two versions of a file apart, for the records of a run.
+// What tells two versions of a file apart, for the records of a run.  Its bytes as they lie on the
+// disk and not its text: zlib's crc32 and many tools give the same number.
 #include <sys/stat.h>
 #include <zlib.h>
 

@@ -9,6 +9,7 @@ namespace tervolanda {
 
 namespace {
 
+// The four characters as one number: comparing them is one instruction.
 std::uint32_t packedName(const Atom& atom) {
     std::uint32_t packed = 0;
     for (const char c : atom.name.view())

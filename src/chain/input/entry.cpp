@@ -1,7 +1,10 @@
 // See entry.h for the idea.
 //
 // Residues are gathered before they are given on, because the conformer is chosen for a residue as
-// a whole: atoms of different conformers make no residue that exists.
+// a whole: atoms of different conformers make no residue that exists.  A ChainBuilder stands at the
+// end here, too, so that selection, exclusions and limits are those of every other reader; its
+// chains are the parts of the file, and are put together by the author's name when it is known
+// which of them are proteins.
 #include "chain/input/entry.h"
 
 #include <algorithm>
@@ -184,6 +187,7 @@ void EntryBuilder::flush() {
     hasCalpha_ = false;
 }
 
+// What the builder does not take, by selection or limit, is dropped.
 void EntryBuilder::give(const Atom& atom, Model& model) {
     Atom* const taken = model.builder.add(atom.name.view());
     if (taken == nullptr) return;

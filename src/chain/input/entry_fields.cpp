@@ -1,7 +1,5 @@
-// See entry_fields.h.
-//
 // PDB columns are the common form, because the names of atoms are classified by them: " CA " is a
-// carbon and "CA  " calcium.
+// carbon and "CA  " calcium.  mmCIF has names without blanks and the element beside them.
 #include "chain/input/entry_fields.h"
 
 #include <cmath>

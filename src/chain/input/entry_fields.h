@@ -1,4 +1,5 @@
-// What the readers of entries have in common: fields as an Atom has them.
+// What the readers of entries have in common: fields as an Atom has them, which are those of a PDB
+// file's columns.  A field that an Atom cannot hold is a fault, and not cut to what fits.
 #pragma once
 
 #include <cstdint>

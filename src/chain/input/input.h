@@ -1,6 +1,14 @@
 // How structures come in: files of one structure, lists of models, and the residues to leave out.
-// A file's bytes become text, a reader of its format makes atoms of the text, a builder makes
-// chains of the atoms that are wanted, and what the request asks for is checked.
+//
+// A file's bytes become text (structure_text.h), a reader of its format makes atoms of the text
+// (pdb_columns.h, pdb_entry.h, mmcif_atoms.h), a builder makes chains of the atoms that are wanted
+// (chain_builder.h, entry.h), and what the request asks for is checked (checks.h).  Selection,
+// exclusions and checks are the same for all formats.
+//
+// What cannot be used is an ERROR line and an empty result; the caller decides whether the run goes
+// on.  Two ways to read a PDB file live side by side: the lenient one of ATOM records, which
+// programs that make models were written for, and that of entries (EntryRules), which understands
+// what databanks publish.
 #pragma once
 
 #include <cstddef>

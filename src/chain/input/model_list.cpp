@@ -2,8 +2,12 @@
 // other small file that steers reading: which residues to skip.
 //
 // A list may have any number of models, be read by several threads and name the same pipe twice, so
-// files are opened in list order where their bytes come once only, and the limits below keep an
-// endless list from filling the memory.
+// files are opened in list order where their bytes come once only, and limits keep an endless list
+// from filling the memory.
+//
+// Lines about files, IDs and progress come in the order of the list by however many threads it is
+// read: a thread that reads ahead notes what it would have said, and the thread that began says it
+// when the file's turn comes.
 #include <sys/stat.h>
 #include <zlib.h>
 
@@ -70,7 +74,7 @@ bool mayBeReadAside(const std::string& path, bool mayBePacked) {
 // To hear the lines they are written to a log of its own, which passes them on unchanged; when
 // nobody wants the notes (null) the caller's log is used as it is.
 //
-// Invariant: `reason_` belongs to the file being taken; finishFile() empties it for the next.
+// Invariant: `reason_` belongs to the file being taken; its end empties it for the next.
 class UnreadNotes {
  public:
     UnreadNotes(Log& log, std::vector<UnreadModel>* unread)
@@ -85,9 +89,10 @@ class UnreadNotes {
     }
 
     Log& log() { return log_; }
-    // After the lines about a file.
-    void finishFile(std::uint32_t id, const std::string& path, bool isModel) {
-        if (unread_ != nullptr && !isModel) unread_->push_back({id, path, reason_});
+    // After the lines about a file: it is a model, or it is none.
+    void finishModel() { reason_.clear(); }
+    void finishUnread(std::uint32_t id, const std::string& path) {
+        if (unread_ != nullptr) unread_->push_back({id, path, reason_});
         reason_.clear();
     }
 
@@ -180,11 +185,11 @@ std::vector<Chain> ListReading::modelsOf(const File& file, Log& log) const {
 void ListReading::takeFile(const File& file, std::vector<Chain> models) {
     if (models.empty()) {
         const std::uint32_t id = request_.entry.allModels ? ++counter_ : file.id;
-        notes_.finishFile(id, file.path, false);
+        notes_.finishUnread(id, file.path);
         ++tried_;
         return;
     }
-    notes_.finishFile(file.id, file.path, true);
+    notes_.finishModel();
     for (Chain& model : models)
         takeModel(request_.entry.allModels ? ++counter_ : file.id, std::move(model));
 }

@@ -1,5 +1,6 @@
 // Names are put in order by the program itself: that of a folder is the file system's, that of
-// glob() the locale's.
+// glob() the locale's, and a run must not depend on either.  The order decides which ID a model has
+// and which of equal ones is first.
 #include "chain/input/model_paths.h"
 
 #include <glob.h>

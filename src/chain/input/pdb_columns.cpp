@@ -72,6 +72,7 @@ bool namesHydrogen(const FixedText<4>& name) {
     return name[1] == 'H' && (name[0] == ' ' || (name[0] >= '0' && name[0] <= '9'));
 }
 
+// Å, in eight columns from `first` on, with three decimals as a rule.
 double coordinate(const AtomRecord& record, std::size_t first) {
     const std::string_view field = record.columns(first, first + 7);
     return fieldReal(field, packedColumns(field.data()));

@@ -1,4 +1,6 @@
-// Makes atoms of the ATOM records of a PDB file.
+// Makes atoms of the ATOM records of a PDB file: the lenient reading, in which a line that begins
+// with "ATOM" is a record whatever else it holds, and a field that is no number is 0.  Entries have
+// a reader that refuses such fields (pdb_entry.h).
 #pragma once
 
 #include <array>

@@ -1,5 +1,6 @@
 // Makes atoms of the text of a PDB file that is read as an entry: ATOM and HETATM records, between
-// MODEL and ENDMDL.
+// MODEL and ENDMDL. An EntryBuilder takes them and chooses; what is a fault here and what only a
+// missing field is as in mmcif_atoms.h.
 #pragma once
 
 #include <cstdint>

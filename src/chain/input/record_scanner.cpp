@@ -32,19 +32,19 @@ std::size_t findRecord(std::string_view text, std::size_t begin) {
 
 void RecordScanner::append(std::string_view block) {
     if (pending_.empty()) {  // a whole text needs no copy
-        pending_ = block.substr(search(block, false));
+        pending_ = block.substr(search(block, Rest::MayFollow));
         return;
     }
     pending_ += block;
-    pending_.erase(0, search(pending_, false));
+    pending_.erase(0, search(pending_, Rest::MayFollow));
 }
 
 void RecordScanner::finish() {
-    search(pending_, true);
+    search(pending_, Rest::None);
     pending_.clear();
 }
 
-std::size_t RecordScanner::search(std::string_view text, bool isEnd) {
+std::size_t RecordScanner::search(std::string_view text, Rest rest) {
     std::size_t begin = 0;
     for (;;) {
         const std::size_t match = findRecord(text, begin);
@@ -53,11 +53,12 @@ std::size_t RecordScanner::search(std::string_view text, bool isEnd) {
             return std::max(begin, text.size() - std::min(text.size(), kScannedName.size() - 1));
         }
         begin = match;
-        const std::string_view rest = text.substr(match);
-        const std::size_t lineEnd = rest.substr(0, kPdbRecordWidth).find('\n');
-        const bool isComplete = rest.size() >= kPdbRecordWidth || lineEnd != std::string_view::npos;
-        if (rest.size() < kShortestRecord || !(isComplete || isEnd)) return begin;
-        reader_.take(rest.substr(0, lineEnd));
+        const std::string_view record = text.substr(match);
+        const std::size_t lineEnd = record.substr(0, kPdbRecordWidth).find('\n');
+        const bool isComplete = record.size() >= kPdbRecordWidth ||
+                                lineEnd != std::string_view::npos || rest == Rest::None;
+        if (record.size() < kShortestRecord || !isComplete) return begin;
+        reader_.take(record.substr(0, lineEnd));
         ++begin;
     }
 }

@@ -1,7 +1,8 @@
 // Finds records in the text of a compressed PDB file.  Such a text is not taken apart into lines: a
-// record is found wherever it begins.
+// record is found wherever it begins, as users of compressed files have always had it.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -21,8 +22,10 @@ class RecordScanner {
     void finish();
 
  private:
+    // Whether more text may come, with which a record at the end would go on.
+    enum class Rest : std::uint8_t { MayFollow, None };
     // Takes the records in `text`; returns how many characters of it are done with.
-    std::size_t search(std::string_view text, bool isEnd);
+    std::size_t search(std::string_view text, Rest rest);
 
     AtomRecordReader& reader_;
     std::string pending_;  // from the first character that may still begin a record

@@ -1,5 +1,3 @@
-// See repairs.h for when the repairs are made.
-//
 // Removals and built atoms are noted first and made at the end (apply()): positions of atoms stay
 // what they are while the residues are gone through.
 #include "chain/input/repairs.h"

@@ -1,4 +1,5 @@
-// Residues without a whole backbone are removed, and beta carbons that are missing are built.
+// Residues without a whole backbone are removed, and beta carbons that are missing are built: for
+// callers that ask for whole residues (Checks::backbone).  Whatever is done is said in a line.
 #pragma once
 
 #include <cstddef>

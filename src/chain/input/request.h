@@ -1,4 +1,6 @@
 // What the bits of a request say, taken apart: which atoms are kept, and what is checked of them.
+// Callers set bits, as the interface is given; inside the room nobody looks at one (selectionOf(),
+// checksOf()).
 #pragma once
 
 #include <cstdint>

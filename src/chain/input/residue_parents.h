@@ -1,4 +1,6 @@
-// Amino acids that the residue table does not have, by the one that they are made of.
+// Amino acids that the residue table does not have, by the one that they are made of:
+// selenomethionine counts as methionine, phosphoserine as serine.  Only entries use it; the lenient
+// reader of ATOM records knows the table alone.
 #pragma once
 
 #include <string_view>

@@ -350,9 +350,8 @@ void mirror(Matrix<Value>& matrix) {
     }
 }
 
-// Pairs whose outcomes go elsewhere than into matrices.
+// Pairs whose outcomes go elsewhere than into matrices: for the blocks of a run no matrix is made.
 template <typename Searches>
-// For the blocks of a run: no matrix is made.
 class TakenPairs : public Searches {
  public:
     using Outcome = typename Searches::Outcome;
@@ -365,9 +364,9 @@ class TakenPairs : public Searches {
     const TakePair<Outcome>& take_;
 };
 
-// Pairs whose outcomes come from elsewhere than from a comparison.
+// Pairs whose outcomes come from elsewhere than from a comparison: in a merge progress, matrices
+// and recorders are those of the ordinary batch.
 template <typename Pairs>
-// For a merge: progress, matrices and recorders are those of the ordinary batch.
 class GivenPairs : public Pairs {
  public:
     using Outcome = typename Pairs::Outcome;

@@ -60,7 +60,8 @@ struct ComparedPair {
 struct ListedRmsd;
 
 // Sees every pair, in order, after its comparison, with all that is known of it: for output that
-// shows more than matrices and listed figures hold.
+// shows more than matrices and listed figures hold.  It is called by the thread that called the
+// batch, and what it is shown is gone after the call.
 class PairViewer {
  public:
     virtual void seeMaxSub(const ComparedPair& pair, const ComparisonResult& result) = 0;
@@ -83,7 +84,8 @@ class PairViewer {
 // Model i is compared as the experiment with the models before it: (1, 0), (2, 1), (2, 0), (3, 2)
 // and so on.
 
-// Keeps what no matrix holds: superpositions and residue pairs.
+// Keeps what no matrix holds: superpositions and residue pairs.  Called as a PairViewer is, before
+// it.
 class PairRecorder {
  public:
     // Called for every pair, in order, after its comparison.

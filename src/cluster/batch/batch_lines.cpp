@@ -1,4 +1,7 @@
 // What a batch prints besides its results, and how it is shared among threads.
+//
+// Neither has a say in the results: chunks, slots and threads may be any number, and every line but
+// that of the pace is the same.
 #include <algorithm>
 
 #include "base/log.h"

@@ -120,9 +120,10 @@ BatchPair consumePairs(Batch& batch, BatchPair pair, std::span<const Outcome> ou
 }
 
 // A batch computed by several threads: the slots of runInOrder() are chunks of pairs.
-template <typename Batch>
+//
 // Invariant: `next_` and `left_` are touched by claim() alone, which runInOrder() calls by one
 // thread at a time; a chunk belongs to whoever runInOrder() has handed its slot to.
+template <typename Batch>
 class ThreadedBatch {
  public:
     ThreadedBatch(Batch& batch, std::size_t threads, BatchLines& lines, const Report& report)

@@ -1,7 +1,7 @@
-// The loops that a search spends its time in, compiled once for every x86-64
-// processor and once for those with AVX2.  Both give the same bits: the order of every sum stands
-// in the source (four partial sums, added in one order) and nothing is contracted.  No other file
-// knows of instruction sets.
+// The loops that a search spends its time in, compiled once for every processor and, on x86-64,
+// once more for those with AVX2.  Both give the same bits: the order of every sum stands in the
+// source (four partial sums, added in one order) and nothing is contracted.  No other file knows of
+// instruction sets.
 #pragma once
 
 #include <array>

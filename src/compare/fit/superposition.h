@@ -1,5 +1,9 @@
 // The least-squares superposition of paired points (Kabsch 1976, 1978), solved by the quaternion
 // form of the problem (Horn 1987; Theobald 2005).
+//
+// This is the way for one fit, with every case that can occur: points on a line, mirror images,
+// coinciding points, absurd coordinates.  The loops of a search solve eight at a time by the same
+// formulae (kernels.h) and leave to this one what these cannot.
 #pragma once
 
 #include <array>

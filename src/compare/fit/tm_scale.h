@@ -1,4 +1,5 @@
-// The distance scale of the TM-score.
+// The distance scale of the TM-score, d0: at this distance a pair counts half.  It grows with the
+// chain so that unrelated chains score alike whatever their length.
 //
 // For whole chains, for mapped pairs (as a cut-off) and for residues that are paired by distance;
 // the term is used wherever pairs are scored.

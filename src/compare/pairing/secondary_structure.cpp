@@ -181,9 +181,10 @@ class HydrogenBonds {
 
 // Two residues that hydrogen bonds hold side by side.
 struct Bridge {
-    bool isParallel;
+    enum class Kind : std::uint8_t { Antiparallel, Parallel };
+    Kind kind;
     std::size_t first, second;  // first < second
-    auto key() const { return std::tie(isParallel, first, second); }
+    auto key() const { return std::tie(kind, first, second); }
 };
 
 // The bridges, ordered by kind, first and second residue.  Each is found from its bonds: the NH of
@@ -199,16 +200,17 @@ std::vector<Bridge> findBridges(const Backbone& backbone, const HydrogenBonds& b
     const auto isInside = [&](std::size_t i) {
         return i > 0 && i + 1 < backbone.size() && backbone.areJoined(i - 1, i + 1);
     };
-    const auto add = [&](bool isParallel, std::size_t x, std::size_t y) {
+    const auto add = [&](Bridge::Kind kind, std::size_t x, std::size_t y) {
         const std::size_t first = std::min(x, y);
         const std::size_t second = std::max(x, y);
-        if (second - first >= 3) bridges.push_back({isParallel, first, second});
+        if (second - first >= 3) bridges.push_back({kind, first, second});
     };
     bonds.forEach([&](std::size_t d, std::size_t a) {
-        if (isInside(a + 1) && isInside(d) && bonds.has(a + 2, d)) add(true, a + 1, d);
-        if (isInside(a) && isInside(d) && bonds.has(a, d)) add(false, a, d);
+        if (isInside(a + 1) && isInside(d) && bonds.has(a + 2, d))
+            add(Bridge::Kind::Parallel, a + 1, d);
+        if (isInside(a) && isInside(d) && bonds.has(a, d)) add(Bridge::Kind::Antiparallel, a, d);
         if (d > 0 && isInside(a + 1) && isInside(d - 1) && bonds.has(a + 2, d - 2)) {
-            add(false, a + 1, d - 1);
+            add(Bridge::Kind::Antiparallel, a + 1, d - 1);
         }
     });
     std::sort(bridges.begin(), bridges.end(),
@@ -236,12 +238,12 @@ void markStrands(const Backbone& backbone, const std::vector<Bridge>& bridges,
         for (std::size_t y = x + 1; y < bridges.size(); ++y) {
             const Bridge& to = bridges[y];
             const std::size_t onFirst = to.first - from.first;
-            if (to.isParallel != from.isParallel || onFirst > kLongSide) break;
-            const bool forward =
-                from.isParallel ? to.second > from.second : to.second < from.second;
+            if (to.kind != from.kind || onFirst > kLongSide) break;
+            const bool isParallel = from.kind == Bridge::Kind::Parallel;
+            const bool forward = isParallel ? to.second > from.second : to.second < from.second;
             if (onFirst == 0 || !forward) continue;
             const std::size_t onSecond =
-                from.isParallel ? to.second - from.second : from.second - to.second;
+                isParallel ? to.second - from.second : from.second - to.second;
             if (std::min(onFirst, onSecond) > kShortSide || onSecond > kLongSide) continue;
             if (!backbone.areJoined(from.first, to.first)) continue;
             if (!backbone.areJoined(std::min(from.second, to.second),
