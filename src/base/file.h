@@ -1,5 +1,8 @@
 // Files as values: a stream that closes itself, lines of any length, and a result file that takes
 // the place of its older version only when every byte of it has been written.
+//
+// Everything that a run writes goes through an OutputFile, but for the log file and standard
+// output: what is promised of result files is kept in one place.
 #pragma once
 
 #include <cstdio>

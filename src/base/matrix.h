@@ -40,7 +40,7 @@ class Matrix {
         rows_ = rows;
         columns_ = columns;
     }
-    // Takes the memory that an assign() of this shape needs.
+    // Takes the memory that an assign() of this shape needs, without touching it.
     void reserve(std::size_t rows, std::size_t columns) { values_.reserve(rows * columns); }
     std::size_t rows() const { return rows_; }
     std::size_t columns() const { return columns_; }

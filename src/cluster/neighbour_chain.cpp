@@ -140,6 +140,8 @@ void preferLargePages([[maybe_unused]] void* data, [[maybe_unused]] std::size_t 
 #endif
 }
 
+// Copies the strict lower triangle, in the precision of the linkage: joins overwrite it, and the
+// matrix stays the caller's.
 template <typename Linkage>
 NeighbourChain<Linkage>::NeighbourChain(const DistanceView& distances, std::size_t threads)
     : stop_(distances.stop()),
@@ -192,6 +194,8 @@ void NeighbourChain<Linkage>::inShares(std::size_t from, std::size_t to, std::si
 
 // The cells of a slot and those of a share: from its row the ones before it, down its column those
 // after it.
+// The cells of a slot stand in its row up to the diagonal, and in a column from there on: gathered
+// once, they are measured and joined in one piece.
 template <typename Linkage>
 void NeighbourChain<Linkage>::gather(std::uint32_t slot, Row& row, Share share) {
     if (share.from < slot) {
@@ -263,6 +267,7 @@ void NeighbourChain<Linkage>::join(std::uint32_t gone, std::uint32_t kept, doubl
     previousRow_.slot = kNone;
 }
 
+// REQUIRES: a cluster is left.
 template <typename Linkage>
 std::uint32_t NeighbourChain<Linkage>::latestCluster() {
     std::size_t slot = slots_ - 1;

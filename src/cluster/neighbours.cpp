@@ -80,6 +80,7 @@ class NeighbourClustering {
     Clustering found_;
 };
 
+// The neighbours of every model at the threshold, all models being free.  Reads the whole matrix.
 void NeighbourClustering::countNeighbours() {
     limit_ = singlePrecisionLimit(threshold_.value());
     for (std::size_t i = 0; i < distances_.size(); ++i) {
@@ -89,6 +90,7 @@ void NeighbourClustering::countNeighbours() {
     }
 }
 
+// Of equals the first in the list.
 NeighbourClustering::Candidate NeighbourClustering::bestCandidate() const {
     std::uint32_t most = 0;
     Candidate best;

@@ -40,6 +40,9 @@ void addModel(std::uint32_t i, SingleLinkageState& state) {
     }
 }
 
+// What the algorithm knows at the end, as merges by ascending level.  Model j joins the cluster
+// whose last member is joined[j]; where that one has itself joined another cluster by then, the
+// last member is the last model of all.
 std::vector<Merge> mergesByLevel(const DistanceView& distances) {
     const std::size_t n = distances.size();
     SingleLinkageState state;
@@ -91,6 +94,7 @@ class TiedMerges {
     std::vector<std::uint32_t> clusters_;              // scratch
 };
 
+// Whether a model of one cluster is exactly so far from a model of the other.
 bool TiedMerges::touch(std::uint32_t a, std::uint32_t b, double distance) const {
     for (const std::uint32_t i : members_[a]) {
         for (const std::uint32_t j : members_[b]) {
@@ -133,6 +137,8 @@ void TiedMerges::unite(const Merge& merge) {
     others = {};
 }
 
+// With one merge of a distance there is nothing to replace: the two clusters touch, whichever
+// models name them.
 void TiedMerges::replace(std::span<Merge> merges) {
     if (merges.size() > 1) {
         clusters_.clear();

@@ -13,6 +13,8 @@ namespace tervolanda {
 
 namespace {
 
+// Sorted by distance, the merges are the joins of a tree: what each of the two models has joined so
+// far is the cluster of its first model, and the node of that is a child of the join.
 std::vector<Join> orderMerges(std::vector<Merge> merges) {
     std::stable_sort(merges.begin(), merges.end(),
                      [](const Merge& a, const Merge& b) { return a.distance < b.distance; });

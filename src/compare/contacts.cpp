@@ -36,6 +36,7 @@ struct BetaSet {
     }
 };
 
+// The beta atom is the CB, or the CA of glycine (buildResidues()).
 BetaSet betaAtoms(const Chain& chain) {
     BetaSet set;
     set.byResidue.reserve(chain.residues.size());

@@ -24,6 +24,7 @@ constexpr std::uint32_t kFreePasses = 100;  // after so many a mapping that retu
 // the scratch.
 class PassLoop {
  public:
+    // The scales of all scorings are those of the whole experiment, whatever the iteration.
     PassLoop(const SearchTask& task, ComparisonScratch& scratch, Report& report,
              SearchResult& result)
         : task_(task),

@@ -1,4 +1,5 @@
-// The scratch of comparisons, behind the pointer of a ComparisonWorkspace.
+// The scratch of comparisons, behind the pointer of a ComparisonWorkspace, so that programs which
+// make one need not see what is in it, and it may change without them.
 #pragma once
 
 #include <cstdint>

@@ -82,6 +82,7 @@ void SearchPairs::place(const PairedPoints& pairs, const Kernels& kernels) {
     }
 }
 
+// The arrays of a SearchPairs, lent until the next place().
 RoundedArrays SearchPairs::rounded() const {
     return {rounded_[0].data(),
             rounded_[1].data(),

@@ -35,6 +35,7 @@ constexpr std::size_t kSolvedAtOnce = 8;
 // subset so far, which lies in scratch_.best.
 class SeedSearch {
  public:
+    // The pairs lie in the scratch.
     SeedSearch(const SeedSearchTask& task, const Kernels& kernels, SeedSearchScratch& scratch)
         : task_(task), kernels_(kernels), scratch_(scratch), pairs_(scratch.pairs) {
         scratch_.squared.resize(pairs_.size());

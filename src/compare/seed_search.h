@@ -26,7 +26,7 @@ class MotionViewer {
     ~MotionViewer() = default;
 };
 
-// What a search is asked.
+// What a search is asked: of one pass, with the cut-off and the scales that belong to it.
 struct SeedSearchTask {
     double cutoff = 0.0;          // Å
     double tmScaleSquared = 0.0;  // Å^2

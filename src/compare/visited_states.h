@@ -61,7 +61,9 @@ class PathTrail {
 };
 
 // The states that finished paths went through.  A path that comes to a state of an earlier seed
-// would find what that one found, which cannot be better: it ends there.
+// would find what that one found, which cannot be better: it ends there.  Only finished paths
+// count, since what a path under way will find is not known; seeds side by side may go the same way
+// twice.
 //
 // Invariant: the set of entry i is the words_ words of sets_ from i x words_ on, and at least half
 // of the slots are free, so that every walk along them ends.

@@ -232,6 +232,8 @@ int writeRmsdFiles(const RmsdBatch& batch, const ChainList& models, const Settin
     return status;
 }
 
+// The fits go into matrices of single precision, and everything that is printed or written comes
+// from these: a merged run, which has nothing else, prints the same digits.
 int compareListRmsd(const ChainList& models, const Settings& settings, RunExports& exports,
                     Log& log, Report& report) {
     log.info(0, "All vs. All RMSD");

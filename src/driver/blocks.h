@@ -52,9 +52,10 @@ class RunIdentity {
     RunIdentity(const Settings& settings, const ListSummary& list, const ChainList& models);
 
     const ReadablePairs& readable() const { return readable_; }
-    // The header of a block's part.
+    // The header of a block's part, which says all that is known before its pairs are compared.
     PartHeader headerOf(const Block& block) const;
-    // Why a part is not of this run; none when it is.
+    // Why a part is not of this run, as the end of a message that begins with the part; none when
+    // it is.
     std::optional<std::string> faultOf(const PartHeader& header) const;
 
  private:

@@ -44,6 +44,8 @@ std::size_t takeNumber(std::string_view& text) {
     return number;
 }
 
+// The apostrophe and "I" are flags of the C library that these lines were first printed with; they
+// have no effect on a zero.
 void takeFlags(std::string_view& text, Conversion& conversion) {
     for (; !text.empty() && isOneOf(text.front(), "-+ #0'I"); text.remove_prefix(1)) {
         const char flag = text.front();
@@ -115,6 +117,7 @@ std::string zeroAs(const Conversion& conversion) {
     return isOneOf(conversion.kind, "diouxX") ? zeroAsInteger(conversion) : zeroAsReal(conversion);
 }
 
+// Sign, digits and padding, in the order of the C standard: blanks, sign, zeros, digits, blanks.
 std::string written(const Conversion& conversion) {
     if (conversion.kind == '%') return "%";
     if (conversion.kind == 'n') return "";

@@ -38,6 +38,7 @@ struct ModelRecord {
     std::optional<Superposition> superposition;
 };
 
+// What each kind of comparison found of a model, as its record.
 ModelRecord recordOf(const ListedMaxSub& found, const ComparisonParameters& parameters) {
     ModelRecord record;
     record.score = parameters.rankByTM ? found.tm : found.maxsub;

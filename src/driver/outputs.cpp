@@ -58,6 +58,7 @@ void addStandardOutput(std::vector<Output>& outputs) {
     if (output.exists) outputs.push_back(std::move(output));
 }
 
+// Which of -R, -Rl and -Ru a run over all pairs writes; by RMSD -Rl is another name for -R.
 void addResultFiles(std::vector<Output>& outputs, const Settings& settings) {
     const ComparisonKind kind = comparisonKind(settings);
     add(outputs, "-R", settings.output.resultFile);

@@ -57,6 +57,8 @@ ComparedPair comparedPair(const ScriptSubject& subject) {
     return {{}, subject.experimentSet, subject.predictionSet};
 }
 
+// The lines of the search come from the search itself, as it goes on; here follow the alignment and
+// the script.  A search without a subset has neither script nor status of failure.
 int comparePairMaxSub(const ScriptSubject& subject, const Settings& settings, PairViewer* viewer,
                       ComparisonWorkspace& workspace, Log& log, Report& report) {
     ComparisonResult result;
@@ -70,6 +72,7 @@ int comparePairMaxSub(const ScriptSubject& subject, const Settings& settings, Pa
     return exitStatus(writeMaxSubScript(kPairScript, subject, scene, log, report), settings);
 }
 
+// One figure, and no script.
 int comparePairGdt(const ScriptSubject& subject, const Settings& settings, PairViewer* viewer,
                    ComparisonWorkspace& workspace, Report& report) {
     ComparisonResult result;
@@ -88,6 +91,7 @@ void showRmsd(const ScriptSubject& subject, const RmsdResult& result, const Rmsd
     viewer.seeRmsd(comparedPair(subject), listed, result.matched);
 }
 
+// Contacts are counted here, as they need the chains and not their coordinate sets alone.
 int comparePairRmsd(const ScriptSubject& subject, const Settings& settings, PairViewer* viewer,
                     ComparisonWorkspace& workspace, Log& log, Report& report) {
     RmsdResult result;

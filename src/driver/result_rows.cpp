@@ -35,6 +35,7 @@ std::string textOf(const GdtFigures& figures, const LineForm& form) {
     return format("%sGDT=%7.3f", form.gdt, figures.gdt);
 }
 
+// The standard score in brackets beside the ratio; contacts only where they were asked for.
 std::string textOf(const RmsdFigures& figures, const LineForm& form) {
     std::string text =
         format("%s%6.3f (Pairs=%4u, rRMSD=%5.3f (%6.2f)), URMSD=%6.3f (rURMSD=%5.3f)", form.rmsd,

@@ -24,6 +24,7 @@ class Log;
 // Ends the run by an Abend where a file that is asked for has no meaning in it.
 void checkExports(const Settings& settings);
 
+// The files of a run, from the first input to the last byte: the only owner of ExportFiles.
 class RunExports final : public PairViewer {
  public:
     // The settings and the log are lent.

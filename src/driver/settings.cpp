@@ -119,6 +119,7 @@ void readSearchOptions(Arguments& arguments, Settings& settings) {
     comparison.rankByTM = !settings.measure.rankMS;
 }
 
+// "k/n": block k of n, from 1.  More blocks than pairs are no fault: some of them are empty.
 void readBlock(const std::string& text, BlockSettings& blocks) {
     constexpr std::uint64_t kMostBlocks = 1'000'000'000;
     const std::size_t slash = std::min(text.find('/'), text.size());
@@ -240,6 +241,7 @@ void takeModel(const OwnOptions& own, EntryRules& rules) {
     if (!rules.allModels) rules.model = own.integer("model", 0, std::numeric_limits<int>::max());
 }
 
+// "best", "first", or a letter.
 void takeConformers(const OwnOptions& own, EntryRules& rules) {
     const std::string value = own.text("altloc").value_or("best");
     if (value == "first") {

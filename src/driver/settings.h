@@ -43,7 +43,8 @@ struct InputSettings {
     bool allAtoms = false;
 };
 
-// What is measured, beyond the parameters of a comparison.
+// What is measured, beyond the parameters of a comparison: -rmsd, -gdt, -bb, -rankMS, -nourmsd and
+// -urmsd.  Without the first two it is MaxSub.
 struct MeasureSettings {
     bool rmsdOnly = false;
     bool gdt = false;
@@ -52,8 +53,9 @@ struct MeasureSettings {
     std::uint8_t urmsdFlags = UrmsdCompute;
 };
 
-// Negative thresholds and steps stand for "by the kind of run" until resolveRun() has replaced
-// them.
+// In this order -T, -Tm, -a, -s, -P, -is, -ms and -C.  Negative thresholds and steps stand for "by
+// the kind of run" until resolveRun() has replaced them; thresholds are distances, Å or 1 -
+// similarity.
 struct ClusteringSettings {
     double threshold = -1.0;  // negative: by the kind of run
     double maxThreshold = -1.0;
@@ -66,7 +68,8 @@ struct ClusteringSettings {
                             // (min size), 5 neighbour pairs (absolute size)
 };
 
-// A file that is not asked for has no path.  Levels are those of log.h.
+// Where results go and how much of them is shown; none of it changes a result.  A file that is not
+// asked for has no path.  Levels are those of log.h.
 struct OutputSettings {
     std::optional<std::string> resultFile;
     std::optional<std::string> liteResultFile;

@@ -78,6 +78,7 @@ class ArgumentCheck {
         }
     }
 
+    // A value that is an option is a value forgotten: "-e -p" reads a file "-p" otherwise.
     static void checkValue(const Option& option, const std::string& value) {
         const std::string name(option.name);
         if (findOption(value) != nullptr) {
@@ -128,6 +129,7 @@ class ArgumentCheck {
         checkPositionalForm();
     }
 
+    // "prediction experiment [cut-off]", in this order and with nothing else that means the same.
     void checkPositionalForm() const {
         const bool asksForText = has("-h") || has("-help") || has("-version") || has("-V");
         if (plain_.size() < 2) {

@@ -62,6 +62,8 @@ void ChimeraxScript::open(std::size_t object, const InputStructure& input, unsig
                      pythonText(input.file).c_str(), object, object, object, object, colour);
 }
 
+// Twelve numbers, the first three rows of the same matrix; it says where the model is, not how it
+// moves on.
 void ChimeraxScript::move(std::size_t object, const Superposition& motion) {
     text() += format("view matrix models #%zu", object);
     for (const auto& row : homogeneousRows(motion)) {

@@ -121,6 +121,7 @@ void ClusterTables::printJoin(std::size_t k) {
     }
 }
 
+// The explanation of the columns is for log level 2 and above; lines of joins are always there.
 void ClusterTables::printTree() {
     printRule();
     log_.info(0, "Pairwise %s linkage clustering", linkageWord());
@@ -144,6 +145,8 @@ void ClusterTables::printNeighbourHeading() {
     printRule();
 }
 
+// How the threshold was found, at log level 3: by linkage how many clusters each threshold gives,
+// by neighbours how large the first one would be.
 void ClusterTables::printSearch() {
     const ClusterSettings& settings = clustering_.settings;
     log_.info(2, "Processing threshold %g -> %g (interval %g)", settings.threshold,

@@ -146,6 +146,8 @@ PairTexts::Object PairTexts::json() {
     return {whole.substr(0, headOfJson_), whole.substr(headOfJson_)};
 }
 
+// In two pieces, between which a line says what its matrices mean: up to the matched residues, and
+// the motions.
 void PairTexts::makeJson() {
     const PairResult& pair = *pair_;
     std::string& text = json_;

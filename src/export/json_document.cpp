@@ -27,6 +27,7 @@ std::string_view roleOf(const RunInputs& inputs, std::size_t input) {
     return inputs.kind == RunKind::Pairwise ? "prediction" : "model";
 }
 
+// As the kind of value that it is; null for an option that was not given and has no default.
 void appendOption(std::string& text, const RecordedOption& option) {
     std::visit(
         [&text](const auto& value) {
@@ -97,6 +98,8 @@ void JsonDocument::start(const RunInputs& inputs) {
     out += '[';
 }
 
+// Structures in the order in which pairs, ranking and clusters count them, and what could not be
+// read.
 void JsonDocument::writeInputs() {
     std::string& out = text();
     key("inputs");
@@ -145,6 +148,8 @@ void JsonDocument::finish(const RunResults& results) {
     text() += "\n}\n";
 }
 
+// A list against an experiment has a score, models among themselves the jury: the key says which it
+// is.
 void JsonDocument::writeRanking(const RunResults& results) {
     key("ranking");
     std::size_t rank = 0;
@@ -189,6 +194,8 @@ void JsonDocument::writeTree(const RunResults& results) {
     });
 }
 
+// Members and medoids by ID, as models are named in every other output; null and an empty list
+// without clustering.
 void JsonDocument::writeClusters(const RunResults& results) {
     key("threshold");
     if (!results.clustering) {

@@ -30,6 +30,7 @@ class JsonWriter {
  public:
     explicit JsonWriter(std::string& out) : out_(out) {}
 
+    // "[" or "{".
     void open(char bracket) {
         separate();
         out_ += bracket;
@@ -39,6 +40,7 @@ class JsonWriter {
         out_ += bracket;
         isFirst_ = false;
     }
+    // Its value comes next.
     void key(const char* name) {
         separate();
         appendJson(out_, name);
@@ -56,6 +58,7 @@ class JsonWriter {
     void count(std::size_t value) { raw(std::to_string(value)); }
     void flag(bool value) { raw(value ? "true" : "false"); }
     void null() { raw("null"); }
+    // JSON as it stands.
     void raw(std::string_view value) {
         separate();
         out_ += value;

@@ -30,6 +30,7 @@ std::optional<double> meanScore(const DistanceMatrix& scores, std::size_t model,
 
 }  // namespace
 
+// A blank as the name of a chain, as in old PDB files, is no name.
 InputStructure inputOf(const Chain& chain) {
     InputStructure input;
     input.file = chain.fileName;

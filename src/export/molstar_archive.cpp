@@ -128,6 +128,7 @@ void appendStructure(std::string& text, const std::string& file, StructureForm f
     text += "]}]}]}]}]}";
 }
 
+// Puts a copy of the structure into the archive.
 MolstarArchive::Part MolstarArchive::pack(const Scene& scene, std::size_t input,
                                           const std::string& name) {
     const StructureCopy copy = copyOf(*scene.inputs.chains[input]).value_or(StructureCopy());
@@ -171,6 +172,8 @@ void MolstarArchive::appendModel(std::string& text, const Scene& scene, std::siz
     }
 }
 
+// Of a pair the prediction is shown once for each domain, after the first only the residues of that
+// domain; of a list each model once.
 std::string MolstarArchive::sceneText(const Scene& scene, const std::vector<Part>& parts) {
     // The residues of the experiment that any domain rests on, in one colour.
     std::vector<ResidueStretch> matched;

@@ -32,6 +32,7 @@ ResidueId residueOf(const CoordinateSet& set, std::size_t record) {
     return {static_cast<std::int16_t>(set.residueNumber[record]), set.insertionCode[record]};
 }
 
+// How far the prediction's atom comes to lie from the experiment's, Å.
 double distanceUnder(const Superposition& motion, const ComparedPair& pair,
                      const MatchedPair& matched) {
     const Points& a = pair.experiment.points;
@@ -96,6 +97,8 @@ PairStatus statusOf(const ComparisonResult& found) {
     return found.tm > 0.0 ? PairStatus::NotSignificant : PairStatus::NoFit;
 }
 
+// The figures that MaxSub and GDT runs have in common.  What the matrices of a batch hold is
+// rounded as they round it; all else keeps its digits.
 void fillSearch(const ComparedPair& pair, const ComparisonResult& found, const PairForm& form,
                 PairResult& result) {
     clearPair(result);

@@ -118,6 +118,7 @@ void PymolScript::read(const InputStructure& input, const std::string& object, u
     text() += format("cmd.color(\"0x%06X\", \"%s\")\n", colour, object.c_str());
 }
 
+// A 4 x 4 matrix, row by row, as PyMOL applies it to the coordinates of an object.
 void PymolScript::move(const std::string& object, const Superposition& motion) {
     text() += "cmd.transform_selection(\"" + object + "\", [\n";
     for (const auto& row : homogeneousRows(motion)) {

@@ -74,6 +74,7 @@ void writeClustering(JsonWriter& json, const Clustering& clustering) {
     json.close(']');
 }
 
+// "high" tells the script which end of the scale is good.
 void writeMatrix(JsonWriter& json, const DistanceMatrix& matrix, ScoreKind score) {
     unsigned width = 0;
     const std::string cells = packedCells(matrix, width);

@@ -15,6 +15,7 @@ namespace tervolanda {
 
 namespace {
 
+// Of the page and of the window that shows it.
 std::string titleOf(const RunInputs& inputs) {
     const std::size_t models = inputs.structures.size() - inputs.firstModel();
     switch (inputs.kind) {
@@ -33,6 +34,7 @@ std::string titleOf(const RunInputs& inputs) {
     return format("%zu models of a MaxSub file", models);
 }
 
+// What was done with what, above everything else: a page is often all that is kept of a run.
 void writeFacts(JsonWriter& json, const ReportData& data, const RunResults& results) {
     const RunInputs& inputs = *data.inputs;
     json.key("facts");

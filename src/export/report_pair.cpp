@@ -11,6 +11,7 @@ namespace tervolanda {
 
 namespace {
 
+// "GLY 17A"; empty for a residue that the chain does not have.
 std::string residueName(const Chain& chain, std::size_t residue) {
     if (residue >= chain.residues.size()) return {};
     const Atom& atom = chain.atoms[chain.residues[residue].first];
@@ -27,6 +28,8 @@ struct AlignmentColumn {
     const ResiduePair* pair = nullptr;
 };
 
+// Between two pairs the prediction's residues come before the experiment's, as in the alignment
+// that the program prints.
 std::vector<AlignmentColumn> alignmentOf(const PairResult& pair, std::size_t experimentLength,
                                          std::size_t predictionLength) {
     std::vector<AlignmentColumn> columns;
@@ -49,6 +52,7 @@ std::vector<AlignmentColumn> alignmentOf(const PairResult& pair, std::size_t exp
     return columns;
 }
 
+// Column by column for the table and the picture of distances, and the same as three lines of text.
 void writeResidues(JsonWriter& json, const RunInputs& inputs, const PairResult& pair,
                    const std::vector<AlignmentColumn>& columns) {
     const Chain& experiment = *inputs.chains[pair.experiment];
@@ -116,6 +120,8 @@ void writeTraces(JsonWriter& json, const RunInputs& inputs, const PairResult& pa
     json.close(']');
 }
 
+// One for each domain, with the names that the script uses: "from" is the centre of the prediction,
+// "to" that of the experiment.
 void writeMotions(JsonWriter& json, std::span<const Superposition> motions) {
     constexpr int kRotationDecimals = 9;
     json.key("motions");

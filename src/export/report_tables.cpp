@@ -25,6 +25,7 @@ constexpr std::size_t kMostMembersNamed = 12;  // of a cluster; a number stands 
 // bar in its cell, from 0 to the highest of the column.
 enum class ColumnRole : std::uint8_t { Plain, Header, Cluster, Bar };
 
+// The key of a column under which the script looks for its role.
 const char* keyOf(ColumnRole role) {
     switch (role) {
         case ColumnRole::Header:
@@ -53,6 +54,7 @@ constexpr Column kModelColumn{"Model", kText, nullptr, ColumnRole::Header};
 constexpr Column kResiduesColumn{"Residues", 0};
 constexpr Column kMeanBColumn{"Mean B", 2, "B-factor; pLDDT in predictions"};
 
+// A key that is missing is as good as false.
 void writeColumns(JsonWriter& json, const std::vector<Column>& columns) {
     json.key("columns");
     json.open('[');
@@ -208,6 +210,7 @@ constexpr auto kFigures = std::to_array<Figure>({
     {{"Domains", 0, "parts with a superposition of their own"}, member<&PairResult::domains>},
 });
 
+// Columns that would be empty for all models are left out.
 std::vector<const Figure*> figuresOf(const std::vector<PairResult>& pairs) {
     std::vector<const Figure*> figures;
     for (const Figure& figure : kFigures) {
@@ -219,6 +222,7 @@ std::vector<const Figure*> figuresOf(const std::vector<PairResult>& pairs) {
     return figures;
 }
 
+// A list against an experiment: every figure of each comparison, in the order of the ranking.
 void writeListRanking(JsonWriter& json, const ReportData& data, const RunResults& results) {
     const std::vector<const Figure*> figures = figuresOf(data.pairs);
     std::vector<Column> columns = {kRankColumn, kModelColumn, kResiduesColumn};
@@ -268,6 +272,7 @@ void writeFigures(JsonWriter& json, const PairResult& pair) {
 
 // --- Clusters and skipped files ------------------------------------------------------------------
 
+// One row a cluster, the largest number of members named that a cell can show.
 void writeClusters(JsonWriter& json, const ReportData& data, const Clustering& clustering) {
     const std::vector<std::vector<std::size_t>> members = clusterMembers(clustering);
     openTable(json, "Clusters",
@@ -296,6 +301,7 @@ void writeClusters(JsonWriter& json, const ReportData& data, const Clustering& c
     closeTable(json);
 }
 
+// At the end of the page: it explains gaps in the numbers and is seldom what is looked for.
 void writeSkipped(JsonWriter& json, std::span<const SkippedInput> files) {
     openTable(json, "Skipped files", nullptr,
               {{"Number", 0}, {"File", kText, nullptr, ColumnRole::Header}, {"Reason"}},

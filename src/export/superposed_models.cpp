@@ -42,6 +42,8 @@ std::string foldedCase(std::string name) {
 struct FileName {
     std::string stem, suffix;
 };
+// Suffixes that say what is in a file go, as the copy is PDB text whatever the input was; ".ent"
+// may stay, since it says that.
 FileName safeName(std::string_view path) {
     constexpr std::size_t kLongest = 100;
     std::string name(path.substr(path.rfind('/') + 1));
@@ -174,6 +176,7 @@ std::string SuperposedModels::nextPath(std::size_t input) {
     return folder_ + '/' + candidate;
 }
 
+// Reads the structure again and writes it moved, with the numbers of the motion before it.
 void SuperposedModels::writeModel(std::size_t input, const std::set<FileIdentity>& inputFiles) {
     const std::string path = nextPath(input);
     setPath(path);  // the one that a message names

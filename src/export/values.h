@@ -16,6 +16,8 @@
 
 namespace tervolanda {
 
+// What is shown of a structure that was read: path, chain, length, mean B-factor.  ID and checksum
+// are the caller's to fill in.
 InputStructure inputOf(const Chain& chain);
 
 // --- Pairs ---------------------------------------------------------------------------------------

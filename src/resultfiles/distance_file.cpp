@@ -75,6 +75,7 @@ std::optional<FormatError> DistanceFileParser::addLine(std::string_view line) {
     return std::nullopt;
 }
 
+// Tables of N rows; what was read before is forgotten, as it belongs to another matrix.
 std::optional<FormatError> DistanceFileParser::addSize(std::string_view line) {
     std::size_t size = 0;
     if (auto error = parseSizeRecord(line, sizeof(float), cells_, size)) return error;
@@ -119,6 +120,8 @@ std::optional<FormatError> DistanceFileParser::addChain(std::string_view line) {
     return std::nullopt;
 }
 
+// Both cells of a pair get the distance.  A negative one is stored and is missing later: it is how
+// a failed fit was written.
 std::optional<FormatError> DistanceFileParser::addDistance(std::string_view line) {
     if (!hasSize()) return missingSize();
     std::string_view fields = line.substr(kDistanceKey.size());

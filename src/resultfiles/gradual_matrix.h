@@ -35,6 +35,7 @@ class GradualMatrix {
         if (found != cells_.end()) return found->second;
         return row == column ? diagonal_ : value_;
     }
+    // The cells so far go into the matrix when there are enough of them to be worth filling it.
     void set(std::size_t row, std::size_t column, T value) {
         if (isFilled_) {
             matrix_.at(row, column) = value;

@@ -100,6 +100,8 @@ std::optional<std::uint32_t> parseCount(std::string_view field) {
     return static_cast<std::uint32_t>(*number);
 }
 
+// None when a field is no number; whether the numbers make sense is asked afterwards, each with its
+// own message.
 std::optional<PairFields> takePairFields(std::string_view& fields) {
     const auto id1 = wholeInteger(takeField(fields));
     const auto id2 = wholeInteger(takeField(fields));
@@ -139,6 +141,7 @@ std::optional<FormatError> MaxSubFileParser::addLine(std::string_view line) {
     return std::nullopt;
 }
 
+// As that of a distance file; three tables have to fit into memory.
 std::optional<FormatError> MaxSubFileParser::addSize(std::string_view line) {
     constexpr std::size_t kBytesPerCell =
         sizeof(float) + sizeof(std::uint32_t) + sizeof(std::uint8_t);
@@ -162,6 +165,7 @@ std::optional<FormatError> MaxSubFileParser::addSize(std::string_view line) {
     return std::nullopt;
 }
 
+// Chain records take the rows in the order in which they come.
 std::optional<FormatError> MaxSubFileParser::addChain(std::string_view line,
                                                       std::size_t keyLength) {
     if (!hasSize()) return missingSizeBefore("Chain");
@@ -190,6 +194,7 @@ std::uint32_t MaxSubFileParser::rowOf(std::int64_t id) {
     return number - 1;
 }
 
+// The rows of both IDs of a record, or the message that shows both.
 std::optional<FormatError> MaxSubFileParser::findRows(std::int64_t id1, std::int64_t id2,
                                                       Rows& rows) {
     rows = {rowOf(id1), rowOf(id2)};
@@ -225,6 +230,7 @@ std::optional<FormatError> MaxSubFileParser::storePair(std::string_view line,
     return std::nullopt;
 }
 
+// The numbers of the motion are only checked: what is ranked and clustered needs none of them.
 std::optional<FormatError> MaxSubFileParser::addTransformation(std::string_view line) {
     if (!hasSize()) return missingSizeBefore("transformation");
     std::string_view fields = line.substr(kTransformationKey.size());

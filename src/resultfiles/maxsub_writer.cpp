@@ -53,6 +53,7 @@ bool openMaxSubFile(const OutputFile& output, const std::string& path, Log& log)
     return output.isOpen();
 }
 
+// Rules, size and chains, as both forms have them but for the key.
 void writeHead(OutputFile& output, const ChainList& chains, std::size_t size,
                std::string_view chainKey) {
     writeRule(output, kRuleWidth);
@@ -82,6 +83,7 @@ struct TransformationLine {
     Superposition superposition;
 };
 
+// IDs, scores both ways, pairs, both centres and the rotation, on a line of about 200 characters.
 void writeTransformation(OutputFile& output, const TransformationLine& line) {
     output.print("TRANS: %6u %6u   %10.4f %10.4f %4d   ", line.id1, line.id2, line.score1,
                  line.score2, static_cast<int>(line.pairs));
@@ -95,6 +97,7 @@ void writeTransformation(OutputFile& output, const TransformationLine& line) {
     output.write("\n");
 }
 
+// Runs are written out pair by pair, as the format has no other way. `line` is scratch.
 void writePositions(OutputFile& output, std::uint32_t id1, std::uint32_t id2,
                     const std::vector<PairRun>& runs, std::string& line) {
     line = format("POS  : %6u %6u   ", id1, id2);

@@ -145,6 +145,7 @@ void putSuperposition(std::string& bytes, const Superposition& superposition) {
         put(bytes, value);
 }
 
+// False when one of them is not sound; all are taken either way.
 bool takeValues(Fields& fields, std::span<double> values) {
     bool areSound = true;
     for (double& value : values) {
@@ -351,6 +352,7 @@ std::optional<std::string> PartReader::readHeader() {
     return readHeaderTail();
 }
 
+// Of numbers that the slice is computed from: with these in range nothing that follows overflows.
 std::optional<std::string> PartReader::checkHeader() const {
     const Block& block = header_.block;
     if (block.number < 1 || block.number > block.blocks || block.blocks > kMostBlocks ||

@@ -59,7 +59,8 @@ struct PartHeader {
     PairRange slice() const { return block.slice(pairsOf(entries)); }
 };
 
-// Of everything in a chain that a comparison looks at.
+// CRC-32 of everything in a chain that a comparison looks at: places, names and numbers of its
+// atoms. Two files that give the same atoms are the same model, whatever else is in them.
 std::uint32_t chainChecksum(const Chain& chain);
 
 // Collects the records of a part on disk beside the part, under no name, and writes the part when

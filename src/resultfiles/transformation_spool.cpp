@@ -116,6 +116,7 @@ bool TransformationSpool::Storage::readSuperposition(std::size_t i, std::size_t 
     return true;
 }
 
+// Two reads: the number of runs stands before them.
 bool TransformationSpool::Storage::readRuns(std::size_t i, std::size_t j,
                                             std::vector<PairRun>& runs) const {
     const int descriptor = fileno(file_.get());

@@ -85,6 +85,8 @@ bool CifParser::addToText(std::string_view line) {
     return true;
 }
 
+// The words of a line and its values in quotes, up to its end or a comment.  A "#" within a word is
+// part of it.
 bool CifParser::takeTokens(std::string_view line) {
     const char* at = line.data();
     const char* const end = at + line.size();
@@ -106,6 +108,7 @@ bool CifParser::takeTokens(std::string_view line) {
     }
 }
 
+// A tag, a key word, or a value without quotes; only there are "." and "?" null.
 inline bool CifParser::takeWord(std::string_view word) {
     if (word.front() == '_') return takeTag(word);
     if (mayBeKeyword(word)) {
@@ -149,6 +152,9 @@ int CifParser::itemOf(std::string_view tag) const {
     return kNone;
 }
 
+// A tag begins a pair or, after loop_ and before the first value, names a column.  One of another
+// category than the table at work ends that table: files have pairs of many categories one after
+// the other.
 bool CifParser::takeTag(std::string_view tag) {
     if (state_ == State::Pair) return fail("a tag has no value");
     if (state_ == State::LoopValues && !endTable()) return false;
@@ -170,11 +176,13 @@ bool CifParser::takeTag(std::string_view tag) {
     return true;
 }
 
+// Where the next value goes; kNone for nowhere.
 int CifParser::itemAtWork() const {
     if (state_ == State::Pair) return pairItem_;
     return column_ < columns_.size() ? columns_[column_] : kNone;
 }
 
+// A tag, a key word, or a value without quotes; only there are "." and "?" null.
 // Before the first value of a table: false where there is no place for it.
 bool CifParser::beginValues() {
     if (state_ == State::Free) return fail("a value has no tag");

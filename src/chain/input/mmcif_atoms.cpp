@@ -130,6 +130,8 @@ bool MmcifReader::beginBlock() {
     return !builder_.hasAtoms();
 }
 
+// Rows of entities may come before, between or after those of atoms: what they say is noted, and
+// counts for all.
 bool MmcifReader::takeRow(int category) {
     if (category == AtomSiteCategory) return takeAtom();
     const std::string_view entity =

@@ -240,6 +240,8 @@ void ListReading::consume(Reading& reading) {
     takeFile(reading.file, std::move(reading.models));
 }
 
+// Each thread has four slots, so that one large file holds up nobody: the others read on, and what
+// they have read waits in its slot until consume() comes to it.
 void ListReading::readBySeveral() {
     constexpr std::size_t kSlots = 4;  // of a thread
     std::vector<Reading> readings(threads_ * kSlots);

@@ -131,6 +131,9 @@ bool PdbEntryReader::takeAtom(const AtomRecord& record, bool isHet) {
     return fillAtom(record, *atom);
 }
 
+// Blank fields keep the values of a new Atom; coordinates must not be blank.  Any other field that
+// is no number is a fault, and with it the file: half an entry would be compared as if it were
+// whole.
 bool PdbEntryReader::fillAtom(const AtomRecord& record, Atom& atom) {
     for (const auto& [column, place] : {std::pair(31, &atom.x), {39, &atom.y}, {47, &atom.z}}) {
         const auto first = static_cast<std::size_t>(column);

@@ -35,6 +35,7 @@ std::size_t BackboneRepairs::endOfResidue(std::size_t first) const {
     return end;
 }
 
+// Of an atom that is there twice the later one counts.
 BackboneRepairs::Backbone BackboneRepairs::backboneOf(std::size_t first, std::size_t end) const {
     Backbone found;
     for (std::size_t i = first; i < end; ++i) {

@@ -127,6 +127,7 @@ std::optional<Contents> chainsOf(ChainBuilder& builder, const Reading& reading) 
     return contents;
 }
 
+// By lines. mmCIF is taken for what it is only where the first line says so.
 std::optional<Contents> readPlain(const Reading& reading) {
     PlainText text(reading.path, reading.log);
     if (!text.isOpen()) return std::nullopt;
@@ -143,6 +144,7 @@ std::optional<Contents> readPlain(const Reading& reading) {
     return chainsOf(builder, reading);
 }
 
+// By blocks, in which records are searched for (record_scanner.h).
 std::optional<Contents> readCompressed(const Reading& reading) {
     GzipText text(reading.path, reading.log);
     if (!text.isOpen()) return std::nullopt;
@@ -162,6 +164,7 @@ std::optional<Contents> readCompressed(const Reading& reading) {
     return chainsOf(builder, reading);
 }
 
+// As an entry, by its content: packed or not, mmCIF or PDB, whatever the name of the file.
 std::optional<Contents> readAny(const Reading& reading) {
     AnyText text(reading.path, reading.log);
     if (!text.isOpen()) return std::nullopt;

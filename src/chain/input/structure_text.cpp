@@ -106,6 +106,7 @@ void GzCloser::operator()(gzFile_s* file) const {
     gzclose(file);
 }
 
+// A file that can be taken apart in one go is; any other is opened as zlib opens it.
 GzipText::GzipText(const std::string& path, Log& log) : path_(path), log_(log) {
     struct stat status {};
     const bool isThere =
@@ -145,6 +146,8 @@ bool GzipText::isWhole() const {
     return whole_ || isGzWhole(file_.get());
 }
 
+// zlib hands on what is not packed as it is, so that one way serves both.  The descriptor is a
+// copy: gzclose() closes it, and standard input has to stay open.
 AnyText::AnyText(const std::string& path, Log& log) : path_(path), log_(log) {
     constexpr unsigned kBuffer = 1U << 17;  // bytes, packed
     constexpr std::size_t kBlock = std::size_t{1} << 18;

@@ -1,4 +1,8 @@
 // The bytes of a structure file as text, piece by piece: nothing here knows what the text means.
+//
+// Three kinds, because what a damaged or endless file leaves differs by kind, and is kept as users
+// know it: lines of plain text up to the error, records of gzip text up to the step in which it
+// broke, and nothing at all of an entry.
 #pragma once
 
 #include <array>

@@ -1,4 +1,7 @@
 // Text that arrives in pieces, cut anywhere, as lines.
+//
+// For readers of entries, whose faults name the line; PDB text that is read for its ATOM records
+// needs neither.
 #pragma once
 
 #include <algorithm>

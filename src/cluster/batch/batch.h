@@ -105,7 +105,8 @@ struct MaxSubBatch {
     DistanceMatrix rmsd;    // of the subsets, Å; 0 with several domain iterations
     PairMatrix pairs;
 };
-// By how many threads a batch of all pairs is computed, and who sees its pairs, if anybody.
+// By how many threads a batch of all pairs is computed, and who sees its pairs, if anybody. Neither
+// changes a matrix or a line.
 struct BatchRun {
     std::size_t threads = 1;
     PairViewer* viewer = nullptr;
@@ -136,7 +137,9 @@ RmsdBatch compareAllRmsd(const PreparedList& models, const RmsdOptions& options,
 
 // --- Some of the pairs, here or elsewhere --------------------------------------------------------
 
-// Pairs that follow each other in the order of all pairs, which are counted from 0.
+// Pairs that follow each other in the order of all pairs, which are counted from 0: what a block of
+// a run computes, and in 64 bits, as a list may have more pairs than an address of 32 bits has
+// values.
 struct PairRange {
     std::uint64_t first = 0;
     std::uint64_t count = 0;

@@ -45,8 +45,8 @@ struct GdtOutcome {
     ComparisonResult search;  // that the superposition comes from
 };
 
-// What the result of a search may need for a record: vectors that grow may be twice as long as what
-// they hold.
+// Bytes that the result of a search may need for a record: vectors that grow may be twice as long
+// as what they hold.
 inline constexpr std::size_t kBytesOfSearch = 2 * sizeof(MatchedPair) + sizeof(std::int32_t);
 
 // The progress and the lines of a batch, pair by pair.  `consumed_` pairs have been printed, and

@@ -70,6 +70,8 @@ struct Backbone {
     }
 };
 
+// Hydrogens are placed where the peptide before is whole; the first residue of a piece has none,
+// and proline never has one.
 Backbone backboneOf(const Chain& chain) {
     const std::size_t size = chain.residues.size();
     Backbone backbone;
@@ -147,6 +149,8 @@ class HydrogenBonds {
         std::uint32_t acceptor = 0;
     };
 
+    // A hydrogen bond may be one of the two strongest of its NH group only, whatever the limit of
+    // the energy.
     void consider(const Backbone& backbone, std::uint32_t donor, std::uint32_t acceptor) {
         if (backbone.isDonor[donor] == 0) return;
         const Bond bond{energy(backbone, donor, acceptor), acceptor};

@@ -79,6 +79,7 @@ std::size_t rowOfLetter(char letter) {
 // The similarities of one residue to all kinds.
 using LetterScores = std::array<std::int32_t, kUnknown + 1>;
 
+// The table holds one triangle; unknown letters score 0 with all.
 LetterScores scoresOf(char letter) {
     LetterScores scores{};
     const std::size_t a = rowOfLetter(letter);

@@ -107,6 +107,9 @@ void addSequence(CoordinateSet& set) {
     set.residueLetters = lettersOf(set);
 }
 
+// Chains of a list have few different sequences, and an alignment takes longer than many a
+// comparison: those made are kept, up to a limit.  What does not fit any more is made anew each
+// time.
 const AlignedColumns& SequencePairing::columnsOf(const CoordinateSet& experiment,
                                                  const CoordinateSet& prediction) {
     // A set that was prepared for another pairing has no letters yet.
