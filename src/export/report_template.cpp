@@ -50,7 +50,7 @@ p { max-width: 46rem; margin: .3rem 0 .8rem; }
 .side { display: flex; flex-wrap: wrap; gap: 0 2.5rem; align-items: flex-start; }
 .side > * { flex: 1 1 20rem; min-width: min(100%, 18rem); }
 .side > .table { flex: 0 1 auto; }
-.side > .texts { flex-basis: 33rem; }
+.side > .texts { flex-basis: 38rem; }
 .wide { overflow: auto; max-width: 100%; }
 .tall { max-height: 46rem; width: max-content; }
 table { border-collapse: collapse; font-variant-numeric: tabular-nums; font-size: .9rem; }
@@ -375,7 +375,7 @@ function addMap(values) {
     R"page(// --- Histogram, with bars that begin at round numbers ---
 const median = (values) => Float64Array.from(values).sort()[values.length >> 1];
 function addHistogram(values, of, what, parent) {
-  if (values.length < 2) return;
+  if (values.length < 5) return; // the table says all
   const low = values.reduce((a, b) => Math.min(a, b)), high = values.reduce((a, b) => Math.max(a, b));
   const round = steps(low, high, Math.max(8, Math.min(32, Math.sqrt(values.length))));
   const step = round.length > 1 ? round[1] - round[0] : 1, from = Math.floor(low / step + 1e-9) * step;
@@ -643,7 +643,7 @@ function cards(tables, values) {
     const rows = new Map(first.rows.map((row) => [row[0], row]));
     const domains = Number(rows.get("Domains")?.[1] ?? 1);
     const about = {RMSD: domains > 1 ? "Å RMSD of the first domain" : "Å RMSD", Pairs: "residues superposed" + (domains > 1 ? `, in ${domains} domains` : "")};
-    for (const name of ["GDT", "TM-score", "MaxSub", "RMSD", "Pairs"]) if (rows.has(name)) card(rows.get(name)[1], about[name] ?? name);
+    for (const name of ["GDT", "GDT_TS", "TM-score", "lDDT", "MaxSub", "RMSD", "Pairs"]) if (rows.has(name)) card(rows.get(name)[1], about[name] ?? name);
   }
   const failure = FAILURES[data.pair && !data.scores ? first.rows.find((row) => row[0] === "Status")?.[1] : ""];
   if (failure) return make("p", {}, make("b", {}, failure));
