@@ -150,7 +150,7 @@ py::tuple jury(const ArrayIn<float>& scores, const ArrayIn<std::uint32_t>& pairs
 }  // namespace
 
 void addClustering(py::module_& module) {
-    py::class_<Clustering>(module, "Clustering");
+    const py::class_<Clustering> clustering(module, "Clustering");
     module.def("cluster", cluster);
     module.def("jury", jury);
 }

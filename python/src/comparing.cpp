@@ -256,7 +256,7 @@ void addComparison(py::module_& module) {
             "Distance of each residue of the prediction to its partner under the superposition "
             "of the first domain, (n,), Å; NaN where it has none.")
         .def("alignment", alignmentOf, py::arg("width") = 60,
-             "The residues paired, as text: \"|\" in the subset, \"'\" others.")
+             R"(The residues paired, as text: "|" in the subset, "'" others.)")
         .def("__repr__", [](const Comparison& self) {
             const ComparisonResult& found = self.found;
             return py::str(

@@ -205,7 +205,7 @@ py::tuple listByRmsd(const StructurePtr& experiment, const std::vector<Structure
 }  // namespace
 
 void addLists(py::module_& module) {
-    py::class_<ListRecord, ListRecordPtr>(module, "ListRecord");
+    const py::class_<ListRecord, ListRecordPtr> record(module, "ListRecord");
     const auto experiment = py::arg("experiment").none(false);
     module.def("all_by_maxsub", allByMaxSub);
     module.def("all_by_gdt", allByGdt);
