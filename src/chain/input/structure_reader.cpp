@@ -257,9 +257,8 @@ std::string listed(const std::vector<std::string>& names) {
     return names.size() > kMost ? text + " ..." : text;
 }
 
-// What to choose in an entry whose chains are not the one that is wanted.
-// What is said after the ordinary lines of a refused file: they do not know of chains to choose
-// from.
+// Says what to choose in an entry whose chains are not the one that is wanted.  It comes after the
+// ordinary lines of a refused file, which do not know of chains to choose from.
 void explainChoice(const Reading& reading, const std::vector<Chain>& chains,
                    const std::set<std::string, std::less<>>& others) {
     const EntryRules& rules = reading.request.entry;
