@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "base/log.h"
 
@@ -54,6 +55,35 @@ void buildResidues(Chain& chain, Log& log) {
         noteAtom(atom, i, chain.residues.back());
         chain.residues.back().end = i + 1;
     }
+}
+
+// Residues are moved along with their atoms and not built anew, which would take a number that two
+// chains share for one residue in two pieces.
+Chain joinChains(std::vector<Chain> chains) {
+    Chain joined;
+    joined.number = chains.front().number;
+    joined.fileName = chains.front().fileName;
+    joined.name.clear();
+    joined.isSegment = std::all_of(chains.begin(), chains.end(),
+                                   [](const Chain& chain) { return chain.isSegment; });
+    for (std::size_t i = 0; i < chains.size(); ++i) {
+        Chain& chain = chains[i];
+        const auto offset = static_cast<std::uint32_t>(joined.atoms.size());
+        for (Atom& atom : chain.atoms)
+            atom.subunit = static_cast<std::uint16_t>(i);
+        for (Residue& residue : chain.residues) {
+            for (std::uint32_t* const place : {&residue.first, &residue.end, &residue.n,
+                                               &residue.ca, &residue.c, &residue.o, &residue.beta})
+                if (*place != kNoAtom) *place += offset;
+        }
+        if (!chain.residues.empty() && i + 1 < chains.size())
+            chain.residues.back().breakAfter = true;
+        joined.atoms.insert(joined.atoms.end(), chain.atoms.begin(), chain.atoms.end());
+        joined.residues.insert(joined.residues.end(), chain.residues.begin(), chain.residues.end());
+        joined.name += (i > 0 ? "," : "") + chain.name;
+        joined.subunits.push_back(std::move(chain.name));
+    }
+    return joined;
 }
 
 double radiusOfGyration(const Chain& chain) {

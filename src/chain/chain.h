@@ -42,13 +42,19 @@ inline constexpr std::uint32_t kMaskC = 0x110042;
 inline constexpr std::uint32_t kMaskO = 0x110044;
 inline constexpr std::uint32_t kMaskCB = 0x110102;
 
-// What a structure file calls a residue: a number, and a letter where several residues share one.
+// What a structure file calls a residue: a number, a letter where several residues share one, and
+// in a complex the chain.
 struct ResidueId {
     std::int16_t number = 0;
     char insertionCode = ' ';
+    std::uint16_t subunit = 0;  // of a complex: position of its chain in Chain::subunits
 
-    // Both as one number: residues are told apart, paired and put in order by it.
-    std::int32_t key() const { return number * 256 + static_cast<unsigned char>(insertionCode); }
+    // All as one number: residues are told apart, paired and put in order by it.  Those of a
+    // subunit differ by less than kSubunitKeys, and those of the next come after them.
+    static constexpr std::int64_t kSubunitKeys = std::int64_t{1} << 24;
+    std::int64_t key() const {
+        return subunit * kSubunitKeys + number * 256 + static_cast<unsigned char>(insertionCode);
+    }
     friend bool operator==(ResidueId a, ResidueId b) { return a.key() == b.key(); }
     friend auto operator<=>(ResidueId a, ResidueId b) { return a.key() <=> b.key(); }
 };
@@ -65,6 +71,7 @@ struct Atom {
     char insertionCode = ' ';
     char chainId = ' ';  // as records show it: the first character of the chain's name
     char alternateLocation = ' ';
+    std::uint16_t subunit = 0;  // as in ResidueId
     FixedText<4> name;
     FixedText<3> residueName;
     FixedText<4> segmentId;
@@ -72,25 +79,30 @@ struct Atom {
     FixedText<2> charge;
 
     bool matches(std::uint32_t mask) const { return (classification & mask) == mask; }
-    ResidueId residueId() const { return {residueNumber, insertionCode}; }
+    ResidueId residueId() const { return {residueNumber, insertionCode, subunit}; }
     Vec3 place() const { return {x, y, z}; }
 };
 
-// A run of consecutive atoms with one residue number and insertion code.
+// A run of consecutive atoms with one residue number and insertion code, in a complex of one chain.
 struct Residue {
     std::uint32_t first = 0, end = 0;  // atoms [first, end) of the chain, in file order
     std::uint32_t n = kNoAtom, ca = kNoAtom, c = kNoAtom, o = kNoAtom, beta = kNoAtom;
     bool breakAfter = false;  // the chain is broken between this residue and the next
 };
 
+// A chain of a file; or a complex, all of its chains one after the other as if they were one.
 struct Chain {
     std::vector<Atom> atoms;        // file order
     std::vector<Residue> residues;  // as buildResidues() left them
     std::string fileName;           // the path as given
     std::uint32_t number = 0;       // 1-based position in its file, or model ID in a list
-    std::string name = " ";         // what its file calls it; PDB files give one character
+    std::string name = " ";         // what its file calls it; PDB files give one character; of a
+                                    // complex the names of its chains with commas between
     bool isSegment = false;         // the name is that of a segment of a PDB file, whose column for
                                     // the chain is blank
+    // Of a complex the names of its chains, in the order of their atoms; empty for a single chain,
+    // and not for a complex that happens to have one: it is still paired by the name.
+    std::vector<std::string> subunits{};
 
     // What messages and records show of the name.
     char letter() const { return name.empty() ? ' ' : name.front(); }
@@ -112,6 +124,11 @@ struct ChainList {
 // Builds the residues of a chain from its atoms.  A residue whose atoms do not follow each other
 // ends the array: "Residue assignment error" is logged and the atoms from there on have no residue.
 void buildResidues(Chain& chain, Log& log);
+
+// One chain of all, in their order; number and file name are those of the first.
+// REQUIRES: there is one, none is a complex, their residues are built, and there are fewer than
+// 2^16.
+Chain joinChains(std::vector<Chain> chains);
 
 // Radius of gyration over all C-alpha atoms, unweighted, Å; 0 without any.
 double radiusOfGyration(const Chain& chain);

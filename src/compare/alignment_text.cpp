@@ -1,6 +1,8 @@
 // The two sequences one above the other, as a pairwise run shows which residues were paired.
 // Columns are collected in five lines of equal length and written block by block.
 #include <algorithm>
+#include <span>
+#include <vector>
 
 #include "base/log.h"
 #include "compare/compare.h"
@@ -40,18 +42,55 @@ class AlignmentPrinter {
         }
     }
 
+    void print(std::span<const SubunitPair> subunits) {
+        if (!experiment_.isComplex && !prediction_.isComplex) {
+            return print({0, prediction_.size()}, {0, experiment_.size()});
+        }
+        std::vector<bool> isShown[2] = {std::vector<bool>(experiment_.subunits.size()),
+                                        std::vector<bool>(prediction_.subunits.size())};
+        for (const SubunitPair& pair : subunits) {
+            isShown[0][pair.experiment] = isShown[1][pair.prediction] = true;
+            printChains(&prediction_.subunits[pair.prediction],
+                        &experiment_.subunits[pair.experiment]);
+        }
+        for (std::size_t p = 0; p < prediction_.subunits.size(); ++p)
+            if (!isShown[1][p]) printChains(&prediction_.subunits[p], nullptr);
+        for (std::size_t e = 0; e < experiment_.subunits.size(); ++e)
+            if (!isShown[0][e]) printChains(nullptr, &experiment_.subunits[e]);
+    }
+
+ private:
+    // Records [at, end).
+    struct Range {
+        std::size_t at = 0, end = 0;
+    };
+
+    // Two chains of complexes, or one without a partner.
+    void printChains(const Subunit* prediction, const Subunit* experiment) {
+        const auto rangeOf = [](const Subunit* chain) {
+            return chain == nullptr ? Range{} : Range{chain->first, chain->end};
+        };
+        const auto nameOf = [](const Subunit* chain) {
+            return chain == nullptr ? "none" : chain->name.c_str();
+        };
+        report_.report(ReportLevel::Alignment, "\nChains      prediction %s, experiment %s\n",
+                       nameOf(prediction), nameOf(experiment));
+        columns_ = 0;
+        print(rangeOf(prediction), rangeOf(experiment));
+    }
+
     // Walks along both chains.  What is mapped stands in one column; what is not has a column of
     // its own, the prediction's before the experiment's.  A pairing need not be in order: where it
     // is not, the columns of mapped residues show those that come next on either side.
-    void print() {
-        std::size_t p = 0;
-        std::size_t e = 0;
-        while (p < prediction_.size() && e < experiment_.size()) {
-            while (p < prediction_.size() && !predictionIsMapped(p))
+    void print(Range prediction, Range experiment) {
+        auto& [p, predictionEnd] = prediction;
+        auto& [e, experimentEnd] = experiment;
+        while (p < predictionEnd && e < experimentEnd) {
+            while (p < predictionEnd && !predictionIsMapped(p))
                 addPrediction(p++);
-            while (e < experiment_.size() && experimentMapped_[e] == 0)
+            while (e < experimentEnd && experimentMapped_[e] == 0)
                 addExperiment(e++);
-            while (p < prediction_.size() && e < experiment_.size() && predictionIsMapped(p) &&
+            while (p < predictionEnd && e < experimentEnd && predictionIsMapped(p) &&
                    experimentMapped_[e] != 0) {
                 addColumn(prediction_.sequence[p], structureOf(prediction_, p), predictionMark_[p],
                           structureOf(experiment_, e), experiment_.sequence[e]);
@@ -59,14 +98,13 @@ class AlignmentPrinter {
                 ++e;
             }
         }
-        while (e < experiment_.size())
+        while (e < experimentEnd)
             addExperiment(e++);
-        while (p < prediction_.size())
+        while (p < predictionEnd)
             addPrediction(p++);
         if (!predictionLine_.empty()) endBlock();
     }
 
- private:
     // A blank is also the mark of a residue that has no partner.
     bool predictionIsMapped(std::size_t i) const { return predictionMark_[i] != ' '; }
 
@@ -144,7 +182,7 @@ void printAlignment(const CoordinateSet& experiment, const CoordinateSet& predic
                   kInSubset);
     AlignmentPrinter(experiment, prediction, result, parameters.sequenceIndependent, lineWrap,
                      report)
-        .print();
+        .print(result.subunits);
 }
 
 }  // namespace tervolanda

@@ -93,6 +93,7 @@ struct ComparisonParameters {
     bool maxRMSD = false;              // select by RMSD instead of by distance
     bool sequenceIndependent = false;  // pair residues by structure
     bool pairBySequence = false;       // pair residues by an alignment of the sequences
+    bool mapChains = false;            // pair the chains of complexes by sequence and place
     bool similarityMatrix = false;     // show the similarity matrices to the sink
     int optimisations = 0;             // passes of re-mapping
     double gapOpen = -0.6;
@@ -158,6 +159,7 @@ struct ComparisonResult : Scores {
     std::vector<std::int32_t> partners;  // per prediction record: experiment record or -1, first
                                          // iteration
     MeasureValues measures;
+    std::vector<SubunitPair> subunits;  // of complexes: the chains that belong together
 
     void clear();
 };
@@ -187,6 +189,7 @@ struct RmsdOptions {
     bool pairBySequence = false;
     bool pairByNumber = false;  // also where both chains have the same ends
     MeasureRequest measures{};  // the sets hold C-alpha atoms
+    bool mapChains = false;
 };
 
 // The least-squares fit of all residue pairs.
@@ -226,12 +229,12 @@ struct NativeContacts {
     }
 };
 // CB atoms (CA of glycine) within `distance` Å, residue numbers at least `gap` apart, both limits
-// included.
+// included; residues of two chains of a complex are far apart whatever their numbers.
 NativeContacts nativeContacts(const Chain& experiment, const Chain& prediction, double distance,
                               int gap);
 // The native contacts of an RMSD comparison, where the parameters ask for them: residues belong
-// together by number or, paired by sequence, as `fit` matched them, the prediction's then having
-// the numbers of their partners.
+// together by number or, paired by sequence and in complexes, as `fit` matched them, the
+// prediction's then having the numbers of their partners.
 std::optional<NativeContacts> sharedContacts(const Chain& experiment,
                                              const CoordinateSet& experimentSet,
                                              const Chain& prediction,
@@ -243,7 +246,8 @@ std::optional<NativeContacts> sharedContacts(const Chain& experiment,
 void reportSuperposition(const Superposition& superposition, ReportLevel level, Report& report);
 
 // Prints the two sequences one above the other, "|" between pairs of a MaxSub subset, "'" between
-// other mapped pairs, in blocks of `lineWrap` columns.  Written at report level 4 or more.
+// other mapped pairs, in blocks of `lineWrap` columns; of complexes chain pair by chain pair, and
+// then the chains without a partner.  Written at report level 4 or more.
 void printAlignment(const CoordinateSet& experiment, const CoordinateSet& prediction,
                     const ComparisonResult& result, const ComparisonParameters& parameters,
                     int lineWrap, Report& report);

@@ -27,10 +27,10 @@ constexpr std::size_t kNone = SIZE_MAX;
 // the chain.  A residue that occurs twice counts by its first piece.
 struct BetaSet {
     std::vector<Beta> atoms;
-    std::unordered_map<std::int32_t, std::size_t> byKey;
+    std::unordered_map<std::int64_t, std::size_t> byKey;
     std::vector<std::size_t> byResidue;  // kNone for a residue without, one for each of the chain
 
-    std::size_t withKey(std::int32_t key) const {
+    std::size_t withKey(std::int64_t key) const {
         const auto found = byKey.find(key);
         return found == byKey.end() ? kNone : found->second;
     }
@@ -122,7 +122,8 @@ NativeContacts countContacts(const BetaSet& native, const BetaSet& predicted,
         grid.visitNear(a, [&](std::size_t j) {
             const Beta& b = native.atoms[j];
             const int separation = std::abs(a.residue.number - b.residue.number);
-            if (j <= i || separation < gap || !areNear(a, b)) return;
+            const bool areNeighbours = a.residue.subunit == b.residue.subunit && separation < gap;
+            if (j <= i || areNeighbours || !areNear(a, b)) return;
             ++contacts.native;
             if (partners[i] == kNone || partners[j] == kNone) return;
             const bool kept = areNear(predicted.atoms[partners[i]], predicted.atoms[partners[j]]);
@@ -167,7 +168,9 @@ std::optional<NativeContacts> sharedContacts(const Chain& experiment,
     if (!parameters.contacts) return std::nullopt;
     const double distance = parameters.contactDistance;
     const int gap = parameters.contactGap;
-    if (!parameters.pairBySequence) return nativeContacts(experiment, prediction, distance, gap);
+    const bool isByNumber =
+        !parameters.pairBySequence && !experimentSet.isComplex && !predictionSet.isComplex;
+    if (isByNumber) return nativeContacts(experiment, prediction, distance, gap);
     const BetaSet native = betaAtoms(experiment);
     const BetaSet predicted = betaAtoms(prediction);
     const auto partners = partnersOf(native, experimentSet, predicted, predictionSet, fit.matched);

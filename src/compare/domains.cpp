@@ -155,6 +155,7 @@ void ComparisonResult::clear() {
     matched.clear();
     partners.clear();
     measures.clear();
+    subunits.clear();
 }
 
 SearchTask wholeChains(const CoordinateSet& experiment, const CoordinateSet& prediction,
@@ -166,32 +167,25 @@ SearchTask wholeChains(const CoordinateSet& experiment, const CoordinateSet& pre
             .experimentLength = experiment.size()};
 }
 
-namespace {
-
-void searchAll(const SearchTask& whole, ComparisonScratch& scratch, Report& report,
-               ComparisonResult& result) {
-    if (!whole.parameters.pairBySequence) {
-        DomainIterations(whole, scratch, report, result).run();
-        return;
-    }
-    const auto keyed = scratch.sequencePairing.align(whole.experiment, whole.prediction, report);
-    const SearchTask bySequence{.experiment = keyed.experiment,
-                                .prediction = keyed.prediction,
-                                .parameters = whole.parameters,
-                                .experimentLength = whole.experimentLength,
-                                .calibration = whole.calibration};
-    DomainIterations(bySequence, scratch, report, result).run();
-}
-
-}  // namespace
-
 const SearchResult& searchDomains(const SearchTask& whole, ComparisonScratch& scratch,
                                   Report& report, ComparisonResult& result) {
-    searchAll(whole, scratch, report, result);
-    if (!whole.parameters.measures.wanted.isEmpty()) {
+    const ComparisonParameters& parameters = whole.parameters;
+    const auto keyed = scratch.pairingKeys.make(
+        whole.experiment, whole.prediction,
+        {.bySequence = parameters.pairBySequence, .mapsChains = parameters.mapChains},
+        scratch.kernels, report);
+    const SearchTask task{.experiment = keyed.experiment,
+                          .prediction = keyed.prediction,
+                          .parameters = parameters,
+                          .matrices = whole.matrices,
+                          .experimentLength = whole.experimentLength,
+                          .calibration = whole.calibration};
+    DomainIterations(task, scratch, report, result).run();
+    if (!parameters.measures.wanted.isEmpty()) {
         measurePairs(whole.experiment, whole.prediction, scratch.first.mapping.predictionPartner,
-                     whole.parameters.measures, scratch, result.measures);
+                     parameters.measures, scratch, result.measures);
     }
+    result.subunits.assign(keyed.subunits.begin(), keyed.subunits.end());
     return scratch.first;
 }
 

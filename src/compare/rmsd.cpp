@@ -3,6 +3,8 @@
 // Directions know nothing of distance, so one misplaced end does not drown a good fold.
 #include <algorithm>
 #include <cmath>
+#include <utility>
+#include <vector>
 
 #include "base/log.h"
 #include "compare/measures.h"
@@ -32,14 +34,15 @@ void rotate(const Rotation& r, Points& points) {
 // look-up; see haveSameEnds() for what that takes for granted.
 void mapResidues(const CoordinateSet& experiment, const CoordinateSet& prediction,
                  const RmsdOptions& options, ComparisonScratch& scratch, Report& report) {
-    if (options.pairBySequence) {
-        const auto keyed = scratch.sequencePairing.align(experiment, prediction, report);
-        mapByResidue(keyed.experiment, keyed.prediction, scratch.mapping, report);
-    } else if (!options.pairByNumber && haveSameEnds(experiment, prediction)) {
-        mapByPosition(experiment, prediction, scratch.mapping);
-    } else {
-        mapByResidue(experiment, prediction, scratch.mapping, report);
+    const bool mayPairByPosition = !options.pairBySequence && !options.pairByNumber;
+    if (mayPairByPosition && haveSameEnds(experiment, prediction)) {
+        return mapByPosition(experiment, prediction, scratch.mapping);
     }
+    const auto keyed = scratch.pairingKeys.make(
+        experiment, prediction,
+        {.bySequence = options.pairBySequence, .mapsChains = options.mapChains}, scratch.kernels,
+        report);
+    mapByResidue(keyed.experiment, keyed.prediction, scratch.mapping, report);
 }
 
 // The pairs whose prediction record is a C-alpha atom.
@@ -48,6 +51,37 @@ void collectCalphaPairs(const CoordinateSet& prediction, const std::vector<Match
     calphas.clear();
     for (const MatchedPair& pair : mapped) {
         if (prediction.atomKey[pair.prediction] == kCalphaKey) calphas.push_back(pair);
+    }
+}
+
+// The places of neighbours among the pairs that are of two chains: what leads from one to the other
+// is no direction of a chain.
+std::vector<std::size_t> chainEnds(const CoordinateSet& experiment, const CoordinateSet& prediction,
+                                   const std::vector<MatchedPair>& calphas) {
+    std::vector<std::size_t> ends;
+    if (!experiment.isComplex && !prediction.isComplex) return ends;
+    const auto chainsOf = [&](const MatchedPair& pair) {
+        return std::pair(experiment.subunitOf(pair.experiment),
+                         prediction.subunitOf(pair.prediction));
+    };
+    for (std::size_t i = 0; i + 1 < calphas.size(); ++i)
+        if (chainsOf(calphas[i]) != chainsOf(calphas[i + 1])) ends.push_back(i);
+    return ends;
+}
+
+void removeVectors(const std::vector<std::size_t>& places, Points& vectors) {
+    if (places.empty()) return;
+    for (std::vector<double>* const axis : {&vectors.x, &vectors.y, &vectors.z}) {
+        auto next = places.begin();
+        std::size_t kept = 0;
+        for (std::size_t i = 0; i < axis->size(); ++i) {
+            if (next != places.end() && *next == i) {
+                ++next;
+            } else {
+                (*axis)[kept++] = (*axis)[i];
+            }
+        }
+        axis->resize(kept);
     }
 }
 
@@ -61,6 +95,9 @@ double unitVectorRmsd(const CoordinateSet& experiment, const CoordinateSet& pred
     PairedPoints& pairs = scratch.pairs;
     makeUnitVectors(pairs.experiment);
     makeUnitVectors(pairs.prediction);
+    const std::vector<std::size_t> ends = chainEnds(experiment, prediction, calphas);
+    removeVectors(ends, pairs.experiment);
+    removeVectors(ends, pairs.prediction);
     rotate(rotation, pairs.prediction);
     scratch.squaredDeviation.resize(pairs.size());
     const auto fit = fitPairs(pairs, scratch.kernels);

@@ -10,8 +10,8 @@
 #include "compare/fit/kernels.h"
 #include "compare/fit/superposition.h"
 #include "compare/lddt.h"
+#include "compare/pairing/pairing_keys.h"
 #include "compare/pairing/sequence_independent.h"
-#include "compare/pairing/sequence_pairing.h"
 #include "compare/search.h"
 #include "compare/seed_search.h"
 
@@ -42,7 +42,7 @@ struct ComparisonScratch {
     ResidueMapping mapping;                // the pairing under work
     ResidueMapping nextMapping;            // the one that may follow it
     StructureMapper mapper{kernels};       // makes pairings from structure
-    SequencePairing sequencePairing;       // makes pairings from sequence
+    PairingKeys pairingKeys;               // makes pairings from sequence, and of complexes
     PairedPoints pairs;                    // its points in mapped order
     PairedPoints gathered;                 // the points of one subset
     std::vector<double> squaredDeviation;  // Å^2, one per pair, as the last fit left it

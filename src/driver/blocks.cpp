@@ -97,6 +97,7 @@ std::string optionsText(const Settings& settings) {
     integer("-maxRMSD", p.maxRMSD ? 1 : 0);
     integer("-in", p.sequenceIndependent ? 1 : 0);
     integer("--pair=sequence", p.pairBySequence ? 1 : 0);
+    integer("--map-chains", p.mapChains ? 1 : 0);
     integer("-opt", p.optimisations);
     real("-open", p.gapOpen);
     real("-aff", p.gapAffine);

@@ -18,10 +18,11 @@ constexpr auto kOptions = std::to_array<OwnOption>({
     {"help", "more", "This page"},
     {"input", "auto", "Read every file by its content, plain or gzip: mmCIF, or PDB as entries are,\n"
                       "protein residues (modified ones, too) of one chain, model and conformer"},
-    {"chain", "A", "Read this chain, by its author's name (label:A for mmCIF's own); this and the\n"
-                   "next four read as --input=auto does"},
-    {"chain-e", "A", "The same for the experiment"},
-    {"chain-p", "A", "The same for predictions"},
+    {"chain", "A|all", "Read this chain, by its author's name (label:A for mmCIF's own), or all chains\n"
+                       "as one complex, paired by name; this and the next four read as\n"
+                       "--input=auto does"},
+    {"chain-e", "A|all", "The same for the experiment"},
+    {"chain-p", "A|all", "The same for predictions"},
     {"model", "n|all", "Read this model of a file (default the first); all: in lists every model\n"
                        "is a structure of its own, shown as file:n"},
     {"altloc", "best|first|A", "Read the alternate locations of the highest mean occupancy (default), the\n"
@@ -31,6 +32,7 @@ constexpr auto kOptions = std::to_array<OwnOption>({
     {"threads", "n|all", "Threads of list runs; 'all': one for each processor (default = 1)"},
     {"strict", "", "End the run at what is otherwise ignored in silence"},
     {"pair", "sequence", "Pair residues by aligning the sequences, not by number"},
+    {"map-chains", "", "Pair the chains of complexes by sequence and place, not by name"},
     {"progress", "none|lines", "No progress in list runs, or a line each 10 % on standard error"},
     {"tsv", "file", "A table of all pairs, with all that the run knows of each"},
     {"ranking", "file", "A table of all models, best first"},

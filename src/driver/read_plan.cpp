@@ -34,7 +34,8 @@ RmsdOptions rmsdOptions(const Settings& settings) {
     return {.urmsd = (settings.measure.urmsdFlags & UrmsdCompute) != 0,
             .urmsdRotation = (settings.measure.urmsdFlags & UrmsdRotate) != 0,
             .reportTooFew = true,
-            .pairBySequence = settings.comparison.pairBySequence};
+            .pairBySequence = settings.comparison.pairBySequence,
+            .mapChains = settings.comparison.mapChains};
 }
 
 ReadPlan readPlan(const Settings& settings) {

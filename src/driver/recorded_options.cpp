@@ -71,6 +71,7 @@ std::vector<RecordedOption> mainOptions(const ComparisonParameters& comparison,
         {"-i", count(comparison.iterations)},
         {"-in", comparison.sequenceIndependent},
         {"--pair", comparison.pairBySequence ? Value("sequence") : Value()},
+        {"--map-chains", comparison.mapChains},
     };
 }
 

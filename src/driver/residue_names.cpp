@@ -7,11 +7,14 @@
 
 #include <set>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
 #include "base/log.h"
+#include "compare/fit/kernels.h"
 #include "compare/pairing/mapping.h"
+#include "compare/pairing/pairing_keys.h"
 #include "driver/abend.h"
 
 namespace tervolanda {
@@ -34,13 +37,16 @@ class NameCheck {
         return {&chain, prepareChain(chain, AtomSelection::Calpha, parameters_, silent_)};
     }
 
-    // One for all models that have the same residues.
+    // One for all models that have the same residues in chains of the same names.
     std::vector<NamedResidues> kindsOf(std::span<const Chain> models) {
-        std::set<std::pair<std::vector<std::int32_t>, std::string>> known;
+        std::set<std::tuple<std::vector<std::int64_t>, std::string, std::string>> known;
         std::vector<NamedResidues> kinds;
         for (const Chain& model : models) {
             NamedResidues residues = residuesOf(model);
-            if (known.emplace(residues.set.residueKey, residues.set.sequence).second) {
+            if (known
+                    .emplace(residues.set.residueKey, residues.set.sequence,
+                             model.subunits.empty() ? "" : model.name)
+                    .second) {
                 kinds.push_back(std::move(residues));
             }
         }
@@ -49,7 +55,8 @@ class NameCheck {
 
     // Unknown residues are left out, since X says nothing.
     void compare(const NamedResidues& a, const NamedResidues& b) {
-        mapByResidue(a.set, b.set, mapping_, silent_);
+        const auto keyed = keys_.make(a.set, b.set, {}, bestKernels(), silent_);
+        mapByResidue(keyed.experiment, keyed.prediction, mapping_, silent_);
         unsigned shared = 0, equal = 0;
         for (const MatchedPair& pair : mapping_.pairs) {
             const char first = a.set.sequence[pair.experiment];
@@ -67,6 +74,7 @@ class NameCheck {
     const ComparisonParameters& parameters_;
     Log log_;  // without a sink
     Report silent_{log_, 0};
+    PairingKeys keys_;
     ResidueMapping mapping_;
 };
 
@@ -77,7 +85,9 @@ class NameCheck {
 void checkResidueNames(const Chain* experiment, std::span<const Chain> models,
                        const Settings& settings) {
     const ComparisonParameters& parameters = settings.comparison;
-    const bool byNumber = !parameters.sequenceIndependent && !parameters.pairBySequence;
+    // Chains that are mapped have equal residues wherever the numbers are equal.
+    const bool byNumber =
+        !parameters.sequenceIndependent && !parameters.pairBySequence && !parameters.mapChains;
     if (!settings.strict || !byNumber) return;
     NameCheck check(settings);
     const std::vector<NamedResidues> kinds = check.kindsOf(models);

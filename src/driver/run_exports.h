@@ -12,7 +12,7 @@
 
 #include "chain/input/input.h"
 #include "cluster/batch/batch.h"
-#include "compare/pairing/sequence_pairing.h"
+#include "compare/pairing/pairing_keys.h"
 #include "driver/settings.h"
 #include "export/export.h"
 #include "export/values.h"
@@ -75,7 +75,7 @@ class RunExports final : public PairViewer {
     void take(const ComparedPair& pair);
     // Hands the pairs of medoids to the files that show models laid over them.
     void superposeClusters(const RunResults& results);
-    void showSequences(const ComparedPair& pair);
+    void showPairing(const ComparedPair& pair);
 
     // Invariant: `files_` has those that could be opened, between start() and finish(); a run that
     // ends in between (by an Abend, or for lack of memory) destroys them without commit(), which
@@ -100,7 +100,7 @@ class RunExports final : public PairViewer {
     // Used again for every pair, so that a batch does not allocate.
     PairResult pair_;
     PairTexts texts_;
-    SequencePairing sequences_;
+    PairingKeys pairing_;
     std::size_t pairsWithoutFit_ = 0;
     std::optional<DistanceMatrix> scores_;
 };

@@ -172,6 +172,22 @@ std::vector<std::string> recordedCommand(const std::vector<std::string>& values)
     return command;
 }
 
+// REQUIRES: the chains to read are known.
+void readComplexOptions(const OwnOptions& own, Settings& settings) {
+    const InputSettings& input = settings.input;
+    const bool readsComplex =
+        input.experimentChain == kAllChains || input.predictionChain == kAllChains;
+    // An alignment by structure runs along one chain, and would go on from the end of a chain to
+    // whichever comes next.
+    if (readsComplex && settings.comparison.sequenceIndependent) {
+        abend("Options '--chain=all' and '-in' exclude each other");
+    }
+    settings.comparison.mapChains = own.has("map-chains");
+    if (settings.comparison.mapChains && !readsComplex) {
+        abend("Option '--map-chains' is for complexes: --chain=all");
+    }
+}
+
 // The options of two dashes, all checked; those of entries and lists have functions of their own.
 void readOwnOptions(const OwnOptions& own, Settings& settings) {
     if (const auto block = own.text("block")) readBlock(*block, settings.blocks);
@@ -194,6 +210,7 @@ void readOwnOptions(const OwnOptions& own, Settings& settings) {
     if (settings.comparison.pairBySequence && settings.comparison.sequenceIndependent) {
         abend("Options '--pair=sequence' and '-in' exclude each other");
     }
+    readComplexOptions(own, settings);
 }
 
 // Whether an argument is the value of the one before it, whatever stands before that: in

@@ -18,15 +18,25 @@ std::string residueName(ResidueId residue) {
     return name;
 }
 
-// "#2:5-17,20": residues of a model, in all of its chains, of which a compared structure has one.
-std::string selection(std::size_t object, const std::vector<ResidueStretch>& stretches) {
-    std::string text = '#' + std::to_string(object) + ':';
+// The residues, or of each the atom that `atom` names.  Those of complexes are found by chain,
+// where its name is a word to the viewer: a union with a term for each.
+std::string selection(std::size_t object, const InputStructure& input,
+                      const std::vector<ResidueStretch>& stretches, const char* atom = "") {
+    std::string text;
     for (std::size_t i = 0; i < stretches.size(); ++i) {
-        if (i > 0) text += ',';
-        text += residueName(stretches[i].first);
-        if (stretches[i].last != stretches[i].first) text += '-' + residueName(stretches[i].last);
+        const auto& [first, last] = stretches[i];
+        if (i > 0 && stretches[i - 1].first.subunit == first.subunit) {
+            text += ',';
+        } else {
+            const bool isNamed = first.subunit < input.subunits.size() && !input.isSegment &&
+                                 isWord(input.subunits[first.subunit]);
+            text += (i > 0 ? atom + std::string("|#") : "#") + std::to_string(object);
+            text += (isNamed ? "/" + input.subunits[first.subunit] : "") + ':';
+        }
+        text += residueName(first);
+        if (last != first) text += '-' + residueName(last);
     }
-    return text;
+    return text + atom;
 }
 
 class ChimeraxScript final : public SceneFile {
@@ -37,8 +47,8 @@ class ChimeraxScript final : public SceneFile {
     void write(const Scene& scene) override;
     void open(std::size_t object, const InputStructure& input, unsigned colour);
     void move(std::size_t object, const Superposition& motion);
-    void highlight(std::size_t object, const std::vector<ResidueStretch>& stretches,
-                   unsigned colour);
+    void highlight(std::size_t object, const InputStructure& input,
+                   const std::vector<ResidueStretch>& stretches, unsigned colour);
     void addPair(const Scene& scene);
     void addModels(const Scene& scene);
 };
@@ -73,12 +83,13 @@ void ChimeraxScript::move(std::size_t object, const Superposition& motion) {
     text() += '\n';
 }
 
-void ChimeraxScript::highlight(std::size_t object, const std::vector<ResidueStretch>& stretches,
-                               unsigned colour) {
+void ChimeraxScript::highlight(std::size_t object, const InputStructure& input,
+                               const std::vector<ResidueStretch>& stretches, unsigned colour) {
     if (stretches.empty()) return;
-    const std::string residues = selection(object, stretches);
-    text() += format("color %s #%06x\nshow %s@CA atoms\nstyle %s@CA ball\n", residues.c_str(),
-                     colour, residues.c_str(), residues.c_str());
+    const std::string residues = selection(object, input, stretches);
+    const std::string calphas = selection(object, input, stretches, "@CA");
+    text() += format("color %s #%06x\nshow %s atoms\nstyle %s ball\n", residues.c_str(), colour,
+                     calphas.c_str(), calphas.c_str());
 }
 
 // Every domain has a motion of its own: each after the first shows itself, in a model of its own.
@@ -92,11 +103,13 @@ void ChimeraxScript::addPair(const Scene& scene) {
         open(object, scene.of(model), colours.base);
         if (d > 0 && !domain.prediction.empty()) {
             text() += format("hide #%zu cartoons\n", object);
-            text() += "show " + selection(object, domain.prediction) + " cartoons\n";
+            text() +=
+                "show " + selection(object, scene.of(model), domain.prediction) + " cartoons\n";
         }
         move(object, domain.motion);
-        highlight(1, domain.experiment, d == 0 ? kExperimentColours.highlight : colours.base);
-        highlight(object, domain.prediction, colours.highlight);
+        highlight(1, scene.experiment(), domain.experiment,
+                  d == 0 ? kExperimentColours.highlight : colours.base);
+        highlight(object, scene.of(model), domain.prediction, colours.highlight);
     }
 }
 
@@ -108,7 +121,7 @@ void ChimeraxScript::addModels(const Scene& scene) {
         open(object, scene.of(model), colours.base);
         if (model.domains.empty()) continue;
         move(object, model.domains.front().motion);
-        highlight(object, model.domains.front().prediction, colours.highlight);
+        highlight(object, scene.of(model), model.domains.front().prediction, colours.highlight);
         pace();
     }
 }

@@ -89,7 +89,7 @@ enum class PairDetail : std::uint8_t { None, Figures, Matched, Residues };
 // of a run numbers are most of what they cost.
 class PairTexts {
  public:
-    // Before the first pair.
+    // Before the first pair.  The inputs are lent.
     void start(const RunInputs& inputs);
     // The pair is lent, and the texts are its own, until the next.
     void next(const PairResult& pair) {
@@ -111,11 +111,11 @@ class PairTexts {
     struct InputKeys {
         std::string first, second;
     };
+    const RunInputs* inputs_ = nullptr;
     std::vector<InputKeys> keys_;
     const PairResult* pair_ = nullptr;
     std::string json_;  // empty until it is asked for
     std::size_t headOfJson_ = 0;
-    bool hasSequences_ = false;
 };
 
 // One file of one form.

@@ -83,14 +83,27 @@ bool continues(const ResiduePair& a, const ResiduePair& b) {
     const auto follows = [](ResidueId x, ResidueId y) {
         return y.number == x.number + 1 && x.insertionCode == ' ' && y.insertionCode == ' ';
     };
-    return a.domain == b.domain && b.experimentPosition == a.experimentPosition + 1 &&
+    return a.domain == b.domain && a.experiment.subunit == b.experiment.subunit &&
+           a.prediction.subunit == b.prediction.subunit &&
+           b.experimentPosition == a.experimentPosition + 1 &&
            b.predictionPosition == a.predictionPosition + 1 &&
            follows(a.experiment, b.experiment) && follows(a.prediction, b.prediction);
 }
 
+// What a pair of complexes adds: the names of the two chains.
+void appendChains(std::string& text, const InputStructure& first, const InputStructure& second,
+                  ResidueId a, ResidueId b) {
+    if (first.subunits.empty() && second.subunits.empty()) return;
+    text += ',';
+    appendJson(text, chainOf(first, a));
+    text += ',';
+    appendJson(text, chainOf(second, b));
+}
+
 // Runs of matched residues, which are long where a model is right: [first 1, last 1, first 2, last
-// 2, domain].  Pairs outside of every subset are left out.
-void appendMatched(std::string& text, const std::vector<ResiduePair>& residues) {
+// 2, domain], and the chains of complexes.  Pairs outside of every subset are left out.
+void appendMatched(std::string& text, const InputStructure& first, const InputStructure& second,
+                   const std::vector<ResiduePair>& residues) {
     text += '[';
     bool isFirst = true;
     for (auto at = residues.begin(); at != residues.end();) {
@@ -106,11 +119,27 @@ void appendMatched(std::string& text, const std::vector<ResiduePair>& residues) 
                 text += ',';
             }
             appendJson(text, at->domain);
+            appendChains(text, first, second, at->experiment, at->prediction);
             text += ']';
         }
         at = std::next(last);
     }
     text += ']';
+}
+
+// Of complexes the names of the chains that belong together, [chain 1, chain 2].
+void addChainPairs(JsonObject& object, std::string& text, const InputStructure& first,
+                   const InputStructure& second, const std::vector<SubunitPair>& pairs) {
+    if (first.subunits.empty() && second.subunits.empty()) return;
+    object.key("chain_pairs");
+    appendJsonList(text, std::span(pairs), [&](const SubunitPair& pair) {
+        const ResidueId a{.subunit = pair.experiment}, b{.subunit = pair.prediction};
+        text += '[';
+        appendJson(text, chainOf(first, a));
+        text += ',';
+        appendJson(text, chainOf(second, b));
+        text += ']';
+    });
 }
 
 // The first domain's motion stands in the pair itself, where readers of runs with one domain find
@@ -133,7 +162,7 @@ void addSuperpositions(JsonObject& object, std::string& text, const PairResult& 
 // What each input contributes to its pairs is made once, since each takes part in as many pairs as
 // the list has models, and escaping a name costs more than copying it.
 void PairTexts::start(const RunInputs& inputs) {
-    hasSequences_ = inputs.pairsBySequence;
+    inputs_ = &inputs;
     keys_.clear();
     keys_.reserve(inputs.structures.size());
     for (const InputStructure& input : inputs.structures)
@@ -171,15 +200,18 @@ void PairTexts::makeJson() {
     add("rurmsd", pair.rurmsd);
     add("contacts", pair.contacts);
     add("cutoff", pair.cutoff);
-    if (hasSequences_) {
+    if (inputs_->pairsBySequence) {
         add("identity", pair.identity);
         add("coverage1", pair.coverage1);
         add("coverage2", pair.coverage2);
     }
     object.add("domains", pair.domains);
     object.add("status", statusWord(pair.status));
+    const InputStructure& first = inputs_->structures[pair.experiment];
+    const InputStructure& second = inputs_->structures[pair.prediction];
+    addChainPairs(object, text, first, second, pair.subunits);
     object.key("matched");
-    appendMatched(text, pair.residues);
+    appendMatched(text, first, second, pair.residues);
     headOfJson_ = text.size();
     addSuperpositions(object, text, pair);
     object.end();

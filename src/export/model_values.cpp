@@ -36,6 +36,7 @@ InputStructure inputOf(const Chain& chain) {
     input.file = chain.fileName;
     input.chain = chain.name == " " ? "" : chain.name;
     input.isSegment = chain.isSegment;
+    input.subunits = chain.subunits;
     input.length = chain.residues.size();
     double sum = 0.0;
     std::size_t count = 0;

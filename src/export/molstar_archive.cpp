@@ -19,6 +19,13 @@ std::string colourName(unsigned colour) {
     return format("\"#%06x\"", colour);
 }
 
+// A structure in the archive.  The input is lent.
+struct Part {
+    std::string file;  // its name there
+    StructureForm form = StructureForm::Pdb;
+    const InputStructure* input = nullptr;
+};
+
 // Copies are packed as they are read, so that one structure at a time is in memory.  A structure
 // that cannot be read again, or an archive above the limits of its format, leaves no file
 // (isWhole_).
@@ -29,12 +36,6 @@ class MolstarArchive final : public SceneFile {
     bool commit() override { return isWhole_ && SceneFile::commit(); }
 
  private:
-    struct Part {
-        std::string file;  // its name in the archive
-        StructureForm form = StructureForm::Pdb;
-        std::string chain;
-    };
-
     void write(const Scene& scene) override;
     Part pack(const Scene& scene, std::size_t input, const std::string& name);
     static void appendModel(std::string& text, const Scene& scene, std::size_t place,
@@ -56,12 +57,13 @@ struct Shown {
 
 // Stretches as a list of component expressions; `chain` is the author's name, empty for any.
 void appendSelector(std::string& text, const std::vector<ResidueStretch>& stretches,
-                    const std::string& chain) {
+                    const InputStructure& input) {
     text += '[';
     for (const ResidueStretch& stretch : stretches) {
         if (text.back() != '[') text += ',';
         text += '{';
-        if (!chain.empty()) {
+        const std::string& chain = chainOf(input, stretch.first);
+        if (!chain.empty() && !input.isSegment) {
             text += "\"auth_asym_id\":";
             appendJson(text, chain);
             text += ',';
@@ -100,17 +102,16 @@ void appendColour(std::string& text, unsigned colour) {
 
 // One branch of the tree, a structure as it is shown.  Nodes nest, and their order is the format's:
 // a transform is a sibling of the components, before these.
-void appendStructure(std::string& text, const std::string& file, StructureForm form,
-                     const std::string& chain, const Shown& shown) {
+void appendStructure(std::string& text, const Part& part, const Shown& shown) {
     text += R"({"kind":"download","params":{"url":)";
-    appendJson(text, file);
+    appendJson(text, part.file);
     text += R"(},"children":[{"kind":"parse","params":{"format":)";
-    text += form == StructureForm::Mmcif ? "\"mmcif\"" : "\"pdb\"";
+    text += part.form == StructureForm::Mmcif ? "\"mmcif\"" : "\"pdb\"";
     text += R"(},"children":[{"kind":"structure","params":{"type":"model"},"children":[)";
     if (shown.motion != nullptr) appendTransform(text, *shown.motion);
     text += R"({"kind":"component","params":{"selector":)";
     if (shown.residues != nullptr) {
-        appendSelector(text, *shown.residues, chain);
+        appendSelector(text, *shown.residues, *part.input);
     } else {
         text += "\"polymer\"";
     }
@@ -122,22 +123,20 @@ void appendStructure(std::string& text, const std::string& file, StructureForm f
         text += ',';
         appendColour(text, shown.highlight);
         text += ",\"selector\":";
-        appendSelector(text, *shown.highlights, chain);
+        appendSelector(text, *shown.highlights, *part.input);
         text += "}}";
     }
     text += "]}]}]}]}]}";
 }
 
 // Puts a copy of the structure into the archive.
-MolstarArchive::Part MolstarArchive::pack(const Scene& scene, std::size_t input,
-                                          const std::string& name) {
+Part MolstarArchive::pack(const Scene& scene, std::size_t input, const std::string& name) {
     const StructureCopy copy = copyOf(*scene.inputs.chains[input]).value_or(StructureCopy());
     if (copy.text.empty()) isWhole_ = false;
     Part part;
     part.form = copy.form;
     part.file = name + (copy.form == StructureForm::Mmcif ? ".cif" : ".pdb");
-    const InputStructure& structure = scene.inputs.structures[input];
-    if (!structure.isSegment) part.chain = structure.chain;
+    part.input = &scene.inputs.structures[input];
     isWhole_ = archive_.add(part.file, copy.text, text()) && isWhole_;
     pace();
     return part;
@@ -168,7 +167,7 @@ void MolstarArchive::appendModel(std::string& text, const Scene& scene, std::siz
             if (d > 0) shown.residues = &domain.prediction;
         }
         if (!text.ends_with("[\n")) text += ",\n";
-        appendStructure(text, part.file, part.form, part.chain, shown);
+        appendStructure(text, part, shown);
     }
 }
 
@@ -191,7 +190,7 @@ std::string MolstarArchive::sceneText(const Scene& scene, const std::vector<Part
         experiment.colour = kExperimentColours.base;
         experiment.highlights = &matched;
         experiment.highlight = kExperimentColours.highlight;
-        appendStructure(text, parts[0].file, parts[0].form, parts[0].chain, experiment);
+        appendStructure(text, parts[0], experiment);
     }
     const std::size_t first = parts.size() - scene.models.size();
     for (std::size_t i = 0; i < scene.models.size(); ++i)

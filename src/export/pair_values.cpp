@@ -24,12 +24,14 @@ void clearPair(PairResult& result) {
           &result.cutoff, &result.identity, &result.coverage1, &result.coverage2}) {
         value->reset();
     }
+    result.subunits.clear();
     result.superpositions.clear();
     result.residues.clear();
 }
 
 ResidueId residueOf(const CoordinateSet& set, std::size_t record) {
-    return {static_cast<std::int16_t>(set.residueNumber[record]), set.insertionCode[record]};
+    return {static_cast<std::int16_t>(set.residueNumber[record]), set.insertionCode[record],
+            set.subunitOf(record)};
 }
 
 // How far the prediction's atom comes to lie from the experiment's, Å.

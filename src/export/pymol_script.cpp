@@ -44,26 +44,24 @@ std::string residueName(ResidueId residue) {
     return name;
 }
 
-// Chain names that stand in a selection as they are.  By others, as the file may have only one
-// chain, none is named.
-bool isWord(std::string_view text) {
-    for (const char c : text) {
-        const bool isLetter = (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
-        if (!isLetter && !(c >= '0' && c <= '9')) return false;
-    }
-    return !text.empty();
-}
-
-// The residues of stretches as a string of Python, "prediction and chain A and resi 5-17+20".
+// The residues of stretches as a string of Python, "prediction and chain A and resi 5-17+20"; by
+// chain names that are no words, as the file may have only one chain, none is named.
 std::string selection(const std::string& object, const InputStructure& input,
                       const std::vector<ResidueStretch>& stretches) {
-    std::string text = object;
-    if (isWord(input.chain)) text += (input.isSegment ? " and segi " : " and chain ") + input.chain;
-    text += " and resi ";
+    std::string text;
     for (std::size_t i = 0; i < stretches.size(); ++i) {
-        if (i > 0) text += '+';
-        text += residueName(stretches[i].first);
-        if (stretches[i].last != stretches[i].first) text += '-' + residueName(stretches[i].last);
+        const auto& [first, last] = stretches[i];
+        if (i > 0 && stretches[i - 1].first.subunit == first.subunit) {
+            text += '+';
+        } else {
+            // "and" binds its words more closely than "or" does.
+            text += (i > 0 ? " or " : "") + object;
+            const std::string& chain = chainOf(input, first);
+            if (isWord(chain)) text += (input.isSegment ? " and segi " : " and chain ") + chain;
+            text += " and resi ";
+        }
+        text += residueName(first);
+        if (last != first) text += '-' + residueName(last);
     }
     return pythonText(text);
 }

@@ -2,8 +2,8 @@
 // command "load inline" reads from after the command "exit".
 //
 // The viewer moves all molecules alike, so that the coordinates are those of the superposition, and
-// it knows residues by number and chain only: each object of the scene is a chain of its own, A the
-// experiment.  The scripts align.rsm and super.rsm (resultfiles) are for the RasMol of old, and
+// it knows residues by number and chain only: each chain of the scene has a letter of its own, A
+// the experiment.  The scripts align.rsm and super.rsm (resultfiles) are for the RasMol of old, and
 // their form is given.
 #include "base/format.h"
 #include "export/scene.h"
@@ -16,10 +16,14 @@ constexpr std::string_view kLetters = "ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
 constexpr int kThin = 60;  // backbone radius, 1/250 Å
 constexpr int kThick = 130;
 
-// After the 36th the letters come again, and with them the selections: a picture of more than 36
-// structures shows all of them, but some share a colour.
-char letterOf(std::size_t object) {
-    return kLetters[object % kLetters.size()];
+// The letters of a structure's chains, of which `used` are taken.  After the 36th they come again,
+// and with them the selections: a picture of more than 36 chains shows all of them, but some share
+// a colour.
+std::string lettersOf(const InputStructure& input, std::size_t& used) {
+    std::string letters;
+    for (std::size_t i = 0; i < std::max<std::size_t>(input.subunits.size(), 1); ++i)
+        letters += kLetters[used++ % kLetters.size()];
+    return letters;
 }
 
 std::string colourName(unsigned colour) {
@@ -31,20 +35,22 @@ class RasmolScene final : public SceneFile {
     using SceneFile::SceneFile;
 
  private:
-    // A chain of the picture.
+    // A structure of the picture.
     struct Object {
         std::size_t input;
         const ShownDomain* domain;  // null for one that nothing moves
         SceneColours colours;
+        std::string letters{};  // one a chain
     };
 
     static std::vector<Object> objectsOf(const Scene& scene);
     void write(const Scene& scene) override;
-    void addBackbone(std::size_t object, unsigned colour);
-    void addHighlight(std::size_t object, const std::vector<ResidueStretch>& stretches,
+    void addBackbone(const std::string& letters, unsigned colour);
+    void addHighlight(const std::string& letters, const std::vector<ResidueStretch>& stretches,
                       unsigned colour);
     // The atoms that were compared, moved; `motion` is null for what nothing moves.
-    void addCoordinates(const Chain& chain, std::size_t object, const Superposition* motion);
+    void addCoordinates(const Chain& chain, const std::string& letters,
+                        const Superposition* motion);
 };
 
 std::vector<RasmolScene::Object> RasmolScene::objectsOf(const Scene& scene) {
@@ -63,50 +69,61 @@ std::vector<RasmolScene::Object> RasmolScene::objectsOf(const Scene& scene) {
 }
 
 void RasmolScene::write(const Scene& scene) {
-    const std::vector<Object> objects = objectsOf(scene);
+    std::vector<Object> objects = objectsOf(scene);
+    std::size_t used = 0;
+    for (Object& object : objects)
+        object.letters = lettersOf(scene.inputs.structures[object.input], used);
     text() += "#!/usr/bin/rasmol -script\nload inline\nselect all\nwireframe off\n";
     // Of the domains after the first only the matched residues are shown.
     const std::size_t whole = scene.isPair() ? 2 : objects.size();
     for (std::size_t i = 0; i < std::min(whole, objects.size()); ++i)
-        addBackbone(i, objects[i].colours.base);
+        addBackbone(objects[i].letters, objects[i].colours.base);
     for (std::size_t i = 0; i < objects.size(); ++i) {
         const Object& object = objects[i];
         if (object.domain == nullptr) continue;
         if (scene.isPair()) {
-            addHighlight(0, object.domain->experiment,
+            addHighlight(objects[0].letters, object.domain->experiment,
                          i == 1 ? kExperimentColours.highlight : object.colours.base);
         }
-        addHighlight(i, object.domain->prediction, object.colours.highlight);
+        addHighlight(object.letters, object.domain->prediction, object.colours.highlight);
     }
     text() += "select all\necho Each motion ";
     text() += kMotionSentence;
     text() += "\nexit\n";
-    for (std::size_t i = 0; i < objects.size(); ++i) {
-        const ShownDomain* const domain = objects[i].domain;
-        addCoordinates(*scene.inputs.chains[objects[i].input], i,
+    for (const Object& object : objects) {
+        const ShownDomain* const domain = object.domain;
+        addCoordinates(*scene.inputs.chains[object.input], object.letters,
                        domain == nullptr ? nullptr : &domain->motion);
     }
 }
 
-void RasmolScene::addBackbone(std::size_t object, unsigned colour) {
-    text() += format("select :%c\nbackbone %d\ncolour %s\n", letterOf(object), kThin,
-                     colourName(colour).c_str());
+void RasmolScene::addBackbone(const std::string& letters, unsigned colour) {
+    for (const char letter : letters) {
+        text() += format("select :%c\nbackbone %d\ncolour %s\n", letter, kThin,
+                         colourName(colour).c_str());
+    }
 }
 
-void RasmolScene::addHighlight(std::size_t object, const std::vector<ResidueStretch>& stretches,
-                               unsigned colour) {
+void RasmolScene::addHighlight(const std::string& letters,
+                               const std::vector<ResidueStretch>& stretches, unsigned colour) {
     for (const ResidueStretch& stretch : stretches) {
         text() += format("select %d-%d and :%c\ncolour %s\nbackbone %d\n", stretch.first.number,
-                         stretch.last.number, letterOf(object), colourName(colour).c_str(), kThick);
+                         stretch.last.number, letters[stretch.first.subunit],
+                         colourName(colour).c_str(), kThick);
         pace();
     }
 }
 
-void RasmolScene::addCoordinates(const Chain& chain, std::size_t object,
+// Of a complex the names of its chains stand in the columns of the segment.
+void RasmolScene::addCoordinates(const Chain& chain, const std::string& letters,
                                  const Superposition* motion) {
     int serial = 0;
+    std::uint16_t subunit = 0;
     for (Atom atom : chain.atoms) {
-        atom.chainId = letterOf(object);
+        if (serial > 0 && atom.subunit != subunit) text() += "TER\n";
+        subunit = atom.subunit;
+        atom.chainId = letters[subunit];
+        if (subunit < chain.subunits.size()) atom.segmentId = FixedText<4>(chain.subunits[subunit]);
         if (motion != nullptr) {
             const auto place = motion->apply(atom.x, atom.y, atom.z);
             atom.x = place[0];

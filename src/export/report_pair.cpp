@@ -2,6 +2,7 @@
 // C-alpha traces to be drawn, and the motions that laid one over the other.
 //
 // The prediction's trace is moved here, so that the script draws points and knows no superposition.
+#include <algorithm>
 #include <array>
 #include <span>
 
@@ -15,26 +16,43 @@ namespace {
 std::string residueName(const Chain& chain, std::size_t residue) {
     if (residue >= chain.residues.size()) return {};
     const Atom& atom = chain.atoms[chain.residues[residue].first];
-    std::string name(atom.residueName.view());
+    std::string name;
+    if (atom.subunit < chain.subunits.size()) name = chain.subunits[atom.subunit] + ":";
+    name += atom.residueName.view();
     name += format(" %d", atom.residueNumber);
     if (atom.insertionCode != ' ') name += atom.insertionCode;
     return name;
 }
 
 // The residues of both chains one above the other: pairs, and what has no partner.  Residue pairs
-// ascend in both chains; one that does not stands for nothing here.
+// ascend in both chains; one that does not stands for nothing here.  Complexes come chain pair by
+// chain pair.
 struct AlignmentColumn {
     std::optional<std::size_t> experiment, prediction;
     const ResiduePair* pair = nullptr;
 };
 
+// Residues [first, end) of a chain or complex.
+struct ResidueRange {
+    std::size_t first = 0, end = 0;
+};
+
+ResidueRange rangeOf(const Chain& chain, std::size_t subunit) {
+    ResidueRange range{chain.residues.size(), chain.residues.size()};
+    for (std::size_t i = chain.residues.size(); i-- > 0;) {
+        const std::size_t of = chain.atoms[chain.residues[i].first].subunit;
+        if (of > subunit) range = {i, i};
+        if (of == subunit) range.first = i;
+    }
+    return range;
+}
+
 // Between two pairs the prediction's residues come before the experiment's, as in the alignment
 // that the program prints.
-std::vector<AlignmentColumn> alignmentOf(const PairResult& pair, std::size_t experimentLength,
-                                         std::size_t predictionLength) {
-    std::vector<AlignmentColumn> columns;
-    std::size_t e = 0;
-    std::size_t p = 0;
+void alignRanges(const PairResult& pair, const ResidueRange& experiment,
+                 const ResidueRange& prediction, std::vector<AlignmentColumn>& columns) {
+    std::size_t e = experiment.first;
+    std::size_t p = prediction.first;
     const auto advance = [&columns, &e, &p](std::size_t toExperiment, std::size_t toPrediction) {
         while (p < toPrediction)
             columns.push_back({std::nullopt, p++, nullptr});
@@ -43,12 +61,35 @@ std::vector<AlignmentColumn> alignmentOf(const PairResult& pair, std::size_t exp
     };
     for (const ResiduePair& residues : pair.residues) {
         if (residues.experimentPosition < e || residues.predictionPosition < p) continue;
-        if (residues.experimentPosition >= experimentLength) continue;
-        if (residues.predictionPosition >= predictionLength) continue;
+        if (residues.experimentPosition >= experiment.end) continue;
+        if (residues.predictionPosition >= prediction.end) continue;
         advance(residues.experimentPosition, residues.predictionPosition);
         columns.push_back({e++, p++, &residues});
     }
-    advance(experimentLength, predictionLength);
+    advance(experiment.end, prediction.end);
+}
+
+std::vector<AlignmentColumn> alignmentOf(const PairResult& pair, const Chain& experiment,
+                                         const Chain& prediction) {
+    std::vector<AlignmentColumn> columns;
+    if (pair.subunits.empty()) {
+        alignRanges(pair, {0, experiment.residues.size()}, {0, prediction.residues.size()},
+                    columns);
+        return columns;
+    }
+    const auto chainsOf = [](const Chain& chain) {
+        return std::vector<bool>(std::max<std::size_t>(chain.subunits.size(), 1), true);
+    };
+    std::vector<bool> leftE = chainsOf(experiment), leftP = chainsOf(prediction);
+    for (const SubunitPair& chains : pair.subunits) {
+        leftE[chains.experiment] = leftP[chains.prediction] = false;
+        alignRanges(pair, rangeOf(experiment, chains.experiment),
+                    rangeOf(prediction, chains.prediction), columns);
+    }
+    for (std::size_t p = 0; p < leftP.size(); ++p)
+        if (leftP[p]) alignRanges(pair, {}, rangeOf(prediction, p), columns);
+    for (std::size_t e = 0; e < leftE.size(); ++e)
+        if (leftE[e]) alignRanges(pair, rangeOf(experiment, e), {}, columns);
     return columns;
 }
 
@@ -91,7 +132,7 @@ void writeResidues(JsonWriter& json, const RunInputs& inputs, const PairResult& 
 }
 
 // C-alpha atoms in chain order, those of the prediction moved; each with whether the first
-// superposition rests on its residue.
+// superposition rests on its residue, and a further 1 where a chain of a complex ends.
 void writeTraces(JsonWriter& json, const RunInputs& inputs, const PairResult& pair) {
     json.key("traces");
     json.open('[');
@@ -113,6 +154,9 @@ void writeTraces(JsonWriter& json, const RunInputs& inputs, const PairResult& pa
             for (const double coordinate : place)
                 json.number(coordinate, 2);
             json.count(isMatched[i] ? 1 : 0);
+            const bool endsChain = i + 1 < chain.residues.size() &&
+                                   chain.atoms[chain.residues[i + 1].first].subunit != atom.subunit;
+            if (endsChain) json.count(1);
             json.close(']');
         }
         json.close(']');
@@ -150,8 +194,7 @@ void writeReportPair(JsonWriter& json, const ReportData& data) {
     const PairResult& pair = *data.best;
     const Chain& experiment = *inputs.chains[pair.experiment];
     const Chain& prediction = *inputs.chains[pair.prediction];
-    const std::vector<AlignmentColumn> columns =
-        alignmentOf(pair, experiment.residues.size(), prediction.residues.size());
+    const std::vector<AlignmentColumn> columns = alignmentOf(pair, experiment, prediction);
     json.key("pair");
     json.open('{');
     json.key("title");

@@ -467,7 +467,7 @@ function addDistances(part, pair, mark) {
     // to front; there is no depth buffer, and none is needed for lines.  Atoms more than 4.2 Å
     // apart are no neighbours, and the line between them is dashed.
     R"page(// --- Both traces, laid over each other, on a canvas that turns ---
-function addTrace(part, traces) { // each a list of [x, y, z, highlighted]; the middle is the origin
+function addTrace(part, traces) { // each a list of [x, y, z, highlighted, ends a chain]; the middle is the origin
   const canvas = make("canvas", {class: "trace", tabindex: "0", role: "img",
     "aria-label": "C-alpha traces of experiment (blue) and prediction (green), laid over each other. Arrow keys turn, plus and minus zoom, 0 begins anew."});
   const middle = [0, 1, 2].map((k) => traces[0].reduce((sum, atom) => sum + atom[k], 0) / (traces[0].length || 1));
@@ -514,6 +514,7 @@ function addTrace(part, traces) { // each a list of [x, y, z, highlighted]; the 
     context.scale(ratio, ratio); context.lineCap = "round";
     traces.forEach((trace, which) => {
       for (let i = 1; i < trace.length; ++i) {
+        if (trace[i - 1][4]) continue; // the end of a chain
         const isBreak = Math.hypot(...[0, 1, 2].map((k) => trace[i][k] - trace[i - 1][k])) > 4.2;
         const [a, b] = [places[which][i - 1], places[which][i]];
         segments.push({a, b, which, thick: trace[i - 1][3] && trace[i][3], isBreak, depth: a[2] + b[2]});

@@ -26,9 +26,15 @@ class ResidueTable final : public ExportFile {
     }
     void take(const PairResult& pair) override {
         const std::string names = namesOf(pair);
+        const InputStructure& first = inputs_->structures[pair.experiment];
+        const InputStructure& second = inputs_->structures[pair.prediction];
         std::string& row = text();
         for (const ResiduePair& residue : pair.residues) {
             row += names;
+            appendField(row, chainOf(first, residue.experiment));
+            row += '\t';
+            appendField(row, chainOf(second, residue.prediction));
+            row += '\t';
             appendResidue(row, residue.experiment);
             row += '\t';
             appendResidue(row, residue.prediction);
@@ -46,7 +52,7 @@ class ResidueTable final : public ExportFile {
     }
 
  private:
-    // The columns that all rows of a pair begin with, up to "residue1".
+    // The columns that all rows of a pair begin with, up to "chain1".
     std::string namesOf(const PairResult& pair) const {
         const InputStructure& first = inputs_->structures[pair.experiment];
         const InputStructure& second = inputs_->structures[pair.prediction];
@@ -55,7 +61,7 @@ class ResidueTable final : public ExportFile {
             appendCell(names, id);
             names += '\t';
         }
-        for (const std::string* name : {&first.file, &second.file, &first.chain, &second.chain}) {
+        for (const std::string* name : {&first.file, &second.file}) {
             appendField(names, *name);
             names += '\t';
         }

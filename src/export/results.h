@@ -24,6 +24,7 @@
 #include "chain/chain.h"
 #include "cluster/cluster.h"
 #include "compare/fit/fit.h"
+#include "compare/pairing/pairing.h"
 
 namespace tervolanda {
 
@@ -60,10 +61,16 @@ struct InputStructure {
     std::string file;                    // path as given; empty where none is known
     std::string chain;                   // its name; empty for none
     bool isSegment = false;              // the name is a segment's, and the chain has none
+    std::vector<std::string> subunits;   // of a complex the names of its chains; empty for a chain
     std::optional<std::size_t> length;   // residues
     std::optional<double> meanBFactor;   // of the C-alpha atoms, Å²; in predictions the pLDDT
     std::optional<std::uint32_t> crc32;  // of the file as it lies on the disk
 };
+
+// Name of the chain that a residue of the structure is in; empty for none.
+inline const std::string& chainOf(const InputStructure& input, ResidueId residue) {
+    return residue.subunit < input.subunits.size() ? input.subunits[residue.subunit] : input.chain;
+}
 
 // A file of a list that is no model of the run.
 struct SkippedInput {
@@ -111,6 +118,7 @@ struct PairResult {
     // Of pairing by sequence: identical residues among those that the alignment pairs, and the
     // share of either chain's residues that it pairs, per cent.
     std::optional<double> identity, coverage1, coverage2;
+    std::vector<SubunitPair> subunits;          // of complexes: the chains that belong together
     std::vector<Superposition> superpositions;  // one a domain; by GDT and RMSD one
     // In mapped order: where a file asks for PairDetail::Matched at least those of a domain, for
     // PairDetail::Residues all.

@@ -19,8 +19,8 @@ namespace {
 // One more residue, as part of the last stretch where it follows.
 void extend(std::vector<ResidueStretch>& stretches, ResidueId residue) {
     const auto follows = [residue](const ResidueStretch& stretch) {
-        return stretch.last.insertionCode == ' ' && residue.insertionCode == ' ' &&
-               residue.number == stretch.last.number + 1;
+        return stretch.last.subunit == residue.subunit && stretch.last.insertionCode == ' ' &&
+               residue.insertionCode == ' ' && residue.number == stretch.last.number + 1;
     };
     if (!stretches.empty() && follows(stretches.back())) {
         stretches.back().last = residue;
@@ -127,6 +127,11 @@ std::string fixedNumber(double value) {
 
 SceneColours domainColours(std::size_t domain) {
     return kShades[domain % kShades.size()];
+}
+
+bool isWord(std::string_view text) {
+    return !text.empty() && std::all_of(text.begin(), text.end(),
+                                        [](char c) { return isWordCharacter(c) && c != '_'; });
 }
 
 std::string pythonText(std::string_view text) {

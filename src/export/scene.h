@@ -22,7 +22,8 @@
 
 namespace tervolanda {
 
-// Residues whose numbers rise by 1, or a single one, which then may have an insertion code.
+// Residues of a chain whose numbers rise by 1, or a single one, which then may have an insertion
+// code.
 struct ResidueStretch {
     ResidueId first, last;
 };
@@ -96,6 +97,9 @@ std::array<std::array<double, 4>, 3> homogeneousRows(const Superposition& motion
 // With ten decimals, and never as "-0": a rotation matrix must multiply coordinates of a thousand Å
 // and leave the third decimal right, with some to spare.
 std::string fixedNumber(double value);
+
+// Letters and digits only, at least one: a name of a chain that any viewer takes as it is.
+bool isWord(std::string_view text);
 
 // A string of Python, quoted: only letters, digits and harmless signs stand for themselves.  Bytes
 // that are no UTF-8 become what Python makes of such bytes in file names.

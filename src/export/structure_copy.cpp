@@ -95,8 +95,10 @@ std::optional<StructureCopy> copyOf(const Chain& chain) {
 std::string atomRecords(const Chain& chain) {
     std::string text;
     int serial = 0;
-    for (const Atom& atom : chain.atoms)
+    for (const Atom& atom : chain.atoms) {
+        if (serial > 0 && atom.subunit != (&atom - 1)->subunit) text += "TER\n";
         text += formatFullAtomLine(atom, ++serial);
+    }
     return text + "TER\nEND\n";
 }
 

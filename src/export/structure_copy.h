@@ -28,7 +28,7 @@ struct StructureCopy {
 // the chain as PDB records.  None where the file cannot be read any more.
 std::optional<StructureCopy> copyOf(const Chain& chain);
 
-// The atoms of a chain as PDB records.
+// The atoms of a chain or a complex as PDB records.
 std::string atomRecords(const Chain& chain);
 
 // The records with the atoms moved, HETATM and all models included, and the directions of ANISOU

@@ -195,9 +195,12 @@ PairRange Block::slice(std::uint64_t pairs) const {
 }
 
 std::uint32_t chainChecksum(const Chain& chain) {
-    // Chain name, occupancy and B-factor are left out: no comparison looks at them.
+    // Occupancy and B-factor are left out: no comparison looks at them.  Nor does any look at names
+    // but at those of the chains of a complex.
     std::string bytes;
-    std::uint32_t sum = 0;
+    for (const std::string& name : chain.subunits)
+        bytes += name + '\n';
+    std::uint32_t sum = checksum(0, bytes);
     for (const Atom& atom : chain.atoms) {
         bytes.clear();
         put(bytes, atom.x);
@@ -208,6 +211,7 @@ std::uint32_t chainChecksum(const Chain& chain) {
         bytes += atom.insertionCode;
         bytes += atom.name.view();
         bytes += atom.residueName.view();
+        if (!chain.subunits.empty()) put(bytes, std::uint32_t{atom.subunit});
         sum = checksum(sum, bytes);
     }
     return sum;

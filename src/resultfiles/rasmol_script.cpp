@@ -6,6 +6,10 @@
 // form is given; the scene of --rasmol (export/rasmol_scene.cpp) is another, for the viewer as it
 // is today.
 //
+// Of complexes every chain has a letter of its own, and the lines at the end say which chain it is;
+// the chain's name stands in the columns of the segment, too.  "super.rsm", which shows a list, has
+// one letter a structure.
+//
 // The viewer knows a chain by one letter and a residue by its number alone.  What does not fit into
 // that (names of several letters, insertion codes) is changed in the copy of the atom that is
 // written, or taken into account where residues are selected; the chains themselves stay as they
@@ -27,6 +31,8 @@ namespace {
 
 constexpr std::string_view kLetters = "ABCDEFGHIJKLMNOPQRSTUVWXYZ";
 constexpr char kExperimentLetter = 'A';
+// For the chains of complexes, of which there are more.
+constexpr std::string_view kComplexLetters = "ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
 // No letter, so that the models of a list have all 26.
 constexpr char kSuperExperimentLetter = '0';
 constexpr int kThin = 60;  // backbone radius, 1/250 Å
@@ -39,7 +45,7 @@ constexpr std::string_view kStars = "echo **************************************
 
 // The prediction as one superposition shows it.
 struct ShownPrediction {
-    char letter = 'B';
+    std::string letters = "B";  // one, or of complexes one a chain
     Superposition superposition;
     std::vector<MatchedPair> pairs;  // highlighted
 };
@@ -49,15 +55,39 @@ char predictionLetter(std::size_t number) {
     return kLetters[1 + number % (kLetters.size() - 1)];
 }
 
-// --- Commands ------------------------------------------------------------------------------------
-
-void writeBackbone(OutputFile& script, char letter, int radius, const char* colour) {
-    script.print("select :%c\nbackbone %d\ncolour %s\n", letter, radius, colour);
+// The letters of a structure in a picture of complexes, where `used` are taken; in turn.
+std::string complexLetters(const Chain& chain, std::size_t& used) {
+    std::string letters;
+    for (std::size_t i = 0; i < std::max<std::size_t>(chain.subunits.size(), 1); ++i)
+        letters += kComplexLetters[used++ % kComplexLetters.size()];
+    return letters;
 }
 
-void writeHighlight(OutputFile& script, const NumberRange& range, char letter, const char* colour) {
-    script.print("select %d-%d:%c\ncolour %s\nbackbone %d\n", range.first, range.last, letter,
-                 colour, kThick);
+// Gives the predictions their letters; those of the experiment are returned.
+std::string giveLetters(const ScriptSubject& subject, std::vector<ShownPrediction>& predictions) {
+    if (!subject.experimentSet.isComplex && !subject.predictionSet.isComplex) {
+        for (std::size_t n = 0; n < predictions.size(); ++n)
+            predictions[n].letters = predictionLetter(n);
+        return std::string(1, kExperimentLetter);
+    }
+    std::size_t used = 0;
+    const std::string experiment = complexLetters(subject.experiment, used);
+    for (ShownPrediction& shown : predictions)
+        shown.letters = complexLetters(subject.prediction, used);
+    return experiment;
+}
+
+// --- Commands ------------------------------------------------------------------------------------
+
+void writeBackbone(OutputFile& script, std::string_view letters, int radius, const char* colour) {
+    for (const char letter : letters)
+        script.print("select :%c\nbackbone %d\ncolour %s\n", letter, radius, colour);
+}
+
+void writeHighlight(OutputFile& script, const NumberRange& range, std::string_view letters,
+                    const char* colour) {
+    script.print("select %d-%d:%c\ncolour %s\nbackbone %d\n", range.first, range.last,
+                 letters[range.subunit], colour, kThick);
 }
 
 // The name is written as it is, never as a pattern; what would end the command is replaced before.
@@ -66,35 +96,45 @@ void writeNameLine(OutputFile& script, char letter, const char* role, const Chai
     script.write(echoedName(chain.fileName));
 }
 
+// A line for each letter of a structure, of a complex with the chain's name.
+void writeNameLines(OutputFile& script, const std::string& letters, const std::string& role,
+                    const Chain& chain) {
+    for (std::size_t i = 0; i < letters.size(); ++i) {
+        const std::string name =
+            i < chain.subunits.size() ? " " + echoedName(chain.subunits[i]) : "";
+        writeNameLine(script, letters[i], (role + name).c_str(), chain);
+        script.write("\n");
+    }
+}
+
 // The commands before the pictures' text.  Later ones win: first whole chains thin and pale, then
 // the residues of the superpositions thick and dark.
 void writeAlignHead(OutputFile& script, const ScriptSubject& subject,
+                    const std::string& experimentLetters,
                     const std::vector<ShownPrediction>& predictions) {
     script.write("#!/usr/bin/rasmol -script\nload inline\nselect all\ncolour chain\n");
-    writeBackbone(script, kExperimentLetter, kThin, kExperimentColour);
+    writeBackbone(script, experimentLetters, kThin, kExperimentColour);
     for (const ShownPrediction& shown : predictions)
-        writeBackbone(script, shown.letter, kThin, kPredictionColour);
+        writeBackbone(script, shown.letters, kThin, kPredictionColour);
     for (const ShownPrediction& shown : predictions) {
         for (const ResidueRun& run :
              residueRuns(subject.experimentSet, subject.predictionSet, shown.pairs)) {
-            writeHighlight(script, run.experiment, kExperimentLetter, kExperimentHighlight);
-            writeHighlight(script, run.prediction, shown.letter, kPredictionHighlight);
+            writeHighlight(script, run.experiment, experimentLetters, kExperimentHighlight);
+            writeHighlight(script, run.prediction, shown.letters, kPredictionHighlight);
         }
     }
 }
 
 // `origin` are the lines that say where the superposition comes from.
 void writeAlignEnd(OutputFile& script, const ScriptSubject& subject,
+                   const std::string& experimentLetters,
                    const std::vector<ShownPrediction>& predictions, const std::string& origin) {
     script.write("select all\nwireframe off\n");
     script.write(kStars);
     script.write("echo\n");
-    writeNameLine(script, kExperimentLetter, "Experiment", subject.experiment);
-    script.write("\n");
-    for (const ShownPrediction& shown : predictions) {
-        writeNameLine(script, shown.letter, "Prediction", subject.prediction);
-        script.write("\n");
-    }
+    writeNameLines(script, experimentLetters, "Experiment", subject.experiment);
+    for (const ShownPrediction& shown : predictions)
+        writeNameLines(script, shown.letters, "Prediction", subject.prediction);
     script.write("echo\n");
     script.write(origin);
     script.write(
@@ -112,16 +152,22 @@ struct AtomRange {
     std::uint32_t first = 0, end = 0;
 };
 
-// The atoms of a chain as one letter, moved by a superposition where there is one, and a TER record
+// The atoms of a chain or complex, moved by a superposition where there is one, and a TER record
 // after them.
+// `letters` has one for each chain of a complex, or one for all of the structure.
 void writeAtoms(OutputFile& script, const Chain& chain, const std::vector<AtomRange>& ranges,
-                char letter, const Superposition* superposition) {
-    // Atoms are counted anew in each chain, as in files of one chain each.
+                std::string_view letters, const Superposition* superposition) {
+    // Atoms are counted anew in each structure, as in files of one chain each.
     int serial = 0;
+    std::uint16_t subunit = 0;
     for (const AtomRange& range : ranges) {
         for (std::uint32_t i = range.first; i < range.end; ++i) {
             Atom atom = chain.atoms[i];
-            atom.chainId = letter;
+            if (serial > 0 && atom.subunit != subunit) script.write("TER\n");
+            subunit = atom.subunit;
+            atom.chainId = letters[std::min<std::size_t>(subunit, letters.size() - 1)];
+            if (subunit < chain.subunits.size())
+                atom.segmentId = FixedText<4>(chain.subunits[subunit]);
             if (superposition != nullptr) {
                 const auto place = superposition->apply(atom.x, atom.y, atom.z);
                 atom.x = place[0];
@@ -139,19 +185,27 @@ std::vector<AtomRange> allAtoms(const Chain& chain) {
     return {{0, static_cast<std::uint32_t>(chain.atoms.size())}};
 }
 
-// The atoms of the given residues, or from the first to the last of them.  `residues` in any order.
+// The atoms of the given residues, or of each chain from the first to the last of them.  `residues`
+// in any order.
 std::vector<AtomRange> atomsOf(const Chain& chain, std::vector<std::uint32_t> residues,
                                ScriptAtoms selection) {
     if (selection == ScriptAtoms::All) return allAtoms(chain);
     std::sort(residues.begin(), residues.end());
     residues.erase(std::unique(residues.begin(), residues.end()), residues.end());
     std::vector<AtomRange> ranges;
+    const auto subunitOf = [&chain](const AtomRange& range) {
+        return chain.atoms[range.first].subunit;
+    };
     for (const std::uint32_t residue : residues) {
         if (residue >= chain.residues.size()) break;  // atoms that belong to no residue
-        ranges.push_back({chain.residues[residue].first, chain.residues[residue].end});
-    }
-    if (selection == ScriptAtoms::Spanned && !ranges.empty()) {
-        ranges = {{ranges.front().first, ranges.back().end}};
+        const AtomRange range{chain.residues[residue].first, chain.residues[residue].end};
+        const bool isSpanned = selection == ScriptAtoms::Spanned && !ranges.empty() &&
+                               subunitOf(ranges.back()) == subunitOf(range);
+        if (isSpanned) {
+            ranges.back().end = range.end;
+        } else {
+            ranges.push_back(range);
+        }
     }
     return ranges;
 }
@@ -159,6 +213,7 @@ std::vector<AtomRange> atomsOf(const Chain& chain, std::vector<std::uint32_t> re
 // The experiment once, with what any of the superpositions used of it; then the prediction once for
 // each of them, under a letter of its own.
 void writeAlignCoordinates(OutputFile& script, const ScriptSubject& subject,
+                           const std::string& experimentLetters,
                            const std::vector<ShownPrediction>& predictions, ScriptAtoms selection) {
     std::vector<std::uint32_t> residues;
     for (const ShownPrediction& shown : predictions) {
@@ -166,13 +221,13 @@ void writeAlignCoordinates(OutputFile& script, const ScriptSubject& subject,
             residues.push_back(subject.experimentSet.residueIndex[pair.experiment]);
     }
     writeAtoms(script, subject.experiment, atomsOf(subject.experiment, residues, selection),
-               kExperimentLetter, nullptr);
+               experimentLetters, nullptr);
     for (const ShownPrediction& shown : predictions) {
         residues.clear();
         for (const MatchedPair& pair : shown.pairs)
             residues.push_back(subject.predictionSet.residueIndex[pair.prediction]);
         writeAtoms(script, subject.prediction, atomsOf(subject.prediction, residues, selection),
-                   shown.letter, &shown.superposition);
+                   shown.letters, &shown.superposition);
     }
 }
 
@@ -199,7 +254,6 @@ FileOutcome finishScript(OutputFile& script, const std::string& path, Log& log) 
 std::vector<ShownPrediction> shownIterations(const ComparisonResult& result) {
     std::vector<ShownPrediction> predictions(result.iterations.size());
     for (std::size_t n = 0; n < predictions.size(); ++n) {
-        predictions[n].letter = predictionLetter(n);
         predictions[n].superposition = result.iterations[n].superposition;
     }
     for (const MatchedPair& match : result.matched) {
@@ -240,7 +294,8 @@ std::vector<ResidueRun> residueRuns(const CoordinateSet& experiment,
                                     std::span<const MatchedPair> pairs) {
     const auto extend = [](NumberRange& range, const CoordinateSet& set, std::uint32_t record) {
         const int number = set.residueNumber[record];
-        const bool follows = number == range.last + 1 && set.insertionCode[record] == ' ';
+        const bool follows = number == range.last + 1 && set.insertionCode[record] == ' ' &&
+                             set.subunitOf(record) == range.subunit;
         if (follows) range.last = number;
         return follows;
     };
@@ -256,7 +311,8 @@ std::vector<ResidueRun> residueRuns(const CoordinateSet& experiment,
         }
         const int first = experiment.residueNumber[pair.experiment];
         const int second = prediction.residueNumber[pair.prediction];
-        runs.push_back({{first, first}, {second, second}});
+        runs.push_back({{first, first, experiment.subunitOf(pair.experiment)},
+                        {second, second, prediction.subunitOf(pair.prediction)}});
     }
     return runs;
 }
@@ -268,7 +324,8 @@ FileOutcome writeMaxSubScript(const std::string& path, const ScriptSubject& subj
     if (!openScript(script, path, log)) return FileOutcome::NotCreated;
     report.report(ReportLevel::Results, "Outputting superposition to file '%s'\n", path.c_str());
     if (parameters.iterations > 1) reportIterations(result, report);
-    const std::vector<ShownPrediction> predictions = shownIterations(result);
+    std::vector<ShownPrediction> predictions = shownIterations(result);
+    const std::string letters = giveLetters(subject, predictions);
     const std::string origin = format(
         "echo Sequence %s model-reference superposition.\n"
         "echo Superposition generated from MaxSub analysis.\n"
@@ -276,9 +333,9 @@ FileOutcome writeMaxSubScript(const std::string& path, const ScriptSubject& subj
         "echo to obtain this superposition.\n",
         parameters.sequenceIndependent ? "independant" : "dependant",
         result.iterations.front().distanceCutoff);
-    writeAlignHead(script, subject, predictions);
-    writeAlignEnd(script, subject, predictions, origin);
-    writeAlignCoordinates(script, subject, predictions, atoms);
+    writeAlignHead(script, subject, letters, predictions);
+    writeAlignEnd(script, subject, letters, predictions, origin);
+    writeAlignCoordinates(script, subject, letters, predictions, atoms);
     return finishScript(script, path, log);
 }
 
@@ -290,11 +347,12 @@ FileOutcome writeRmsdScript(const std::string& path, const ScriptSubject& subjec
     std::vector<ShownPrediction> predictions(1);
     predictions[0].superposition = result.superposition;
     predictions[0].pairs = result.matched;
-    writeAlignHead(script, subject, predictions);
-    writeAlignEnd(script, subject, predictions,
+    const std::string letters = giveLetters(subject, predictions);
+    writeAlignHead(script, subject, letters, predictions);
+    writeAlignEnd(script, subject, letters, predictions,
                   "echo Sequence dependant model-reference superposition.\n"
                   "echo Superposition generated from RMSD fit.\n");
-    writeAlignCoordinates(script, subject, predictions, ScriptAtoms::All);
+    writeAlignCoordinates(script, subject, letters, predictions, ScriptAtoms::All);
     return finishScript(script, path, log);
 }
 
@@ -322,9 +380,10 @@ FileOutcome SuperScript::write(const std::string& path, Log& log) const {
     script.write("echo\n");
     script.write(kStars);
     script.write("exit\n");
-    writeAtoms(script, *experiment_, allAtoms(*experiment_), kSuperExperimentLetter, nullptr);
+    writeAtoms(script, *experiment_, allAtoms(*experiment_),
+               std::string_view(&kSuperExperimentLetter, 1), nullptr);
     for (const Model& model : models_) {
-        writeAtoms(script, *model.chain, allAtoms(*model.chain), model.letter,
+        writeAtoms(script, *model.chain, allAtoms(*model.chain), std::string_view(&model.letter, 1),
                    model.superposition ? &*model.superposition : nullptr);
     }
     return finishScript(script, path, log);

@@ -2,6 +2,7 @@
 // include it; other rooms know the scripts by resultfiles.h.
 #pragma once
 
+#include <cstdint>
 #include <span>
 #include <string>
 #include <string_view>
@@ -15,9 +16,10 @@ namespace tervolanda {
 struct NumberRange {
     int first = 0;
     int last = 0;
+    std::uint16_t subunit = 0;  // of a complex, the chain
 };
 
-// A run of pairs whose residue numbers rise by 1 in both chains.
+// A run of pairs whose residue numbers rise by 1 in both chains, and end with them.
 struct ResidueRun {
     NumberRange experiment;
     NumberRange prediction;

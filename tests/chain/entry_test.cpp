@@ -191,9 +191,10 @@ TEST(Entry, IsTheSameInBothFormats) {
         {{.chain = "B", .model = 2}, "[B] CA  GLYG  -5 (1.995 -1.995 0)1,5 C   "},
         {{.chain = "B", .model = 3}, none + "protein in a model 3\n" + kInvalid},
         {{.chain = "C"}, none + "protein chain 'C', but A, B\n" + kInvalid},
+        {{.chain = "all"}, "[A,B]" + a.substr(3) + c + " CA  GLYG  -5 (0.995 -0.995 0)1,5 C   "},
         {{},
          "ERROR : Multiple chains in PDB: 2\nERROR : Input file 'entry' has the protein chains "
-         "A, B: choose one with --chain\n" +
+         "A, B: choose one with --chain, or all\n" +
              std::string(kInvalid)}};
     for (auto [rules, expected] : cases) {
         rules.readsPdb = true;

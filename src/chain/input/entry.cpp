@@ -19,7 +19,7 @@ namespace {
 constexpr std::string_view kLabelPrefix = "label:";
 
 bool isChosen(const std::string& rule, const EntryPlace& place) {
-    if (rule.empty()) return true;
+    if (rule.empty() || rule == kAllChains) return true;
     if (rule.starts_with(kLabelPrefix))
         return place.part == std::string_view(rule).substr(kLabelPrefix.size());
     return place.chain == rule || (place.isSegment && rule == " ");

@@ -61,18 +61,24 @@ enum ReadOptions : std::uint16_t {
 // residue does not have it.
 enum class Conformers : std::uint8_t { Best, First, Lettered };
 
+// In place of a chain's name: all protein chains, joined.  A chain that its author named like this
+// can still be had by mmCIF's own name.
+inline constexpr std::string_view kAllChains = "all";
+
 // What is taken of an entry, a file as databanks and predictors write them: protein residues,
-// HETATM or not, of one chain, one model and one conformer.  Text in mmCIF is always read as an
-// entry.
+// HETATM or not, of one chain or all, one model and one conformer.  Text in mmCIF is always read as
+// an entry.
 struct EntryRules {
     bool readsPdb = false;  // PDB text is, too, and the content tells what a file is
     std::string chain{};    // by its author's name, or by mmCIF's own after "label:"; empty for
-                            // the only one
+                            // the only one, kAllChains for all of them as one complex
     std::optional<int> model{};  // its number in a file of several; none for the
                                  // first
     bool allModels = false;      // in lists every model is a structure of its own
     Conformers conformers = Conformers::Best;
     char conformer = 'A';  // with Conformers::Lettered
+
+    bool takesComplex() const { return chain == kAllChains; }
 };
 
 struct ReadRequest {
@@ -113,7 +119,9 @@ class ResidueExclusions {
 std::optional<ChainSet> readStructureFile(const std::string& path, const ReadRequest& request,
                                           const ResidueExclusions& exclusions, Log& log);
 
-// The same for a file that must hold exactly one chain.
+// The same for a file that must hold exactly one chain or, where the request takes complexes, any
+// number of them, which come back joined: none when one of them cannot be used, since a complex
+// that lacks a chain would be compared as if it were whole.
 std::optional<Chain> readChain(const std::string& path, const ReadRequest& request,
                                const ResidueExclusions& exclusions, Log& log);
 

@@ -238,6 +238,20 @@ std::vector<Chain> usableChains(std::vector<Chain>& chains, const Reading& readi
     return valid;
 }
 
+// The same for a complex: its chains as one, where all of them can be used, and none has atoms that
+// belong to no residue, which would lie between those of two chains.
+std::vector<Chain> usableComplex(std::vector<Chain>& chains, const Reading& reading) {
+    ReadRequest each = reading.request;
+    each.options &= static_cast<std::uint16_t>(~ReadSingleChain);
+    const std::size_t wanted = chains.size();
+    std::vector<Chain> usable = usableChains(
+        chains, {reading.path, each, reading.allModels, reading.exclusions, reading.log},
+        /*isEntry=*/true);
+    if (usable.empty() || usable.size() != wanted) return {};
+    usable = {joinChains(std::move(usable))};
+    return usable;
+}
+
 // The set of a file's usable chains; none, after an ERROR line, when there are none.
 std::optional<ChainSet> setOf(const std::string& path, std::vector<Chain> chains, Log& log) {
     if (chains.empty()) {
@@ -267,8 +281,9 @@ void explainChoice(const Reading& reading, const std::vector<Chain>& chains,
     for (const Chain& chain : chains)
         names.push_back(chain.name);
     if (chains.size() > 1) {
-        reading.log.error(0, "Input file '%s' has the protein chains %s: choose one with --chain",
-                          path, listed(names).c_str());
+        reading.log.error(
+            0, "Input file '%s' has the protein chains %s: choose one with --chain, or all", path,
+            listed(names).c_str());
     } else if (!names.empty()) {
         reading.log.error(0, "Input file '%s' has no protein chain '%s', but %s", path,
                           rules.chain.c_str(), listed(names).c_str());
@@ -285,6 +300,8 @@ std::vector<Chain> usableChains(Contents& contents, const Reading& reading) {
     std::vector<Chain> chains;
     if (!contents.models.empty()) chains = std::move(contents.models.front().chains);
     const bool isSingle = (reading.request.options & ReadSingleChain) != 0;
+    if (isSingle && reading.request.entry.takesComplex() && !chains.empty())
+        return usableComplex(chains, reading);
     const bool needsChoice = chains.empty() || (isSingle && chains.size() > 1);
     std::vector<Chain> usable = usableChains(chains, reading, contents.isEntry);
     if (contents.isEntry && needsChoice) explainChoice(reading, chains, contents.otherChains);

@@ -224,8 +224,11 @@ class RmsdFits : public AllPairs {
     RmsdFits(AllPairs pairs, AtomSelection selection, const RmsdOptions& options, bool wantsDetails)
         : AllPairs(pairs),
           options_(options),
-          // The details of a fit are known to a comparison of its own only.
-          byPosition_(!wantsDetails && selection == AtomSelection::Calpha),
+          // The details of a fit are known to a comparison of its own only; and complexes have
+          // their chains in any order, and no direction from one to the next.
+          byPosition_(!wantsDetails && selection == AtomSelection::Calpha &&
+                      std::none_of(sets.begin(), sets.end(),
+                                   [](const CoordinateSet& set) { return set.isComplex; })),
           positional_(
               positionalRmsd(byPosition_ ? sets : std::span<const CoordinateSet>(), options)) {
         options_.reportTooFew = false;  // usual in a list and not worth a line each

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <map>
 #include <numeric>
+#include <string>
 #include <string_view>
 #include <tuple>
 
@@ -40,6 +41,28 @@ void appendRecord(const Atom& atom, std::uint8_t atomKey, std::uint32_t residue,
     set.residueKey.push_back(atom.residueId().key());
     set.atomKey.push_back(atomKey);
     set.sequence.push_back(oneLetterCode(atom));
+}
+
+// The chains that the records will belong to, all of them, also those without any.
+void beginSubunits(const Chain& chain, CoordinateSet& set) {
+    set.isComplex = !chain.subunits.empty();
+    if (!set.isComplex) {
+        set.subunits.push_back({chain.name, 0, 0, {}});
+        return;
+    }
+    set.subunits.reserve(chain.subunits.size());
+    for (const std::string& name : chain.subunits)
+        set.subunits.push_back({name, 0, 0, {}});
+}
+
+// Ends are known where records were appended; a chain without begins and ends with the one before.
+void finishSubunits(CoordinateSet& set) {
+    std::uint32_t end = 0;
+    for (Subunit& subunit : set.subunits) {
+        subunit.first = end;
+        end = std::max(end, subunit.end);
+        subunit.end = end;
+    }
 }
 
 // Room for a record of every residue.
@@ -100,6 +123,7 @@ CoordinateSet prepareChain(const Chain& chain, AtomSelection selection,
     const bool isAssigned = structureShown == SecondaryStructure::Assigned;
     const std::string structure = isAssigned ? secondaryStructure(chain) : std::string();
     reserve(chain.residues.size(), set);
+    beginSubunits(chain, set);
     // Atoms after a residue that fell apart belong to no residue; they count from its number on.
     std::uint32_t residue = 0;
     for (std::uint32_t i = 0; i < chain.atoms.size(); ++i) {
@@ -109,10 +133,13 @@ CoordinateSet prepareChain(const Chain& chain, AtomSelection selection,
         const std::uint8_t key = backboneKey(atom);
         if (!isSelected(key, selection)) continue;
         appendRecord(atom, key, residue, set);
+        if (atom.subunit < set.subunits.size())
+            set.subunits[atom.subunit].end = static_cast<std::uint32_t>(set.size());
         if (!structure.empty()) {
             set.secondaryStructure.push_back(residue < structure.size() ? structure[residue] : 'C');
         }
     }
+    finishSubunits(set);
     sortByKey(set);
     set.gyrationRadius = radiusOfGyration(chain);
     set.residues = chain.residues.size();
@@ -145,9 +172,17 @@ void ResidueMapping::collectPairs() {
     }
 }
 
+std::uint16_t CoordinateSet::subunitOf(std::size_t record) const {
+    const auto found =
+        std::upper_bound(subunits.begin(), subunits.end(), record,
+                         [](std::size_t at, const Subunit& subunit) { return at < subunit.end; });
+    return static_cast<std::uint16_t>(found - subunits.begin());
+}
+
 void mapByResidue(const CoordinateSet& experiment, const CoordinateSet& prediction,
                   ResidueMapping& mapping, Report& report) {
     mapping.reset(experiment.size(), prediction.size());
+    const bool isByKey = experiment.isComplex || prediction.isComplex;
     std::size_t e = 0;
     std::size_t p = 0;
     while (e < experiment.size() && p < prediction.size()) {
@@ -161,16 +196,19 @@ void mapByResidue(const CoordinateSet& experiment, const CoordinateSet& predicti
             const std::uint32_t i = prediction.byKey[p];
             mapping.predictionPartner[i] = static_cast<std::int32_t>(j);
             mapping.experimentPartner[j] = static_cast<std::int32_t>(i);
+            if (isByKey) mapping.pairs.push_back({j, i, 0});
         }
         e = experimentEnd;
         p = predictionEnd;
     }
-    mapping.collectPairs();
+    if (!isByKey) mapping.collectPairs();
     if (!report.reports(ReportLevel::Mapping)) return;
     for (std::size_t i = 0; i < prediction.size(); ++i) {
         if (mapping.predictionPartner[i] >= 0) continue;
-        report.report(ReportLevel::Mapping, "Residue %d%c not found in reference\n",
-                      prediction.residueNumber[i], prediction.insertionCode[i]);
+        const std::string chain =
+            prediction.isComplex ? prediction.subunits[prediction.subunitOf(i)].name + ":" : "";
+        report.report(ReportLevel::Mapping, "Residue %s%d%c not found in reference\n",
+                      chain.c_str(), prediction.residueNumber[i], prediction.insertionCode[i]);
     }
 }
 
@@ -184,9 +222,11 @@ void mapByPosition(const CoordinateSet& experiment, const CoordinateSet& predict
 
 // Enough for models of one target: what lies between the ends is not compared, and two chains that
 // lack different residues in the middle pair wrongly.  That is the rule by which RMSD runs pair,
-// and what it saves is a walk along both chains for each of N^2 pairs.
+// and what it saves is a walk along both chains for each of N^2 pairs.  In a complex
+// the chains lie there.
 bool haveSameEnds(const CoordinateSet& experiment, const CoordinateSet& prediction) {
-    return experiment.size() == prediction.size() &&
+    return !experiment.isComplex && !prediction.isComplex &&
+           experiment.size() == prediction.size() &&
            experiment.firstResidue == prediction.firstResidue &&
            experiment.lastResidue == prediction.lastResidue;
 }
@@ -221,6 +261,8 @@ void selectRecords(const CoordinateSet& set, const std::vector<std::uint8_t>& le
     selected.residues = set.residues;
     selected.firstResidue = set.firstResidue;
     selected.lastResidue = set.lastResidue;
+    selected.isComplex = set.isComplex;
+    selected.subunits = set.subunits;
     original.clear();
     for (std::uint32_t i = 0; i < set.size(); ++i) {
         if (left[i] == 0) continue;
@@ -234,6 +276,12 @@ void selectRecords(const CoordinateSet& set, const std::vector<std::uint8_t>& le
         selected.sequence.push_back(set.sequence[i]);
         if (!set.secondaryStructure.empty()) {
             selected.secondaryStructure.push_back(set.secondaryStructure[i]);
+        }
+    }
+    for (Subunit& subunit : selected.subunits) {
+        for (std::uint32_t* const place : {&subunit.first, &subunit.end}) {
+            const auto at = std::lower_bound(original.begin(), original.end(), *place);
+            *place = static_cast<std::uint32_t>(at - original.begin());
         }
     }
     sortByKey(selected);

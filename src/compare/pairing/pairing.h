@@ -23,14 +23,21 @@ struct HeavyAtoms;
 // there.  A residue without any of them has no record.
 enum class AtomSelection : std::uint8_t { Calpha, Backbone };
 
-// The selected atoms of a chain, a record each, in chain order.  All arrays have one entry a record
-// unless they say otherwise.
+// The records of one chain of a complex, [first, end): none of a chain without selected atoms.
+struct Subunit {
+    std::string name;
+    std::uint32_t first = 0, end = 0;
+    std::string residueLetters;  // as those of the set, of this chain alone
+};
+
+// The selected atoms of a chain or a complex, a record each, in chain order.  All arrays have one
+// entry a record unless they say otherwise.
 struct CoordinateSet {
     Points points;  // Å
     std::vector<std::int32_t> residueNumber;
     std::vector<char> insertionCode;
     std::vector<std::uint32_t> residueIndex;  // position of the residue in its chain
-    std::vector<std::int32_t> residueKey;     // residue number x 256 + insertion code
+    std::vector<std::int64_t> residueKey;     // ResidueId::key(), or what pairs in its place
     std::vector<std::uint8_t> atomKey;        // which backbone atom: 1 is the C-alpha
     std::vector<std::uint32_t> byKey;         // record numbers sorted by residue and atom key
     std::string sequence;                     // one-letter codes
@@ -43,8 +50,12 @@ struct CoordinateSet {
     std::size_t residues = 0;       // of the chain, with or without a selected atom
     std::int64_t firstResidue = 0;  // residue key of the chain's first
     std::int64_t lastResidue = 0;   // and last residue
+    bool isComplex = false;
+    std::vector<Subunit> subunits;  // of a complex its chains, in record order; else the chain
 
     std::size_t size() const { return points.size(); }
+    // Position of the chain that a record belongs to.
+    std::uint16_t subunitOf(std::size_t record) const;
 };
 
 inline constexpr std::uint8_t kCalphaKey = 1;
@@ -55,6 +66,13 @@ enum class SecondaryStructure : std::uint8_t { Omitted, Assigned };
 // Turns a chain into its coordinate set.  At report level 5 the chain is printed in FASTA form.
 CoordinateSet prepareChain(const Chain& chain, AtomSelection selection,
                            SecondaryStructure structure, Report& report);
+
+// Chains of two complexes that belong together: positions among the subunits of either.
+struct SubunitPair {
+    std::uint16_t experiment = 0;
+    std::uint16_t prediction = 0;
+    bool operator==(const SubunitPair&) const = default;
+};
 
 // One residue pair of a MaxSub subset: record positions, 0-based, and the domain iteration (0 for
 // the first) whose subset it is in.

@@ -3,6 +3,8 @@
 // have columns as well.
 #include "compare/pairing/sequence_pairing.h"
 
+#include <algorithm>
+
 #include "base/log.h"
 #include "base/vec3.h"
 #include "compare/pairing/mapping.h"
@@ -35,16 +37,10 @@ bool areApart(const Points& points, std::size_t a, std::size_t b) {
     return dot(between, between) > kLongestCalphaDistance * kLongestCalphaDistance;
 }
 
-// A column is a key like a residue number; atoms of a residue keep their atom keys.
 void setKeys(const CoordinateSet& from, const std::vector<std::int32_t>& columns,
              CoordinateSet& keyed) {
     keyed = from;
-    std::size_t residue = 0;
-    for (std::size_t first = 0; first < from.size(); ++residue) {
-        const std::size_t end = endOfResidue(from, first);
-        for (; first < end; ++first)
-            keyed.residueKey[first] = columns[residue];
-    }
+    setColumnKeys(from.subunits.front(), columns, 0, keyed);
     sortByKey(keyed);
 }
 
@@ -52,29 +48,11 @@ double percentage(std::size_t part, std::size_t whole) {
     return whole == 0 ? 0.0 : 100.0 * static_cast<double>(part) / static_cast<double>(whole);
 }
 
-// Both lists of columns ascend, so one walk finds those that they share.
-SequenceAgreement agreementOf(std::string_view experiment, std::string_view prediction,
-                              const AlignedColumns& aligned) {
-    SequenceAgreement found{0, 0, experiment.size(), prediction.size()};
-    std::size_t j = 0;
-    for (std::size_t i = 0; i < aligned.prediction.size(); ++i) {
-        while (j < aligned.experiment.size() && aligned.experiment[j] < aligned.prediction[i])
-            ++j;
-        if (j == aligned.experiment.size()) break;
-        if (aligned.experiment[j] != aligned.prediction[i]) continue;
-        ++found.pairs;
-        // Lower case is another thing than another residue, and X is none that is known.
-        const char letter = static_cast<char>(prediction[i] & ~0x20);
-        if (letter == (experiment[j] & ~0x20) && letter != 'X') ++found.identical;
-    }
-    return found;
-}
-
-// One letter a residue, lower case where the chain is broken after it.
-std::string lettersOf(const CoordinateSet& set) {
+// One letter a residue of the records [from, to), lower case where the chain is broken after it.
+std::string lettersOf(const CoordinateSet& set, std::size_t from, std::size_t to) {
     std::string letters;
     std::size_t before = set.size();  // the C-alpha atom of the residue before
-    for (std::size_t first = 0; first < set.size();) {
+    for (std::size_t first = from; first < to;) {
         const std::size_t end = endOfResidue(set, first);
         const std::size_t calpha = calphaOf(set, first, end);
         if (before < first && calpha < end && areApart(set.points, before, calpha)) {
@@ -103,8 +81,61 @@ double SequenceAgreement::predictionCoverage() const {
     return percentage(pairs, predictionResidues);
 }
 
+void SequenceAgreement::add(const SequenceAgreement& other) {
+    pairs += other.pairs;
+    identical += other.identical;
+    experimentResidues += other.experimentResidues;
+    predictionResidues += other.predictionResidues;
+}
+
+void SequenceAgreement::report(Report& report) const {
+    report.report(ReportLevel::Numbers,
+                  "Sequences: Pairs=%4u, Identity=%6.2f%%, Coverage=%6.2f%% of prediction, "
+                  "%6.2f%% of experiment\n",
+                  pairs, identity().value_or(0.0), predictionCoverage(), experimentCoverage());
+}
+
+// Both lists of columns ascend, so one walk finds those that they share.
+SequenceAgreement agreementOf(std::string_view experiment, std::string_view prediction,
+                              const AlignedColumns& aligned) {
+    SequenceAgreement found{0, 0, experiment.size(), prediction.size()};
+    std::size_t j = 0;
+    for (std::size_t i = 0; i < aligned.prediction.size(); ++i) {
+        while (j < aligned.experiment.size() && aligned.experiment[j] < aligned.prediction[i])
+            ++j;
+        if (j == aligned.experiment.size()) break;
+        if (aligned.experiment[j] != aligned.prediction[i]) continue;
+        ++found.pairs;
+        // Lower case is another thing than another residue, and X is none that is known.
+        const char letter = static_cast<char>(prediction[i] & ~0x20);
+        if (letter == (experiment[j] & ~0x20) && letter != 'X') ++found.identical;
+    }
+    return found;
+}
+
 void addSequence(CoordinateSet& set) {
-    set.residueLetters = lettersOf(set);
+    set.residueLetters = lettersOf(set, 0, set.size());
+    for (Subunit& subunit : set.subunits)
+        if (set.isComplex) subunit.residueLetters = lettersOf(set, subunit.first, subunit.end);
+}
+
+// A set that was prepared for another pairing has no letters yet.
+std::string lettersOf(const CoordinateSet& set, const Subunit& subunit) {
+    if (!set.isComplex && !set.residueLetters.empty()) return set.residueLetters;
+    if (!subunit.residueLetters.empty()) return subunit.residueLetters;
+    return lettersOf(set, subunit.first, subunit.end);
+}
+
+// A column is a key like a residue number; atoms of a residue keep their atom keys.
+void setColumnKeys(const Subunit& subunit, const std::vector<std::int32_t>& columns,
+                   std::int64_t base, CoordinateSet& set) {
+    std::size_t at = subunit.first;
+    for (std::size_t residue = 0; at < subunit.end; ++residue) {
+        // The keys from `at` on are still those of the chain.
+        const std::size_t end = std::min<std::size_t>(endOfResidue(set, at), subunit.end);
+        for (; at < end; ++at)
+            set.residueKey[at] = base + columns[residue];
+    }
 }
 
 // Chains of a list have few different sequences, and an alignment takes longer than many a
@@ -112,11 +143,13 @@ void addSequence(CoordinateSet& set) {
 // time.
 const AlignedColumns& SequencePairing::columnsOf(const CoordinateSet& experiment,
                                                  const CoordinateSet& prediction) {
-    // A set that was prepared for another pairing has no letters yet.
-    const auto letters = [](const CoordinateSet& set) {
-        return set.residueLetters.empty() ? lettersOf(set) : set.residueLetters;
-    };
-    asked_ = {letters(experiment), letters(prediction)};
+    return columnsOf(lettersOf(experiment, experiment.subunits.front()),
+                     lettersOf(prediction, prediction.subunits.front()));
+}
+
+const AlignedColumns& SequencePairing::columnsOf(std::string_view experiment,
+                                                 std::string_view prediction) {
+    asked_ = {std::string(experiment), std::string(prediction)};
     const auto found = kept_.find(asked_);
     if (found != kept_.end()) return found->second;
     aligner_.align(asked_.first, asked_.second, latest_);
@@ -131,14 +164,8 @@ SequencePairing::Keyed SequencePairing::align(const CoordinateSet& experiment,
     const AlignedColumns& aligned = columnsOf(experiment, prediction);
     setKeys(experiment, aligned.experiment, experiment_);
     setKeys(prediction, aligned.prediction, prediction_);
-    if (report.reports(ReportLevel::Numbers)) {
-        const SequenceAgreement found = agreementOf(asked_.first, asked_.second, aligned);
-        report.report(ReportLevel::Numbers,
-                      "Sequences: Pairs=%4u, Identity=%6.2f%%, Coverage=%6.2f%% of prediction, "
-                      "%6.2f%% of experiment\n",
-                      found.pairs, found.identity().value_or(0.0), found.predictionCoverage(),
-                      found.experimentCoverage());
-    }
+    if (report.reports(ReportLevel::Numbers))
+        agreementOf(asked_.first, asked_.second, aligned).report(report);
     return {experiment_, prediction_};
 }
 

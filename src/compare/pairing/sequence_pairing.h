@@ -10,15 +10,24 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 #include "compare/pairing/pairing.h"
 #include "compare/pairing/sequence_alignment.h"
 
 namespace tervolanda {
 
-// Fills what the set shows of its chain's sequence.
+// Fills what the set shows of the sequences of its chains.
 void addSequence(CoordinateSet& set);
+// One letter a residue of a chain, as addSequence() has filled them in or would.
+std::string lettersOf(const CoordinateSet& set, const Subunit& subunit);
+
+// Gives the records of a chain the columns of an alignment for keys, `base` added.  The set is not
+// sorted by them.
+void setColumnKeys(const Subunit& subunit, const std::vector<std::int32_t>& columns,
+                   std::int64_t base, CoordinateSet& set);
 
 // How much two sequences have in common by their alignment.
 struct SequenceAgreement {
@@ -31,7 +40,14 @@ struct SequenceAgreement {
     std::optional<double> identity() const;
     double experimentCoverage() const;
     double predictionCoverage() const;
+    // Together with that of other chains.
+    void add(const SequenceAgreement& other);
+    // One line at report level 3.
+    void report(Report& report) const;
 };
+
+SequenceAgreement agreementOf(std::string_view experiment, std::string_view prediction,
+                              const AlignedColumns& aligned);
 
 // Gives residues that belong together by sequence one key, so that all that pairs residues by
 // number goes on with them as if they had equal numbers.
@@ -48,10 +64,13 @@ class SequencePairing {
 
     // The same alignment in figures.
     SequenceAgreement agreement(const CoordinateSet& experiment, const CoordinateSet& prediction);
+    // The alignment of two chains of these letters, good until the next call.
+    const AlignedColumns& columnsOf(std::string_view experiment, std::string_view prediction);
 
  private:
     using Sequences = std::pair<std::string, std::string>;  // experiment, prediction
 
+    // The chains of sets that are no complexes.
     const AlignedColumns& columnsOf(const CoordinateSet& experiment,
                                     const CoordinateSet& prediction);
 
