@@ -47,6 +47,7 @@ class LineStreams {
     bool flush();
 
  private:
+    // A stream that is lent, and whether people look at it.
     struct Stream {
         explicit Stream(std::FILE* stream);
         std::FILE* file;

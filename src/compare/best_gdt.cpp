@@ -93,6 +93,8 @@ class GdtSearch final : public MotionViewer {
         }
     }
 
+    // From a start, takes in what lies within the radius and fits again, until the set no longer
+    // grows; every fit on the way counts for all cut-offs.
     void grow(double radius) {
         const double limit = inclusiveLimit(radius * radius);
         scratch_.subset = scratch_.start;

@@ -101,6 +101,7 @@ Place findAtom(const HeavyAtoms& atoms, std::size_t record, AtomName name, std::
     return kNowhere;
 }
 
+// An atom of which the model has no partner is nowhere: its distances are not kept.
 void collectCalphas(const CoordinateSet& reference, const CoordinateSet& model,
                     std::span<const std::int32_t> partners, LddtScratch& scratch) {
     for (std::uint32_t i = 0; i < reference.size(); ++i) {

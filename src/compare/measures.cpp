@@ -58,6 +58,7 @@ void measureLddt(const CoordinateSet& experiment, const CoordinateSet& predictio
     }
 }
 
+// Both scores from one search, since they share three of their four cut-offs.
 void measureGdt(const CoordinateSet& experiment, const CoordinateSet& prediction,
                 std::span<const std::int32_t> partners, const StopFlag* stop,
                 ComparisonScratch& scratch, MeasureValues& found) {

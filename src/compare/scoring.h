@@ -10,7 +10,7 @@
 
 namespace tervolanda {
 
-// The constants of a scoring.
+// The constants of a scoring: the same for all passes of a search, but for the cut-off.
 struct ScoringScale {
     double cutoff = 0.0;            // Å
     double tmScaleSquared = 0.0;    // Å^2

@@ -284,6 +284,8 @@ class SeedSearch {
         return size < kFewestSelected ? 0 : size;
     }
 
+    // The search by TM-score has deviations of every superposition already, in single precision;
+    // that by size makes them here.
     std::uint32_t selectByDistance(const Motion& motion, double limit) {
         if (task_.maximiseTM) {  // scoreByTm() has had a look already
             return kernels_.selectAmong(pairs_.arrays(), {scratch_.rounded.data(), roundedError_},

@@ -30,7 +30,7 @@ class Abend : public std::runtime_error {
 
 // A fault of the command line as long as no run has started, and of the input from then on.
 [[noreturn, gnu::format(printf, 1, 2)]] void abend(const char* pattern, ...);
-// A fault of another kind than the time tells.
+// A fault of another kind than the time tells, as a file that cannot be written.
 [[noreturn, gnu::format(printf, 2, 3)]] void abend(Fault fault, const char* pattern, ...);
 
 }  // namespace tervolanda

@@ -49,6 +49,7 @@ class QuietComparison {
     CoordinateSet prepare(const Chain& chain) {
         return prepareChain(chain, readPlan(settings_).atoms, parameters_, report_);
     }
+    // Shows the viewer what the run itself would have found of this pair.
     void compare(const ComparedPair& pair) {
         switch (comparisonKind(settings_)) {
             case ComparisonKind::MaxSub:

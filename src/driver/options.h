@@ -14,6 +14,7 @@ namespace tervolanda {
 
 inline constexpr unsigned int kMaxIterations = 200;  // of -i
 
+// What follows an option.
 enum class OptionValue {
     None,
     Text,

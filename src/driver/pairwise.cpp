@@ -108,6 +108,7 @@ int comparePairRmsd(const ScriptSubject& subject, const Settings& settings, Pair
     return exitStatus(writeRmsdScript(kPairScript, subject, result, log, report), settings);
 }
 
+// One workspace for the pair: nothing is shared with other comparisons of the process.
 int comparePair(const ScriptSubject& subject, const Settings& settings, PairViewer* viewer,
                 Log& log, Report& report) {
     ComparisonWorkspace workspace;

@@ -13,6 +13,7 @@
 
 namespace tervolanda {
 
+// What pairs are compared by; -rmsd wins over -gdt, and without either it is MaxSub.
 enum class ComparisonKind { MaxSub, Gdt, Rmsd };
 
 ComparisonKind comparisonKind(const Settings& settings);

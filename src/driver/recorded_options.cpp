@@ -41,6 +41,7 @@ Value conformerChoice(const EntryRules& rules) {
 
 // The rows come in groups of the order in which files show them, which is kept for their readers.
 
+// What was read, and what was taken of it.
 std::vector<RecordedOption> inputOptions(const InputSettings& input, const OutputSettings& output) {
     return {
         {"-e", text(input.experimentFile)},
@@ -75,6 +76,7 @@ std::vector<RecordedOption> mainOptions(const ComparisonParameters& comparison,
     };
 }
 
+// Thresholds as they were used, the kind of run having had its say.
 std::vector<RecordedOption> clusterOptions(const ClusteringSettings& clustering) {
     return {
         {"-C", count(clustering.clusterMethod)},

@@ -93,6 +93,7 @@ std::string pairLine(const PairRow& row, const ColumnWidths& widths) {
            textOf(row.figures, kPairForm);
 }
 
+// Three patterns, as the measures have always been printed with three.
 std::string averageLine(const AverageRow& row) {
     switch (row.kind) {
         case ComparisonKind::MaxSub:

@@ -20,6 +20,7 @@ namespace tervolanda {
 
 // --- Values --------------------------------------------------------------------------------------
 
+// Of a pair by MaxSub, or a model of a list.
 struct MaxSubFigures {
     std::uint32_t pairs = 0;
     double rmsd = 0.0;  // Å

@@ -1,4 +1,4 @@
-// The time that the comparisons of a run took.
+// The time that the comparisons of a run took, without reading, clustering and writing.
 //
 // The line is the one that comparisons of outputs leave out: all others are the same in every run.
 #pragma once

@@ -113,6 +113,8 @@ void ChimeraxScript::addPair(const Scene& scene) {
     }
 }
 
+// Of a list only the models are highlighted: on the experiment the stretches of many would hide
+// each other.
 void ChimeraxScript::addModels(const Scene& scene) {
     for (std::size_t i = 0; i < scene.models.size(); ++i) {
         const ShownModel& model = scene.models[i];

@@ -107,6 +107,7 @@ const char* ClusterTables::itemName(std::int64_t child) const {
     return child < 0 ? "" : name(static_cast<std::size_t>(child));
 }
 
+// Line k is node -k, by which later lines name it.
 void ClusterTables::printJoin(std::size_t k) {
     const Join& join = clustering_.tree[k];
     const int number = -static_cast<int>(k);

@@ -151,6 +151,7 @@ void MolstarArchive::write(const Scene& scene) {
     archive_.finish(text());
 }
 
+// A model of a list once, the prediction of a pair once for each domain.
 void MolstarArchive::appendModel(std::string& text, const Scene& scene, std::size_t place,
                                  const Part& part) {
     const ShownModel& model = scene.models[place];

@@ -53,6 +53,7 @@ class RasmolScene final : public SceneFile {
                         const Superposition* motion);
 };
 
+// In the order of their letters, after the experiment.
 std::vector<RasmolScene::Object> RasmolScene::objectsOf(const Scene& scene) {
     std::vector<Object> objects;
     if (scene.hasExperiment()) objects.push_back({0, nullptr, kExperimentColours});

@@ -150,6 +150,7 @@ std::optional<double> asNumber(const std::optional<Count>& count) {
     return count ? std::optional(static_cast<double>(*count)) : std::nullopt;
 }
 
+// A value for each of columns(), in its order.
 void Ranking::writeRow(JsonWriter& json, std::size_t rank, const RankedModel& ranked) const {
     const InputStructure& input = inputs_.structures[ranked.model];
     json.open('[');

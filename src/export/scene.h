@@ -28,7 +28,8 @@ struct ResidueStretch {
     ResidueId first, last;
 };
 
-// A motion and the residues that it rests on, in either chain.
+// A motion and the residues that it rests on, in either chain.  Stretches ascend as the residue
+// pairs do.
 struct ShownDomain {
     Superposition motion;
     std::vector<ResidueStretch> experiment, prediction;

@@ -25,6 +25,7 @@ float bounded(double penalty) {
 
 }  // namespace
 
+// Sizes of one alignment; the padding is that of the kernels, and nothing in it is ever the best.
 void LocalAligner::prepare(std::size_t rows, std::size_t columns) {
     columns_ = columns;
     const std::size_t padded = columns + kPadding;

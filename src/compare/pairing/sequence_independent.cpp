@@ -35,6 +35,7 @@ void pairFragments(const Pairing& fragments, Pairing& residues) {
         add(fragments.back(), k);
 }
 
+// Only for the line at report level 6: it makes every row once more.
 double mean(const SimilarityRows& similarity) {
     std::vector<float> row(similarity.columns());
     double sum = 0.0;
