@@ -161,6 +161,8 @@ struct ComparisonResult : Scores {
     MeasureValues measures;
     std::vector<SubunitPair> subunits;  // of complexes: the chains that belong together
 
+    // A search that failed leaves neither; every fit has a TM-score.
+    bool hasFit() const { return !iterations.empty() || tm > 0.0; }
     void clear();
 };
 

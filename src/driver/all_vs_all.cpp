@@ -84,7 +84,7 @@ std::vector<RankedModel> ranking(const DistanceMatrix& scores, MatrixValues valu
 // Files that show pairs want alignments and domains, which parts do not have.
 MergedPairs mergedPairs(const Settings& settings, const PreparedList& models, RunExports& exports,
                         Log& log) {
-    if (exports.viewer() != nullptr)
+    if (exports.showsPairs())
         abend("Parts hold no more of a pair than its results: leave out files that show more");
     return {settings, models.models(), log};
 }
@@ -104,6 +104,7 @@ MaxSubBatch maxSubOfAll(const PreparedList& models, PairRecorder* recorder,
     const auto give = [&](BatchPair pair, ComparisonResult& result) {
         merged.next(models.sets()[pair.experiment].size(), models.sets()[pair.prediction].size(),
                     result);
+        exports.count(result.hasFit());
     };
     MaxSubBatch batch = collectAllMaxSub(models, parameters, recorder, give, log, report);
     merged.finish();
@@ -117,7 +118,10 @@ GdtBatch gdtOfAll(const PreparedList& models, const Settings& settings, RunExpor
         return compareAllGdt(models, parameters, log, report, {settings.threads, exports.viewer()});
     }
     MergedPairs merged = mergedPairs(settings, models, exports, log);
-    const auto give = [&](BatchPair, double& gdt) { merged.next(gdt); };
+    const auto give = [&](BatchPair, double& gdt) {
+        merged.next(gdt);
+        exports.count(gdt >= 0.0);
+    };
     GdtBatch batch = collectAllGdt(models, parameters, give, log, report);
     merged.finish();
     return batch;
@@ -130,7 +134,10 @@ RmsdBatch rmsdOfAll(const PreparedList& models, const Settings& settings, RunExp
         return compareAllRmsd(models, options, log, report, {settings.threads, exports.viewer()});
     }
     MergedPairs merged = mergedPairs(settings, models, exports, log);
-    const auto give = [&](BatchPair, RmsdCells& cells) { merged.next(cells); };
+    const auto give = [&](BatchPair, RmsdCells& cells) {
+        merged.next(cells);
+        exports.count(cells.rmsd >= 0.0F);
+    };
     RmsdBatch batch = collectAllRmsd(models, options, give, log, report);
     merged.finish();
     return batch;

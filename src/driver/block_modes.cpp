@@ -19,6 +19,7 @@
 #include "driver/model_input.h"
 #include "driver/modes.h"
 #include "driver/read_plan.h"
+#include "driver/residue_names.h"
 #include "driver/result_output.h"
 #include "driver/timer.h"
 
@@ -26,8 +27,8 @@ namespace tervolanda {
 
 namespace {
 
-// The models that the pairs of a block need; the others of the list are not read, and none of these
-// need be readable.  They have the IDs of the whole list.
+// The models that the pairs of a block need; the others of the list are not read, and of these none
+// need be readable but in a strict run.  They have the IDs of the whole list.
 ChainList readNeeded(const std::vector<std::uint32_t>& needed, const Settings& settings,
                      const ResidueExclusions& exclusions, Log& log) {
     ChainList models;
@@ -38,6 +39,10 @@ ChainList readNeeded(const std::vector<std::uint32_t>& needed, const Settings& s
     const ReadRequest structure = readPlan(settings).models;
     readModelList(*settings.input.listFile, counter,
                   {structure, exclusions, settings.threads, nullptr, isNeeded}, models, log);
+    if (settings.strict && models.chains.size() < needed.size()) {
+        abend("%zu of the %zu structures of the block cannot be read",
+              needed.size() - models.chains.size(), needed.size());
+    }
     return models;
 }
 
@@ -128,6 +133,7 @@ int runBlock(const Settings& settings, const ResidueExclusions& exclusions, Log&
     const Block block{settings.blocks.number, settings.blocks.blocks};
     const ListSummary list = summariseList(settings, log);
     const ChainList models = readNeeded(entriesOf(block, list.models), settings, exclusions, log);
+    checkResidueNames(nullptr, models.chains, settings);
     const RunIdentity run(settings, list, models);
     const PartHeader header = run.headerOf(block);
     if (settings.blocks.resume && isWhole(path, header, run)) {

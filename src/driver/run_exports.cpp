@@ -207,8 +207,8 @@ void RunExports::showPairing(const ComparedPair& pair) {
 
 void RunExports::take(const ComparedPair& pair) {
     const bool hasFit = pair_.status != PairStatus::NoPairs && pair_.status != PairStatus::NoFit;
-    if (!hasFit && !isSuperposing_) ++pairsWithoutFit_;
-    if (form_.detail == PairDetail::None) return;
+    if (!isSuperposing_) count(hasFit);
+    if (!showsPairs()) return;
     // Positions count inputs: before the models of a list stands the experiment.
     const std::size_t firstPrediction = inputs_.kind == RunKind::AllVersusAll ? 0 : 1;
     pair_.experiment = pair.at.experiment;

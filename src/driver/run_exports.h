@@ -43,10 +43,12 @@ class RunExports final : public PairViewer {
     void startMatrix(const std::vector<std::uint32_t>& ids, const ChainList* chains,
                      const PairMatrix* pairs);
 
+    // Whether a file shows what only a comparison tells of a pair.
+    bool showsPairs() const { return form_.detail != PairDetail::None; }
     // Null where nobody wants to see pairs.
-    PairViewer* viewer() {
-        return form_.detail == PairDetail::None && !settings_.strict ? nullptr : this;
-    }
+    PairViewer* viewer() { return showsPairs() || settings_.strict ? this : nullptr; }
+    // For pairs that nobody can see: those of parts.
+    void count(bool hasFit) { pairsWithoutFit_ += hasFit ? 0U : 1U; }
     std::size_t pairsWithoutFit() const { return pairsWithoutFit_; }  // of those seen
     void seeMaxSub(const ComparedPair& pair, const ComparisonResult& result) override;
     void seeGdt(const ComparedPair& pair, const GdtResult& found,

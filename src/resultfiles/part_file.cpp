@@ -472,7 +472,7 @@ bool PartReader::next(double& gdt) {
     if (left_ < bytes.size() || !read(bytes.data(), bytes.size())) return false;
     left_ -= bytes.size();
     gdt = Fields({bytes.data(), bytes.size()}).take<double>();
-    return isSound(gdt);
+    return isSound(gdt) && gdt >= kNoGdt;
 }
 
 bool PartReader::next(RmsdCells& cells) {

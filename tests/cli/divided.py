@@ -6,6 +6,7 @@ usage: divided.py PROGRAM PART
   threads     all kinds of list runs by 2, 3 and 8 threads
   blocks      runs over all pairs in blocks, from one to more than there are pairs, and merged
   faults      blocks that are killed, and parts that are damaged or of another run
+  kills       a block that is killed 200 times (by hand; part of the faults, too, but fewer times)
 
 The models are made here: walks of different lengths that share much or little, one of which takes
 longer than all others together, and everything a list may hold besides (files that are missing, out
@@ -16,9 +17,11 @@ import gzip
 import math
 import pathlib
 import random
+import signal
 import subprocess
 import sys
 import tempfile
+import time
 
 import run_case
 
@@ -86,6 +89,9 @@ def write_models(folder):
     (folder / "twice.pdb").write_text(pdb_text(base[:40]) * 30)
     (folder / "two.pdb").write_text(pdb_text(base[:2]))
     odd = ["long.pdb", "missing.pdb", "packed.pdb.gz", "empty.pdb", "twice.pdb", "two.pdb", "-"]
+    (folder / "sound.txt").write_text("".join(name + "\n" for name in names[:4] + ["two.pdb"]))
+    odd_few = names[:3] + ["missing.pdb", "two.pdb", "packed.pdb.gz", "-"]
+    (folder / "seven.txt").write_text("".join(name + "\n" for name in odd_few))
     (folder / "few.txt").write_text("".join(name + "\n" for name in names[:6] + odd[1:]))
     names[3:3] = odd
     (folder / "models.txt").write_text("".join(f"{name} # a model\n" for name in names))
@@ -148,17 +154,36 @@ def threads(program, models):
     return found
 
 
-# Runs whose pairs blocks can compute, and in how many blocks: 0 stands for more than there are
-# pairs.
+# Kinds of runs whose pairs blocks can compute: of a list of seven lines in as many blocks as there
+# are pairs of lines, and in more, too.
 IN_BLOCKS = [
-    (["-l", "models.txt", "-av", "-L", "2", "-C", "2"], [1, 2, 29]),
-    (["-l", "models.txt", "-R", "full.txt", "-Rl", "lite.txt", "-rankMS"], [3, 7]),
-    (["-l", "few.txt", "-i", "2", "-L", "2", "-R", "full.txt"], [1, 7, 0]),
-    (["-l", "models.txt", "-gdt", "4", "-L", "2", "-R", "gdt.txt"], [2, 7]),
-    (["-l", "models.txt", "-rmsd", "-L", "2", "-R", "r.txt", "-Ru", "u.txt"], [1, 2, 7, 29]),
-    (["-l", "few.txt", "-rmsd", "-bb", "-L", "2", "-Ru", "u.txt"], [3, 0]),
-    (["-l", "few.txt", "-in", "-R", "full.txt"], [1, 5, 0]),
+    ["-av", "-L", "2", "-C", "2"],
+    ["-R", "full.txt", "-Rl", "lite.txt", "-rankMS"],
+    ["-i", "2", "-L", "2", "-R", "full.txt"],
+    ["-gdt", "4", "-L", "2", "-R", "gdt.txt"],
+    ["-rmsd", "-L", "2", "-Rl", "r.txt", "-Ru", "u.txt"],
+    ["-rmsd", "-bb", "-L", "2", "-Ru", "u.txt"],
+    ["-in", "-R", "full.txt", "-C", "3"],
 ]
+COUNTS = [1, 2, 3, 7, 21, 23]
+# With more models blocks have several rows, or parts of one.
+MANY_IN_BLOCKS = [
+    (["-R", "full.txt", "-Rl", "lite.txt"], [3, 29]),
+    (["-gdt", "4", "-L", "2"], [2]),
+    (["-rmsd", "-L", "2", "-R", "r.txt", "-Ru", "u.txt"], [7, 29]),
+]
+# Where some pairs have no fit, which a strict run says at the end.
+STRICT_IN_BLOCKS = [["--strict"], ["--strict", "-gdt", "4"], ["--strict", "-rmsd", "-L", "2"]]
+
+
+def divisions():
+    """Arguments of runs, and the numbers of blocks to divide them into."""
+    for options in IN_BLOCKS:
+        yield ["-l", "seven.txt"] + options, COUNTS
+    for options, counts in MANY_IN_BLOCKS:
+        yield ["-l", "models.txt"] + options, counts
+    for options in STRICT_IN_BLOCKS:
+        yield ["-l", "sound.txt"] + options, [2]
 
 
 def block(program, arguments, models, number, count, parts, *more):
@@ -167,22 +192,30 @@ def block(program, arguments, models, number, count, parts, *more):
 
 
 def compute(program, arguments, models, count, parts):
-    """All blocks, the last one first."""
-    for number in range(count, 0, -1):
+    """All blocks, in any order."""
+    for number in random.Random(count).sample(range(1, count + 1), count):
         threads = f"--threads={number % 2 + 1}"
         found = block(program, arguments, models, number, count, parts, threads)
         assert found["status"] == b"0", found
         assert len(found) == 3, found  # no file but the part
 
 
+def rename_anyhow(parts):
+    """Neither the names of parts nor their order in the folder say which block they are."""
+    for path in sorted(pathlib.Path(parts).iterdir()):
+        path.rename(path.with_name(f"{random.Random(path.name).random()}.part"))
+
+
 def blocks(program, models):
     found = []
-    for arguments, counts in IN_BLOCKS:
+    for arguments, counts in divisions():
         expected = outcome(program, arguments, models)
-        entries = len((models / arguments[1]).read_text().splitlines())
+        if "--strict" in arguments and expected["status"] != b"4":
+            found.append(f"{arguments}: ends with {expected['status']}")
         for count in counts:
             with tempfile.TemporaryDirectory() as parts:
-                compute(program, arguments, models, count or entries * entries // 2 + 3, parts)
+                compute(program, arguments, models, count, parts)
+                rename_anyhow(parts)
                 merged = outcome(program, arguments + [f"--merge={parts}"], models)
                 found += differences(f"{arguments} in {count} blocks", expected, merged)
                 missing = outcome(program, arguments + [f"--missing={parts}"], models)
@@ -257,30 +290,38 @@ class Faults:
                 merged = self.run(f"--merge={parts}")
                 self.expect(merged["status"] == b"1", "cut at", length)
 
-    def killed(self):
-        """A block that is killed at any moment leaves its part whole or does not leave it."""
+    def start(self, *own):
+        return subprocess.Popen(
+            [self.program, *self.ARGUMENTS, *own],
+            cwd=self.models, stdin=open(self.models / "model_2.pdb", "rb"),
+            stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+        )
+
+    def killed(self, times):
+        """A block that is killed at any moment, half of the time near its end, leaves the older
+        version of its part or the new one, and another run completes it."""
         generator = random.Random(6)
         with tempfile.TemporaryDirectory() as scratch:
             parts = pathlib.Path(scratch)
-            for _ in range(60):
-                process = subprocess.Popen(
-                    [self.program, *self.ARGUMENTS, "--block=2/2", f"--part={parts}/2.part"],
-                    cwd=self.models, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
-                    stderr=subprocess.DEVNULL,
-                )
-                try:
-                    process.wait(generator.uniform(0.0, 0.05))
-                except subprocess.TimeoutExpired:
-                    process.kill()
-                    process.wait()
-            twins = [
-                subprocess.Popen(
-                    [self.program, *self.ARGUMENTS, f"--block={k}/2", f"--part={parts}/{k}.part"],
-                    cwd=self.models, stdin=open(self.models / "model_2.pdb", "rb"),
-                    stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
-                )
-                for k in (1, 2, 1, 2)
-            ]
+            part = parts / "2.part"
+            own = ["--block=2/2", f"--part={part}", "--resume"]
+            began = time.monotonic()
+            self.expect(self.start(*own).wait() == 0, "a block failed")
+            duration = time.monotonic() - began
+            whole = part.read_bytes()
+            kills = 0
+            while kills < times:
+                old = generator.choice([None, whole[: len(whole) // 2]])
+                part.unlink() if old is None else part.write_bytes(old)
+                process = self.start(*own)
+                time.sleep(duration * generator.choice([generator.random(), generator.uniform(0.8, 1.1)]))
+                process.kill()
+                kills += process.wait() == -signal.SIGKILL
+                found = part.read_bytes() if part.exists() else None
+                self.expect(found in (old, whole), "a killed block left", found and len(found), "bytes")
+                if found is None:
+                    part.touch()
+            twins = [self.start(f"--block={k}/2", f"--part={parts}/{k}.part", "--resume") for k in (1, 2, 1, 2)]
             for twin in twins:
                 self.expect(twin.wait() == 0, "one of two at once failed")
             self.found += differences("killed", self.expected, self.run(f"--merge={parts}"))
@@ -334,14 +375,20 @@ def faults(program, models):
                "is block 3, as", missing="")
     runs.spoil("a part of other blocks", of_other_blocks, "is one of 2 blocks", missing="")
     runs.bits()
-    runs.killed()
+    runs.killed(30)
     runs.disk_full()
+    return runs.found
+
+
+def kills(program, models):
+    runs = Faults(program, models)
+    runs.killed(200)
     return runs.found
 
 
 def main():
     program = str(pathlib.Path(sys.argv[1]).resolve())
-    parts = {"threads": threads, "blocks": blocks, "faults": faults}
+    parts = {"threads": threads, "blocks": blocks, "faults": faults, "kills": kills}
     with tempfile.TemporaryDirectory() as scratch:
         models = pathlib.Path(scratch)
         write_models(models)

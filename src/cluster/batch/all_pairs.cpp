@@ -181,6 +181,9 @@ class GdtSearches : public AllPairs {
         ComparisonResult& search = viewer == nullptr ? worker.result : outcome.search;
         outcome.found = compareGdt(sets[pair.experiment], sets[pair.prediction], parameters_,
                                    worker.workspace, worker.report, search);
+        // A subset may be one that no motion fits; one that counts as nothing is a fit.
+        const bool isMoved = search.iterations.empty() || outcome.found.superposition;
+        outcome.hasFit = search.hasFit() && isMoved;
         worker.finishPair();
     }
 
@@ -434,7 +437,7 @@ void compareMaxSub(const PairSlice& slice, const ComparisonParameters& parameter
 void compareGdt(const PairSlice& slice, const ComparisonParameters& parameters,
                 const TakePair<double>& take, Log& log, Report& report, std::size_t threads) {
     const TakePair<GdtOutcome> takeOutcome = [&take](BatchPair pair, const GdtOutcome& outcome) {
-        take(pair, outcome.found.gdt);
+        take(pair, outcome.hasFit ? outcome.found.gdt : kNoGdt);
     };
     TakenPairs pairs(GdtSearches(AllPairs(slice), parameters, nullptr), takeOutcome);
     runBatch(pairs, threadsFor(parameters, threads), log, report);
@@ -460,6 +463,7 @@ GdtBatch collectAllGdt(const PreparedList& models, const ComparisonParameters& p
                        const GivePair<double>& give, Log& log, Report& report) {
     const GivePair<GdtOutcome> giveOutcome = [&give](BatchPair pair, GdtOutcome& outcome) {
         give(pair, outcome.found.gdt);
+        outcome.found.gdt = std::max(outcome.found.gdt, 0.0);
     };
     GivenPairs<GdtPairs> pairs(giveOutcome, models, parameters, nullptr);
     runBatch(pairs, 1, log, report);

@@ -163,6 +163,9 @@ struct RmsdCells {
     std::uint32_t pairs = 0;
 };
 
+// The GDT of a pair without a fit, whose cell in the matrix is 0: a fit can have that, too.
+inline constexpr double kNoGdt = -1.0;
+
 // Takes the outcome of each pair, and gives it, in pair order.
 template <typename Outcome>
 using TakePair = std::function<void(BatchPair pair, const Outcome& outcome)>;

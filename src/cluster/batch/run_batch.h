@@ -42,6 +42,7 @@ namespace tervolanda {
 // What a pair leaves that was compared by GDT.
 struct GdtOutcome {
     GdtResult found;
+    bool hasFit = false;      // in batches of all pairs
     ComparisonResult search;  // that the superposition comes from
 };
 
