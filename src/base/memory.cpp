@@ -7,8 +7,10 @@
 #include <cstddef>
 #include <limits>
 #include <optional>
+#include <string>
 #include <string_view>
 
+#include "base/control_group.h"
 #include "base/file.h"
 #include "base/text.h"
 
@@ -16,9 +18,9 @@ namespace tervolanda {
 
 namespace {
 
-// The memory that the control group of the process may use, as the kernel's file of that name
-// tells it; the largest number when there is no limit.
-std::uint64_t memoryLimitIn(const char* path) {
+// The memory that a control group may use, as the kernel's file tells it; the largest number when
+// there is no limit.
+std::uint64_t memoryLimitIn(const std::string& path) {
     const FileHandle file = openForReading(path);
     if (file) {
         LineReader lines(file.get());
@@ -41,8 +43,8 @@ std::uint64_t usableMemory() {
         memory = std::min(memory,
                           static_cast<std::uint64_t>(pages) * static_cast<std::uint64_t>(pageSize));
     }
-    memory = std::min(memory, memoryLimitIn("/sys/fs/cgroup/memory.max"));
-    memory = std::min(memory, memoryLimitIn("/sys/fs/cgroup/memory/memory.limit_in_bytes"));
+    for (const std::string& path : limitFiles({"memory", "memory.max", "memory.limit_in_bytes"}))
+        memory = std::min(memory, memoryLimitIn(path));
     // The rest is for the system, its file cache and what this estimate does not know.
     return memory / 4 * 3;
 }

@@ -10,14 +10,16 @@
 #include <condition_variable>
 #include <cstdint>
 #include <exception>
+#include <limits>
 #include <mutex>
-#include <optional>
+#include <string>
 #include <string_view>
 #include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
 
+#include "base/control_group.h"
 #include "base/file.h"
 #include "base/signals.h"
 #include "base/text.h"
@@ -40,7 +42,7 @@ std::size_t processorsOfMask() {
 }
 
 // The numbers of the first line of a file; where there is another word, or no file, none.
-std::vector<std::uint64_t> numbersIn(const char* path) {
+std::vector<std::uint64_t> numbersIn(const std::string& path) {
     std::vector<std::uint64_t> numbers;
     const FileHandle file = openForReading(path);
     if (!file) return numbers;
@@ -56,17 +58,23 @@ std::vector<std::uint64_t> numbersIn(const char* path) {
     return numbers;
 }
 
-// So much of the time of one processor as the control group may use in each period: "quota period"
-// in one file or each in its own.  None without a limit.
-std::optional<std::size_t> processorsOfQuota() {
-    std::vector<std::uint64_t> limit = numbersIn("/sys/fs/cgroup/cpu.max");
-    if (limit.empty()) {
-        limit = numbersIn("/sys/fs/cgroup/cpu/cpu.cfs_quota_us");
-        for (const std::uint64_t period : numbersIn("/sys/fs/cgroup/cpu/cpu.cfs_period_us"))
-            limit.push_back(period);
+// The processors whose time a control group and those around it may take up.  "quota period" stands
+// in one file (version 2), or each in its own.
+std::size_t processorsOfQuotas() {
+    constexpr std::string_view kQuota = "cpu.cfs_quota_us", kPeriod = "cpu.cfs_period_us";
+    std::size_t processors = std::numeric_limits<std::size_t>::max();
+    for (const std::string& path : limitFiles({"cpu", "cpu.max", kQuota})) {
+        std::vector<std::uint64_t> limit = numbersIn(path);
+        if (limit.size() == 1 && path.ends_with(kQuota)) {
+            const std::string folder = path.substr(0, path.size() - kQuota.size());
+            for (const std::uint64_t period : numbersIn(folder + std::string(kPeriod)))
+                limit.push_back(period);
+        }
+        if (limit.size() != 2 || limit[0] == 0 || limit[1] == 0) continue;  // no limit
+        const std::uint64_t whole = (limit[0] - 1) / limit[1] + 1;
+        if (whole < processors) processors = static_cast<std::size_t>(whole);
     }
-    if (limit.size() != 2 || limit[0] == 0 || limit[1] == 0) return std::nullopt;
-    return static_cast<std::size_t>((limit[0] - 1) / limit[1] + 1);
+    return processors;
 }
 
 // The threads of one runInOrder().  The mutex guards everything but the work itself.
@@ -209,8 +217,7 @@ void OrderedRun::runAlone() {
 }  // namespace
 
 std::size_t usableProcessors() {
-    const std::size_t processors = processorsOfMask();
-    return std::min(processors, processorsOfQuota().value_or(processors));
+    return std::min(processorsOfMask(), processorsOfQuotas());
 }
 
 void runInOrder(const OrderedJobs& jobs) {

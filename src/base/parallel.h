@@ -16,7 +16,7 @@ namespace tervolanda {
 inline constexpr int kMostThreads = 1024;
 
 // The processors that this process may use, at least 1: those of its affinity mask, or fewer where
-// its control group may take up the time of fewer.
+// its control group, or one around that, may take up the time of fewer.
 std::size_t usableProcessors();
 
 // What is to be done.  What a job reads and what it leaves stands in a slot, a number below

@@ -1,5 +1,6 @@
 #include "base/parallel.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -10,6 +11,7 @@
 #include <thread>
 #include <vector>
 
+#include "base/control_group.h"
 #include "base/loop_team.h"
 
 namespace tervolanda {
@@ -117,6 +119,20 @@ TEST(LoopTeam, DoesEachPieceOfEachLoopOnce) {
             last += loop;
         EXPECT_EQ(done.back(), last) << threads;
     }
+}
+
+TEST(LimitFiles, AreThoseOfTheGroupAndOfAllAroundIt) {
+    const GroupLimit limit{"cpu", "cpu.max", "cpu.cfs_quota_us"};
+    // A step of a batch system, on a machine with both versions.
+    EXPECT_THAT(
+        limitFiles("9:name=systemd:/\n7:cpu,cpuacct:/slurm/job_1/\n3:cpuset:/x\n0::/a/b:c\n",
+                   limit),
+        testing::ElementsAre("/sys/fs/cgroup/cpu/slurm/job_1/cpu.cfs_quota_us",
+                             "/sys/fs/cgroup/cpu/slurm/cpu.cfs_quota_us",
+                             "/sys/fs/cgroup/cpu/cpu.cfs_quota_us", "/sys/fs/cgroup/a/b:c/cpu.max",
+                             "/sys/fs/cgroup/a/cpu.max", "/sys/fs/cgroup/cpu.max"));
+    // A container sees its group as the root.
+    EXPECT_THAT(limitFiles("0::/\n", limit), testing::ElementsAre("/sys/fs/cgroup/cpu.max"));
 }
 
 TEST(UsableProcessors, AreAtLeastOneAndNoMoreThanThereAre) {

@@ -1,0 +1,74 @@
+// A batch system or service manager puts a process into a group some levels deep, and a container
+// shows its group as the root: so every level is looked at, the root included.
+#include "base/control_group.h"
+
+#include <algorithm>
+
+#include "base/file.h"
+
+namespace tervolanda {
+
+namespace {
+
+constexpr std::string_view kMounted = "/sys/fs/cgroup";
+
+// What stands before the next colon or comma, taken off the text.
+std::string_view takeField(std::string_view& text, char end) {
+    const std::size_t length = std::min(text.find(end), text.size());
+    const std::string_view field = text.substr(0, length);
+    text.remove_prefix(std::min(length + 1, text.size()));
+    return field;
+}
+
+bool hasController(std::string_view controllers, std::string_view controller) {
+    while (!controllers.empty())
+        if (takeField(controllers, ',') == controller) return true;
+    return false;
+}
+
+// The file in the folder of a group and in all folders around it.
+void addLevels(const std::string& root, std::string_view group, std::string_view file,
+               std::vector<std::string>& files) {
+    while (true) {
+        while (group.ends_with('/'))
+            group.remove_suffix(1);
+        files.push_back(root + std::string(group) + '/' + std::string(file));
+        if (group.empty()) return;
+        group = group.substr(0, std::min(group.rfind('/'), group.size()));
+    }
+}
+
+}  // namespace
+
+// A line is "number:controllers:group"; number 0, without controllers, is the unified hierarchy.
+std::vector<std::string> limitFiles(std::string_view membership, const GroupLimit& limit) {
+    const std::string unified(kMounted);
+    const std::string own = unified + '/' + std::string(limit.controller);
+    std::vector<std::string> files;
+    while (!membership.empty()) {
+        std::string_view group = takeField(membership, '\n');
+        const bool isUnified = takeField(group, ':') == "0";
+        const std::string_view controllers = takeField(group, ':');
+        if (isUnified) {
+            addLevels(unified, group, limit.unifiedFile, files);
+        } else if (hasController(controllers, limit.controller)) {
+            addLevels(own, group, limit.ownFile, files);
+        }
+    }
+    return files;
+}
+
+std::vector<std::string> limitFiles(const GroupLimit& limit) {
+    constexpr std::size_t kLongest = std::size_t{1} << 16;  // bytes; a group has 4,096 at most
+    std::string membership;
+    if (const FileHandle file = openForReading("/proc/self/cgroup")) {
+        LineReader lines(file.get(), kLongest);
+        while (const auto line = lines.next())
+            membership += *line;
+    }
+    // Without the kernel's word the root is the best guess.
+    if (membership.empty()) membership = "0::/\n1:" + std::string(limit.controller) + ":/\n";
+    return limitFiles(membership, limit);
+}
+
+}  // namespace tervolanda
