@@ -14,11 +14,19 @@ struct Merge {
     double distance = 0.0;
 };
 
+// How threads share the steps of a linkage.
+struct StepSharing {
+    std::size_t threads = 1;
+    // Measured: with fewer a step is over before a second thread has begun to help.
+    std::size_t fewestSlots = 4000;
+    std::size_t slotsOfShare = 512;  // that follow each other and are done by one thread
+};
+
 // The N - 1 merges of N models.  At equal distances they stand in a possible order: each joins two
 // clusters that are as near to each other as no two others.  The others are in any order.
 std::vector<Merge> mergeBySingleLinkage(const DistanceView& distances);
-std::vector<Merge> mergeByAverageLinkage(const DistanceView& distances, std::size_t threads);
-std::vector<Merge> mergeByMaximumLinkage(const DistanceView& distances, std::size_t threads);
+std::vector<Merge> mergeByAverageLinkage(const DistanceView& distances, const StepSharing& sharing);
+std::vector<Merge> mergeByMaximumLinkage(const DistanceView& distances, const StepSharing& sharing);
 
 // Clusters of models by union and find; the first model of a cluster stands for it.
 class FirstModels {

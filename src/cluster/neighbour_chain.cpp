@@ -74,15 +74,12 @@ template <typename Linkage>
 class NeighbourChain {
  public:
     // REQUIRES: two models or more.
-    NeighbourChain(const DistanceView& distances, std::size_t threads);
+    NeighbourChain(const DistanceView& distances, const StepSharing& sharing);
     std::vector<Merge> run();
 
  private:
     using Value = typename Linkage::Value;
     static constexpr std::uint32_t kNone = UINT32_MAX;
-    // Measured: with fewer slots than these a loop over them is over before a second thread helps.
-    static constexpr std::size_t kWorthATeam = 4000;
-    static constexpr std::size_t kSlotsOfShare = 512;
     static constexpr std::size_t kRowsOfShare = 8;
     // The smallest distance in the shares of a piece, and where the first share with it begins.
     struct Nearest {
@@ -126,6 +123,7 @@ class NeighbourChain {
     std::vector<std::uint32_t> chain_;  // slots
     std::vector<Merge> merges_;
     std::array<Nearest, LoopTeam::kMostThreads> nearest_{};  // by piece
+    StepSharing sharing_;
     LoopTeam team_;
 };
 
@@ -143,7 +141,7 @@ void preferLargePages([[maybe_unused]] void* data, [[maybe_unused]] std::size_t 
 // Copies the strict lower triangle, in the precision of the linkage: joins overwrite it, and the
 // matrix stays the caller's.
 template <typename Linkage>
-NeighbourChain<Linkage>::NeighbourChain(const DistanceView& distances, std::size_t threads)
+NeighbourChain<Linkage>::NeighbourChain(const DistanceView& distances, const StepSharing& sharing)
     : stop_(distances.stop()),
       slots_(distances.size()),
       clusters_(slots_),
@@ -151,7 +149,8 @@ NeighbourChain<Linkage>::NeighbourChain(const DistanceView& distances, std::size
       model_(slots_),
       height_(slots_, -std::numeric_limits<double>::infinity()),
       measured_(slots_),
-      team_(slots_ < kWorthATeam ? 1 : threads) {
+      sharing_(sharing),
+      team_(slots_ < sharing.fewestSlots ? 1 : sharing.threads) {
     tipRow_.cells.resize(slots_);
     previousRow_.cells.resize(slots_);
     const std::size_t cells = slots_ * (slots_ - 1) / 2;
@@ -183,7 +182,7 @@ template <typename Linkage>
 template <typename Work>
 void NeighbourChain<Linkage>::inShares(std::size_t from, std::size_t to, std::size_t length,
                                        const Work& work) {
-    if (team_.size() == 1 || slots_ < kWorthATeam) return work(Share{0, from, to});
+    if (team_.size() == 1 || slots_ < sharing_.fewestSlots) return work(Share{0, from, to});
     const std::size_t shares = (to - from + length - 1) / length;
     const std::size_t pieces = std::min(team_.size(), shares);
     team_.run(pieces, [&](std::size_t piece) {
@@ -232,7 +231,7 @@ std::uint32_t NeighbourChain<Linkage>::nearestTo(std::uint32_t slot, std::uint32
     std::swap(previousRow_, tipRow_);
     tipRow_.slot = slot;
     nearest_.fill({std::numeric_limits<Value>::infinity(), 0});
-    inShares(0, slots_, kSlotsOfShare, [&](Share share) {
+    inShares(0, slots_, sharing_.slotsOfShare, [&](Share share) {
         const Value distance = measure(slot, share);
         Nearest& nearest = nearest_[share.piece];
         if (distance < nearest.distance) nearest = {distance, share.from};
@@ -251,7 +250,7 @@ void NeighbourChain<Linkage>::join(std::uint32_t gone, std::uint32_t kept, doubl
     // Sums that had to be rounded can put a mean an ulp below that of the clusters it is made of.
     height_[kept] = std::max({distance, height_[gone], height_[kept]});
     merges_.push_back({model_[gone], model_[kept], height_[kept]});
-    inShares(0, slots_, kSlotsOfShare, [&](Share share) {
+    inShares(0, slots_, sharing_.slotsOfShare, [&](Share share) {
         Value* const keptRow = rowOf(kept);
         for (std::size_t k = share.from; k < std::min<std::size_t>(share.to, kept); ++k) {
             keptRow[k] = Linkage::join(tipRow_.cells[k], previousRow_.cells[k]);
@@ -343,12 +342,14 @@ std::vector<Merge> NeighbourChain<Linkage>::run() {
 
 }  // namespace
 
-std::vector<Merge> mergeByAverageLinkage(const DistanceView& distances, std::size_t threads) {
-    return NeighbourChain<AverageLinkage>(distances, threads).run();
+std::vector<Merge> mergeByAverageLinkage(const DistanceView& distances,
+                                         const StepSharing& sharing) {
+    return NeighbourChain<AverageLinkage>(distances, sharing).run();
 }
 
-std::vector<Merge> mergeByMaximumLinkage(const DistanceView& distances, std::size_t threads) {
-    return NeighbourChain<MaximumLinkage>(distances, threads).run();
+std::vector<Merge> mergeByMaximumLinkage(const DistanceView& distances,
+                                         const StepSharing& sharing) {
+    return NeighbourChain<MaximumLinkage>(distances, sharing).run();
 }
 
 }  // namespace tervolanda

@@ -39,9 +39,9 @@ std::vector<Join> buildTree(const DistanceView& distances, Linkage linkage, std:
     if (distances.size() < 2) return {};
     switch (linkage) {
         case Linkage::Average:
-            return orderMerges(mergeByAverageLinkage(distances, threads));
+            return orderMerges(mergeByAverageLinkage(distances, {threads}));
         case Linkage::Maximum:
-            return orderMerges(mergeByMaximumLinkage(distances, threads));
+            return orderMerges(mergeByMaximumLinkage(distances, {threads}));
         case Linkage::Single:
             break;
     }

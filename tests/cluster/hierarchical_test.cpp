@@ -10,6 +10,7 @@
 
 #include "base/format.h"
 #include "cluster/matrices.h"
+#include "cluster/merges.h"
 #include "support/support.h"
 
 namespace tervolanda {
@@ -123,22 +124,26 @@ TEST(Tree, AlwaysJoinsTheTwoNearestClustersAndComesApartAgain) {
     }
 }
 
-// Enough models for threads to help, from the first join or until a few are left.
 TEST(Tree, IsTheSameByAnyNumberOfThreads) {
-    for (const int levels : {0, 7}) {
-        DistanceMatrix matrix = randomMatrix(4300, 3, levels);
-        matrix.at(4000, 17) = kNaN;
-        for (const Linkage linkage : {Linkage::Average, Linkage::Maximum}) {
-            const std::vector<Join> tree = buildTree(DistanceView(matrix, true), linkage);
-            for (const std::size_t threads : {2U, 3U, 7U}) {
-                const std::vector<Join> same =
-                    buildTree(DistanceView(matrix, true), linkage, threads);
-                EXPECT_TRUE(std::equal(tree.begin(), tree.end(), same.begin(), same.end(),
-                                       [](const Join& a, const Join& b) {
-                                           return a.first == b.first && a.second == b.second &&
-                                                  a.distance == b.distance;
-                                       }))
-                    << threads << " threads, levels " << levels;
+    const auto equal = [](const Merge& a, const Merge& b) {
+        return a.a == b.a && a.b == b.b && a.distance == b.distance;
+    };
+    for (const std::size_t n : {2U, 65U, 400U}) {
+        for (const int levels : {0, 1, 7}) {
+            DistanceMatrix matrix = randomMatrix(n, 3, levels);
+            matrix.at(n - 1, n / 2 - 1) = kNaN;
+            const DistanceView view(matrix, true);
+            for (const auto merge : {mergeByAverageLinkage, mergeByMaximumLinkage}) {
+                const std::vector<Merge> alone = merge(view, {1});
+                for (const std::size_t threads : {2U, 3U, 7U}) {
+                    for (const StepSharing sharing :
+                         {StepSharing{threads, 2, 1}, StepSharing{threads, 50, 16}}) {
+                        const std::vector<Merge> shared = merge(view, sharing);
+                        EXPECT_TRUE(std::equal(alone.begin(), alone.end(), shared.begin(),
+                                               shared.end(), equal))
+                            << n << " models, levels " << levels << ", " << threads << " threads";
+                    }
+                }
             }
         }
     }
