@@ -126,6 +126,33 @@ std::string differenceOf(std::string_view theirs, std::string_view ours) {
 
 }  // namespace
 
+void checkBlocks(const Settings& settings) {
+    const BlockSettings& blocks = settings.blocks;
+    const bool computes = blocks.blocks > 0 && !blocks.missingFolder;
+    const int tasks = (computes ? 1 : 0) + (blocks.mergeFolder ? 1 : 0) +
+                      (blocks.missingFolder ? 1 : 0) + (blocks.planMinutes ? 1 : 0);
+    if (blocks.partFile.has_value() != computes || (blocks.resume && !computes)) {
+        abend("Options '--block=k/n' and '--part=FILE' go together, and '--resume' with them");
+    }
+    if (tasks == 0) return;
+    if (tasks > 1) abend("One of '--block', '--merge', '--missing' and '--plan' at a time");
+    const InputSettings& input = settings.input;
+    if (!input.listFile || input.experimentFile || input.distanceFile || input.transformFile) {
+        abend("Blocks are of runs over all pairs of a list: -l without -e");
+    }
+    if (input.listIsPath || input.entry.allModels) {
+        abend("Blocks take a list by -l, and one model of each of its files");
+    }
+    if (!settings.blocks.mergeFolder && !settings.output.exports.empty()) {
+        abend("Blocks write no other files: leave out '%s'",
+              optionName(settings.output.exports.front()).c_str());
+    }
+    if (settings.output.logLevel > 2) abend("Blocks keep no details: -L 1 or 2");
+    if (settings.comparison.similarityMatrix && settings.comparison.sequenceIndependent) {
+        abend("Blocks keep no matrices: leave out -matrix");
+    }
+}
+
 // Row i has the i pairs from number i (i - 1) / 2 on, so i solves a quadratic equation.  Beyond
 // 2^53 its root in double precision may be a row off, which the two loops put right.
 BatchPair pairAt(std::uint64_t index) {

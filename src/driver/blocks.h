@@ -25,6 +25,11 @@ namespace tervolanda {
 
 class Log;
 
+// Ends the run by an Abend where the options for blocks do not ask for one thing of a run over all
+// pairs.  Each refusal is for something that parts do not hold and a merged run could therefore not
+// print.
+void checkBlocks(const Settings& settings);
+
 // Pair number `index` of those of a list, experiment and prediction from 0.
 BatchPair pairAt(std::uint64_t index);
 

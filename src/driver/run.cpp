@@ -16,6 +16,7 @@
 #include "base/log.h"
 #include "chain/input/input.h"
 #include "driver/abend.h"
+#include "driver/blocks.h"
 #include "driver/help_text.h"
 #include "driver/modes.h"
 #include "driver/outputs.h"
@@ -139,6 +140,7 @@ int run(const std::vector<std::string>& arguments, LineStreams& streams) {
     try {
         const CommandLine line = readCommandLine(arguments, log);
         if (line.request == Request::Run) {
+            checkBlocks(line.settings);
             checkExports(line.settings);
             startLog(line.settings, streams, log);
         }

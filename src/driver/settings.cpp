@@ -132,35 +132,6 @@ void readBlock(const std::string& text, BlockSettings& blocks) {
     blocks.blocks = *count;
 }
 
-// What the options for blocks ask for is one thing of a run over all pairs.
-// Each refusal is for something that parts do not hold and a merged run could therefore not print.
-void checkBlocks(const Settings& settings) {
-    const BlockSettings& blocks = settings.blocks;
-    const bool computes = blocks.blocks > 0 && !blocks.missingFolder;
-    const int tasks = (computes ? 1 : 0) + (blocks.mergeFolder ? 1 : 0) +
-                      (blocks.missingFolder ? 1 : 0) + (blocks.planMinutes ? 1 : 0);
-    if (blocks.partFile.has_value() != computes || (blocks.resume && !computes)) {
-        abend("Options '--block=k/n' and '--part=FILE' go together, and '--resume' with them");
-    }
-    if (tasks == 0) return;
-    if (tasks > 1) abend("One of '--block', '--merge', '--missing' and '--plan' at a time");
-    const InputSettings& input = settings.input;
-    if (!input.listFile || input.experimentFile || input.distanceFile || input.transformFile) {
-        abend("Blocks are of runs over all pairs of a list: -l without -e");
-    }
-    if (input.listIsPath || input.entry.allModels) {
-        abend("Blocks take a list by -l, and one model of each of its files");
-    }
-    if (!settings.blocks.mergeFolder && !settings.output.exports.empty()) {
-        abend("Blocks write no other files: leave out '%s'",
-              optionName(settings.output.exports.front()).c_str());
-    }
-    if (settings.output.logLevel > 2) abend("Blocks keep no details: -L 1 or 2");
-    if (settings.comparison.similarityMatrix && settings.comparison.sequenceIndependent) {
-        abend("Blocks keep no matrices: leave out -matrix");
-    }
-}
-
 // The arguments but for those that do not matter to results.
 std::vector<std::string> recordedCommand(const std::vector<std::string>& values) {
     std::vector<std::string> command;
@@ -403,7 +374,6 @@ CommandLine readCommandLine(std::vector<std::string> values, Log& log) {
     resolveRun(arguments, settings, log);
     settings.output.exports = exportRequests(own);
     settings.command = std::move(command);
-    checkBlocks(settings);
     return line;
 }
 
