@@ -9,18 +9,27 @@ PairResult& ListRecord::next(const ComparedPair& pair) {
     return result;
 }
 
+// Of the pair that has been filled in last.
+void ListRecord::showPairing(const ComparedPair& pair) {
+    fillPairing(pair, {.bySequence = parameters_.pairBySequence || fit_.bySequence}, keys_,
+                pairs_.back());
+}
+
 void ListRecord::seeMaxSub(const ComparedPair& pair, const ComparisonResult& result) {
     fillPair(pair, result, form(), next(pair));
+    showPairing(pair);
 }
 
 void ListRecord::seeGdt(const ComparedPair& pair, const GdtResult& found,
                         const ComparisonResult& search) {
     fillPair(pair, found, search, form(), next(pair));
+    showPairing(pair);
 }
 
 void ListRecord::seeRmsd(const ComparedPair& pair, const ListedRmsd& found,
                          std::span<const MatchedPair> matched) {
     fillPair(pair, found, matched, form(), next(pair));
+    showPairing(pair);
 }
 
 }  // namespace tervolanda::python

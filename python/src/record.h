@@ -42,6 +42,7 @@ class ListRecord final : public PairViewer {
 
  private:
     PairResult& next(const ComparedPair& pair);
+    void showPairing(const ComparedPair& pair);
     PairForm form() const { return {parameters_, fit_.urmsd, std::nullopt, PairDetail::Figures}; }
 
     ScoreKind kind_;
@@ -49,6 +50,7 @@ class ListRecord final : public PairViewer {
     FitChoice fit_;
     StructurePtr experiment_;
     std::vector<StructurePtr> models_;
+    PairingKeys keys_;
     std::vector<PairResult> pairs_;  // one a model, in list order
 };
 

@@ -75,21 +75,29 @@ PairForm residuesBy(const ComparisonParameters& parameters, bool hasUrmsd = true
 
 // Each fills in a pair with its residues, but for its position in a list.
 
+void showPairing(const ComparedPair& pair, bool bySequence, PairResult& result) {
+    PairingKeys keys;
+    fillPairing(pair, {.bySequence = bySequence}, keys, result);
+}
+
 void fill(const Comparison& comparison, PairResult& result) {
-    fillPair({{}, comparison.experiment->calphas(), comparison.prediction->calphas()},
-             comparison.found, residuesBy(comparison.parameters), result);
+    const ComparedPair pair{{}, comparison.experiment->calphas(), comparison.prediction->calphas()};
+    fillPair(pair, comparison.found, residuesBy(comparison.parameters), result);
+    showPairing(pair, comparison.parameters.pairBySequence, result);
 }
 
 void fill(const Gdt& gdt, PairResult& result) {
-    fillPair({{}, gdt.experiment->calphas(), gdt.prediction->calphas()},
-             {gdt.gdt, gdt.superposition}, gdt.search, residuesBy(gdt.parameters), result);
+    const ComparedPair pair{{}, gdt.experiment->calphas(), gdt.prediction->calphas()};
+    fillPair(pair, {gdt.gdt, gdt.superposition}, gdt.search, residuesBy(gdt.parameters), result);
+    showPairing(pair, gdt.parameters.pairBySequence, result);
 }
 
 void fill(const Rmsd& rmsd, PairResult& result) {
     const ComparisonParameters parameters;
-    fillPair({{}, rmsd.experimentSet(), rmsd.predictionSet()},
-             listedRmsd(rmsd.found, rmsd.predictionSet()), rmsd.found.matched,
+    const ComparedPair pair{{}, rmsd.experimentSet(), rmsd.predictionSet()};
+    fillPair(pair, listedRmsd(rmsd.found, rmsd.predictionSet()), rmsd.found.matched,
              residuesBy(parameters, rmsd.choice.urmsd), result);
+    showPairing(pair, rmsd.choice.bySequence, result);
 }
 
 template <typename Found>

@@ -5,7 +5,6 @@
 #include <algorithm>
 
 #include "base/log.h"
-#include "compare/fit/kernels.h"
 #include "driver/abend.h"
 #include "driver/help_text.h"
 #include "driver/medoid_pairs.h"
@@ -189,22 +188,6 @@ void RunExports::setDetail() {
     }
 }
 
-// The outcome of a comparison has the pairs that it ended with, which -opt may have changed, and
-// parts of blocks do not have those of chains.  So the sequences are aligned and the chains paired
-// once more, for files that show it.
-void RunExports::showPairing(const ComparedPair& pair) {
-    const ComparisonParameters& parameters = settings_.comparison;
-    const auto found = pairing_.summarise(
-        pair.experiment, pair.prediction,
-        {.bySequence = parameters.pairBySequence, .mapsChains = parameters.mapChains},
-        bestKernels());
-    pair_.subunits.assign(found.subunits.begin(), found.subunits.end());
-    if (!found.agreement) return;
-    pair_.identity = found.agreement->identity();
-    pair_.coverage1 = found.agreement->experimentCoverage();
-    pair_.coverage2 = found.agreement->predictionCoverage();
-}
-
 void RunExports::take(const ComparedPair& pair) {
     const bool hasFit = pair_.status != PairStatus::NoPairs && pair_.status != PairStatus::NoFit;
     if (!isSuperposing_) count(hasFit);
@@ -213,7 +196,9 @@ void RunExports::take(const ComparedPair& pair) {
     const std::size_t firstPrediction = inputs_.kind == RunKind::AllVersusAll ? 0 : 1;
     pair_.experiment = pair.at.experiment;
     pair_.prediction = firstPrediction + pair.at.prediction;
-    showPairing(pair);
+    const ComparisonParameters& parameters = settings_.comparison;
+    fillPairing(pair, {.bySequence = parameters.pairBySequence, .mapsChains = parameters.mapChains},
+                pairing_, pair_);
     texts_.next(pair_);
     // What a file shows must not depend on which others are asked for.
     for (const OpenFile& open : files_) {

@@ -77,7 +77,6 @@ class RunExports final : public PairViewer {
     void take(const ComparedPair& pair);
     // Hands the pairs of medoids to the files that show models laid over them.
     void superposeClusters(const RunResults& results);
-    void showPairing(const ComparedPair& pair);
 
     // Invariant: `files_` has those that could be opened, between start() and finish(); a run that
     // ends in between (by an Abend, or for lack of memory) destroys them without commit(), which

@@ -2,6 +2,7 @@
 // run writes agrees to the last digit, whatever the form.
 #include <cmath>
 
+#include "compare/fit/kernels.h"
 #include "export/values.h"
 
 namespace tervolanda {
@@ -172,6 +173,16 @@ void fillPair(const ComparedPair& pair, const ListedRmsd& found,
     if (form.detail < PairDetail::Matched) return;
     for (const MatchedPair& at : matched)
         addResidue(pair, at, 1, form.detail, result);
+}
+
+void fillPairing(const ComparedPair& pair, const PairingRules& rules, PairingKeys& keys,
+                 PairResult& result) {
+    const auto found = keys.summarise(pair.experiment, pair.prediction, rules, bestKernels());
+    result.subunits.assign(found.subunits.begin(), found.subunits.end());
+    if (!found.agreement) return;
+    result.identity = found.agreement->identity();
+    result.coverage1 = found.agreement->experimentCoverage();
+    result.coverage2 = found.agreement->predictionCoverage();
 }
 
 std::optional<double> scoreOf(const PairResult& pair, ScoreKind kind) {

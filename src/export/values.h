@@ -11,6 +11,7 @@
 #include "cluster/batch/batch.h"
 #include "cluster/cluster.h"
 #include "compare/compare.h"
+#include "compare/pairing/pairing_keys.h"
 #include "export/export.h"
 #include "export/results.h"
 
@@ -37,6 +38,12 @@ void fillPair(const ComparedPair& pair, const GdtResult& found, const Comparison
               const PairForm& form, PairResult& result);
 void fillPair(const ComparedPair& pair, const ListedRmsd& found,
               std::span<const MatchedPair> matched, const PairForm& form, PairResult& result);
+
+// What pairing found of the pair, by sequence or of complexes: identity, coverage, chains that
+// belong together.  The outcome of a comparison has the pairs that it ended with, which -opt may
+// have changed, and parts of blocks do not have those of chains; so the pairing is made once more.
+void fillPairing(const ComparedPair& pair, const PairingRules& rules, PairingKeys& keys,
+                 PairResult& result);
 
 // What models are ranked by, of a pair that was compared; empty where nothing was found.
 std::optional<double> scoreOf(const PairResult& pair, ScoreKind kind);

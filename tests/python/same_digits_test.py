@@ -199,7 +199,7 @@ def mode_of(options, plain):
     """What a run of the program is in the module; None for what it does not have."""
     if "-F" in options:
         return distance_file
-    if "-M" in options:
+    if "-M" in options or options.get("--chain") == "all":
         return None
     if "-l" in options:
         return one_list if "-e" in options else matrix
