@@ -102,6 +102,15 @@ std::vector<Domain> domainsOf(const Comparison& comparison) {
     return domains;
 }
 
+std::vector<std::pair<py::str, py::str>> chainPairs(const Comparison& comparison) {
+    std::vector<std::pair<py::str, py::str>> names;
+    for (const SubunitPair& pair : comparison.found.subunits) {
+        names.emplace_back(asText(comparison.experiment->calphas().subunits[pair.experiment].name),
+                           asText(comparison.prediction->calphas().subunits[pair.prediction].name));
+    }
+    return names;
+}
+
 // --- Comparing -----------------------------------------------------------------------------------
 
 // Whether a search may take longer than a user who wants to end it should wait.
@@ -118,6 +127,8 @@ bool mayTakeLong(const Structure& experiment, const Structure& prediction,
 template <typename Search>
 void runSearch(const Structure& experiment, const Structure& prediction,
                ComparisonParameters parameters, Search search) {
+    requirePairing(parameters, experiment);
+    requirePairing(parameters, prediction);
     Log log;
     Report report(log, 0);
     if (!mayTakeLong(experiment, prediction, parameters)) {
@@ -133,6 +144,11 @@ void runSearch(const Structure& experiment, const Structure& prediction,
 }
 
 }  // namespace
+
+void requirePairing(const ComparisonParameters& parameters, const Structure& structure) {
+    if (parameters.sequenceIndependent && !structure.chain().subunits.empty())
+        throw py::value_error("align='structure' is for single chains, not for complexes");
+}
 
 Comparison compare(const StructurePtr& experiment, const StructurePtr& prediction,
                    const ComparisonParameters& parameters) {
@@ -207,9 +223,10 @@ py::tuple contacts(const StructurePtr& experiment, const StructurePtr& predictio
         Log log;
         Report report(log, 0);
         RmsdResult fit;
-        if (bySequence) {
+        if (bySequence || experiment->calphas().isComplex || prediction->calphas().isComplex) {
             compareRmsd(experiment->calphas(), prediction->calphas(),
-                        {.urmsd = false, .pairBySequence = true}, scratch.workspace(), report, fit);
+                        {.urmsd = false, .pairBySequence = bySequence}, scratch.workspace(), report,
+                        fit);
         }
         found = *sharedContacts(experiment->chain(), experiment->calphas(), prediction->chain(),
                                 prediction->calphas(), fit, parameters);
@@ -241,6 +258,9 @@ void addComparison(py::module_& module) {
     figure("tm", &ComparisonResult::tm, "TM-score (Zhang & Skolnick 2004), 0 to 1.");
     figure("msi", &ComparisonResult::msi, "MaxSub over the domains, the largest weighing most.");
     comparison.def_property_readonly("domains", domainsOf, "The domains found, in order.")
+        .def_property_readonly("chain_pairs", chainPairs,
+                               "Of complexes the names of the chains that belong together, those "
+                               "of the experiment first.")
         .def_property_readonly(
             "matched", [](const Comparison& self) { return tableOf(self.found.matched); },
             "The pairs of the subset: positions in experiment and prediction, (k, 2).")
@@ -331,9 +351,10 @@ void addComparisons(py::module_& module) {
     module.def("compare", compare, experiment, prediction, py::arg("parameters"));
     module.def("gdt", gdt, experiment, prediction, py::arg("parameters"));
     py::class_<FitChoice>(module, "FitChoice")
-        .def(py::init([](bool backbone, bool bySequence, bool urmsd, bool urmsdRotation) {
-            return FitChoice{backbone, bySequence, urmsd, urmsdRotation};
-        }));
+        .def(py::init(
+            [](bool backbone, bool bySequence, bool urmsd, bool urmsdRotation, bool mapChains) {
+                return FitChoice{backbone, bySequence, urmsd, urmsdRotation, mapChains};
+            }));
     module.def("rmsd", rmsd, experiment, prediction, py::arg("choice"));
     module.def("contacts", contacts, experiment, prediction, py::arg("distance"), py::arg("gap"),
                py::arg("by_sequence"));

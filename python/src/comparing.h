@@ -33,12 +33,16 @@ struct FitChoice {
     bool bySequence = false;
     bool urmsd = true;  // is computed, too
     bool urmsdRotation = false;
+    bool mapChains = false;
 
     AtomSelection atoms() const {
         return backbone ? AtomSelection::Backbone : AtomSelection::Calpha;
     }
     RmsdOptions options() const {
-        return {.urmsd = urmsd, .urmsdRotation = urmsdRotation, .pairBySequence = bySequence};
+        return {.urmsd = urmsd,
+                .urmsdRotation = urmsdRotation,
+                .pairBySequence = bySequence,
+                .mapChains = mapChains};
     }
 };
 
@@ -51,6 +55,9 @@ struct Rmsd : Pair {
     const CoordinateSet& experimentSet() const { return experiment->set(choice.atoms()); }
     const CoordinateSet& predictionSet() const { return prediction->set(choice.atoms()); }
 };
+
+// Throws for a pairing by structure of complexes, which runs along one chain.
+void requirePairing(const ComparisonParameters& parameters, const Structure& structure);
 
 // Called with the interpreter's lock, which they give up; a signal's exception ends long ones.
 Comparison compare(const StructurePtr& experiment, const StructurePtr& prediction,

@@ -27,9 +27,11 @@ py::array_t<T> arrayOf(const Matrix<T>& matrix) {
     });
 }
 
-void requireModels(const std::vector<StructurePtr>& models) {
+void requireModels(const std::vector<StructurePtr>& models,
+                   const ComparisonParameters& parameters) {
     for (const StructurePtr& model : models) {
         if (!model) throw py::type_error("a model is None");
+        requirePairing(parameters, *model);
     }
 }
 
@@ -43,7 +45,7 @@ struct AskedRun {
 template <typename Compare>
 auto compareAll(const std::vector<StructurePtr>& models, AtomSelection atoms,
                 ComparisonParameters parameters, const AskedRun& run, Compare compare) {
-    requireModels(models);
+    requireModels(models, parameters);
     const std::size_t threads = threadsOf(run.threads);
     Aside aside(run.progress);
     parameters.stop = aside.stop();
@@ -113,7 +115,8 @@ template <typename Compare>
 auto compareList(const StructurePtr& experiment, const std::vector<StructurePtr>& models,
                  ComparisonParameters parameters, ListRecord& record, const AskedRun& run,
                  Compare compare) {
-    requireModels(models);
+    requireModels(models, parameters);
+    requirePairing(parameters, *experiment);
     const std::size_t threads = threadsOf(run.threads);
     const AtomSelection atoms = record.fit().atoms();
     const CoordinateSet& set = experiment->set(atoms);

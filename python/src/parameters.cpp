@@ -16,7 +16,8 @@ void require(bool holds, const char* text) {
 ComparisonParameters parametersOf(double cutoff, unsigned int domains, const std::string& align,
                                   bool maximiseTm, int normLength, double scale, int passes,
                                   double gapOpen, double gapExtend, int seedLevels, bool byRmsd,
-                                  int minimumPairs, double minimumScore, double gdtCutoff) {
+                                  int minimumPairs, double minimumScore, double gdtCutoff,
+                                  bool mapChains) {
     require(std::isfinite(cutoff) && cutoff >= 0.0, "cutoff is a positive number, Å");
     require(domains >= 1 && domains <= 200, "domains is 1 to 200");
     require(normLength >= 0, "norm_length is a number of residues");
@@ -33,6 +34,7 @@ ComparisonParameters parametersOf(double cutoff, unsigned int domains, const std
     parameters.iterations = domains;
     parameters.sequenceIndependent = align == "structure";
     parameters.pairBySequence = align == "sequence";
+    parameters.mapChains = mapChains;
     parameters.maximiseTM = maximiseTm;
     parameters.normLength = normLength;
     parameters.thresholdScale = scale;

@@ -13,7 +13,7 @@ from ._core import Comparison, Domain, Gdt, Rmsd, Structure
 def search_parameters(
     cutoff=None, domains=1, align="number", maximise_tm=False, norm_length=None, scale=1.0,
     passes=None, gap_open=-0.6, gap_extend=0.0, seed_levels=2, by_rmsd=False,
-    minimum_pairs=4, minimum_score=0.0, distance=4.0,
+    minimum_pairs=4, minimum_score=0.0, distance=4.0, map_chains=False,
 ):  # fmt: skip
     """What a search is asked to do; checked once and kept."""
     if passes is not None and passes < 0:
@@ -21,7 +21,7 @@ def search_parameters(
     return _core.Parameters(
         0.0 if cutoff is None else cutoff, domains, align, maximise_tm, norm_length or 0, scale,
         -1 if passes is None else passes, gap_open, gap_extend, seed_levels, by_rmsd,
-        minimum_pairs, minimum_score, distance,
+        minimum_pairs, minimum_score, distance, map_chains,
     )  # fmt: skip
 
 
@@ -42,6 +42,7 @@ def compare(
     by_rmsd: bool = False,
     minimum_pairs: int = 4,
     minimum_score: float = 0.0,
+    map_chains: bool = False,
 ) -> Comparison:
     """Looks for the largest part of a prediction that is right: MaxSub, with the TM-score.
 
@@ -73,6 +74,9 @@ def compare(
         Selects pairs by RMSD instead of by distance.
     minimum_pairs, minimum_score
         A domain with fewer pairs and a lower score counts as none.
+    map_chains : bool
+        Pairs the chains of complexes, as ``read(..., chain="all")`` makes them, by sequence and
+        place; without it by name.
 
     Returns
     -------
@@ -104,6 +108,7 @@ def compare(
         search_parameters(
             cutoff, domains, align, maximise_tm, norm_length, scale, passes, gap_open,
             gap_extend, seed_levels, by_rmsd, minimum_pairs, minimum_score,
+            map_chains=map_chains,
         ),
     )  # fmt: skip
 
@@ -116,6 +121,7 @@ def gdt(
     cutoff: float | None = None,
     align: str = "number",
     maximise_tm: bool = False,
+    map_chains: bool = False,
 ) -> Gdt:
     """Global Distance Test: the mean percentage of residues within four distances.
 
@@ -124,7 +130,7 @@ def gdt(
     experiment, prediction : Structure
     distance : float
         The distances are 1/4, 1/2, 1 and 2 times this, Å.
-    cutoff, align, maximise_tm
+    cutoff, align, maximise_tm, map_chains
         Of the search whose superposition is taken, as for `compare`.
 
     Returns
@@ -146,7 +152,8 @@ def gdt(
         experiment,
         prediction,
         search_parameters(
-            cutoff=cutoff, align=align, maximise_tm=maximise_tm, distance=distance
+            cutoff=cutoff, align=align, maximise_tm=maximise_tm, distance=distance,
+            map_chains=map_chains,
         ),
     )
 
@@ -159,11 +166,14 @@ def is_by_sequence(align: str) -> bool:
 
 
 @functools.lru_cache(maxsize=16, typed=True)
-def fit_choice(atoms="calpha", align="number", urmsd=True, urmsd_rotation=False):
+def fit_choice(
+    atoms="calpha", align="number", urmsd=True, urmsd_rotation=False, map_chains=False
+):
     """How all residue pairs are fitted; checked once and kept."""
     if atoms not in ("calpha", "backbone"):
         raise ValueError(f"atoms is 'calpha' or 'backbone', not {atoms!r}")
-    return _core.FitChoice(atoms == "backbone", is_by_sequence(align), urmsd, urmsd_rotation)
+    by_sequence = is_by_sequence(align)
+    return _core.FitChoice(atoms == "backbone", by_sequence, urmsd, urmsd_rotation, map_chains)
 
 
 def rmsd(
@@ -174,6 +184,7 @@ def rmsd(
     align: str = "number",
     urmsd: bool = True,
     urmsd_rotation: bool = False,
+    map_chains: bool = False,
 ) -> Rmsd:
     """The least-squares superposition of all residue pairs.
 
@@ -190,6 +201,8 @@ def rmsd(
         Computes the RMSD of chain directions, too.
     urmsd_rotation : bool
         Returns the rotation of those.
+    map_chains : bool
+        As for `compare`.
 
     Returns
     -------
@@ -208,7 +221,8 @@ def rmsd(
     >>> fit.pairs, round(fit.rmsd, 3)
     (61, 1.505)
     """
-    return _core.rmsd(experiment, prediction, fit_choice(atoms, align, urmsd, urmsd_rotation))
+    choice = fit_choice(atoms, align, urmsd, urmsd_rotation, map_chains)
+    return _core.rmsd(experiment, prediction, choice)
 
 
 class Contacts(NamedTuple):

@@ -77,6 +77,8 @@ class Comparison(_Superposed):
     @property
     def domains(self) -> list[Domain]: ...
     @property
+    def chain_pairs(self) -> list[tuple[str, str]]: ...
+    @property
     def matched(self) -> NDArray[np.int64]: ...
     @property
     def mapped_pairs(self) -> NDArray[np.int64]: ...
@@ -114,7 +116,13 @@ class ListRecord: ...
 
 class FitChoice:
     def __init__(
-        self, backbone: bool, by_sequence: bool, urmsd: bool, urmsd_rotation: bool, /
+        self,
+        backbone: bool,
+        by_sequence: bool,
+        urmsd: bool,
+        urmsd_rotation: bool,
+        map_chains: bool,
+        /,
     ) -> None: ...
 
 class JuryChoice:
@@ -137,6 +145,7 @@ class Parameters:
         minimum_pairs: int,
         minimum_score: float,
         distance: float,
+        map_chains: bool,
         /,
     ) -> None: ...
 

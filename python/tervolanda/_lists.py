@@ -95,7 +95,7 @@ def all_pairs(
     progress : callable, optional
         Called with the number of comparisons done and that of all, now and then.
     **search
-        Arguments of `compare`; for "gdt" those of `gdt`, for "rmsd" and "urmsd" `align` only.
+        Arguments of `compare`; for "gdt" those of `gdt`, for "rmsd" and "urmsd" `align` and `map_chains`.
 
     Returns
     -------

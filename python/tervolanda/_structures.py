@@ -73,6 +73,7 @@ def read(
     path : path
     chain : str, optional
         By its author's name, or by mmCIF's own after "label:"; without it there has to be one only.
+        "all" takes all protein chains as one complex.
     model : int, optional
         Its number in a file of several; the first without.
     altloc : {"best", "first"} or a letter, optional

@@ -84,6 +84,13 @@ class Results(unittest.TestCase):
         self.assertEqual((len(first), first.chain, first.residue_names[0]), (61, "A", "MSE"))
         self.assertGreater(tv.rmsd(first, third).rmsd, 0.1)
         models = tv.read_models([entry], chain="A", model="all")
+        whole = tv.read(entry, chain="all")
+        found = tv.compare(whole, whole, map_chains=True)
+        self.assertEqual((whole.chain, found.chain_pairs), ("A,B", [("A", "A"), ("B", "B")]))
+        self.assertEqual((found.mapped, tv.rmsd(whole, whole, map_chains=True).rmsd), (len(whole), 0))
+        alone = tv.read(EXAMPLES / "experiment.pdb", chain="all")
+        self.assertEqual(tv.contacts(alone, alone)[:2], (51, 51))
+        self.assertRaises(ValueError, lambda: tv.compare(whole, first, align="structure"))
         self.assertEqual([tv.rmsd(first, models[0]).rmsd, tv.rmsd(third, models[2]).rmsd], [0.0, 0.0])
         with self.assertRaises(tv.StructureError):
             tv.read(entry, chain="Z")

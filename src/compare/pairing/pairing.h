@@ -74,6 +74,11 @@ struct SubunitPair {
     bool operator==(const SubunitPair&) const = default;
 };
 
+// A structure has fewer than 2^16 chains.
+inline SubunitPair subunitPair(std::size_t experiment, std::size_t prediction) {
+    return {static_cast<std::uint16_t>(experiment), static_cast<std::uint16_t>(prediction)};
+}
+
 // One residue pair of a MaxSub subset: record positions, 0-based, and the domain iteration (0 for
 // the first) whose subset it is in.
 struct MatchedPair {

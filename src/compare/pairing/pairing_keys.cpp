@@ -123,8 +123,8 @@ bool PairingKeys::areKeysOfBoth(const CoordinateSet& experiment,
                                 const CoordinateSet& prediction) const {
     if (subunits_.size() != experiment.subunits.size()) return false;
     if (subunits_.size() != prediction.subunits.size()) return false;
-    for (std::uint16_t k = 0; k < subunits_.size(); ++k)
-        if (subunits_[k] != SubunitPair{k, k}) return false;
+    for (std::size_t k = 0; k < subunits_.size(); ++k)
+        if (subunits_[k] != subunitPair(k, k)) return false;
     return true;
 }
 

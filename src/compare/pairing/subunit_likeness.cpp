@@ -78,12 +78,12 @@ void pairByName(const CoordinateSet& experiment, const CoordinateSet& prediction
         pairs.push_back({0, 0});
         return;
     }
-    std::map<std::string_view, std::uint16_t> places;
-    for (std::uint16_t p = 0; p < prediction.subunits.size(); ++p)
+    std::map<std::string_view, std::size_t> places;
+    for (std::size_t p = 0; p < prediction.subunits.size(); ++p)
         places.emplace(prediction.subunits[p].name, p);
-    for (std::uint16_t e = 0; e < experiment.subunits.size(); ++e) {
+    for (std::size_t e = 0; e < experiment.subunits.size(); ++e) {
         const auto found = places.find(experiment.subunits[e].name);
-        if (found != places.end()) pairs.push_back({e, found->second});
+        if (found != places.end()) pairs.push_back(subunitPair(e, found->second));
     }
 }
 

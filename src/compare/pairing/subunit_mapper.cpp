@@ -284,8 +284,8 @@ void SubunitMapper::map(const CoordinateSet& experimentSet, const CoordinateSet&
     }
     pairs.clear();
     for (const std::uint32_t e : experiment().order) {
-        for (std::uint16_t p = 0; p < best.size(); ++p)
-            if (best[p] == e) pairs.push_back({static_cast<std::uint16_t>(e), p});
+        for (std::size_t p = 0; p < best.size(); ++p)
+            if (best[p] == e) pairs.push_back(subunitPair(e, p));
     }
 }
 
