@@ -40,7 +40,7 @@ _tervolanda() {
         -TSF -O -mS -mP -opt -open -aff -seed -super -lws -dist -gap'
     local others='-h -help -version -V -rmsd -rms -gdt -in -av -nosort -rankMS -noscore -bb -urmsd
         -maxRMSD -TM -matrix -all -nourmsd -noalign -contact'
-    local own='--strict --help= --threads= --pair= --map-chains --progress= --tsv= --ranking= --residues= --json=
+    local own='--strict --help= --threads= --pair= --map-chains --measure= --scores= --progress= --tsv= --ranking= --residues= --json=
         --jsonl= --npy= --newick= --linkage= --block= --part= --resume --missing= --merge= --plan= --input=
         --chain= --chain-e= --chain-p= --model= --altloc= --models= --report= --superposed= --pymol= --chimerax=
         --molstar= --rasmol='

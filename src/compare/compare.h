@@ -4,10 +4,12 @@
 #pragma once
 
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string_view>
 #include <vector>
 
 #include "base/stop.h"
@@ -39,6 +41,7 @@ class MeasureSet {
     void add(Measure measure) { bits_ |= bitOf(measure); }
     bool has(Measure measure) const { return (bits_ & bitOf(measure)) != 0; }
     bool isEmpty() const { return bits_ == 0; }
+    std::size_t size() const { return static_cast<std::size_t>(std::popcount(bits_)); }
 
  private:
     static unsigned bitOf(Measure measure) { return 1U << static_cast<unsigned>(measure); }
@@ -54,19 +57,29 @@ struct MeasureRequest {
     const StopFlag* stop = nullptr;  // for callers of the library: ends a search when it is set
 };
 
-// What was asked for, and can be said of the pair.
+// By measure; empty for what was not asked for, and for what cannot be said of the pair.
+using MeasureFigures = std::array<std::optional<double>, kMeasures.size()>;
+inline std::optional<double> figureOf(const MeasureFigures& figures, Measure measure) {
+    return figures[static_cast<std::size_t>(measure)];
+}
+
+// The name of a measure, as options and files have it: "lddt", "lddt_all", "gdt_ts", "gdt_ha".
+std::string_view measureName(Measure measure);
+// Whether it goes from 0 to 100, and not to 1.
+inline bool isPercentage(Measure measure) {
+    return measure == Measure::GdtTs || measure == Measure::GdtHa;
+}
+
 struct MeasureValues {
-    std::array<std::optional<double>, kMeasures.size()> values;
+    MeasureFigures values;
     // One a record of the experiment, by all atoms where that was asked for; not a number for a
     // residue that has no neighbours.
-    std::vector<float> residues;
+    std::vector<double> residues;
 
     std::optional<double>& value(Measure measure) {
         return values[static_cast<std::size_t>(measure)];
     }
-    const std::optional<double>& value(Measure measure) const {
-        return values[static_cast<std::size_t>(measure)];
-    }
+    std::optional<double> value(Measure measure) const { return figureOf(values, measure); }
     void clear() {
         values.fill(std::nullopt);
         residues.clear();
@@ -178,6 +191,7 @@ void compareMaxSub(const CoordinateSet& experiment, const CoordinateSet& predict
 struct GdtResult {
     double gdt = 0.0;
     std::optional<Superposition> superposition;
+    MeasureFigures measures{};
 };
 // `result` is that of the MaxSub search that it looks at.
 GdtResult compareGdt(const CoordinateSet& experiment, const CoordinateSet& prediction,

@@ -182,8 +182,10 @@ const SearchResult& searchDomains(const SearchTask& whole, ComparisonScratch& sc
                           .calibration = whole.calibration};
     DomainIterations(task, scratch, report, result).run();
     if (!parameters.measures.wanted.isEmpty()) {
+        MeasureRequest request = parameters.measures;
+        request.stop = parameters.stop;
         measurePairs(whole.experiment, whole.prediction, scratch.first.mapping.predictionPartner,
-                     parameters.measures, scratch, result.measures);
+                     request, scratch, result.measures);
     }
     result.subunits.assign(keyed.subunits.begin(), keyed.subunits.end());
     return scratch.first;

@@ -22,10 +22,11 @@ GdtResult compareGdt(const CoordinateSet& experiment, const CoordinateSet& predi
     SearchTask task = wholeChains(experiment, prediction, parameters);
     task.calibration = Calibration::Once;
     const SearchResult& first = searchDomains(task, scratch, report, result);
-    if (result.iterations.empty() || first.subset.size() < kFewestFitted) return {};
+    const GdtResult nothing{0.0, std::nullopt, result.measures.values};
+    if (result.iterations.empty() || first.subset.size() < kFewestFitted) return nothing;
     scratch.placePairs(experiment, prediction, first.mapping.pairs);
     const auto fit = fitPairs(scratch.pairs, first.subset, scratch.kernels, scratch.gathered);
-    if (!fit) return {};
+    if (!fit) return nothing;
     squaredDeviations(scratch.pairs, *fit, scratch.kernels, scratch.squaredDeviation);
     // Residues without a partner count as too far away: the length is that of the whole experiment.
     const auto length = static_cast<double>(experiment.size());
@@ -42,7 +43,7 @@ GdtResult compareGdt(const CoordinateSet& experiment, const CoordinateSet& predi
                       percentage);
         radius *= 2.0;
     }
-    return {sum * 0.25, asSuperposition(scratch.pairs, *fit)};
+    return {sum * 0.25, asSuperposition(scratch.pairs, *fit), result.measures.values};
 }
 
 }  // namespace tervolanda

@@ -2,7 +2,6 @@
 // which superposition the comparison found.
 #include "compare/measures.h"
 
-#include <algorithm>
 #include <limits>
 
 #include "compare/lddt.h"
@@ -21,13 +20,11 @@ void invert(std::span<const std::int32_t> partners, std::size_t size,
     }
 }
 
-// Single precision: a value for every residue of every pair of a list is kept for a while.
-void keepResidues(const std::vector<LddtCount>& counts, std::vector<float>& residues) {
+void keepResidues(const std::vector<LddtCount>& counts, std::vector<double>& residues) {
     residues.clear();
     for (const LddtCount& count : counts) {
         const std::optional<double> score = count.score();
-        residues.push_back(score ? static_cast<float>(*score)
-                                 : std::numeric_limits<float>::quiet_NaN());
+        residues.push_back(score.value_or(std::numeric_limits<double>::quiet_NaN()));
     }
 }
 
@@ -75,6 +72,20 @@ void measureGdt(const CoordinateSet& experiment, const CoordinateSet& prediction
 }
 
 }  // namespace
+
+std::string_view measureName(Measure measure) {
+    switch (measure) {
+        case Measure::Lddt:
+            return "lddt";
+        case Measure::LddtAll:
+            return "lddt_all";
+        case Measure::GdtTs:
+            return "gdt_ts";
+        case Measure::GdtHa:
+            break;
+    }
+    return "gdt_ha";
+}
 
 void measurePairs(const CoordinateSet& experiment, const CoordinateSet& prediction,
                   std::span<const std::int32_t> partners, const MeasureRequest& request,

@@ -143,6 +143,20 @@ RmsdBatch rmsdOfAll(const PreparedList& models, const Settings& settings, RunExp
     return batch;
 }
 
+MeasureBatch measuresOfAll(const PreparedList& models, const Settings& settings,
+                           RunExports& exports, Log& log, Report& report) {
+    const MeasureOptions options = measureOptions(settings);
+    if (!settings.blocks.mergeFolder) {
+        return compareAllByMeasure(models, options, log, report,
+                                   {settings.threads, exports.viewer()});
+    }
+    MergedPairs merged = mergedPairs(settings, models, exports, log);
+    const auto give = [&](BatchPair, double& score) { merged.next(score); };
+    MeasureBatch batch = collectAllByMeasure(models, options, give, log, report);
+    merged.finish();
+    return batch;
+}
+
 // The spool is filled while the pairs are compared and read when the file is written; clustering
 // comes last, since it overwrites the scores.
 int compareListMaxSub(const ChainList& models, const Settings& settings, RunExports& exports,
@@ -211,6 +225,40 @@ int compareListGdt(const ChainList& models, const Settings& settings, RunExports
     return status;
 }
 
+// The distance file has distances, as its name says, so that a run of -F clusters it as this one
+// does: from 0 to 1.
+int compareListByMeasure(const ChainList& models, const Settings& settings, RunExports& exports,
+                         Log& log, Report& report) {
+    const Measure measure = *settings.measure.by;
+    log.info(0, "All vs. All %s", std::string(measureName(measure)).c_str());
+    const RunTimer timer;
+    const PreparedList prepared(models, AtomSelection::Calpha, settings.comparison, report);
+    MeasureBatch batch = measuresOfAll(prepared, settings, exports, log, report);
+    timer.stop(log);
+    const auto figures = [&batch, measure](std::size_t i, std::size_t j) {
+        return MeasuredFigures{measure, static_cast<double>(batch.values.at(i, j)), std::nullopt};
+    };
+    printPairs(models, figures, log);
+    printAverage(batch.values, settings, log);
+    const std::vector<std::uint32_t> ids = modelIds(models);
+    auto ranked = ranking(batch.values, MatrixValues::Similarities, {}, exports);
+    if (isPercentage(measure)) {
+        for (float& value : batch.values.values())
+            value /= 100.0F;
+    }
+    int status = EXIT_SUCCESS;
+    if (settings.output.resultFile) {
+        DistanceMatrix distances = batch.values;
+        for (float& value : distances.values())
+            value = 1.0F - value;
+        status = exitStatus(
+            writeDistanceFile(*settings.output.resultFile, models, distances, ids, log), settings);
+    }
+    clusterAndFinish({std::move(batch.values), MatrixValues::Similarities, {ids, &models}},
+                     std::move(ranked), settings, exports, log);
+    return status;
+}
+
 // The figures are lent: batch and models must outlive the function.
 PairFigures rmsdPairFigures(const RmsdBatch& batch, const PreparedList& models) {
     return [&batch, sets = models.sets()](std::size_t i, std::size_t j) {
@@ -272,6 +320,8 @@ int runAllVsAll(const Settings& settings, const ResidueExclusions& exclusions, R
             return compareListGdt(models, settings, exports, log, report);
         case ComparisonKind::Rmsd:
             return compareListRmsd(models, settings, exports, log, report);
+        case ComparisonKind::Measure:
+            return compareListByMeasure(models, settings, exports, log, report);
         case ComparisonKind::MaxSub:
             return compareListMaxSub(models, settings, exports, log, report);
     }

@@ -71,6 +71,8 @@ void compareInto(PartWriter& part, const PreparedList& models, PairRange range,
             return compareGdt(slice, settings.comparison, take, log, report, threads);
         case ComparisonKind::Rmsd:
             return compareRmsd(slice, rmsdOptions(settings), take, log, report, threads);
+        case ComparisonKind::Measure:
+            return compareByMeasure(slice, measureOptions(settings), take, log, report, threads);
     }
 }
 
@@ -101,6 +103,9 @@ double secondsForAll(const PreparedList& models, const Settings& settings, Log& 
                 break;
             case ComparisonKind::Rmsd:
                 compareRmsd(all, rmsdOptions(settings), nothing, log, report);
+                break;
+            case ComparisonKind::Measure:
+                compareByMeasure(all, measureOptions(settings), nothing, log, report);
                 break;
         }
         const double seconds = static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC;

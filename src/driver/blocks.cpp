@@ -33,6 +33,8 @@ PartKind partKind(const Settings& settings) {
             return PartKind::Gdt;
         case ComparisonKind::Rmsd:
             return PartKind::Rmsd;
+        case ComparisonKind::Measure:
+            return PartKind::Measure;
         case ComparisonKind::MaxSub:
             break;
     }
@@ -49,6 +51,8 @@ const char* nameOf(PartKind kind) {
             return "GDT";
         case PartKind::Rmsd:
             return "RMSD";
+        case PartKind::Measure:
+            return "score";
     }
     return "";
 }
@@ -103,6 +107,9 @@ std::string optionsText(const Settings& settings) {
     real("-aff", p.gapAffine);
     integer("-seed", p.seedLevels);
     real("-gdt", p.gdtCutoff);
+    if (settings.measure.by) {
+        text += "--measure " + std::string(measureName(*settings.measure.by)) + '\n';
+    }
     return text;
 }
 
@@ -148,6 +155,9 @@ void checkBlocks(const Settings& settings) {
               optionName(settings.output.exports.front()).c_str());
     }
     if (settings.output.logLevel > 2) abend("Blocks keep no details: -L 1 or 2");
+    if (settings.comparison.measures.wanted.size() > (settings.measure.by ? 1U : 0U)) {
+        abend("Blocks keep the score that they are by alone: leave out '--scores'");
+    }
     if (settings.comparison.similarityMatrix && settings.comparison.sequenceIndependent) {
         abend("Blocks keep no matrices: leave out -matrix");
     }

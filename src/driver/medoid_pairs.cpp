@@ -62,6 +62,7 @@ class QuietComparison {
                 return viewer_.seeGdt(pair, found, search_);
             }
             case ComparisonKind::Rmsd:
+            case ComparisonKind::Measure:
                 return compareByRmsd(pair);
         }
         std::abort();
@@ -71,11 +72,9 @@ class QuietComparison {
     void compareByRmsd(const ComparedPair& pair) {
         RmsdOptions options = rmsdOptions(settings_);
         options.reportTooFew = false;
+        options.measures = {};  // superpositions are what is wanted
         compareRmsd(pair.experiment, pair.prediction, options, workspace_, report_, fit_);
-        ListedRmsd found{fit_.rmsd,    fit_.pairs,  fit_.urmsd, pair.prediction.gyrationRadius,
-                         std::nullopt, std::nullopt};
-        if (fit_.rmsd) found.superposition = fit_.superposition;
-        viewer_.seeRmsd(pair, found, fit_.matched);
+        viewer_.seeRmsd(pair, listedRmsd(fit_, pair.prediction), fit_.matched);
     }
 
     const Settings& settings_;

@@ -33,9 +33,10 @@ namespace {
 // What one model is listed by.  The model is lent by the list.
 struct ModelRecord {
     const Chain* model = nullptr;
-    double score = 0.0;  // TM-score, MaxSub, GDT or RMSD
+    double score = 0.0;  // TM-score, MaxSub, GDT, RMSD or a measure on demand
     Figures figures;
     std::optional<Superposition> superposition;
+    MeasureFigures beside{};  // measures that the run is not by
 };
 
 // What each kind of comparison found of a model, as its record.
@@ -44,6 +45,7 @@ ModelRecord recordOf(const ListedMaxSub& found, const ComparisonParameters& para
     record.score = parameters.rankByTM ? found.tm : found.maxsub;
     record.figures = MaxSubFigures{found.pairs, found.rmsd, found.maxsub, found.tm, found.msi};
     record.superposition = found.superposition;
+    record.beside = found.measures;
     return record;
 }
 
@@ -52,6 +54,7 @@ ModelRecord recordOf(const GdtResult& found) {
     record.score = found.gdt;
     record.figures = GdtFigures{found.gdt};
     record.superposition = found.superposition;
+    record.beside = found.measures;
     return record;
 }
 
@@ -63,6 +66,17 @@ ModelRecord recordOf(const ListedRmsd& found, const CoordinateSet& experiment) {
     record.score = figures.rmsd;
     record.figures = figures;
     record.superposition = found.superposition;
+    record.beside = found.measures.values;
+    return record;
+}
+
+ModelRecord recordOf(const ListedRmsd& found, Measure measure) {
+    ModelRecord record;
+    record.score = found.measures.value(measure).value_or(0.0);
+    record.figures = MeasuredFigures{measure, record.score, found.pairs};
+    record.superposition = found.superposition;
+    record.beside = found.measures.values;
+    record.beside[static_cast<std::size_t>(measure)].reset();
     return record;
 }
 
@@ -85,6 +99,11 @@ std::vector<ModelRecord> compareModels(const ListComparison& list, const Setting
             for (const ListedRmsd& found :
                  compareListRmsd(list, rmsdOptions(settings), log, report, settings.threads))
                 records.push_back(recordOf(found, list.experimentSet));
+            break;
+        case ComparisonKind::Measure:
+            for (const ListedRmsd& found :
+                 compareListByMeasure(list, rmsdOptions(settings), log, report, settings.threads))
+                records.push_back(recordOf(found, *settings.measure.by));
             break;
     }
     for (std::size_t i = 0; i < records.size(); ++i)
@@ -130,7 +149,7 @@ void printRecords(const ListComparison& list, const std::vector<ModelRecord>& re
     const ColumnWidths widths = columnWidths(list.models);
     for (std::size_t position = ranked.size(); position > 0; --position) {
         const ModelRecord& record = records[ranked[position - 1].model];
-        const ListRow row{position, list.experiment, *record.model, record.figures};
+        const ListRow row{position, list.experiment, *record.model, record.figures, record.beside};
         log.info(0, "%s", listLine(row, widths).c_str());
     }
 }

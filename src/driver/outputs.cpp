@@ -63,8 +63,8 @@ void addResultFiles(std::vector<Output>& outputs, const Settings& settings) {
     const ComparisonKind kind = comparisonKind(settings);
     add(outputs, "-R", settings.output.resultFile);
     const bool oneOfBoth = kind == ComparisonKind::Rmsd && settings.output.resultFile;
-    if (kind != ComparisonKind::Gdt && !oneOfBoth)
-        add(outputs, "-Rl", settings.output.liteResultFile);
+    const bool hasLite = kind == ComparisonKind::MaxSub || kind == ComparisonKind::Rmsd;
+    if (hasLite && !oneOfBoth) add(outputs, "-Rl", settings.output.liteResultFile);
     if (kind == ComparisonKind::Rmsd) add(outputs, "-Ru", settings.output.urmsdResultFile);
 }
 
@@ -88,7 +88,8 @@ std::vector<Output> outputsOf(const Settings& settings) {
         return outputs;
     }
     if (!settings.input.listFile) {
-        const bool hasScript = comparisonKind(settings) != ComparisonKind::Gdt;
+        const ComparisonKind kind = comparisonKind(settings);
+        const bool hasScript = kind == ComparisonKind::MaxSub || kind == ComparisonKind::Rmsd;
         if (hasScript && settings.output.alignOutput) add(outputs, "script", kPairScript);
     } else if (settings.input.experimentFile) {
         if (settings.output.superTop > 0) add(outputs, "script", kListScript);

@@ -33,6 +33,10 @@ constexpr auto kOptions = std::to_array<OwnOption>({
     {"strict", "", "End the run at what is otherwise ignored in silence"},
     {"pair", "sequence", "Pair residues by aligning the sequences, not by number"},
     {"map-chains", "", "Pair the chains of complexes by sequence and place, not by name"},
+    {"measure", "lddt|...", "Compare by lddt or lddt_all (of C-alpha atoms, of all), gdt_ts or gdt_ha in place\n"
+                            "of MaxSub"},
+    {"scores", "lddt,...", "Compute some of these four beside the run's own measure, for its lines and for\n"
+                           "--tsv, --json and --jsonl; lddt for --residues, too"},
     {"progress", "none|lines", "No progress in list runs, or a line each 10 % on standard error"},
     {"tsv", "file", "A table of all pairs, with all that the run knows of each"},
     {"ranking", "file", "A table of all models, best first"},
@@ -86,6 +90,18 @@ const OwnOption* optionOf(std::string_view argument) {
           quoted(nearestName(name, names)).c_str());
 }
 
+// The position of a value among the words that an option may have; another one ends the run.
+std::size_t positionOf(std::string_view value, std::string_view option,
+                       std::span<const std::string_view> words) {
+    const auto found = std::find(words.begin(), words.end(), value);
+    if (found != words.end()) return static_cast<std::size_t>(found - words.begin());
+    std::string known;
+    for (const std::string_view word : words)
+        known += (known.empty() ? "" : ", ") + std::string(word);
+    abend("Option %s has no value '%s', but: %s", quoted(option).c_str(),
+          std::string(value).c_str(), known.c_str());
+}
+
 }  // namespace
 
 std::span<const OwnOption> ownOptions() {
@@ -133,13 +149,27 @@ std::optional<std::size_t> OwnOptions::choice(std::string_view name,
                                               std::span<const std::string_view> words) const {
     const std::optional<std::string> value = text(name);
     if (!value) return std::nullopt;
-    const auto found = std::find(words.begin(), words.end(), *value);
-    if (found != words.end()) return static_cast<std::size_t>(found - words.begin());
-    std::string known;
-    for (const std::string_view word : words)
-        known += (known.empty() ? "" : ", ") + std::string(word);
-    abend("Option %s has no value '%s', but: %s", quoted(name).c_str(), value->c_str(),
-          known.c_str());
+    return positionOf(*value, name, words);
+}
+
+std::vector<std::size_t> OwnOptions::choices(std::string_view name,
+                                             std::span<const std::string_view> words) const {
+    std::vector<std::size_t> chosen;
+    const std::optional<std::string> value = text(name);
+    if (!value) return chosen;
+    std::string_view rest = *value;
+    for (bool isLast = false; !isLast;) {
+        const std::size_t comma = std::min(rest.find(','), rest.size());
+        isLast = comma == rest.size();
+        const std::size_t word = positionOf(rest.substr(0, comma), name, words);
+        if (std::find(chosen.begin(), chosen.end(), word) != chosen.end()) {
+            abend("Option %s has '%s' twice", quoted(name).c_str(),
+                  std::string(words[word]).c_str());
+        }
+        chosen.push_back(word);
+        if (!isLast) rest.remove_prefix(comma + 1);
+    }
+    return chosen;
 }
 
 std::optional<int> OwnOptions::integer(std::string_view name, int least, int most) const {

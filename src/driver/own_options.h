@@ -42,6 +42,9 @@ class OwnOptions {
     // by an Abend for another value.
     std::optional<std::size_t> choice(std::string_view name,
                                       std::span<const std::string_view> words) const;
+    // The same for words between commas, each at most once; none for an option that was not given.
+    std::vector<std::size_t> choices(std::string_view name,
+                                     std::span<const std::string_view> words) const;
     // A whole number from `least` to `most`; ends the run by an Abend for anything else.
     std::optional<int> integer(std::string_view name, int least, int most) const;
 

@@ -27,9 +27,9 @@ namespace {
 // Single comparisons show their details unless a log level says otherwise.
 int pairwiseReportLevel(const Settings& settings) {
     if (settings.output.logLevel > 1) return settings.output.logLevel;
-    return static_cast<int>(comparisonKind(settings) == ComparisonKind::Gdt
-                                ? ReportLevel::Numbers
-                                : ReportLevel::Alignment);
+    const ComparisonKind kind = comparisonKind(settings);
+    const bool isLine = kind == ComparisonKind::Gdt || kind == ComparisonKind::Measure;
+    return static_cast<int>(isLine ? ReportLevel::Numbers : ReportLevel::Alignment);
 }
 
 // For MaxSub runs alone; GDT and RMSD runs are one line.
@@ -57,6 +57,12 @@ ComparedPair comparedPair(const ScriptSubject& subject) {
     return {{}, subject.experimentSet, subject.predictionSet};
 }
 
+// The measures on demand beside what the run is by.
+void reportMeasures(const MeasureFigures& figures, Report& report) {
+    const std::string text = measuresText(figures);
+    if (!text.empty()) report.report(ReportLevel::Results, "Scores: %s\n", text.c_str());
+}
+
 // The lines of the search come from the search itself, as it goes on; here follow the alignment and
 // the script.  A search without a subset has neither script nor status of failure.
 int comparePairMaxSub(const ScriptSubject& subject, const Settings& settings, PairViewer* viewer,
@@ -66,6 +72,7 @@ int comparePairMaxSub(const ScriptSubject& subject, const Settings& settings, Pa
                   report, result);
     printAlignment(subject.experimentSet, subject.predictionSet, result, settings.comparison,
                    settings.output.lineWrap, report);
+    reportMeasures(result.measures.values, report);
     if (viewer != nullptr) viewer->seeMaxSub(comparedPair(subject), result);
     if (result.iterations.empty() || !settings.output.alignOutput) return EXIT_SUCCESS;
     const MaxSubScene scene{result, settings.comparison, scriptAtoms(settings, result)};
@@ -79,6 +86,7 @@ int comparePairGdt(const ScriptSubject& subject, const Settings& settings, PairV
     const GdtResult gdt = compareGdt(subject.experimentSet, subject.predictionSet,
                                      settings.comparison, workspace, report, result);
     report.report(ReportLevel::Results, "%s\n", singleLine(GdtFigures{gdt.gdt}).c_str());
+    reportMeasures(gdt.measures, report);
     if (viewer != nullptr) viewer->seeGdt(comparedPair(subject), gdt, result);
     return EXIT_SUCCESS;
 }
@@ -103,9 +111,29 @@ int comparePairRmsd(const ScriptSubject& subject, const Settings& settings, Pair
     figures.contacts = sharedContacts(subject.experiment, subject.experimentSet, subject.prediction,
                                       subject.predictionSet, result, settings.comparison);
     report.report(ReportLevel::Results, "%s\n", singleLine(figures).c_str());
+    reportMeasures(result.measures.values, report);
     if (viewer != nullptr) showRmsd(subject, result, figures, *viewer);
     if (!result.rmsd || !settings.output.alignOutput) return EXIT_SUCCESS;
     return exitStatus(writeRmsdScript(kPairScript, subject, result, log, report), settings);
+}
+
+int comparePairByMeasure(const ScriptSubject& subject, const Settings& settings, PairViewer* viewer,
+                         ComparisonWorkspace& workspace, Report& report) {
+    const Measure measure = *settings.measure.by;
+    RmsdResult result;
+    compareRmsd(subject.experimentSet, subject.predictionSet, rmsdOptions(settings), workspace,
+                report, result);
+    const MeasuredFigures figures{measure, result.measures.value(measure).value_or(0.0),
+                                  result.pairs};
+    report.report(ReportLevel::Results, "%s\n", singleLine(figures).c_str());
+    MeasureFigures beside = result.measures.values;
+    beside[static_cast<std::size_t>(measure)].reset();
+    reportMeasures(beside, report);
+    if (viewer != nullptr) {
+        viewer->seeRmsd(comparedPair(subject), listedRmsd(result, subject.predictionSet),
+                        result.matched);
+    }
+    return EXIT_SUCCESS;
 }
 
 // One workspace for the pair: nothing is shared with other comparisons of the process.
@@ -117,6 +145,8 @@ int comparePair(const ScriptSubject& subject, const Settings& settings, PairView
             return comparePairGdt(subject, settings, viewer, workspace, report);
         case ComparisonKind::Rmsd:
             return comparePairRmsd(subject, settings, viewer, workspace, log, report);
+        case ComparisonKind::Measure:
+            return comparePairByMeasure(subject, settings, viewer, workspace, report);
         case ComparisonKind::MaxSub:
             return comparePairMaxSub(subject, settings, viewer, workspace, log, report);
     }

@@ -1,6 +1,6 @@
 // Comparisons look at C-alpha atoms, or in RMSD runs on demand at the backbone.  More is read where
 // something else needs it: contacts and secondary structure the backbone and C-beta atoms, the
-// script of a pairwise run all atoms.
+// script of a pairwise run and the lDDT of all atoms all of them.
 //
 // What is not read takes neither time nor memory: one in eight of a protein's heavy atoms is a
 // C-alpha atom.
@@ -9,6 +9,7 @@
 namespace tervolanda {
 
 ComparisonKind comparisonKind(const Settings& settings) {
+    if (settings.measure.by) return ComparisonKind::Measure;
     if (settings.measure.rmsdOnly) return ComparisonKind::Rmsd;
     return settings.measure.gdt ? ComparisonKind::Gdt : ComparisonKind::MaxSub;
 }
@@ -31,11 +32,18 @@ std::optional<ClusterMethod> clusterMethod(const Settings& settings) {
 }
 
 RmsdOptions rmsdOptions(const Settings& settings) {
-    return {.urmsd = (settings.measure.urmsdFlags & UrmsdCompute) != 0,
+    const bool isMeasured = settings.measure.by.has_value();
+    return {.urmsd = !isMeasured && (settings.measure.urmsdFlags & UrmsdCompute) != 0,
             .urmsdRotation = (settings.measure.urmsdFlags & UrmsdRotate) != 0,
             .reportTooFew = true,
             .pairBySequence = settings.comparison.pairBySequence,
+            .pairByNumber = isMeasured,
+            .measures = settings.comparison.measures,
             .mapChains = settings.comparison.mapChains};
+}
+
+MeasureOptions measureOptions(const Settings& settings) {
+    return {*settings.measure.by, rmsdOptions(settings)};
 }
 
 ReadPlan readPlan(const Settings& settings) {
@@ -44,7 +52,8 @@ ReadPlan readPlan(const Settings& settings) {
     const bool comparesBackbone = settings.measure.rmsdOnly && settings.measure.backbone;
     if (comparesBackbone) plan.atoms = AtomSelection::Backbone;
     unsigned int options = ReadCalphaOnly | ReadCheckDuplicates | ReadCheckAll;
-    if (settings.input.allAtoms || isPairwise) {
+    const bool measuresAll = settings.comparison.measures.wanted.has(Measure::LddtAll);
+    if (settings.input.allAtoms || measuresAll || isPairwise) {
         options |= ReadAllAtoms;
     } else if (settings.comparison.contacts || settings.comparison.sequenceIndependent ||
                comparesBackbone) {

@@ -123,6 +123,15 @@ std::vector<RecordedOption> recordedOptions(const Settings& settings) {
     for (const auto& more : {mainOptions(settings.comparison, settings.measure),
                              clusterOptions(settings.clustering), finerOptions(settings)})
         all.insert(all.end(), more.begin(), more.end());
+    // Recorded where they are given: runs without them have the record that they always had.
+    if (const auto by = settings.measure.by)
+        all.push_back({"--measure", std::string(measureName(*by))});
+    std::string scores;
+    for (const Measure measure : kMeasures) {
+        if (!settings.comparison.measures.wanted.has(measure)) continue;
+        scores += (scores.empty() ? "" : ",") + std::string(measureName(measure));
+    }
+    if (!scores.empty()) all.push_back({"--scores", scores});
     return all;
 }
 

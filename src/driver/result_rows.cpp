@@ -49,6 +49,26 @@ std::string textOf(const RmsdFigures& figures, const LineForm& form) {
     return text;
 }
 
+std::string textOf(Measure measure, double value) {
+    switch (measure) {
+        case Measure::Lddt:
+            return format("lDDT=%5.3f", value);
+        case Measure::LddtAll:
+            return format("lDDT-all=%5.3f", value);
+        case Measure::GdtTs:
+            return format("GDT_TS=%7.3f", value);
+        case Measure::GdtHa:
+            break;
+    }
+    return format("GDT_HA=%7.3f", value);
+}
+
+std::string textOf(const MeasuredFigures& figures, const LineForm& form) {
+    std::string text = form.gdt + textOf(figures.measure, figures.value);
+    if (figures.pairs) text += format(" (Pairs=%4u)", *figures.pairs);
+    return text;
+}
+
 std::string textOf(const Figures& figures, const LineForm& form) {
     return std::visit([&form](const auto& kind) { return textOf(kind, form); }, figures);
 }
@@ -78,10 +98,11 @@ ColumnWidths columnWidths(const ChainList& models) {
 }
 
 std::string listLine(const ListRow& row, const ColumnWidths& widths) {
+    const std::string beside = measuresText(row.beside);
     const std::string line =
         format("%*zu. %-s vs. %-*s", widths.number, row.position, row.experiment.fileName.c_str(),
                widths.name, row.model.fileName.c_str()) +
-        textOf(row.figures, kListForm);
+        textOf(row.figures, kListForm) + (beside.empty() ? "" : ", " + beside);
     // Scripts rely on the lines of this kind being expanded (driver/format_expansion.h).
     return std::holds_alternative<MaxSubFigures>(row.figures) ? expandAsFormat(line) : line;
 }
@@ -99,12 +120,22 @@ std::string averageLine(const AverageRow& row) {
         case ComparisonKind::MaxSub:
             return format("All-vs-All average = %.3f (count = %zu)", row.mean, row.count);
         case ComparisonKind::Gdt:
+        case ComparisonKind::Measure:
             return format("All-vs-All average = %7.3f (count = %zu)", row.mean, row.count);
         case ComparisonKind::Rmsd:
             return format("All-vs-All average            = %6.3f (count = %zu)", row.mean,
                           row.count);
     }
     std::abort();
+}
+
+std::string measuresText(const MeasureFigures& figures) {
+    std::string text;
+    for (const Measure measure : kMeasures) {
+        const std::optional<double> value = figureOf(figures, measure);
+        if (value) text += (text.empty() ? "" : ", ") + textOf(measure, *value);
+    }
+    return text;
 }
 
 std::string singleLine(const Figures& figures) {

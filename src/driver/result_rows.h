@@ -47,7 +47,14 @@ struct RmsdFigures {
 RmsdFigures rmsdFigures(std::optional<double> rmsd, std::uint32_t pairs, double urmsd,
                         double experimentGyration, double predictionGyration);
 
-using Figures = std::variant<MaxSubFigures, GdtFigures, RmsdFigures>;
+// Of a run by a measure on demand; without a value 0.
+struct MeasuredFigures {
+    Measure measure = Measure::Lddt;
+    double value = 0.0;
+    std::optional<std::uint32_t> pairs;  // not kept of the pairs of a list
+};
+
+using Figures = std::variant<MaxSubFigures, GdtFigures, RmsdFigures, MeasuredFigures>;
 
 // A model of a list beside the experiment; the best has position 1.
 struct ListRow {
@@ -55,6 +62,7 @@ struct ListRow {
     const Chain& experiment;
     const Chain& model;
     const Figures& figures;
+    MeasureFigures beside{};  // shown after the figures
 };
 
 // Two models of a list.
@@ -84,7 +92,9 @@ ColumnWidths columnWidths(const ChainList& models);
 std::string listLine(const ListRow& row, const ColumnWidths& widths);
 std::string pairLine(const PairRow& row, const ColumnWidths& widths);
 std::string averageLine(const AverageRow& row);
-// The line of a pairwise run by GDT or RMSD.
+// The line of a pairwise run by GDT, RMSD or a measure on demand.
 std::string singleLine(const Figures& figures);
+// "lDDT=0.977, GDT_TS= 94.882"; empty where there are none.
+std::string measuresText(const MeasureFigures& figures);
 
 }  // namespace tervolanda

@@ -18,6 +18,7 @@
 #include "driver/abend.h"
 #include "driver/blocks.h"
 #include "driver/help_text.h"
+#include "driver/measure_options.h"
 #include "driver/modes.h"
 #include "driver/outputs.h"
 #include "driver/run_exports.h"
@@ -141,6 +142,7 @@ int run(const std::vector<std::string>& arguments, LineStreams& streams) {
         const CommandLine line = readCommandLine(arguments, log);
         if (line.request == Request::Run) {
             checkBlocks(line.settings);
+            checkMeasures(line.settings);
             checkExports(line.settings);
             startLog(line.settings, streams, log);
         }

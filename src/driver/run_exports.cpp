@@ -49,6 +49,8 @@ ScoreKind scoreKind(const Settings& settings) {
             return ScoreKind::Gdt;
         case ComparisonKind::Rmsd:
             return ScoreKind::Rmsd;
+        case ComparisonKind::Measure:
+            return scoreKindOf(*settings.measure.by);
         case ComparisonKind::MaxSub:
             break;
     }
@@ -131,6 +133,7 @@ void RunExports::setInputs() {
     inputs_.kind = runKind(settings_);
     inputs_.score = scoreKind(settings_);
     inputs_.pairsBySequence = settings_.comparison.pairBySequence;
+    inputs_.measures = settings_.comparison.measures.wanted;
     inputs_.program = kProgramName;
     inputs_.version = kProgramVersion;
     inputs_.command = settings_.command;
@@ -145,7 +148,7 @@ void RunExports::setInputs() {
 void RunExports::start() {
     isStarted_ = true;
     setInputs();
-    form_.hasUrmsd = (settings_.measure.urmsdFlags & UrmsdCompute) != 0;
+    form_.hasUrmsd = !settings_.measure.by && (settings_.measure.urmsdFlags & UrmsdCompute) != 0;
     if (inputs_.kind == RunKind::AllVersusAll) form_.matrixScore = inputs_.score;
     makeFiles(0);
 }

@@ -1,6 +1,8 @@
 // The options are looked up in a fixed order, because a lookup may rewrite the arguments that it
 // visits (arguments.h): a new lookup between two others could change what a misspelt command line
 // means, and scripts have such lines.  Then come the decisions that depend on several options.
+//
+// More than 400 lines, because the order of all lookups matters and is to be seen in one place.
 #include "driver/settings.h"
 
 #include <algorithm>
@@ -159,6 +161,20 @@ void readComplexOptions(const OwnOptions& own, Settings& settings) {
     }
 }
 
+// The measures on demand, named as in the columns of files: by which the run is, and which are to
+// be shown beside.
+void readMeasures(const OwnOptions& own, Settings& settings) {
+    std::array<std::string_view, kMeasures.size()> names;
+    std::transform(kMeasures.begin(), kMeasures.end(), names.begin(), measureName);
+    MeasureSet& wanted = settings.comparison.measures.wanted;
+    if (const auto by = own.choice("measure", names)) {
+        settings.measure.by = kMeasures[*by];
+        wanted.add(kMeasures[*by]);
+    }
+    for (const std::size_t chosen : own.choices("scores", names))
+        wanted.add(kMeasures[chosen]);
+}
+
 // The options of two dashes, all checked; those of entries and lists have functions of their own.
 void readOwnOptions(const OwnOptions& own, Settings& settings) {
     if (const auto block = own.text("block")) readBlock(*block, settings.blocks);
@@ -176,6 +192,7 @@ void readOwnOptions(const OwnOptions& own, Settings& settings) {
     } else if (const auto threads = own.integer("threads", 1, kMostThreads)) {
         settings.threads = static_cast<std::size_t>(*threads);
     }
+    readMeasures(own, settings);
     constexpr std::array<std::string_view, 1> kPairings = {"sequence"};
     settings.comparison.pairBySequence = own.choice("pair", kPairings).has_value();
     if (settings.comparison.pairBySequence && settings.comparison.sequenceIndependent) {
@@ -374,6 +391,9 @@ CommandLine readCommandLine(std::vector<std::string> values, Log& log) {
     resolveRun(arguments, settings, log);
     settings.output.exports = exportRequests(own);
     settings.command = std::move(command);
+    MeasureRequest& measures = settings.comparison.measures;
+    measures.bothWays = settings.input.listFile && !settings.input.experimentFile;
+    measures.perResidue = own.has("residues");
     return line;
 }
 

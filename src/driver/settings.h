@@ -51,6 +51,7 @@ struct MeasureSettings {
     bool backbone = false;
     bool rankMS = false;
     std::uint8_t urmsdFlags = UrmsdCompute;
+    std::optional<Measure> by;  // in place of MaxSub, GDT or RMSD
 };
 
 // In this order -T, -Tm, -a, -s, -P, -is, -ms and -C.  Negative thresholds and steps stand for "by

@@ -205,6 +205,10 @@ void PairTexts::makeJson() {
         add("coverage1", pair.coverage1);
         add("coverage2", pair.coverage2);
     }
+    for (const Measure measure : kMeasures) {
+        if (inputs_->measures.has(measure))
+            add(measureName(measure), figureOf(pair.measures, measure));
+    }
     object.add("domains", pair.domains);
     object.add("status", statusWord(pair.status));
     const InputStructure& first = inputs_->structures[pair.experiment];

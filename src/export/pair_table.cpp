@@ -31,6 +31,7 @@ class PairTable final : public ExportFile {
     };
     std::vector<Columns> inputs_;  // by position among the inputs
     bool hasSequences_ = false;
+    MeasureSet measures_;
 };
 
 void PairTable::start(const RunInputs& inputs) {
@@ -39,6 +40,12 @@ void PairTable::start(const RunInputs& inputs) {
         "maxsub\ttm1\ttm2\tmsi\tgdt\trrmsd\turmsd\trurmsd\tcontacts\tcutoff\tdomains\tstatus";
     hasSequences_ = inputs.pairsBySequence;
     if (hasSequences_) text() += "\tidentity\tcoverage1\tcoverage2";
+    measures_ = inputs.measures;
+    for (const Measure measure : kMeasures) {
+        if (!measures_.has(measure)) continue;
+        text() += '\t';
+        text() += measureName(measure);
+    }
     text() += '\n';
     inputs_.reserve(inputs.structures.size());
     for (const InputStructure& input : inputs.structures) {
@@ -78,6 +85,11 @@ void PairTable::take(const PairResult& pair) {
             row += '\t';
             appendCell(row, value);
         }
+    }
+    for (const Measure measure : kMeasures) {
+        if (!measures_.has(measure)) continue;
+        row += '\t';
+        appendCell(row, figureOf(pair.measures, measure));
     }
     row += '\n';
     pace();

@@ -1,6 +1,7 @@
 // What the matrices of a batch hold is shown as they hold it, in single precision: so all that a
 // run writes agrees to the last digit, whatever the form.
 #include <cmath>
+#include <limits>
 
 #include "compare/fit/kernels.h"
 #include "export/values.h"
@@ -26,6 +27,7 @@ void clearPair(PairResult& result) {
         value->reset();
     }
     result.subunits.clear();
+    result.measures.fill(std::nullopt);
     result.superpositions.clear();
     result.residues.clear();
 }
@@ -100,6 +102,16 @@ PairStatus statusOf(const ComparisonResult& found) {
     return found.tm > 0.0 ? PairStatus::NotSignificant : PairStatus::NoFit;
 }
 
+// Where the matrix of a run holds a measure it is shown as that holds it.
+void fillMeasures(const MeasureFigures& found, const PairForm& form, PairResult& result) {
+    result.measures = found;
+    const std::optional<Measure> inMatrix =
+        form.matrixScore ? measureOf(*form.matrixScore) : std::nullopt;
+    if (!inMatrix) return;
+    std::optional<double>& value = result.measures[static_cast<std::size_t>(*inMatrix)];
+    if (value) value = shown(*value, true);
+}
+
 // The figures that MaxSub and GDT runs have in common.  What the matrices of a batch hold is
 // rounded as they round it; all else keeps its digits.
 void fillSearch(const ComparedPair& pair, const ComparisonResult& found, const PairForm& form,
@@ -109,6 +121,7 @@ void fillSearch(const ComparedPair& pair, const ComparisonResult& found, const P
     const bool isMaxSubBatch = score == ScoreKind::Tm || score == ScoreKind::MaxSub;
     result.status = statusOf(found);
     result.mapped = found.mapped;
+    fillMeasures(found.measures.values, form, result);
     if (result.status == PairStatus::NoPairs || result.status == PairStatus::NoFit) return;
     result.pairs = found.pairs;
     result.domains = static_cast<std::uint32_t>(found.iterations.size());
@@ -125,6 +138,23 @@ void fillSearch(const ComparedPair& pair, const ComparisonResult& found, const P
     if (!found.iterations.empty()) result.cutoff = found.iterations.front().distanceCutoff;
 }
 
+// The residues of the pair, which have their places in the experiment's coordinate set.
+void addResidueMeasures(const std::vector<double>& found, const ComparedPair& pair,
+                        PairResult& result) {
+    if (found.empty()) return;
+    std::vector<double> ofResidue(pair.experiment.residues);
+    for (std::size_t i = 0; i < found.size(); ++i) {
+        const std::uint32_t residue = pair.experiment.residueIndex[i];
+        if (residue < ofResidue.size()) ofResidue[residue] = found[i];
+    }
+    for (ResiduePair& residue : result.residues) {
+        const double value = residue.experimentPosition < ofResidue.size()
+                                 ? ofResidue[residue.experimentPosition]
+                                 : std::numeric_limits<double>::quiet_NaN();
+        if (!std::isnan(value)) residue.lddt = value;
+    }
+}
+
 }  // namespace
 
 void fillPair(const ComparedPair& pair, const ComparisonResult& found, const PairForm& form,
@@ -134,6 +164,7 @@ void fillPair(const ComparedPair& pair, const ComparisonResult& found, const Pai
         result.superpositions.push_back(domain.superposition);
     const bool hasResidues = form.detail >= PairDetail::Matched && !found.iterations.empty();
     if (hasResidues) addResidues(pair, found, form.detail, result);
+    addResidueMeasures(found.measures.residues, pair, result);
 }
 
 void fillPair(const ComparedPair& pair, const GdtResult& found, const ComparisonResult& search,
@@ -145,6 +176,7 @@ void fillPair(const ComparedPair& pair, const GdtResult& found, const Comparison
     if (!found.superposition) return;
     result.superpositions.push_back(*found.superposition);
     if (form.detail >= PairDetail::Matched) addResidues(pair, search, form.detail, result);
+    addResidueMeasures(search.measures.residues, pair, result);
 }
 
 void fillPair(const ComparedPair& pair, const ListedRmsd& found,
@@ -154,6 +186,7 @@ void fillPair(const ComparedPair& pair, const ListedRmsd& found,
     constexpr std::uint32_t kFewestUnitVectorPairs = 4;
     clearPair(result);
     result.mapped = found.pairs;
+    fillMeasures(found.measures.values, form, result);
     if (found.contacts) result.contacts = found.contacts->percentage();
     if (!found.rmsd) {
         result.status = found.pairs == 0 ? PairStatus::NoPairs : PairStatus::NoFit;
@@ -173,6 +206,7 @@ void fillPair(const ComparedPair& pair, const ListedRmsd& found,
     if (form.detail < PairDetail::Matched) return;
     for (const MatchedPair& at : matched)
         addResidue(pair, at, 1, form.detail, result);
+    addResidueMeasures(found.measures.residues, pair, result);
 }
 
 void fillPairing(const ComparedPair& pair, const PairingRules& rules, PairingKeys& keys,
@@ -193,6 +227,11 @@ std::optional<double> scoreOf(const PairResult& pair, ScoreKind kind) {
             return pair.maxsub;
         case ScoreKind::Gdt:
             return pair.gdt;
+        case ScoreKind::Lddt:
+        case ScoreKind::LddtAll:
+        case ScoreKind::GdtTs:
+        case ScoreKind::GdtHa:
+            return figureOf(pair.measures, *measureOf(kind));
         default:
             return pair.rmsd;
     }

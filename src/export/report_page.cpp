@@ -141,6 +141,14 @@ std::string scoreName(ScoreKind kind) {
             return "RMSD, Å";
         case ScoreKind::Distance:
             return "distance";
+        case ScoreKind::Lddt:
+            return "lDDT";
+        case ScoreKind::LddtAll:
+            return "lDDT of all atoms";
+        case ScoreKind::GdtTs:
+            return "GDT_TS";
+        case ScoreKind::GdtHa:
+            return "GDT_HA";
         case ScoreKind::Similarity:
             break;
     }

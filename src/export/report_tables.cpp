@@ -192,9 +192,21 @@ std::optional<double> member(const PairResult& pair) {
     return static_cast<double>(*value);
 }
 
+template <Measure Which>
+std::optional<double> measured(const PairResult& pair) {
+    return figureOf(pair.measures, Which);
+}
+
 constexpr auto kFigures = std::to_array<Figure>({
     {{"GDT", 3, "Global Distance Test, 0 to 100", ColumnRole::Bar}, member<&PairResult::gdt>},
     {{"TM-score", 3, "by the length of the experiment", ColumnRole::Bar}, member<&PairResult::tm1>},
+    {{"lDDT", 3, "share of the short distances that are kept, by C-alpha atoms", ColumnRole::Bar},
+     measured<Measure::Lddt>},
+    {{"lDDT-all", 3, "the same by all atoms but hydrogens", ColumnRole::Bar},
+     measured<Measure::LddtAll>},
+    {{"GDT_TS", 3, "Global Distance Test, best superpositions, 0 to 100", ColumnRole::Bar},
+     measured<Measure::GdtTs>},
+    {{"GDT_HA", 3, "the same of high accuracy", ColumnRole::Bar}, measured<Measure::GdtHa>},
     {{"TM-score (2)", 3, "by the length of the model"}, member<&PairResult::tm2>},
     {{"MaxSub", 3, "share of the experiment that is right"}, member<&PairResult::maxsub>},
     {{"MSI", 3, "MaxSub over all domains"}, member<&PairResult::msi>},

@@ -22,7 +22,9 @@ class ResidueTable final : public ExportFile {
         inputs_ = &inputs;
         text() +=
             "id1\tid2\tfile1\tfile2\tchain1\tchain2\tresidue1\tresidue2\tcode1\tcode2\tdistance\t"
-            "subset\tdomain\n";
+            "subset\tdomain";
+        hasLddt_ = inputs.measures.has(Measure::Lddt) || inputs.measures.has(Measure::LddtAll);
+        text() += hasLddt_ ? "\tlddt\n" : "\n";
     }
     void take(const PairResult& pair) override {
         const std::string names = namesOf(pair);
@@ -46,6 +48,10 @@ class ResidueTable final : public ExportFile {
             appendCell(row, std::optional(residue.distance));
             row += residue.domain > 0 ? "\t1\t" : "\t0\t";
             if (residue.domain > 0) appendNumber(row, std::size_t{residue.domain});
+            if (hasLddt_) {
+                row += '\t';
+                appendCell(row, residue.lddt);
+            }
             row += '\n';
             pace();
         }
@@ -69,6 +75,7 @@ class ResidueTable final : public ExportFile {
     }
 
     const RunInputs* inputs_ = nullptr;
+    bool hasLddt_ = false;
 };
 
 }  // namespace

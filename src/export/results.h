@@ -14,6 +14,7 @@
 // first two.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -23,6 +24,7 @@
 
 #include "chain/chain.h"
 #include "cluster/cluster.h"
+#include "compare/compare.h"
 #include "compare/fit/fit.h"
 #include "compare/pairing/pairing.h"
 
@@ -45,7 +47,23 @@ enum class ScoreKind : std::uint8_t {
     Rmsd,        // Å
     Distance,    // of a distance file: of any kind
     Similarity,  // of a MaxSub file: TM-score or MaxSub
+    Lddt,        // the measures on demand
+    LddtAll,
+    GdtTs,  // both 0 to 100
+    GdtHa,
 };
+
+inline ScoreKind scoreKindOf(Measure measure) {
+    constexpr std::array<ScoreKind, kMeasures.size()> kKinds = {ScoreKind::Lddt, ScoreKind::LddtAll,
+                                                                ScoreKind::GdtTs, ScoreKind::GdtHa};
+    return kKinds[static_cast<std::size_t>(measure)];
+}
+inline std::optional<Measure> measureOf(ScoreKind kind) {
+    for (const Measure measure : kMeasures) {
+        if (scoreKindOf(measure) == kind) return measure;
+    }
+    return std::nullopt;
+}
 
 // Whether low values are good.
 inline bool isDistance(ScoreKind kind) {
@@ -96,7 +114,8 @@ struct ResiduePair {
     std::uint32_t predictionPosition = 0;
     double distance = 0.0;  // of the two C-alpha atoms under the superposition of its domain, for
                             // one without a domain that of the first, Å; PairDetail::Residues
-    std::uint32_t domain = 0;  // from 1, the domain whose subset it is in; 0 for none
+    std::uint32_t domain = 0;      // from 1, the domain whose subset it is in; 0 for none
+    std::optional<double> lddt{};  // of the experiment's residue, where it was asked for
 };
 
 // A compared pair.  Pairs come one after the other, in the order of comparison: the experiment and
@@ -119,6 +138,7 @@ struct PairResult {
     // share of either chain's residues that it pairs, per cent.
     std::optional<double> identity, coverage1, coverage2;
     std::vector<SubunitPair> subunits;          // of complexes: the chains that belong together
+    MeasureFigures measures{};                  // on demand
     std::vector<Superposition> superpositions;  // one a domain; by GDT and RMSD one
     // In mapped order: where a file asks for PairDetail::Matched at least those of a domain, for
     // PairDetail::Residues all.
@@ -139,6 +159,7 @@ struct RunInputs {
     RunKind kind = RunKind::Pairwise;
     ScoreKind score = ScoreKind::Tm;
     bool pairsBySequence = false;  // identity and coverage of pairs are known
+    MeasureSet measures{};         // on demand, that pairs are shown with
     // Pairwise the experiment and the prediction; the experiment of a list, then its models; else
     // the models in the order of the matrix.
     std::vector<InputStructure> structures;

@@ -108,6 +108,7 @@ std::size_t recordSize(PartKind kind) {
         case PartKind::MaxSubWithSuperpositions:
             return kScoreBytes + kSuperpositionBytes;
         case PartKind::Gdt:
+        case PartKind::Measure:
             return sizeof(double);
         case PartKind::Rmsd:
             return 2 * sizeof(float) + sizeof(std::uint32_t);
@@ -257,9 +258,9 @@ void PartWriter::add(const ComparisonResult& result) {
     append(record_);
 }
 
-void PartWriter::add(double gdt) {
+void PartWriter::add(double score) {
     record_.clear();
-    put(record_, gdt);
+    put(record_, score);
     append(record_);
 }
 
@@ -328,7 +329,7 @@ std::optional<std::string> PartReader::readHeader() {
     // Each number is checked before anything is computed from it, and the lengths that follow from
     // all of them against the size of the file before anything is allocated.
     const auto kind = fields.take<std::uint32_t>();
-    if (kind < 1 || kind > 4) return "is damaged: its kind";
+    if (kind < 1 || kind > 5) return "is damaged: its kind";
     header_.kind = static_cast<PartKind>(kind);
     header_.block.number = fields.take<std::uint64_t>();
     header_.block.blocks = fields.take<std::uint64_t>();
@@ -467,12 +468,12 @@ bool PartReader::readRuns(std::size_t experimentSize, std::size_t predictionSize
     return result.matched.size() == matched;
 }
 
-bool PartReader::next(double& gdt) {
-    std::array<char, sizeof gdt> bytes{};
+bool PartReader::next(double& score) {
+    std::array<char, sizeof score> bytes{};
     if (left_ < bytes.size() || !read(bytes.data(), bytes.size())) return false;
     left_ -= bytes.size();
-    gdt = Fields({bytes.data(), bytes.size()}).take<double>();
-    return isSound(gdt) && gdt >= kNoGdt;
+    score = Fields({bytes.data(), bytes.size()}).take<double>();
+    return isSound(score) && score >= kNoGdt;
 }
 
 bool PartReader::next(RmsdCells& cells) {

@@ -25,7 +25,7 @@
 namespace tervolanda {
 
 // What a record holds of a pair.  The numbers are those in the file.
-enum class PartKind : std::uint32_t { MaxSub = 1, MaxSubWithSuperpositions, Gdt, Rmsd };
+enum class PartKind : std::uint32_t { MaxSub = 1, MaxSubWithSuperpositions, Gdt, Rmsd, Measure };
 
 // A line of the list, and what reading it gave.  Both the parts and the run that merges them make
 // one from the chain that they have read, so that a file that was changed between the runs is found
@@ -73,7 +73,7 @@ class PartWriter {
     PartWriter& operator=(const PartWriter&) = delete;
 
     void add(const ComparisonResult& result);
-    void add(double gdt);
+    void add(double score);  // of a GDT or measure part
     void add(const RmsdCells& cells);
     std::uint64_t records() const { return records_; }
     // Writes the part; the header's kind and records are those that were added.  False when not
@@ -107,7 +107,7 @@ class PartReader {
     // has pairs, rmsd, maxsub, tm and, of the kind with superpositions, that of the first iteration
     // and the matched pairs, which lie within sets of these sizes.
     bool next(std::size_t experimentSize, std::size_t predictionSize, ComparisonResult& result);
-    bool next(double& gdt);
+    bool next(double& score);
     bool next(RmsdCells& cells);
     // After the last record: whether every byte was read again as it was checked.
     bool finish() const;

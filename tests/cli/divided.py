@@ -36,6 +36,7 @@ ALL_AGAINST_ALL = [
     ["-gdt", "4", "-L", "3", "-R", "gdt.txt"],
     ["-rmsd", "-L", "2", "-R", "rmsd.txt", "-Ru", "urmsd.txt"],
     ["-rmsd", "-bb", "-L", "6"],
+    ["--measure=lddt", "-av", "-L", "2", "-C", "2", "-R", "lddt.txt"],
 ]
 BY_STRUCTURE = [["-in", "-L", "6", "-R", "full.txt"], ["-in", "-matrix", "-L", "5"]]
 ONE_AGAINST_ALL = [
@@ -43,6 +44,8 @@ ONE_AGAINST_ALL = [
     ["-gdt", "4", "-nosort"],
     ["-rmsd", "-contact", "-all", "-super", "2"],
     ["-in", "-L", "4"],
+    ["--measure=gdt_ts", "--scores=lddt,lddt_all", "-super", "2"],
+    ["--scores=gdt_ha,lddt", "--residues=residues.tsv"],
 ]
 
 

@@ -183,7 +183,7 @@ TEST(Lddt, CountsWhatItIsDefinedBy) {
             all.kept += count.kept;
             all.all += count.all;
             if (calphasOnly) continue;
-            EXPECT_FLOAT_EQ(values.residues[i++], static_cast<float>(count.score()));
+            EXPECT_DOUBLE_EQ(values.residues[i++], count.score());
         }
         EXPECT_GT(all.score(), 0.2);
         EXPECT_LT(all.score(), 0.9);

@@ -74,8 +74,8 @@ class ListedMaxSubPairs : public ListPairs {
         compareMaxSub(list.experimentSet, model, list.parameters, worker.workspace, worker.report,
                       result);
         if (list.parameters.iterations > 1) reportTotal(result, worker.report);
-        outcome.found = {result.pairs, result.rmsd, result.maxsub,
-                         result.tm,    result.msi,  std::nullopt};
+        outcome.found = {result.pairs, result.rmsd,  result.maxsub,         result.tm,
+                         result.msi,   std::nullopt, result.measures.values};
         if (!result.iterations.empty()) {
             outcome.found.superposition = result.iterations.front().superposition;
         }
@@ -149,6 +149,7 @@ class ListedRmsdPairs : public ListPairs {
 
     void consume(BatchPair pair, const Outcome& outcome) {
         found.push_back(outcome.found);
+        found.back().measures.residues = {};  // of a whole list they would be many
         if (list.viewer == nullptr) return;
         list.viewer->seeRmsd({pair, list.experimentSet, *outcome.model}, outcome.found,
                              outcome.matched);
@@ -158,6 +159,12 @@ class ListedRmsdPairs : public ListPairs {
 
  private:
     const RmsdOptions& options_;
+};
+
+class MeasuredListPairs final : public ListedRmsdPairs {
+ public:
+    static constexpr const char* kName = "SCORE";
+    using ListedRmsdPairs::ListedRmsdPairs;
 };
 
 template <typename Pairs>
@@ -170,8 +177,8 @@ auto run(Pairs pairs, std::size_t threads, Log& log, Report& report) {
 }  // namespace
 
 ListedRmsd listedRmsd(const RmsdResult& fit, const CoordinateSet& prediction) {
-    ListedRmsd listed{fit.rmsd,     fit.pairs,   fit.urmsd, prediction.gyrationRadius,
-                      std::nullopt, std::nullopt};
+    ListedRmsd listed{fit.rmsd,     fit.pairs,    fit.urmsd,   prediction.gyrationRadius,
+                      std::nullopt, std::nullopt, fit.measures};
     if (fit.rmsd) listed.superposition = fit.superposition;
     return listed;
 }
@@ -189,6 +196,11 @@ std::vector<GdtResult> compareListGdt(const ListComparison& list, Log& log, Repo
 std::vector<ListedRmsd> compareListRmsd(const ListComparison& list, const RmsdOptions& options,
                                         Log& log, Report& report, std::size_t threads) {
     return run(ListedRmsdPairs(list, options), threads, log, report);
+}
+
+std::vector<ListedRmsd> compareListByMeasure(const ListComparison& list, const RmsdOptions& options,
+                                             Log& log, Report& report, std::size_t threads) {
+    return run(MeasuredListPairs(list, options), threads, log, report);
 }
 
 }  // namespace tervolanda

@@ -2,11 +2,11 @@
 // RMSD is a ten-thousandth of that, and four rows of pairs are computed at once: each chain is then
 // fetched once for four comparisons.
 //
-// The classes here are batches in the sense of run_batch.h, in three layers.  AllPairs is the pair
-// order and nothing else.  MaxSubSearches, GdtSearches and RmsdFits add compute().  On top stands
-// what becomes of an outcome: MaxSubPairs, GdtPairs and RmsdPairs fill matrices, TakenPairs hands
-// outcomes to a caller (who writes them to a part file), and GivenPairs puts outcomes that a caller
-// has (out of part files) in place of compute().
+// The classes here are batches in the sense of run_batch.h, in three layers.  AllPairs
+// (all_pairs.h) is the pair order and nothing else.  MaxSubSearches, GdtSearches and RmsdFits add
+// compute().  On top stands what becomes of an outcome: MaxSubPairs, GdtPairs and RmsdPairs fill
+// matrices, TakenPairs hands outcomes to a caller (who writes them to a part file), and GivenPairs
+// puts outcomes that a caller has (out of part files) in place of compute().
 //
 // More than 400 lines, because a layer is only understood beside the one it stands on.
 #include <algorithm>
@@ -14,7 +14,7 @@
 #include <limits>
 #include <utility>
 
-#include "cluster/batch/run_batch.h"
+#include "cluster/batch/all_pairs.h"
 #include "compare/pairing/mapping.h"
 
 namespace tervolanda {
@@ -27,12 +27,6 @@ std::uint32_t residueCount(const CoordinateSet& set) {
         std::min<std::size_t>(set.residues, std::numeric_limits<std::uint32_t>::max()));
 }
 
-template <typename Value>
-void setBoth(Matrix<Value>& matrix, BatchPair pair, Value value) {
-    matrix.at(pair.experiment, pair.prediction) = value;
-    matrix.at(pair.prediction, pair.experiment) = value;
-}
-
 // Pair counts; a model shares all its residues with itself.
 PairMatrix pairMatrix(std::span<const CoordinateSet> sets) {
     PairMatrix pairs(sets.size(), sets.size(), 0U);
@@ -40,65 +34,6 @@ PairMatrix pairMatrix(std::span<const CoordinateSet> sets) {
         pairs.at(i, i) = residueCount(sets[i]);
     return pairs;
 }
-
-// An N x N matrix of zeros but for its diagonal.
-DistanceMatrix matrixWithDiagonal(std::size_t n, float diagonal) {
-    DistanceMatrix matrix(n, n, 0.0F);
-    for (std::size_t i = 0; i < n; ++i)
-        matrix.at(i, i) = diagonal;
-    return matrix;
-}
-
-// The order of the pairs, for batches of all kinds: (1, 0), (2, 1), (2, 0), (3, 2), (3, 1) ...  A
-// pair's number in this order is what a block's slice counts, so that it must never change.
-class AllPairs {
- public:
-    explicit AllPairs(const PreparedList& list)
-        : AllPairs(PairSlice{list, {0, pairsOf(list.size())}}) {}
-    explicit AllPairs(const PairSlice& slice)
-        : sets(slice.models.sets()), list_(slice.models), range_(slice.range) {}
-
-    // The models are in memory, and so fewer pairs than an address has values.
-    std::size_t count() const { return static_cast<std::size_t>(range_.count); }
-    BatchPair first() const { return skip({1, 0}, static_cast<std::size_t>(range_.first)); }
-    static BatchPair next(BatchPair pair) {
-        if (pair.prediction > 0) return {pair.experiment, pair.prediction - 1};
-        return {pair.experiment + 1, pair.experiment};
-    }
-    // Row by row, at most N steps, once for each chunk.
-    static BatchPair skip(BatchPair pair, std::size_t count) {
-        while (count > pair.prediction) {
-            count -= pair.prediction + 1;
-            pair = {pair.experiment + 1, pair.experiment};
-        }
-        return {pair.experiment, pair.prediction - count};
-    }
-    static std::size_t together(BatchPair) { return 1; }
-    const Chain& experiment(BatchPair pair) const { return chain(pair.experiment); }
-    const Chain& prediction(BatchPair pair) const { return chain(pair.prediction); }
-
- protected:
-    // For outcomes that hold what a search found.
-    ChunkNeeds needsOfSearches(std::size_t bytesOfOutcome) const {
-        std::size_t longest = 0;
-        for (const CoordinateSet& set : sets)
-            longest = std::max(longest, set.size());
-        ChunkNeeds needs;
-        needs.bytesOfPair = bytesOfOutcome + longest * kBytesOfSearch;
-        return needs;
-    }
-    ComparedPair compared(BatchPair pair) const {
-        return {pair, sets[pair.experiment], sets[pair.prediction]};
-    }
-
-    const std::span<const CoordinateSet> sets;
-
- private:
-    const Chain& chain(std::size_t i) const { return list_.models().chains[i]; }
-
-    const PreparedList& list_;
-    PairRange range_;
-};
 
 class MaxSubSearches : public AllPairs {
  public:
@@ -269,7 +204,8 @@ class RmsdPairs : public RmsdFits {
  public:
     RmsdPairs(const PreparedList& list, const RmsdOptions& options, bool wantsDetails,
               PairViewer* viewer)
-        : RmsdFits(AllPairs(list), list.selection(), options, wantsDetails),
+        : RmsdFits(AllPairs(list), list.selection(), withoutMeasures(options), wantsDetails),
+          measured_(options),
           viewer_(viewer),
           found{matrixWithDiagonal(list.size(), 1.0F), matrixWithDiagonal(list.size(), 0.0F),
                 pairMatrix(list.sets())} {}
@@ -283,9 +219,19 @@ class RmsdPairs : public RmsdFits {
     }
 
  private:
+    static RmsdOptions withoutMeasures(RmsdOptions options) {
+        options.measures = {};
+        return options;
+    }
     // For viewers; the cells are single precision, as the matrix is that their files have to agree
     // with.
-    ListedRmsd asListed(BatchPair pair, const Outcome& cells) const;
+    ListedRmsd asListed(BatchPair pair, const Outcome& cells);
+
+    // Measures on demand are computed where they are seen: outcomes of a few bytes, of which a
+    // chunk has thousands, have no room for them.
+    RmsdOptions measured_;
+    ComparisonWorkspace workspace_;
+    RmsdResult fit_;
 
     PairViewer* viewer_;
 
@@ -293,12 +239,17 @@ class RmsdPairs : public RmsdFits {
     RmsdBatch found;
 };
 
-ListedRmsd RmsdPairs::asListed(BatchPair pair, const RmsdCells& cells) const {
+ListedRmsd RmsdPairs::asListed(BatchPair pair, const RmsdCells& cells) {
     ListedRmsd listed;
     if (cells.rmsd >= 0.0F) listed.rmsd = static_cast<double>(cells.rmsd);
     listed.pairs = cells.pairs;
     listed.urmsd = static_cast<double>(cells.urmsd);
     listed.gyrationRadius = sets[pair.prediction].gyrationRadius;
+    if (measured_.measures.wanted.isEmpty()) return listed;
+    Log log;
+    Report silent(log, 0);
+    compareRmsd(sets[pair.experiment], sets[pair.prediction], measured_, workspace_, silent, fit_);
+    listed.measures = fit_.measures;
     return listed;
 }
 
@@ -355,40 +306,6 @@ void mirror(Matrix<Value>& matrix) {
         }
     }
 }
-
-// Pairs whose outcomes go elsewhere than into matrices: for the blocks of a run no matrix is made.
-template <typename Searches>
-class TakenPairs : public Searches {
- public:
-    using Outcome = typename Searches::Outcome;
-
-    TakenPairs(Searches searches, const TakePair<Outcome>& take)
-        : Searches(std::move(searches)), take_(take) {}
-    void consume(BatchPair pair, const Outcome& outcome) { take_(pair, outcome); }
-
- private:
-    const TakePair<Outcome>& take_;
-};
-
-// Pairs whose outcomes come from elsewhere than from a comparison: in a merge progress, matrices
-// and recorders are those of the ordinary batch.
-template <typename Pairs>
-class GivenPairs : public Pairs {
- public:
-    using Outcome = typename Pairs::Outcome;
-
-    template <typename... Arguments>
-    explicit GivenPairs(const GivePair<Outcome>& give, Arguments&&... arguments)
-        : Pairs(std::forward<Arguments>(arguments)...), give_(give) {}
-    static std::size_t together(BatchPair) { return 1; }
-    void compute(BatchPair pair, std::span<Outcome> outcomes, BatchWorker& worker) const {
-        give_(pair, outcomes.front());
-        worker.finishPair();
-    }
-
- private:
-    const GivePair<Outcome>& give_;
-};
 
 // The matrix of URMSD is all zeros where it was not asked for.
 RmsdBatch mirrored(RmsdBatch found, const RmsdOptions& options) {

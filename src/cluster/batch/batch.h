@@ -69,6 +69,7 @@ class PairViewer {
     virtual void seeGdt(const ComparedPair& pair, const GdtResult& found,
                         const ComparisonResult& search) = 0;
     // Of a batch of all pairs neither superposition nor `matched` is known.
+    // By a measure, too, with the least-squares fit of the pairs that it looks at.
     virtual void seeRmsd(const ComparedPair& pair, const ListedRmsd& found,
                          std::span<const MatchedPair> matched) = 0;
 
@@ -135,6 +136,18 @@ struct RmsdBatch {
 RmsdBatch compareAllRmsd(const PreparedList& models, const RmsdOptions& options, Log& log,
                          Report& report, const BatchRun& run = {});
 
+// By a measure on demand, for which `fit` has to ask, too.
+struct MeasureOptions {
+    Measure measure = Measure::Lddt;
+    RmsdOptions fit;
+};
+struct MeasureBatch {
+    DistanceMatrix values;  // of pairs without a value 0; symmetric, the highest value on the
+                            // diagonal
+};
+MeasureBatch compareAllByMeasure(const PreparedList& models, const MeasureOptions& options,
+                                 Log& log, Report& report, const BatchRun& run = {});
+
 // --- Some of the pairs, here or elsewhere --------------------------------------------------------
 
 // Pairs that follow each other in the order of all pairs, which are counted from 0: what a block of
@@ -181,6 +194,9 @@ void compareGdt(const PairSlice& slice, const ComparisonParameters& parameters,
 void compareRmsd(const PairSlice& slice, const RmsdOptions& options,
                  const TakePair<RmsdCells>& take, Log& log, Report& report,
                  std::size_t threads = 1);
+void compareByMeasure(const PairSlice& slice, const MeasureOptions& options,
+                      const TakePair<double>& take, Log& log, Report& report,
+                      std::size_t threads = 1);
 
 // The batches of all pairs from outcomes that such a comparison took.  Of a ComparisonResult pairs,
 // rmsd, maxsub and tm count, and for the recorder the first iteration's superposition and the
@@ -192,6 +208,8 @@ GdtBatch collectAllGdt(const PreparedList& models, const ComparisonParameters& p
                        const GivePair<double>& give, Log& log, Report& report);
 RmsdBatch collectAllRmsd(const PreparedList& models, const RmsdOptions& options,
                          const GivePair<RmsdCells>& give, Log& log, Report& report);
+MeasureBatch collectAllByMeasure(const PreparedList& models, const MeasureOptions& options,
+                                 const GivePair<double>& give, Log& log, Report& report);
 
 // --- One experiment with all models --------------------------------------------------------------
 
@@ -214,6 +232,7 @@ struct ListedMaxSub {
     double tm = 0.0;
     double msi = 0.0;
     std::optional<Superposition> superposition;  // of the first domain, if any
+    MeasureFigures measures{};
 };
 std::vector<ListedMaxSub> compareListMaxSub(const ListComparison& list, Log& log, Report& report,
                                             std::size_t threads = 1);
@@ -228,11 +247,15 @@ struct ListedRmsd {
     double gyrationRadius = 0.0;             // of the model, Å
     std::optional<NativeContacts> contacts;  // where the parameters ask for them
     std::optional<Superposition> superposition;
+    MeasureValues measures{};  // of residues only as a viewer sees them
 };
 // What is listed of a fit onto the experiment; without contacts.
 ListedRmsd listedRmsd(const RmsdResult& fit, const CoordinateSet& prediction);
 std::vector<ListedRmsd> compareListRmsd(const ListComparison& list, const RmsdOptions& options,
                                         Log& log, Report& report, std::size_t threads = 1);
+// By a measure that the options ask for: the same, with the progress lines of measures.
+std::vector<ListedRmsd> compareListByMeasure(const ListComparison& list, const RmsdOptions& options,
+                                             Log& log, Report& report, std::size_t threads = 1);
 
 // The model IDs in matrix order.
 std::vector<std::uint32_t> modelIds(const ChainList& models);

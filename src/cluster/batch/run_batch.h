@@ -48,7 +48,8 @@ struct GdtOutcome {
 
 // Bytes that the result of a search may need for a record: vectors that grow may be twice as long
 // as what they hold.
-inline constexpr std::size_t kBytesOfSearch = 2 * sizeof(MatchedPair) + sizeof(std::int32_t);
+inline constexpr std::size_t kBytesOfSearch =
+    2 * sizeof(MatchedPair) + sizeof(std::int32_t) + sizeof(double);
 
 // The progress and the lines of a batch, pair by pair.  `consumed_` pairs have been printed, and
 // the progress line of the next one, if it has any, stands already: it comes before the comparison.
