@@ -76,7 +76,7 @@ void printAverage(const DistanceMatrix& matrix, const Settings& settings, Log& l
 std::vector<RankedModel> ranking(const DistanceMatrix& scores, MatrixValues values,
                                  std::span<const JuryScore> jury, RunExports& exports) {
     if (!exports.isWanted()) return {};
-    exports.keepScores(scores);
+    exports.keepScores(scores, values);
     return rankedModels(scores, values, jury);
 }
 

@@ -44,6 +44,7 @@ class QuietComparison {
     QuietComparison(const Settings& settings, PairViewer& viewer)
         : settings_(settings), parameters_(settings.comparison), viewer_(viewer) {
         parameters_.similarityMatrix = false;
+        parameters_.measures = {};  // superpositions are what is wanted
     }
 
     CoordinateSet prepare(const Chain& chain) {
@@ -72,7 +73,7 @@ class QuietComparison {
     void compareByRmsd(const ComparedPair& pair) {
         RmsdOptions options = rmsdOptions(settings_);
         options.reportTooFew = false;
-        options.measures = {};  // superpositions are what is wanted
+        options.measures = {};
         compareRmsd(pair.experiment, pair.prediction, options, workspace_, report_, fit_);
         viewer_.seeRmsd(pair, listedRmsd(fit_, pair.prediction), fit_.matched);
     }

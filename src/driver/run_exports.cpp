@@ -244,10 +244,13 @@ void RunExports::giveUp() {
     }
 }
 
-void RunExports::keepScores(const DistanceMatrix& scores) {
+void RunExports::keepScores(const DistanceMatrix& scores, MatrixValues values) {
     const bool isShown = std::any_of(files_.begin(), files_.end(),
                                      [](const auto& open) { return open.file->showsScores(); });
     if (isShown) scores_ = scores;
+    const bool showsSet = std::any_of(files_.begin(), files_.end(),
+                                      [](const auto& open) { return open.file->showsSet(); });
+    if (showsSet) set_ = setFigures(scores, values);
 }
 
 // Each file is completed for itself: one that fails does not keep others from their names.
@@ -255,6 +258,7 @@ void RunExports::finish(RunResults results) {
     if (results.failure.empty() && log_.hasIncompleteFile())
         results.failure = "Not all files were written";
     if (scores_) results.scores = &*scores_;
+    results.set = set_;
     if (inputs_.kind == RunKind::AllVersusAll) superposeClusters(results);
     for (const auto& open : files_) {
         open.file->finish(results);

@@ -63,7 +63,7 @@ class RunExports final : public PairViewer {
     void giveUp();
     // Copies the scores of all models with each other, before they become distances, where a file
     // shows them.
-    void keepScores(const DistanceMatrix& scores);
+    void keepScores(const DistanceMatrix& scores, MatrixValues values);
     // Completes the files.
     void finish(RunResults results);
 
@@ -104,6 +104,7 @@ class RunExports final : public PairViewer {
     PairingKeys pairing_;
     std::size_t pairsWithoutFit_ = 0;
     std::optional<DistanceMatrix> scores_;
+    std::optional<SetFigures> set_;
 };
 
 }  // namespace tervolanda

@@ -20,7 +20,7 @@ int runTransformMode(const Settings& settings, RunExports& exports, Log& log) {
     if (!file) return settings.strict ? static_cast<int>(Fault::Input) : EXIT_FAILURE;
     exports.startMatrix(file->ids, &file->chains, &file->pairs);
     const auto jury = rankAndPrint(file->scores, file->pairs, file->chains, settings, log);
-    exports.keepScores(file->scores);
+    exports.keepScores(file->scores, MatrixValues::Similarities);
     std::vector<RankedModel> ranked;
     if (exports.isWanted()) ranked = rankedModels(file->scores, MatrixValues::Similarities, jury);
     clusterAndFinish(

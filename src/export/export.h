@@ -145,6 +145,7 @@ class ExportFile {
     // RunResults::scores, for which an N x N matrix is copied before clustering overwrites it.
     // Asked after the last pair.
     virtual bool showsScores() const { return false; }
+    virtual bool showsSet() const { return false; }  // the figures of a run over all models
     // Lent until the file is gone: at each take() they are those of the pair.
     virtual void share(PairTexts& /*texts*/) {}
     // The inputs are lent until the file is gone.

@@ -16,6 +16,7 @@
 #include "export/export.h"
 #include "export/json_text.h"
 #include "export/tree_nodes.h"
+#include "export/values.h"
 
 namespace tervolanda {
 
@@ -55,6 +56,7 @@ class JsonDocument final : public ExportFile {
     void start(const RunInputs& inputs) override;
     void take(const PairResult& pair) override;
     void finish(const RunResults& results) override;
+    bool showsSet() const override { return true; }
 
  private:
     void key(std::string_view name);
@@ -62,6 +64,7 @@ class JsonDocument final : public ExportFile {
     void writeRanking(const RunResults& results);
     void writeTree(const RunResults& results);
     void writeClusters(const RunResults& results);
+    void writeSet(const RunResults& results);
 
     const RunInputs* inputs_ = nullptr;
     PairTexts* texts_ = nullptr;
@@ -143,6 +146,7 @@ void JsonDocument::finish(const RunResults& results) {
     writeRanking(results);
     writeTree(results);
     writeClusters(results);
+    if (results.set) writeSet(results);
     key("status");
     appendJson(text(), results.failure.empty() ? "SUCCESS" : results.failure);
     text() += "\n}\n";
@@ -196,6 +200,29 @@ void JsonDocument::writeTree(const RunResults& results) {
 
 // Members and medoids by ID, as models are named in every other output; null and an empty list
 // without clustering.
+void JsonDocument::writeSet(const RunResults& results) {
+    const SetFigures& set = *results.set;
+    key("set");
+    JsonObject object(text());
+    object.add("pairs", set.pairs);
+    object.add("mean", set.mean);
+    object.key("quantiles");
+    appendJsonList(text(), set.quantiles, [this](double value) { appendJson(text(), value); });
+    object.add("medoid", inputs_->structures[inputs_->firstModel() + set.medoid].id);
+    object.key("clusters_by_threshold");
+    const std::vector<ThresholdTrial> counts = results.clustering
+                                                   ? clustersByThreshold(*results.clustering)
+                                                   : std::vector<ThresholdTrial>{};
+    appendJsonList(text(), counts, [this](const ThresholdTrial& cut) {
+        text() += '[';
+        appendJson(text(), cut.threshold);
+        text() += ',';
+        appendJson(text(), std::size_t{cut.clusters});
+        text() += ']';
+    });
+    object.end();
+}
+
 void JsonDocument::writeClusters(const RunResults& results) {
     key("threshold");
     if (!results.clustering) {

@@ -10,17 +10,20 @@ namespace tervolanda {
 
 namespace {
 
+// No score, as batches and distance files mark it; a similarity may be any number.
+bool isMissing(float score, MatrixValues values) {
+    constexpr float kFailedFit = -1.0F;
+    return (values == MatrixValues::Distances && score == kFailedFit) || !std::isfinite(score);
+}
+
 // The mean over the other models that the model has a score with.
 std::optional<double> meanScore(const DistanceMatrix& scores, std::size_t model,
                                 MatrixValues values) {
-    // As batches and distance files mark it; a similarity may be any number.
-    constexpr float kFailedFit = -1.0F;
     double sum = 0.0;
     std::size_t count = 0;
     for (std::size_t j = 0; j < scores.columns(); ++j) {
         const float score = scores.at(model, j);
-        const bool isFailed = values == MatrixValues::Distances && score == kFailedFit;
-        if (j == model || isFailed || !std::isfinite(score)) continue;
+        if (j == model || isMissing(score, values)) continue;
         sum += static_cast<double>(score);
         ++count;
     }
@@ -86,6 +89,53 @@ std::vector<RankedModel> rankedModels(const DistanceMatrix& scores, MatrixValues
             return lowestFirst ? *a.meanScore < *b.meanScore : *a.meanScore > *b.meanScore;
         });
     return ranking;
+}
+
+// Quantiles as NumPy and R have them by default (Hyndman & Fan 1996, type 7).
+std::optional<SetFigures> setFigures(const DistanceMatrix& scores, MatrixValues values) {
+    std::vector<float> found;
+    double sum = 0.0;
+    for (std::size_t i = 0; i < scores.rows(); ++i) {
+        for (std::size_t j = i + 1; j < scores.columns(); ++j) {
+            const float score = scores.at(i, j);
+            if (isMissing(score, values)) continue;
+            found.push_back(score);
+            sum += static_cast<double>(score);
+        }
+    }
+    if (found.empty()) return std::nullopt;
+    std::sort(found.begin(), found.end());
+    SetFigures set;
+    set.pairs = found.size();
+    set.mean = sum / static_cast<double>(found.size());
+    for (std::size_t k = 0; k < set.quantiles.size(); ++k) {
+        const double place = static_cast<double>((found.size() - 1) * k) / 4.0;
+        const auto below = static_cast<std::size_t>(place);
+        const std::size_t above = std::min(below + 1, found.size() - 1);
+        const auto low = static_cast<double>(found[below]);
+        set.quantiles[k] =
+            low + (place - static_cast<double>(below)) * (static_cast<double>(found[above]) - low);
+    }
+    set.medoid = rankedModels(scores, values, {}).front().model;
+    return set;
+}
+
+std::vector<ThresholdTrial> clustersByThreshold(const Clustering& clustering) {
+    constexpr int kThresholds = 20;
+    std::vector<ThresholdTrial> counts;
+    double highest = 0.0;  // infinite joins are of models without a fit
+    for (const Join& join : clustering.tree) {
+        if (std::isfinite(join.distance)) highest = std::max(highest, join.distance);
+    }
+    std::size_t joined = 0;
+    for (int k = 1; k <= kThresholds && highest > 0.0; ++k) {
+        const double threshold = highest * k / kThresholds;
+        while (joined < clustering.tree.size() && clustering.tree[joined].distance <= threshold)
+            ++joined;
+        const std::size_t clusters = clustering.tree.size() + 1 - joined;
+        counts.push_back({threshold, static_cast<std::uint32_t>(clusters), 0});
+    }
+    return counts;
 }
 
 // The tables number clusters of linkage from 1 and those of neighbours too, where 0 is no cluster;

@@ -34,6 +34,25 @@ std::string titleOf(const RunInputs& inputs) {
     return format("%zu models of a MaxSub file", models);
 }
 
+// What says of all models how alike they are: the text of numbers with three digits, as in tables.
+std::string quartilesText(const SetFigures& set) {
+    return format("mean %.3f, quartiles %.3f, %.3f, %.3f, from %.3f to %.3f", set.mean,
+                  set.quantiles[1], set.quantiles[2], set.quantiles[3], set.quantiles[0],
+                  set.quantiles[4]);
+}
+
+// Every fourth of the thresholds: a line, and not a table.
+std::string thresholdsText(const Clustering& clustering) {
+    constexpr std::size_t kStep = 4;
+    const std::vector<ThresholdTrial> cuts = clustersByThreshold(clustering);
+    std::string text;
+    for (std::size_t i = kStep; i <= cuts.size(); i += kStep) {
+        const ThresholdTrial& cut = cuts[i - 1];
+        text += format("%s%u at %.3f", text.empty() ? "" : ", ", cut.clusters, cut.threshold);
+    }
+    return text;
+}
+
 // What was done with what, above everything else: a page is often all that is kept of a run.
 void writeFacts(JsonWriter& json, const ReportData& data, const RunResults& results) {
     const RunInputs& inputs = *data.inputs;
@@ -62,6 +81,13 @@ void writeFacts(JsonWriter& json, const ReportData& data, const RunResults& resu
         fact("Clusters", format("%u, threshold %g", results.clustering->clusters.count,
                                 results.clustering->threshold));
     }
+    if (results.set) {
+        fact("Scores of pairs", quartilesText(*results.set));
+        fact("Most like the others", data.modelName(results.set->medoid));
+    }
+    const std::string thresholds =
+        results.clustering ? thresholdsText(*results.clustering) : std::string();
+    if (!thresholds.empty()) fact("Clusters by threshold", thresholds);
     json.close(']');
 }
 
@@ -91,6 +117,7 @@ class ReportPage final : public ExportFile {
     }
     void start(const RunInputs& inputs) override { data_.inputs = &inputs; }
     bool showsScores() const override { return data_.modelCount() <= kMostModelsInMatrix; }
+    bool showsSet() const override { return true; }
     void take(const PairResult& pair) override;
     void finish(const RunResults& results) override;
 

@@ -186,6 +186,15 @@ struct RankedModel {
     bool isMedoid = false;                 // of its cluster
 };
 
+// The scores of a set of models with each other, in figures.
+struct SetFigures {
+    std::size_t pairs = 0;  // those that have a score
+    double mean = 0.0;
+    // The least, the three quartiles and the greatest; between two values by linear interpolation.
+    std::array<double, 5> quantiles{};
+    std::size_t medoid = 0;  // position of the model with the best mean score over the others
+};
+
 // What is known after the last comparison.  Positions in the matrix and the clustering count models
 // from 0: add firstModel().
 struct RunResults {
@@ -197,6 +206,7 @@ struct RunResults {
     // shows them.
     const DistanceMatrix* scores = nullptr;
     std::optional<Clustering> clustering;
+    std::optional<SetFigures> set;  // of a run over all models, where a file shows it
     std::string failure;  // why the run ended before its time, or did not write all; empty for a
                           // success
 };

@@ -64,6 +64,13 @@ std::vector<RankedModel> rankedByScore(std::span<const std::optional<double>> sc
 std::vector<RankedModel> rankedModels(const DistanceMatrix& scores, MatrixValues values,
                                       std::span<const JuryScore> jury);
 
+// Of a matrix of scores, N x N, as its upper half has them; none where no pair has one.
+std::optional<SetFigures> setFigures(const DistanceMatrix& scores, MatrixValues values);
+
+// How many clusters the tree gives if it is cut at each of 20 distances, evenly up to that of its
+// last join; nothing without a tree, and for one in which nothing is apart.
+std::vector<ThresholdTrial> clustersByThreshold(const Clustering& clustering);
+
 // Tells each model its cluster, from 1 as the tables number them, and whether it stands for it.
 void addClusters(const Clustering& clustering, std::vector<RankedModel>& ranking);
 
