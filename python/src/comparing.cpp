@@ -111,6 +111,24 @@ std::vector<std::pair<py::str, py::str>> chainPairs(const Comparison& comparison
     return names;
 }
 
+// By the pairs that the comparison ended with, with the residues of an lDDT.
+MeasureValues measured(const Comparison& comparison, Measure measure) {
+    ComparisonParameters parameters;
+    parameters.measures.wanted.add(measure);
+    parameters.measures.perResidue = true;
+    Scratch scratch;
+    const py::gil_scoped_release computing;
+    Log log;
+    Report silent(log, 0);
+    const auto prepared = [&](const Structure& structure) {
+        return prepareChain(structure.chain(), AtomSelection::Calpha, parameters, silent);
+    };
+    MeasureValues values;
+    measurePairs(prepared(*comparison.experiment), prepared(*comparison.prediction),
+                 comparison.found.partners, parameters.measures, scratch.workspace(), values);
+    return values;
+}
+
 // --- Comparing -----------------------------------------------------------------------------------
 
 // Whether a search may take longer than a user who wants to end it should wait.
@@ -257,6 +275,26 @@ void addComparison(py::module_& module) {
     figure("maxsub", &ComparisonResult::maxsub, "MaxSub (Siew et al. 2000), 0 to 1.");
     figure("tm", &ComparisonResult::tm, "TM-score (Zhang & Skolnick 2004), 0 to 1.");
     figure("msi", &ComparisonResult::msi, "MaxSub over the domains, the largest weighing most.");
+    const auto onDemand = [&comparison](Measure measure, const char* document) {
+        comparison.def_property_readonly(
+            std::string(measureName(measure)).c_str(),
+            [measure](const Comparison& self) {
+                return measured(self, measure).value(measure).value_or(kNone);
+            },
+            document);
+    };
+    onDemand(Measure::Lddt, "lDDT (Mariani et al. 2013) by C-alpha atoms, 0 to 1.");
+    onDemand(Measure::LddtAll, "lDDT by all atoms but hydrogens, 0 to 1.");
+    onDemand(Measure::GdtTs, "GDT_TS (Zemla 2003), best superpositions, 0 to 100.");
+    onDemand(Measure::GdtHa, "GDT_HA, the same of high accuracy, 0 to 100.");
+    comparison.def_property_readonly(
+        "lddt_residues",
+        [](const Comparison& self) {
+            const MeasureValues values = measured(self, Measure::Lddt);
+            return newArray<double>(values.residues.size(),
+                                    [&](std::size_t i) { return values.residues[i]; });
+        },
+        "lDDT of each residue of the experiment by C-alpha atoms, (n,); NaN without neighbours.");
     comparison.def_property_readonly("domains", domainsOf, "The domains found, in order.")
         .def_property_readonly("chain_pairs", chainPairs,
                                "Of complexes the names of the chains that belong together, those "

@@ -1,6 +1,7 @@
 // Many structures: all with each other, or all with one experiment.
 #include <pybind11/stl.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <string>
@@ -92,6 +93,29 @@ ComparisonParameters pairedBy(bool sequence) {
     ComparisonParameters parameters;
     parameters.pairBySequence = sequence;
     return parameters;
+}
+
+py::dict allByMeasure(const std::vector<StructurePtr>& models, const std::string& name,
+                      bool bySequence, int threads, const py::object& progress) {
+    const auto* const measure =
+        std::find_if(kMeasures.begin(), kMeasures.end(),
+                     [&name](Measure known) { return measureName(known) == name; });
+    if (measure == kMeasures.end()) throw py::value_error("no such measure: " + name);
+    ComparisonParameters parameters = pairedBy(bySequence);
+    parameters.measures.wanted.add(*measure);
+    parameters.measures.bothWays = true;
+    const MeasureBatch batch = compareAll(
+        models, AtomSelection::Calpha, parameters, {threads, progress},
+        [&](const auto& list, const auto& asked, Log& log, Report& report, std::size_t n) {
+            RmsdOptions options{.urmsd = false, .pairBySequence = bySequence};
+            options.pairByNumber = true;
+            options.measures = asked.measures;
+            options.measures.stop = asked.stop;
+            return compareAllByMeasure(list, {*measure, options}, log, report, {n});
+        });
+    py::dict matrices;
+    matrices["values"] = arrayOf(batch.values);
+    return matrices;
 }
 
 py::dict allByRmsd(const std::vector<StructurePtr>& models, const FitChoice& choice, int threads,
@@ -213,6 +237,7 @@ void addLists(py::module_& module) {
     module.def("all_by_maxsub", allByMaxSub);
     module.def("all_by_gdt", allByGdt);
     module.def("all_by_rmsd", allByRmsd);
+    module.def("all_by_measure", allByMeasure);
     module.def("list_by_maxsub", listByMaxSub, experiment, py::arg("models"), py::arg("parameters"),
                py::arg("ranks_by_tm"), py::arg("threads"), py::arg("progress"));
     module.def("list_by_gdt", listByGdt, experiment, py::arg("models"), py::arg("parameters"),

@@ -157,6 +157,9 @@ ScoreKind scoreKindOf(const std::string& measure) {
     if (measure == "maxsub") return ScoreKind::MaxSub;
     if (measure == "gdt") return ScoreKind::Gdt;
     if (measure == "rmsd") return ScoreKind::Rmsd;
+    for (const Measure other : kMeasures) {
+        if (measure == measureName(other)) return tervolanda::scoreKindOf(other);
+    }
     return ScoreKind::Distance;  // of chain directions
 }
 
@@ -205,11 +208,12 @@ void reportMatrix(const std::string& path, const std::vector<StructurePtr>& mode
     const bool isSearch = inputs.score == ScoreKind::Tm || inputs.score == ScoreKind::MaxSub;
     if (isSearch && pairs)
         jury = rankByJury(scores, squareOf(*pairs, names.size()), asked.score, asked.pairs);
+    const auto kind =
+        isDistance(inputs.score) ? MatrixValues::Distances : MatrixValues::Similarities;
     RunResults results;
     results.scores = &scores;
-    results.ranking = rankedModels(
-        scores, isDistance(inputs.score) ? MatrixValues::Distances : MatrixValues::Similarities,
-        jury);
+    results.set = setFigures(scores, kind);
+    results.ranking = rankedModels(scores, kind, jury);
     if (clustering != nullptr) {
         if (clustering->clusters.cluster.size() != names.size())
             throw py::value_error("the clusters are of other models");

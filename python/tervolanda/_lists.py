@@ -9,10 +9,13 @@ import numpy as np
 
 from . import _core
 from ._arrays import thread_count
-from ._comparing import fit_choice, search_parameters
+from ._comparing import fit_choice, is_by_sequence, search_parameters
 from ._core import Structure
 
 Progress = Callable[[int, int], object]
+
+# The measures that the program's --measure knows.
+_ON_DEMAND = ("lddt", "lddt_all", "gdt_ts", "gdt_ha")
 
 
 @dataclass(frozen=True)
@@ -47,14 +50,14 @@ class Matrices:
     @property
     def are_similarities(self) -> bool:
         """Whether a higher value is a better one."""
-        return self.measure in ("tm", "maxsub", "gdt")
+        return self.measure in ("tm", "maxsub", "gdt", *_ON_DEMAND)
 
     @property
     def distances(self) -> np.ndarray:
         """What is clustered, as the program's ``--npy`` writes it: 1 - s of similarities (GDT from
         0 to 1), 0 on the diagonal, -1 for none; (n, n) of float32."""
         found = self.values
-        if self.measure == "gdt":
+        if self.measure in ("gdt", "gdt_ts", "gdt_ha"):
             found = found / np.float32(100.0)
         if self.are_similarities:
             found = (1.0 - found.astype(np.float64)).astype(np.float32)
@@ -87,7 +90,8 @@ def all_pairs(
     Parameters
     ----------
     models : Structures, at least 2
-    measure : {"tm", "maxsub", "gdt", "rmsd", "urmsd"}
+    measure : {"tm", "maxsub", "gdt", "rmsd", "urmsd", "lddt", "lddt_all", "gdt_ts", "gdt_ha"}
+        Of the lDDTs of two models the mean of both ways: neither is the truth.
     atoms : {"calpha", "backbone"}
         Of "rmsd".
     threads : int, optional
@@ -95,7 +99,8 @@ def all_pairs(
     progress : callable, optional
         Called with the number of comparisons done and that of all, now and then.
     **search
-        Arguments of `compare`; for "gdt" those of `gdt`, for "rmsd" and "urmsd" `align` and `map_chains`.
+        Arguments of `compare`; for "gdt" those of `gdt`, for "rmsd" and "urmsd" `align` and `map_chains`, for
+        the last four `align` only.
 
     Returns
     -------
@@ -119,12 +124,17 @@ def all_pairs(
         found = _core.all_by_maxsub(models, search_parameters(**search), measure == "tm", thread_count(threads), progress)
     elif measure == "gdt":
         found = _core.all_by_gdt(models, search_parameters(**search), thread_count(threads), progress)
+    elif measure in _ON_DEMAND:
+        by_sequence = is_by_sequence(search.pop("align", "number"))
+        if search:
+            raise TypeError(f"{measure} takes no search: {sorted(search)}")
+        found = _core.all_by_measure(models, measure, by_sequence, thread_count(threads), progress)
     elif measure in ("rmsd", "urmsd"):
         fit = fit_choice(atoms, **search, urmsd=measure == "urmsd")
         found = _core.all_by_rmsd(models, fit, thread_count(threads), progress)
         return Matrices(measure, found[measure], names, found["pairs"], None, tuple(models))
     else:
-        raise ValueError(f"measure is none of tm, maxsub, gdt, rmsd, urmsd: {measure!r}")
+        raise ValueError(f"measure is none of tm, maxsub, gdt, rmsd, urmsd, {', '.join(_ON_DEMAND)}: {measure!r}")
     return Matrices(
         measure, found["values"], names, found.get("pairs"), found.get("rmsd"), tuple(models)
     )

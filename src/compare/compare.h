@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -178,6 +179,12 @@ struct ComparisonResult : Scores {
     bool hasFit() const { return !iterations.empty() || tm > 0.0; }
     void clear();
 };
+
+// Measures of pairs that a comparison has made, as those would do that are asked for them; others
+// have no value.  `partners` has an experiment record, or -1, for each record of the prediction.
+void measurePairs(const CoordinateSet& experiment, const CoordinateSet& prediction,
+                  std::span<const std::int32_t> partners, const MeasureRequest& request,
+                  ComparisonWorkspace& workspace, MeasureValues& found);
 
 // The MaxSub search with its domain iterations (Siew et al. 2000; TM-score: Zhang & Skolnick 2004).
 // Prints its lines to `report`.  A comparison that finds nothing leaves zeros and no iteration.

@@ -103,4 +103,10 @@ void measurePairs(const CoordinateSet& experiment, const CoordinateSet& predicti
     }
 }
 
+void measurePairs(const CoordinateSet& experiment, const CoordinateSet& prediction,
+                  std::span<const std::int32_t> partners, const MeasureRequest& request,
+                  ComparisonWorkspace& workspace, MeasureValues& found) {
+    measurePairs(experiment, prediction, partners, request, workspace.scratch(), found);
+}
+
 }  // namespace tervolanda

@@ -116,6 +116,24 @@ class Results(unittest.TestCase):
         self.assertEqual(ranking["model"].tolist(), [1, 2, 0, 3])
         self.assertEqual(ranking["pairs"].tolist(), [90, 90, 60, 60])
 
+    def test_measures_on_demand(self):
+        experiment, moved = (tv.read(EXAMPLES / f"{name}.pdb") for name in ("experiment", "near_1"))
+        found = tv.compare(experiment, moved)
+        places = [np.asarray(structure.coordinates) for structure in (experiment, moved)]
+        apart = [np.linalg.norm(p[:, None] - p, axis=2) for p in places]
+        near = (apart[0] <= 15.0) & ~np.eye(len(places[0]), dtype=bool)
+        kept = sum(np.abs(apart[1] - apart[0]) <= limit for limit in (0.5, 1.0, 2.0, 4.0)) / 4.0
+        self.assertAlmostEqual(found.lddt, kept[near].mean(), places=12)
+        by_residue = (kept * near).sum(axis=1) / near.sum(axis=1)
+        np.testing.assert_allclose(found.lddt_residues, by_residue, atol=1e-12)
+        self.assertLess(found.lddt_all, 1.0)
+        self.assertLess(found.gdt_ha, found.gdt_ts)
+        self.assertGreaterEqual(found.gdt_ts, tv.gdt(experiment, moved).gdt)
+        matrices = tv.all_pairs([experiment, moved], "gdt_ts")
+        self.assertAlmostEqual(matrices.values[0, 1], tv.compare(moved, experiment).gdt_ts, places=4)
+        self.assertAlmostEqual(tv.all_pairs([experiment, moved], "lddt").distances[0, 1],
+                               1.0 - (found.lddt + tv.compare(moved, experiment).lddt) / 2.0, places=6)
+
     def test_threads_share_nothing(self):
         pairs = [(structure(n, n), structure(n + 7, n)) for n in range(20, 60)]
         ask = lambda pair: tv.compare(*pair, domains=3).tm + tv.rmsd(*pair).rmsd + tv.gdt(*pair).gdt

@@ -201,6 +201,8 @@ def mode_of(options, plain):
         return distance_file
     if "-M" in options or options.get("--chain") == "all":
         return None
+    if "--scores" in options or "--measure" in options:
+        return None
     if "-l" in options:
         return one_list if "-e" in options else matrix
     return pair if len(plain) >= 2 or "-p" in options else None
