@@ -4,7 +4,9 @@
 #include "compare/search_pairs.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstdint>
 
 namespace tervolanda {
 
@@ -32,20 +34,33 @@ SearchPairs::Extent SearchPairs::placeAxis(const std::vector<double>& values, do
     const std::size_t n = values.size();
     placed.resize(n + 3);
     rounded.resize(n + 7);
-    Extent extent;
+    const double* const from = values.data();
+    double* const to = placed.data();
+    float* const nearTo = rounded.data();
+    // Two loops without a branch, of which compilers make vector instructions: a fifth fewer of
+    // them than one loop takes.
+    std::uint64_t others = 0;  // coordinates that are no whole numbers
     for (std::size_t i = 0; i < n; ++i) {
-        const double value = (values[i] + origin) * kPerAngstrom;
+        const double value = (from[i] + origin) * kPerAngstrom;
         const double whole = nearestWhole(value);
         // Far above the bits lost by centring, far below the digits that a file may have beyond the
         // third: only a coordinate with three decimals counts as one.
         const bool isWhole = std::abs(value - whole) <= kNoise;
-        placed[i] = (isWhole ? whole : value) - shift;
-        rounded[i] = static_cast<float>(placed[i]);
-        extent.isWhole = extent.isWhole && isWhole;
-        extent.largest = std::max(extent.largest, std::abs(placed[i]));
+        const double kept = (isWhole ? whole : value) - shift;
+        to[i] = kept;
+        nearTo[i] = static_cast<float>(kept);
+        others += isWhole ? 0U : 1U;
     }
     std::fill(placed.begin() + static_cast<std::ptrdiff_t>(n), placed.end(), 0.0);
     std::fill(rounded.begin() + static_cast<std::ptrdiff_t>(n), rounded.end(), 0.0F);
+    std::array<double, 4> largest{};
+    for (std::size_t i = 0; i < (n + 3) / 4 * 4; i += 4) {
+        for (std::size_t k = 0; k < 4; ++k) {
+            const double size = std::abs(to[i + k]);
+            largest[k] = size > largest[k] ? size : largest[k];
+        }
+    }
+    const Extent extent{*std::ranges::max_element(largest), others == 0};
     return extent;
 }
 
