@@ -53,7 +53,8 @@ struct ResidueId {
     // subunit differ by less than kSubunitKeys, and those of the next come after them.
     static constexpr std::int64_t kSubunitKeys = std::int64_t{1} << 24;
     std::int64_t key() const {
-        return subunit * kSubunitKeys + number * 256 + static_cast<unsigned char>(insertionCode);
+        return subunit * kSubunitKeys + std::int64_t{number} * 256 +
+               static_cast<unsigned char>(insertionCode);
     }
     friend bool operator==(ResidueId a, ResidueId b) { return a.key() == b.key(); }
     friend auto operator<=>(ResidueId a, ResidueId b) { return a.key() <=> b.key(); }
