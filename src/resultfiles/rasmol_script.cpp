@@ -71,7 +71,7 @@ std::string giveLetters(const ScriptSubject& subject, std::vector<ShownPredictio
         return std::string(1, kExperimentLetter);
     }
     std::size_t used = 0;
-    const std::string experiment = complexLetters(subject.experiment, used);
+    std::string experiment = complexLetters(subject.experiment, used);
     for (ShownPrediction& shown : predictions)
         shown.letters = complexLetters(subject.prediction, used);
     return experiment;
