@@ -29,7 +29,7 @@ namespace {
 long first = 0;
 bool goesOn = false;
 bool isCounting = false;
-std::atomic<long> count = 0;
+std::atomic<long> count{0};
 
 __attribute__((constructor)) void begin() {
     if (const char* const which = std::getenv("FAULT_ALLOCATION")) {
