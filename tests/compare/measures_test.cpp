@@ -139,8 +139,8 @@ Residues wellNamed(const Residues& reference, const Residues& model,
             other.back() = name.back() == '1' ? '2' : '1';
             exchanged[number][other] = place;
         }
-        const auto kept = [&](const Residues& named) {
-            return distancesOf(number, reference, named, letters, true).kept;
+        const auto kept = [&, residue = number](const Residues& named) {
+            return distancesOf(residue, reference, named, letters, true).kept;
         };
         if (kept(exchanged) > kept(model)) best[number] = exchanged.at(number);
     }
