@@ -102,6 +102,11 @@ void merge(PartReader part) {
                     collectAllRmsd(prepared, {}, give, captured.log, captured.report).rmsd);
                 break;
             }
+            case PartKind::Measure: {
+                const auto give = [&](BatchPair, double& score) { require(part.next(score)); };
+                collectAllByMeasure(prepared, {}, give, captured.log, captured.report);
+                break;
+            }
             case PartKind::MaxSub:
             case PartKind::MaxSubWithSuperpositions: {
                 Bounds bounds(prepared);
@@ -124,12 +129,13 @@ std::optional<std::string> rewritten(PartReader part, const std::string& path) {
     PartWriter writer(path, part.header().kind);
     for (std::uint64_t k = 0; k < part.header().records; ++k) {
         ComparisonResult result;
-        double gdt = 0.0;
+        double score = 0.0;
         RmsdCells cells;
         switch (part.header().kind) {
             case PartKind::Gdt:
-                if (!part.next(gdt)) return std::nullopt;
-                writer.add(gdt);
+            case PartKind::Measure:
+                if (!part.next(score)) return std::nullopt;
+                writer.add(score);
                 break;
             case PartKind::Rmsd:
                 if (!part.next(cells)) return std::nullopt;
