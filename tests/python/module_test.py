@@ -262,6 +262,10 @@ class HostileArguments(unittest.TestCase):
 class Interruptions(unittest.TestCase):
     LIMIT = 0.1 if SCALE == 1 else 5.0
 
+    def setUp(self):
+        # What a shell starts in the background ignores Ctrl-C, and so would this interpreter.
+        self.addCleanup(signal.signal, signal.SIGINT, signal.signal(signal.SIGINT, signal.default_int_handler))
+
     def interrupt(self, call, after):
         """Ends a call by Ctrl-C, and says how long that takes where no other process is in the way:
         while a computation goes on it uses up a processor, so this is the processor time of all
