@@ -214,6 +214,9 @@ def all_by_gdt(
 def all_by_rmsd(
     models: list[Structure], choice: FitChoice, threads: int, progress: _Progress, /
 ) -> _Matrices: ...
+def all_by_measure(
+    models: list[Structure], name: str, by_sequence: bool, threads: int, progress: _Progress, /
+) -> _Matrices: ...
 def list_by_maxsub(
     experiment: Structure,
     models: list[Structure],
