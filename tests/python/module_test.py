@@ -280,7 +280,8 @@ class Interruptions(unittest.TestCase):
         timer.start()
         try:
             with self.assertRaises(KeyboardInterrupt):
-                call()
+                while True:  # on a quick machine a call may end before the signal comes
+                    call()
             self.assertLess(time.perf_counter() - sent[1], 50 * self.LIMIT)
             return time.process_time() - sent[0]
         finally:
@@ -297,7 +298,7 @@ class Interruptions(unittest.TestCase):
             "all pairs": lambda: tv.all_pairs(models, threads=1),
             "all pairs by threads": lambda: tv.all_pairs(models, threads=3),
             "long models": lambda: tv.all_pairs(long, align="structure", threads=2),
-            "list": lambda: tv.against(models[0], models * 20),
+            "list": lambda: tv.against(models[0], models * 100),
             "clusters": lambda: [tv.cluster(matrix, how) for how in ("average", "single", "neighbours") * 20],
         }.items():
             with self.subTest(name):
