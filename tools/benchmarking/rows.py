@@ -207,16 +207,21 @@ RMSD_MODELS = 1000
 RMSD_PAIRS = RMSD_MODELS * (RMSD_MODELS - 1) / 2
 
 
-def rmsd_row(bench):
-    folder = bench.models.make(127, RMSD_MODELS)
-    found = bench.benchmark("batch_bench", "rmsdBatch")
-    ours = found[f"rmsdBatch/without_urmsd/{RMSD_MODELS}"]["ns"] / 1e9 / RMSD_PAIRS
+def beside_mdtraj(bench, folder, ours):
+    """`ours` in seconds a pair of the models of a folder."""
     bench.peer_folder = folder
     try:
         peer = bench.peer(MDTRAJ, bench.rounds)
     finally:
         del bench.peer_folder
     return Measured(seconds(ours), seconds(peer), peer / ours)
+
+
+def rmsd_row(bench):
+    folder = bench.models.make(127, RMSD_MODELS)
+    found = bench.benchmark("batch_bench", "rmsdBatch")
+    ours = found[f"rmsdBatch/without_urmsd/{RMSD_MODELS}"]["ns"] / 1e9 / RMSD_PAIRS
+    return beside_mdtraj(bench, folder, ours)
 
 
 def python_call_row(bench):
@@ -228,12 +233,7 @@ def python_call_row(bench):
 def python_rmsd_row(bench):
     folder = bench.models.make(127, RMSD_MODELS)
     ours = bench.module("rmsd", folder)
-    bench.peer_folder = folder
-    try:
-        peer = bench.peer(MDTRAJ, bench.rounds)
-    finally:
-        del bench.peer_folder
-    return Measured(seconds(ours), seconds(peer), peer / ours)
+    return beside_mdtraj(bench, folder, ours)
 
 
 def python_pair_row(bench):
