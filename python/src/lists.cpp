@@ -69,7 +69,7 @@ py::dict allByMaxSub(const std::vector<StructurePtr>& models, ComparisonParamete
     const MaxSubBatch batch = compareAll(
         models, AtomSelection::Calpha, parameters, {threads, progress},
         [](const auto& list, const auto& asked, Log& log, Report& report, std::size_t n) {
-            return compareAllMaxSub(list, asked, nullptr, log, report, {n});
+            return compareAllMaxSub(list, asked, nullptr, log, report, {{n}});
         });
     py::dict matrices;
     matrices["values"] = arrayOf(batch.scores);
@@ -83,7 +83,7 @@ py::dict allByGdt(const std::vector<StructurePtr>& models, const ComparisonParam
     const GdtBatch batch =
         compareAll(models, AtomSelection::Calpha, parameters, {threads, progress},
                    [](const auto& list, const auto& asked, Log& log, Report& report,
-                      std::size_t n) { return compareAllGdt(list, asked, log, report, {n}); });
+                      std::size_t n) { return compareAllGdt(list, asked, log, report, {{n}}); });
     py::dict matrices;
     matrices["values"] = arrayOf(batch.gdt);
     return matrices;
@@ -111,7 +111,7 @@ py::dict allByMeasure(const std::vector<StructurePtr>& models, const std::string
             options.pairByNumber = true;
             options.measures = asked.measures;
             options.measures.stop = asked.stop;
-            return compareAllByMeasure(list, {*measure, options}, log, report, {n});
+            return compareAllByMeasure(list, {*measure, options}, log, report, {{n}});
         });
     py::dict matrices;
     matrices["values"] = arrayOf(batch.values);
@@ -123,7 +123,7 @@ py::dict allByRmsd(const std::vector<StructurePtr>& models, const FitChoice& cho
     const RmsdBatch batch =
         compareAll(models, choice.atoms(), pairedBy(choice.bySequence), {threads, progress},
                    [&](const auto& list, const auto&, Log& log, Report& report, std::size_t n) {
-                       return compareAllRmsd(list, choice.options(), log, report, {n});
+                       return compareAllRmsd(list, choice.options(), log, report, {{n}});
                    });
     py::dict matrices;
     matrices["rmsd"] = arrayOf(batch.rmsd);
@@ -175,7 +175,7 @@ py::tuple listByMaxSub(const StructurePtr& experiment, const std::vector<Structu
     const auto found =
         compareList(experiment, models, parameters, *record, {threads, progress},
                     [](const ListComparison& list, Log& log, Report& report, std::size_t n) {
-                        return compareListMaxSub(list, log, report, n);
+                        return compareListMaxSub(list, log, report, {n});
                     });
     using Found = ListedMaxSub;
     py::dict table;
@@ -194,7 +194,7 @@ py::tuple listByGdt(const StructurePtr& experiment, const std::vector<StructureP
     const auto found =
         compareList(experiment, models, parameters, *record, {threads, progress},
                     [](const ListComparison& list, Log& log, Report& report, std::size_t n) {
-                        return compareListGdt(list, log, report, n);
+                        return compareListGdt(list, log, report, {n});
                     });
     py::dict table;
     table["gdt"] = column<double>(found, [](const GdtResult& model) { return model.gdt; });
@@ -207,7 +207,7 @@ py::tuple listByRmsd(const StructurePtr& experiment, const std::vector<Structure
     const auto found =
         compareList(experiment, models, pairedBy(choice.bySequence), *record, {threads, progress},
                     [&](const ListComparison& list, Log& log, Report& report, std::size_t n) {
-                        return compareListRmsd(list, choice.options(), log, report, n);
+                        return compareListRmsd(list, choice.options(), log, report, {n});
                     });
     using Found = ListedRmsd;
     const double gyration = experiment->calphas().gyrationRadius;

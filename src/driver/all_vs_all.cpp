@@ -98,7 +98,7 @@ MaxSubBatch maxSubOfAll(const PreparedList& models, PairRecorder* recorder,
     const ComparisonParameters& parameters = settings.comparison;
     if (!settings.blocks.mergeFolder) {
         return compareAllMaxSub(models, parameters, recorder, log, report,
-                                {settings.threads, exports.viewer()});
+                                {settings.workforce, exports.viewer()});
     }
     MergedPairs merged = mergedPairs(settings, models, exports, log);
     const auto give = [&](BatchPair pair, ComparisonResult& result) {
@@ -115,7 +115,8 @@ GdtBatch gdtOfAll(const PreparedList& models, const Settings& settings, RunExpor
                   Log& log, Report& report) {
     const ComparisonParameters& parameters = settings.comparison;
     if (!settings.blocks.mergeFolder) {
-        return compareAllGdt(models, parameters, log, report, {settings.threads, exports.viewer()});
+        return compareAllGdt(models, parameters, log, report,
+                             {settings.workforce, exports.viewer()});
     }
     MergedPairs merged = mergedPairs(settings, models, exports, log);
     const auto give = [&](BatchPair, double& gdt) {
@@ -131,7 +132,7 @@ RmsdBatch rmsdOfAll(const PreparedList& models, const Settings& settings, RunExp
                     Log& log, Report& report) {
     const RmsdOptions options = rmsdOptions(settings);
     if (!settings.blocks.mergeFolder) {
-        return compareAllRmsd(models, options, log, report, {settings.threads, exports.viewer()});
+        return compareAllRmsd(models, options, log, report, {settings.workforce, exports.viewer()});
     }
     MergedPairs merged = mergedPairs(settings, models, exports, log);
     const auto give = [&](BatchPair, RmsdCells& cells) {
@@ -148,7 +149,7 @@ MeasureBatch measuresOfAll(const PreparedList& models, const Settings& settings,
     const MeasureOptions options = measureOptions(settings);
     if (!settings.blocks.mergeFolder) {
         return compareAllByMeasure(models, options, log, report,
-                                   {settings.threads, exports.viewer()});
+                                   {settings.workforce, exports.viewer()});
     }
     MergedPairs merged = mergedPairs(settings, models, exports, log);
     const auto give = [&](BatchPair, double& score) { merged.next(score); };

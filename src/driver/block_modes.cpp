@@ -38,7 +38,8 @@ ChainList readNeeded(const std::vector<std::uint32_t>& needed, const Settings& s
     };
     const ReadRequest structure = readPlan(settings).models;
     readModelList(*settings.input.listFile, counter,
-                  {structure, exclusions, settings.threads, nullptr, isNeeded}, models, log);
+                  {structure, exclusions, settings.workforce.threads, nullptr, isNeeded}, models,
+                  log);
     if (settings.strict && models.chains.size() < needed.size()) {
         abend("%zu of the %zu structures of the block cannot be read",
               needed.size() - models.chains.size(), needed.size());
@@ -63,16 +64,16 @@ void compareInto(PartWriter& part, const PreparedList& models, PairRange range,
                  const Settings& settings, Log& log, Report& report) {
     const auto take = [&part](BatchPair, const auto& outcome) { part.add(outcome); };
     const PairSlice slice{models, range};
-    const std::size_t threads = settings.threads;
+    const Workforce& workforce = settings.workforce;
     switch (comparisonKind(settings)) {
         case ComparisonKind::MaxSub:
-            return compareMaxSub(slice, settings.comparison, take, log, report, threads);
+            return compareMaxSub(slice, settings.comparison, take, log, report, workforce);
         case ComparisonKind::Gdt:
-            return compareGdt(slice, settings.comparison, take, log, report, threads);
+            return compareGdt(slice, settings.comparison, take, log, report, workforce);
         case ComparisonKind::Rmsd:
-            return compareRmsd(slice, rmsdOptions(settings), take, log, report, threads);
+            return compareRmsd(slice, rmsdOptions(settings), take, log, report, workforce);
         case ComparisonKind::Measure:
-            return compareByMeasure(slice, measureOptions(settings), take, log, report, threads);
+            return compareByMeasure(slice, measureOptions(settings), take, log, report, workforce);
     }
 }
 
@@ -91,21 +92,22 @@ double secondsForAll(const PreparedList& models, const Settings& settings, Log& 
     // The processor clock ticks in hundredths of a second on some systems: a tenth is told to 10 %.
     constexpr double kLongEnough = 0.1;
     const auto nothing = [](BatchPair, const auto&) {};
+    const Workforce alone{1, settings.workforce.kernels};
     const PairSlice all{models, {0, pairsOf(models.size())}};
     const std::clock_t begin = std::clock();
     for (int rounds = 1;; ++rounds) {
         switch (comparisonKind(settings)) {
             case ComparisonKind::MaxSub:
-                compareMaxSub(all, settings.comparison, nothing, log, report);
+                compareMaxSub(all, settings.comparison, nothing, log, report, alone);
                 break;
             case ComparisonKind::Gdt:
-                compareGdt(all, settings.comparison, nothing, log, report);
+                compareGdt(all, settings.comparison, nothing, log, report, alone);
                 break;
             case ComparisonKind::Rmsd:
-                compareRmsd(all, rmsdOptions(settings), nothing, log, report);
+                compareRmsd(all, rmsdOptions(settings), nothing, log, report, alone);
                 break;
             case ComparisonKind::Measure:
-                compareByMeasure(all, measureOptions(settings), nothing, log, report);
+                compareByMeasure(all, measureOptions(settings), nothing, log, report, alone);
                 break;
         }
         const double seconds = static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC;
@@ -202,13 +204,15 @@ int runPlan(const Settings& settings, const ResidueExclusions& exclusions, Log& 
                         static_cast<double>(pairsOf(sample.chains.size()));
     // All lines count, as for the slices: it is not known what other runs can read.
     const auto pairs = static_cast<double>(pairsOf(list.models));
-    const double minutes = each * pairs / kSecondsPerMinute / static_cast<double>(settings.threads);
+    const double minutes =
+        each * pairs / kSecondsPerMinute / static_cast<double>(settings.workforce.threads);
     const double blocks = std::clamp(std::ceil(minutes / *settings.blocks.planMinutes), 1.0, pairs);
     const auto n = static_cast<double>(models.chains.size());
     constexpr double kBytesOfPair = 24.0;  // three matrices, both halves
     constexpr double kMegabyte = 1048576.0;
     constexpr double kThreadMemory = 8.0;  // MB
-    const double memory = peakMemory() + kThreadMemory * static_cast<double>(settings.threads);
+    const double memory =
+        peakMemory() + kThreadMemory * static_cast<double>(settings.workforce.threads);
     log.setLogLevel(1);
     log.plain(0, "blocks=%.0f", blocks);
     log.plain(0, "minutes=%.1f", minutes / blocks);

@@ -157,6 +157,7 @@ std::string moreHelp() {
     std::string text = format("\n    %s %s\n\nMORE OPTIONS, each one word, anywhere:\n",
                               kProgramName, kProgramVersion);
     for (const OwnOption& option : ownOptions()) {
+        if (option.help.empty()) continue;
         std::string name = "    --" + std::string(option.name);
         if (!option.value.empty()) name += "=" + std::string(option.value);
         text += name + std::string(kTextColumn - std::min(name.size() + 1, kTextColumn) + 1, ' ');

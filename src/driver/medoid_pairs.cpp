@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "base/log.h"
+#include "compare/fit/kernels.h"
 #include "driver/read_plan.h"
 
 namespace tervolanda {
@@ -42,7 +43,10 @@ std::map<std::uint32_t, Cluster> clustersOf(std::span<const RankedModel> ranking
 class QuietComparison {
  public:
     QuietComparison(const Settings& settings, PairViewer& viewer)
-        : settings_(settings), parameters_(settings.comparison), viewer_(viewer) {
+        : settings_(settings),
+          parameters_(settings.comparison),
+          viewer_(viewer),
+          workspace_(kernelsOr(settings.workforce.kernels)) {
         parameters_.similarityMatrix = false;
         parameters_.measures = {};  // superpositions are what is wanted
     }

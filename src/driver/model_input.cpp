@@ -26,7 +26,7 @@ ChainList readModels(const Settings& settings, const ResidueExclusions& exclusio
     ChainList models;
     std::uint32_t counter = 0;
     const ReadRequest structure = readPlan(settings).models;
-    const ListRequest request{structure, exclusions, settings.threads, unread};
+    const ListRequest request{structure, exclusions, settings.workforce.threads, unread};
     const std::size_t read = settings.input.listIsPath
                                  ? readModelsAt(path, counter, request, models, log)
                                  : readModelList(path, counter, request, models, log);

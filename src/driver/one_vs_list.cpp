@@ -88,21 +88,22 @@ std::vector<ModelRecord> compareModels(const ListComparison& list, const Setting
     records.reserve(list.models.chains.size());
     switch (comparisonKind(settings)) {
         case ComparisonKind::MaxSub:
-            for (const ListedMaxSub& found : compareListMaxSub(list, log, report, settings.threads))
+            for (const ListedMaxSub& found :
+                 compareListMaxSub(list, log, report, settings.workforce))
                 records.push_back(recordOf(found, list.parameters));
             break;
         case ComparisonKind::Gdt:
-            for (const GdtResult& found : compareListGdt(list, log, report, settings.threads))
+            for (const GdtResult& found : compareListGdt(list, log, report, settings.workforce))
                 records.push_back(recordOf(found));
             break;
         case ComparisonKind::Rmsd:
             for (const ListedRmsd& found :
-                 compareListRmsd(list, rmsdOptions(settings), log, report, settings.threads))
+                 compareListRmsd(list, rmsdOptions(settings), log, report, settings.workforce))
                 records.push_back(recordOf(found, list.experimentSet));
             break;
         case ComparisonKind::Measure:
             for (const ListedRmsd& found :
-                 compareListByMeasure(list, rmsdOptions(settings), log, report, settings.threads))
+                 compareListByMeasure(list, rmsdOptions(settings), log, report, settings.workforce))
                 records.push_back(recordOf(found, *settings.measure.by));
             break;
     }

@@ -59,6 +59,7 @@ constexpr auto kOptions = std::to_array<OwnOption>({
     {"missing", "dir", "Print the numbers of the blocks whose parts are not in 'dir', as 3,7-9"},
     {"merge", "dir", "Take the pairs from the parts in 'dir' instead of comparing"},
     {"plan", "minutes", "Print how many blocks take so long each, and their memory"},
+    {"kernels", "portable|...", ""},
 });
 // clang-format on
 
@@ -84,8 +85,9 @@ const OwnOption* optionOf(std::string_view argument) {
     if (sign == std::string_view::npos) return nullptr;
     std::vector<std::string_view> names;
     names.reserve(kOptions.size());
-    for (const OwnOption& option : kOptions)
-        names.push_back(option.name);
+    for (const OwnOption& option : kOptions) {
+        if (!option.help.empty()) names.push_back(option.name);
+    }
     abend("Unknown option %s, the nearest is %s", quoted(name).c_str(),
           quoted(nearestName(name, names)).c_str());
 }

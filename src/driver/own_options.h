@@ -20,7 +20,7 @@ namespace tervolanda {
 struct OwnOption {
     std::string_view name;
     std::string_view value;  // what stands for its value in the help; empty for a flag
-    std::string_view help;   // lines for the help
+    std::string_view help;   // lines for the help; empty for what is for developers, and not shown
 };
 
 // All of them, in the order of the help.

@@ -10,6 +10,7 @@
 
 #include "base/log.h"
 #include "compare/compare.h"
+#include "compare/fit/kernels.h"
 #include "driver/model_input.h"
 #include "driver/modes.h"
 #include "driver/outputs.h"
@@ -139,7 +140,7 @@ int comparePairByMeasure(const ScriptSubject& subject, const Settings& settings,
 // One workspace for the pair: nothing is shared with other comparisons of the process.
 int comparePair(const ScriptSubject& subject, const Settings& settings, PairViewer* viewer,
                 Log& log, Report& report) {
-    ComparisonWorkspace workspace;
+    ComparisonWorkspace workspace(kernelsOr(settings.workforce.kernels));
     switch (comparisonKind(settings)) {
         case ComparisonKind::Gdt:
             return comparePairGdt(subject, settings, viewer, workspace, report);

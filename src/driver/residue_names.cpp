@@ -31,7 +31,8 @@ struct NamedResidues {
 // chains as a comparison does and so sees what a comparison would pair.
 class NameCheck {
  public:
-    explicit NameCheck(const Settings& settings) : parameters_(settings.comparison) {}
+    explicit NameCheck(const Settings& settings)
+        : parameters_(settings.comparison), kernels_(kernelsOr(settings.workforce.kernels)) {}
 
     NamedResidues residuesOf(const Chain& chain) {
         return {&chain, prepareChain(chain, AtomSelection::Calpha, parameters_, silent_)};
@@ -55,7 +56,7 @@ class NameCheck {
 
     // Unknown residues are left out, since X says nothing.
     void compare(const NamedResidues& a, const NamedResidues& b) {
-        const auto keyed = keys_.make(a.set, b.set, {}, bestKernels(), silent_);
+        const auto keyed = keys_.make(a.set, b.set, {}, kernels_, silent_);
         mapByResidue(keyed.experiment, keyed.prediction, mapping_, silent_);
         unsigned shared = 0, equal = 0;
         for (const MatchedPair& pair : mapping_.pairs) {
@@ -72,6 +73,7 @@ class NameCheck {
 
  private:
     const ComparisonParameters& parameters_;
+    const Kernels& kernels_;
     Log log_;  // without a sink
     Report silent_{log_, 0};
     PairingKeys keys_;

@@ -29,7 +29,7 @@ std::optional<Clustering> clusterAndPrint(LabelledMatrix& matrix, const Settings
     const std::optional<ClusterMethod> method = clusterMethod(settings);
     if (!method) return std::nullopt;
     ClusterSettings asked;
-    asked.threads = settings.threads;
+    asked.threads = settings.workforce.threads;
     asked.method = *method;
     asked.values = matrix.values;
     asked.threshold = settings.clustering.threshold;

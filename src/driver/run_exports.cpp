@@ -201,7 +201,7 @@ void RunExports::take(const ComparedPair& pair) {
     pair_.prediction = firstPrediction + pair.at.prediction;
     const ComparisonParameters& parameters = settings_.comparison;
     fillPairing(pair, {.bySequence = parameters.pairBySequence, .mapsChains = parameters.mapChains},
-                pairing_, pair_);
+                pairing_, pair_, settings_.workforce.kernels);
     texts_.next(pair_);
     // What a file shows must not depend on which others are asked for.
     for (const OpenFile& open : files_) {

@@ -14,6 +14,7 @@
 #include "base/log.h"
 #include "base/parallel.h"
 #include "base/text.h"
+#include "compare/fit/kernels.h"
 #include "driver/abend.h"
 #include "driver/arguments.h"
 #include "driver/options.h"
@@ -138,8 +139,9 @@ void readBlock(const std::string& text, BlockSettings& blocks) {
 std::vector<std::string> recordedCommand(const std::vector<std::string>& values) {
     std::vector<std::string> command;
     for (std::size_t i = 1; i < values.size(); ++i) {
+        const auto isGiven = [&](std::string_view option) { return values[i].starts_with(option); };
         const bool matters =
-            !values[i].starts_with("--threads=") && !values[i].starts_with("--progress=");
+            !isGiven("--threads=") && !isGiven("--progress=") && !isGiven("--kernels=");
         if (matters) command.push_back(values[i]);
     }
     return command;
@@ -188,9 +190,16 @@ void readOwnOptions(const OwnOptions& own, Settings& settings) {
     if (const auto form = own.choice("progress", kProgress))
         settings.progress = *form == 0 ? ProgressForm::None : ProgressForm::Lines;
     if (own.text("threads") == "all") {
-        settings.threads = usableProcessors();
+        settings.workforce.threads = usableProcessors();
     } else if (const auto threads = own.integer("threads", 1, kMostThreads)) {
-        settings.threads = static_cast<std::size_t>(*threads);
+        settings.workforce.threads = static_cast<std::size_t>(*threads);
+    }
+    if (const auto set = own.choice("kernels", kInstructionSetNames)) {
+        settings.workforce.kernels = findKernels(static_cast<InstructionSet>(*set));
+        if (settings.workforce.kernels == nullptr) {
+            abend("Option '--kernels=%s' is not for this processor or build",
+                  std::string(kInstructionSetNames.at(*set)).c_str());
+        }
     }
     readMeasures(own, settings);
     constexpr std::array<std::string_view, 1> kPairings = {"sequence"};

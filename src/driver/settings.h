@@ -14,6 +14,7 @@
 
 #include "base/log.h"
 #include "chain/input/input.h"
+#include "cluster/batch/batch.h"
 #include "compare/compare.h"
 #include "driver/export_forms.h"
 
@@ -108,7 +109,7 @@ struct Settings {
     ClusteringSettings clustering;
     OutputSettings output;
     BlockSettings blocks;
-    std::size_t threads = 1;  // of list runs
+    Workforce workforce;  // threads of list runs, kernels of all
     ProgressForm progress = ProgressForm::Counter;
     // The arguments after the program's name, but for those that do not matter to results.
     std::vector<std::string> command;

@@ -210,8 +210,8 @@ void fillPair(const ComparedPair& pair, const ListedRmsd& found,
 }
 
 void fillPairing(const ComparedPair& pair, const PairingRules& rules, PairingKeys& keys,
-                 PairResult& result) {
-    const auto found = keys.summarise(pair.experiment, pair.prediction, rules, bestKernels());
+                 PairResult& result, const Kernels* kernels) {
+    const auto found = keys.summarise(pair.experiment, pair.prediction, rules, kernelsOr(kernels));
     result.subunits.assign(found.subunits.begin(), found.subunits.end());
     if (!found.agreement) return;
     result.identity = found.agreement->identity();

@@ -42,8 +42,9 @@ void fillPair(const ComparedPair& pair, const ListedRmsd& found,
 // What pairing found of the pair, by sequence or of complexes: identity, coverage, chains that
 // belong together.  The outcome of a comparison has the pairs that it ended with, which -opt may
 // have changed, and parts of blocks do not have those of chains; so the pairing is made once more.
+// Without kernels by the fastest of this processor.
 void fillPairing(const ComparedPair& pair, const PairingRules& rules, PairingKeys& keys,
-                 PairResult& result);
+                 PairResult& result, const Kernels* kernels = nullptr);
 
 // What models are ranked by, of a pair that was compared; empty where nothing was found.
 std::optional<double> scoreOf(const PairResult& pair, ScoreKind kind);

@@ -16,7 +16,7 @@ A case is a folder:
   limit       the largest file the program may write, bytes (no limit without it)
 
 With options, they are given to the program before the arguments of the case, and the program has to
-behave as without them; CASE may then be "all".
+behave as without them; CASE may then be "all".  Status 77 where the option is not for this processor.
 The program runs in a scratch folder that holds copies of the inputs.  What differs from run to run
 is masked on both sides: the seconds of the CPU time line, and the build date of the version text.
 """
@@ -140,6 +140,10 @@ def check(command, case):
 
 def main():
     command = [str(pathlib.Path(sys.argv[1]).resolve())] + sys.argv[3:]
+    probe = subprocess.run(command + ["-l", "/dev/null"], capture_output=True)
+    if b"is not for this processor" in probe.stderr + probe.stdout:
+        print(f"SKIPPED: {sys.argv[3]} is not for this processor or build")
+        return 77
     if sys.argv[2] == "all":
         here = pathlib.Path(__file__).resolve().parent
         cases = sorted(path.parent for path in here.glob("*/arguments"))

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "base/format.h"
+#include "compare/fit/kernels.h"
 #include "driver/read_plan.h"
 #include "support/support.h"
 
@@ -51,6 +52,9 @@ const std::map<std::string, std::string (*)(const CommandLine&)> kMembers = {
     MEMBER(input, allAtoms),
     {"readOptions", [](const CommandLine& line) {
         return format("0x%X", unsigned{readPlan(line.settings).models.options}); }},
+    {"kernels", [](const CommandLine& line) {
+        const Kernels* const chosen = line.settings.workforce.kernels;
+        return std::string(chosen == &portableKernels() ? "portable" : chosen == nullptr ? "best" : "other"); }},
     {"atoms", [](const CommandLine& line) { return std::string(
         readPlan(line.settings).atoms == AtomSelection::Calpha ? "calpha" : "backbone"); }},
     {"request", [](const CommandLine& line) {
@@ -81,7 +85,7 @@ TEST(Settings, AreWhatTheTableSays) {
         for (std::string name, value; expected >> name >> value; ++rows)
             EXPECT_EQ(kMembers.at(name)(line), value) << row[0] << ": " << name;
     }
-    EXPECT_GE(rows, 179);
+    EXPECT_GE(rows, 181);
 }
 
 }  // namespace

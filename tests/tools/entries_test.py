@@ -30,6 +30,7 @@ REFUSED = {
     "-e experiment.pdb -p near_1.pdb --model=x": "Option '--model' takes a number from 0 to 2147483647, not 'x'",
     "-e experiment.pdb -p near_1.pdb --altloc=AB": "Option '--altloc' takes best, first or one letter, not 'AB'",
     "-e experiment.pdb -p near_1.pdb --input=pdb": "Option '--input' has no value 'pdb', but: auto",
+    "-e experiment.pdb -p near_1.pdb --kernels=avx": "Option '--kernels' has no value 'avx', but: portable, neon, avx2, avx512",
     "-l models.txt --models=.": "Option '--models' takes the place of -l",
     "--models=none": "Failed to read PDB list file",
 }

@@ -168,9 +168,9 @@ class MeasuredListPairs final : public ListedRmsdPairs {
 };
 
 template <typename Pairs>
-auto run(Pairs pairs, std::size_t threads, Log& log, Report& report) {
+auto run(Pairs pairs, const Workforce& workforce, Log& log, Report& report) {
     pairs.found.reserve(pairs.count());
-    runBatch(pairs, threads, log, report);
+    runBatch(pairs, workforce, log, report);
     return std::move(pairs.found);
 }
 
@@ -184,23 +184,23 @@ ListedRmsd listedRmsd(const RmsdResult& fit, const CoordinateSet& prediction) {
 }
 
 std::vector<ListedMaxSub> compareListMaxSub(const ListComparison& list, Log& log, Report& report,
-                                            std::size_t threads) {
-    return run(ListedMaxSubPairs(list), threadsFor(list.parameters, threads), log, report);
+                                            const Workforce& workforce) {
+    return run(ListedMaxSubPairs(list), workforceFor(list.parameters, workforce), log, report);
 }
 
 std::vector<GdtResult> compareListGdt(const ListComparison& list, Log& log, Report& report,
-                                      std::size_t threads) {
-    return run(ListedGdtPairs(list), threadsFor(list.parameters, threads), log, report);
+                                      const Workforce& workforce) {
+    return run(ListedGdtPairs(list), workforceFor(list.parameters, workforce), log, report);
 }
 
 std::vector<ListedRmsd> compareListRmsd(const ListComparison& list, const RmsdOptions& options,
-                                        Log& log, Report& report, std::size_t threads) {
-    return run(ListedRmsdPairs(list, options), threads, log, report);
+                                        Log& log, Report& report, const Workforce& workforce) {
+    return run(ListedRmsdPairs(list, options), workforce, log, report);
 }
 
 std::vector<ListedRmsd> compareListByMeasure(const ListComparison& list, const RmsdOptions& options,
-                                             Log& log, Report& report, std::size_t threads) {
-    return run(MeasuredListPairs(list, options), threads, log, report);
+                                             Log& log, Report& report, const Workforce& workforce) {
+    return run(MeasuredListPairs(list, options), workforce, log, report);
 }
 
 }  // namespace tervolanda

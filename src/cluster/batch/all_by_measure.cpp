@@ -60,18 +60,19 @@ class MeasuredPairs : public Measurements {
 MeasureBatch compareAllByMeasure(const PreparedList& models, const MeasureOptions& options,
                                  Log& log, Report& report, const BatchRun& run) {
     MeasuredPairs pairs(models, options, run.viewer);
-    runBatch(pairs, run.threads, log, report);
+    runBatch(pairs, run.workforce, log, report);
     return std::move(pairs.found);
 }
 
 void compareByMeasure(const PairSlice& slice, const MeasureOptions& options,
-                      const TakePair<double>& take, Log& log, Report& report, std::size_t threads) {
+                      const TakePair<double>& take, Log& log, Report& report,
+                      const Workforce& workforce) {
     const TakePair<Measurements::Outcome> takeOutcome =
         [&take](BatchPair pair, const Measurements::Outcome& outcome) {
             take(pair, outcome.value);
         };
     TakenPairs pairs(Measurements(AllPairs(slice), options, nullptr), takeOutcome);
-    runBatch(pairs, threads, log, report);
+    runBatch(pairs, workforce, log, report);
 }
 
 MeasureBatch collectAllByMeasure(const PreparedList& models, const MeasureOptions& options,
@@ -79,7 +80,7 @@ MeasureBatch collectAllByMeasure(const PreparedList& models, const MeasureOption
     const GivePair<Measurements::Outcome> giveOutcome =
         [&give](BatchPair pair, Measurements::Outcome& outcome) { give(pair, outcome.value); };
     GivenPairs<MeasuredPairs> pairs(giveOutcome, models, options, nullptr);
-    runBatch(pairs, 1, log, report);
+    runBatch(pairs, {}, log, report);
     return std::move(pairs.found);
 }
 

@@ -143,7 +143,8 @@ class GdtPairs : public GdtSearches {
     GdtBatch found;
 };
 
-PositionalRmsd positionalRmsd(std::span<const CoordinateSet> sets, const RmsdOptions& options) {
+PositionalRmsd positionalRmsd(std::span<const CoordinateSet> sets, const RmsdOptions& options,
+                              const Kernels& kernels) {
     const std::vector<std::uint32_t> kinds = positionalKinds(sets);
     std::vector<PositionalChain> chains;
     chains.reserve(sets.size());
@@ -151,7 +152,7 @@ PositionalRmsd positionalRmsd(std::span<const CoordinateSet> sets, const RmsdOpt
         chains.push_back({&sets[i].points, kinds[i]});
     const auto measures =
         options.urmsd ? PositionalMeasures::RmsdAndUrmsd : PositionalMeasures::Rmsd;
-    return {chains, measures, bestKernels()};
+    return {chains, measures, kernels};
 }
 
 class RmsdFits : public AllPairs {
@@ -159,7 +160,8 @@ class RmsdFits : public AllPairs {
     using Outcome = RmsdCells;
     static constexpr const char* kName = "RMSD";
 
-    RmsdFits(AllPairs pairs, AtomSelection selection, const RmsdOptions& options, bool wantsDetails)
+    RmsdFits(AllPairs pairs, AtomSelection selection, const RmsdOptions& options, bool wantsDetails,
+             const Kernels& kernels)
         : AllPairs(pairs),
           options_(options),
           // The details of a fit are known to a comparison of its own only; and complexes have
@@ -167,8 +169,8 @@ class RmsdFits : public AllPairs {
           byPosition_(!wantsDetails && selection == AtomSelection::Calpha &&
                       std::none_of(sets.begin(), sets.end(),
                                    [](const CoordinateSet& set) { return set.isComplex; })),
-          positional_(
-              positionalRmsd(byPosition_ ? sets : std::span<const CoordinateSet>(), options)) {
+          positional_(positionalRmsd(byPosition_ ? sets : std::span<const CoordinateSet>(), options,
+                                     kernels)) {
         options_.reportTooFew = false;  // usual in a list and not worth a line each
     }
 
@@ -203,9 +205,11 @@ class RmsdFits : public AllPairs {
 class RmsdPairs : public RmsdFits {
  public:
     RmsdPairs(const PreparedList& list, const RmsdOptions& options, bool wantsDetails,
-              PairViewer* viewer)
-        : RmsdFits(AllPairs(list), list.selection(), withoutMeasures(options), wantsDetails),
+              PairViewer* viewer, const Kernels& kernels)
+        : RmsdFits(AllPairs(list), list.selection(), withoutMeasures(options), wantsDetails,
+                   kernels),
           measured_(options),
+          workspace_(kernels),
           viewer_(viewer),
           found{matrixWithDiagonal(list.size(), 1.0F), matrixWithDiagonal(list.size(), 0.0F),
                 pairMatrix(list.sets())} {}
@@ -326,53 +330,56 @@ MaxSubBatch compareAllMaxSub(const PreparedList& models, const ComparisonParamet
                              PairRecorder* recorder, Log& log, Report& report,
                              const BatchRun& run) {
     MaxSubPairs pairs(models, parameters, recorder, run.viewer);
-    runBatch(pairs, threadsFor(parameters, run.threads), log, report);
+    runBatch(pairs, workforceFor(parameters, run.workforce), log, report);
     return std::move(pairs.found);
 }
 
 GdtBatch compareAllGdt(const PreparedList& models, const ComparisonParameters& parameters, Log& log,
                        Report& report, const BatchRun& run) {
     GdtPairs pairs(models, parameters, run.viewer);
-    runBatch(pairs, threadsFor(parameters, run.threads), log, report);
+    runBatch(pairs, workforceFor(parameters, run.workforce), log, report);
     return std::move(pairs.found);
 }
 
 RmsdBatch compareAllRmsd(const PreparedList& models, const RmsdOptions& options, Log& log,
                          Report& report, const BatchRun& run) {
-    RmsdPairs pairs(models, options, report.reports(ReportLevel::Passes), run.viewer);
-    runBatch(pairs, run.threads, log, report);
+    RmsdPairs pairs(models, options, report.reports(ReportLevel::Passes), run.viewer,
+                    kernelsOr(run.workforce.kernels));
+    runBatch(pairs, run.workforce, log, report);
     return mirrored(std::move(pairs.found), options);
 }
 
 void compareMaxSub(const PairSlice& slice, const ComparisonParameters& parameters,
                    const TakePair<ComparisonResult>& take, Log& log, Report& report,
-                   std::size_t threads) {
+                   const Workforce& workforce) {
     TakenPairs pairs(MaxSubSearches(AllPairs(slice), parameters), take);
-    runBatch(pairs, threadsFor(parameters, threads), log, report);
+    runBatch(pairs, workforceFor(parameters, workforce), log, report);
 }
 
 void compareGdt(const PairSlice& slice, const ComparisonParameters& parameters,
-                const TakePair<double>& take, Log& log, Report& report, std::size_t threads) {
+                const TakePair<double>& take, Log& log, Report& report,
+                const Workforce& workforce) {
     const TakePair<GdtOutcome> takeOutcome = [&take](BatchPair pair, const GdtOutcome& outcome) {
         take(pair, outcome.hasFit ? outcome.found.gdt : kNoGdt);
     };
     TakenPairs pairs(GdtSearches(AllPairs(slice), parameters, nullptr), takeOutcome);
-    runBatch(pairs, threadsFor(parameters, threads), log, report);
+    runBatch(pairs, workforceFor(parameters, workforce), log, report);
 }
 
 void compareRmsd(const PairSlice& slice, const RmsdOptions& options,
-                 const TakePair<RmsdCells>& take, Log& log, Report& report, std::size_t threads) {
+                 const TakePair<RmsdCells>& take, Log& log, Report& report,
+                 const Workforce& workforce) {
     TakenPairs pairs(RmsdFits(AllPairs(slice), slice.models.selection(), options,
-                              report.reports(ReportLevel::Passes)),
+                              report.reports(ReportLevel::Passes), kernelsOr(workforce.kernels)),
                      take);
-    runBatch(pairs, threads, log, report);
+    runBatch(pairs, workforce, log, report);
 }
 
 MaxSubBatch collectAllMaxSub(const PreparedList& models, const ComparisonParameters& parameters,
                              PairRecorder* recorder, const GivePair<ComparisonResult>& give,
                              Log& log, Report& report) {
     GivenPairs<MaxSubPairs> pairs(give, models, parameters, recorder, nullptr);
-    runBatch(pairs, 1, log, report);
+    runBatch(pairs, {}, log, report);
     return std::move(pairs.found);
 }
 
@@ -383,15 +390,16 @@ GdtBatch collectAllGdt(const PreparedList& models, const ComparisonParameters& p
         outcome.found.gdt = std::max(outcome.found.gdt, 0.0);
     };
     GivenPairs<GdtPairs> pairs(giveOutcome, models, parameters, nullptr);
-    runBatch(pairs, 1, log, report);
+    runBatch(pairs, {}, log, report);
     return std::move(pairs.found);
 }
 
 RmsdBatch collectAllRmsd(const PreparedList& models, const RmsdOptions& options,
                          const GivePair<RmsdCells>& give, Log& log, Report& report) {
-    GivenPairs<RmsdPairs> pairs(give, models, options, report.reports(ReportLevel::Passes),
-                                nullptr);
-    runBatch(pairs, 1, log, report);
+    // Nothing is computed.
+    GivenPairs<RmsdPairs> pairs(give, models, options, report.reports(ReportLevel::Passes), nullptr,
+                                bestKernels());
+    runBatch(pairs, {}, log, report);
     return mirrored(std::move(pairs.found), options);
 }
 

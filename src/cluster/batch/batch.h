@@ -50,6 +50,12 @@ struct BatchPair {
     std::size_t prediction = 0;
 };
 
+// What computes the pairs of a batch: no matrix and no line depends on it.
+struct Workforce {
+    std::size_t threads = 1;
+    const Kernels* kernels = nullptr;  // lent; none for the fastest of this processor
+};
+
 // A pair that has been compared, with its coordinate sets, lent.
 struct ComparedPair {
     BatchPair at;
@@ -106,10 +112,9 @@ struct MaxSubBatch {
     DistanceMatrix rmsd;    // of the subsets, Å; 0 with several domain iterations
     PairMatrix pairs;
 };
-// By how many threads a batch of all pairs is computed, and who sees its pairs, if anybody. Neither
-// changes a matrix or a line.
+// Who computes a batch of all pairs, and who sees its pairs, if anybody.
 struct BatchRun {
-    std::size_t threads = 1;
+    Workforce workforce;
     PairViewer* viewer = nullptr;
 };
 
@@ -188,15 +193,16 @@ using GivePair = std::function<void(BatchPair pair, Outcome& outcome)>;
 // The pairs of a slice, compared as in the batch of all pairs.
 void compareMaxSub(const PairSlice& slice, const ComparisonParameters& parameters,
                    const TakePair<ComparisonResult>& take, Log& log, Report& report,
-                   std::size_t threads = 1);
+                   const Workforce& workforce = {});
 void compareGdt(const PairSlice& slice, const ComparisonParameters& parameters,
-                const TakePair<double>& take, Log& log, Report& report, std::size_t threads = 1);
+                const TakePair<double>& take, Log& log, Report& report,
+                const Workforce& workforce = {});
 void compareRmsd(const PairSlice& slice, const RmsdOptions& options,
                  const TakePair<RmsdCells>& take, Log& log, Report& report,
-                 std::size_t threads = 1);
+                 const Workforce& workforce = {});
 void compareByMeasure(const PairSlice& slice, const MeasureOptions& options,
                       const TakePair<double>& take, Log& log, Report& report,
-                      std::size_t threads = 1);
+                      const Workforce& workforce = {});
 
 // The batches of all pairs from outcomes that such a comparison took.  Of a ComparisonResult pairs,
 // rmsd, maxsub and tm count, and for the recorder the first iteration's superposition and the
@@ -235,10 +241,10 @@ struct ListedMaxSub {
     MeasureFigures measures{};
 };
 std::vector<ListedMaxSub> compareListMaxSub(const ListComparison& list, Log& log, Report& report,
-                                            std::size_t threads = 1);
+                                            const Workforce& workforce = {});
 
 std::vector<GdtResult> compareListGdt(const ListComparison& list, Log& log, Report& report,
-                                      std::size_t threads = 1);
+                                      const Workforce& workforce = {});
 
 struct ListedRmsd {
     std::optional<double> rmsd;  // Å; none without a fit
@@ -252,10 +258,11 @@ struct ListedRmsd {
 // What is listed of a fit onto the experiment; without contacts.
 ListedRmsd listedRmsd(const RmsdResult& fit, const CoordinateSet& prediction);
 std::vector<ListedRmsd> compareListRmsd(const ListComparison& list, const RmsdOptions& options,
-                                        Log& log, Report& report, std::size_t threads = 1);
+                                        Log& log, Report& report, const Workforce& workforce = {});
 // By a measure that the options ask for: the same, with the progress lines of measures.
 std::vector<ListedRmsd> compareListByMeasure(const ListComparison& list, const RmsdOptions& options,
-                                             Log& log, Report& report, std::size_t threads = 1);
+                                             Log& log, Report& report,
+                                             const Workforce& workforce = {});
 
 // The model IDs in matrix order.
 std::vector<std::uint32_t> modelIds(const ChainList& models);

@@ -59,8 +59,9 @@ void reportTotal(const ComparisonResult& result, Report& report) {
 }
 
 // A sink shows or writes each matrix when it gets it, and is called from within the search.
-std::size_t threadsFor(const ComparisonParameters& parameters, std::size_t threads) {
-    return parameters.similarityMatrix && parameters.sequenceIndependent ? 1 : threads;
+Workforce workforceFor(const ComparisonParameters& parameters, const Workforce& workforce) {
+    const bool showsMatrices = parameters.similarityMatrix && parameters.sequenceIndependent;
+    return {showsMatrices ? 1 : workforce.threads, workforce.kernels};
 }
 
 ChunkPlan::ChunkPlan(ChunkNeeds needs, std::size_t count, std::size_t threads, bool showsPasses) {

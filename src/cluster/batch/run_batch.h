@@ -36,6 +36,7 @@
 #include "base/parallel.h"
 #include "cluster/batch/batch.h"
 #include "cluster/batch/worker.h"
+#include "compare/fit/kernels.h"
 
 namespace tervolanda {
 
@@ -82,8 +83,8 @@ class BatchLines {
     Report& report_;
 };
 
-// The threads for a batch of searches: one where each pair shows similarity matrices to a sink.
-std::size_t threadsFor(const ComparisonParameters& parameters, std::size_t threads);
+// Who computes a batch of searches: one thread where each pair shows similarity matrices to a sink.
+Workforce workforceFor(const ComparisonParameters& parameters, const Workforce& workforce);
 
 // The line of what a search with several domains found in all; at report level 3.
 void reportTotal(const ComparisonResult& result, Report& report);
@@ -128,15 +129,16 @@ BatchPair consumePairs(Batch& batch, BatchPair pair, std::span<const Outcome> ou
 template <typename Batch>
 class ThreadedBatch {
  public:
-    ThreadedBatch(Batch& batch, std::size_t threads, BatchLines& lines, const Report& report)
+    ThreadedBatch(Batch& batch, const Workforce& workforce, BatchLines& lines, const Report& report)
         : batch_(batch),
           lines_(lines),
-          plan_(batch.chunkNeeds(), batch.count(), threads, lines.showsPasses()),
+          plan_(batch.chunkNeeds(), batch.count(), workforce.threads, lines.showsPasses()),
           chunks_(plan_.slots),
           next_(batch.first()),
           left_(batch.count()) {
-        for (std::size_t i = 0; i < threads; ++i)
-            workers_.push_back(std::make_unique<BatchWorker>(report));
+        const Kernels& kernels = kernelsOr(workforce.kernels);
+        for (std::size_t i = 0; i < workforce.threads; ++i)
+            workers_.push_back(std::make_unique<BatchWorker>(report, kernels));
     }
 
     void run() {
@@ -203,13 +205,13 @@ class ThreadedBatch {
 // Compares all pairs of a batch and brings in what was found.  What a comparison throws (for lack
 // of memory) is thrown from here, after the pairs before it.
 template <typename Batch>
-void runBatch(Batch& batch, std::size_t threads, Log& log, Report& report) {
+void runBatch(Batch& batch, const Workforce& workforce, Log& log, Report& report) {
     BatchLines lines(Batch::kName, batch.count(), log, report);
-    if (threads > 1) {
-        ThreadedBatch<Batch>(batch, threads, lines, report).run();
+    if (workforce.threads > 1) {
+        ThreadedBatch<Batch>(batch, workforce, lines, report).run();
         return lines.finish();
     }
-    BatchWorker worker(report);
+    BatchWorker worker(report, kernelsOr(workforce.kernels));
     std::vector<typename Batch::Outcome> outcomes;
     BatchPair pair = batch.first();
     for (std::size_t consumed = 0; consumed < batch.count();) {

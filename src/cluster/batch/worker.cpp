@@ -4,8 +4,9 @@
 namespace tervolanda {
 
 // The log has no level or prefix to speak of: the report has already decided what is shown.
-BatchWorker::BatchWorker(const Report& pattern)
-    : log_([this](LogLevel, std::string_view text) { captured.add(text); }),
+BatchWorker::BatchWorker(const Report& pattern, const Kernels& kernels)
+    : workspace(kernels),
+      log_([this](LogLevel, std::string_view text) { captured.add(text); }),
       report(pattern.into(log_)) {}
 
 void CapturedLines::clear() {

@@ -49,7 +49,7 @@ class CapturedLines {
 class BatchWorker {
  public:
     // Reports what `pattern` would.
-    explicit BatchWorker(const Report& pattern);
+    BatchWorker(const Report& pattern, const Kernels& kernels);
 
     void finishPair() { captured.finishPair(); }
 

@@ -33,10 +33,28 @@ const Kernels& portableKernels() {
     return portable::kKernels;
 }
 
-const Kernels& bestKernels() {
+const Kernels* findKernels(InstructionSet set) {
 #if defined(__x86_64__)
-    if (__builtin_cpu_supports("avx2") && __builtin_cpu_supports("popcnt")) return avx2::kKernels;
+    const bool hasAvx2 = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("popcnt");
+    if (set == InstructionSet::Avx2 && hasAvx2) return &avx2::kKernels;
 #endif
+    return set == InstructionSet::Portable ? &portable::kKernels : nullptr;
+}
+
+std::vector<const Kernels*> runnableKernels() {
+    std::vector<const Kernels*> found;
+    for (std::size_t set = 0; set < kInstructionSetNames.size(); ++set) {
+        const Kernels* const kernels = findKernels(static_cast<InstructionSet>(set));
+        if (kernels != nullptr) found.push_back(kernels);
+    }
+    return found;
+}
+
+const Kernels& bestKernels() {
+    for (std::size_t set = kInstructionSetNames.size(); set-- > 1;) {
+        const Kernels* const kernels = findKernels(static_cast<InstructionSet>(set));
+        if (kernels != nullptr) return *kernels;
+    }
     return portable::kKernels;
 }
 

@@ -7,6 +7,8 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
+#include <vector>
 
 namespace tervolanda {
 
@@ -94,11 +96,15 @@ struct alignas(32) PointBlock {
     std::array<double, 4> x{}, y{}, z{};
 };
 
-// The instruction sets that there are tables for.
+// The instruction sets that there are tables for, slow ones first.
 enum class InstructionSet : std::uint8_t {
     Portable,  // what every processor of its kind has
-    Avx2
+    Neon,
+    Avx2,
+    Avx512
 };
+inline constexpr std::array<std::string_view, 4> kInstructionSetNames = {"portable", "neon", "avx2",
+                                                                         "avx512"};
 
 struct Kernels {
     InstructionSet instructionSet;
@@ -153,7 +159,15 @@ struct Kernels {
 };
 
 const Kernels& portableKernels();
+// The table of an instruction set; none where this build or this processor is without it.
+const Kernels* findKernels(InstructionSet set);
+// All tables that can run here, the fastest last.
+std::vector<const Kernels*> runnableKernels();
 // The fastest of this processor.
 const Kernels& bestKernels();
+// The fastest of this processor unless another table was chosen.
+inline const Kernels& kernelsOr(const Kernels* chosen) {
+    return chosen != nullptr ? *chosen : bestKernels();
+}
 
 }  // namespace tervolanda

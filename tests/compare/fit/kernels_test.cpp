@@ -61,7 +61,7 @@ TEST(Kernels, SelectExactlyThePairsWithinTheLimit) {
                 for (std::size_t i = 0; i < kPairs; ++i) {
                     if (squared[i] <= limit) expected[i / 64] |= std::uint64_t{1} << (i % 64);
                 }
-                for (const Kernels* kernels : {&portableKernels(), &bestKernels()}) {
+                for (const Kernels* kernels : runnableKernels()) {
                     PairMask mask(placed.pairs.words(), ~std::uint64_t{0});
                     kernels->selectWithin(placed.pairs.arrays(), placed.pairs.rounded(), kPairs,
                                           placed.motion, limit, mask.data());
@@ -87,7 +87,7 @@ TEST(Kernels, BoundTheTmScoreFromAbove) {
                                             squared.data());
             for (const double scale : {500.0, 3500.0, 12000.0}) {
                 const double sum = bestKernels().tmSum(squared.data(), n, scale * scale);
-                for (const Kernels* kernels : {&portableKernels(), &bestKernels()}) {
+                for (const Kernels* kernels : runnableKernels()) {
                     std::vector<float> rounded;
                     const double bound = kernels->tmBound(
                         roundedDeviations(placed, *kernels, rounded), n, scale * scale);

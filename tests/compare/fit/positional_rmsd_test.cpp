@@ -48,23 +48,25 @@ TEST(PositionalRmsd, AgreesWithComparisonsOneByOneOrLeavesThePairToThem) {
     for (std::size_t i = 0; i < sets.size(); ++i)
         positional.push_back({&sets[i].points, kinds[i]});
     constexpr auto kBoth = PositionalMeasures::RmsdAndUrmsd;
-    const PositionalRmsd rows(positional, kBoth, bestKernels());
-    const PositionalRmsd plainRows(positional, kBoth, portableKernels());
-    std::vector<RmsdRow> bands(sets.size()), plainBands(sets.size());
-    for (std::size_t i = 0; i < sets.size(); i += 3) {
-        const std::size_t count = std::min<std::size_t>(3, sets.size() - i);
-        rows.compareWithEarlier(i, std::span(bands).subspan(i, count));
-        plainRows.compareWithEarlier(i, std::span(plainBands).subspan(i, count));
+    std::vector<std::vector<RmsdRow>> bandsOf;  // of each table
+    for (const Kernels* kernels : runnableKernels()) {
+        const PositionalRmsd rows(positional, kBoth, *kernels);
+        std::vector<RmsdRow>& bands = bandsOf.emplace_back(sets.size());
+        for (std::size_t i = 0; i < sets.size(); i += 3) {
+            const std::size_t count = std::min<std::size_t>(3, sets.size() - i);
+            rows.compareWithEarlier(i, std::span(bands).subspan(i, count));
+        }
     }
     std::size_t known = 0;
     for (std::size_t i = 0; i < sets.size(); ++i) {
-        const RmsdRow& row = bands[i];
-        const RmsdRow& plain = plainBands[i];
+        const RmsdRow& row = bandsOf[0][i];
         ASSERT_EQ(row.rmsd.size(), i);
         for (std::size_t j = 0; j < i; ++j) {
             SCOPED_TRACE(testing::Message() << i << " against " << j);
-            EXPECT_EQ(std::bit_cast<std::uint64_t>(row.rmsd[j]),
-                      std::bit_cast<std::uint64_t>(plain.rmsd[j]));
+            for (const std::vector<RmsdRow>& bands : bandsOf) {
+                EXPECT_EQ(std::bit_cast<std::uint64_t>(row.rmsd[j]),
+                          std::bit_cast<std::uint64_t>(bands[i].rmsd[j]));
+            }
             const RmsdResult expected = compareByRmsd(chains[i], chains[j]);
             if (!std::isnan(row.rmsd[j])) {
                 ASSERT_TRUE(expected.rmsd);

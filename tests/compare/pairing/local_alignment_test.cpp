@@ -86,17 +86,20 @@ TEST(LocalAligner, FindsTheBestScoreByDefinitionAndPairsThatHaveIt) {
         GapPenalties{-0.625, 0.0}, GapPenalties{-1.0, -0.25}, GapPenalties{-0.5, -0.5},
         GapPenalties{0.0, 0.0},    GapPenalties{-0.125, 0.0}, GapPenalties{-8.0, -8.0}};
     std::mt19937 engine(20);
-    LocalAligner portable(pairingKernels(InstructionSet::Portable));
-    LocalAligner best(pairingKernels(bestKernels().instructionSet));
+    std::vector<LocalAligner> aligners;
+    for (const Kernels* kernels : runnableKernels())
+        aligners.emplace_back(pairingKernels(kernels->instructionSet));
     for (int trial = 0; trial < 600; ++trial) {
         const GapPenalties& penalties = kPenalties[static_cast<std::size_t>(trial) % 6];
         const Matrix<float> similarity = randomMatrix(engine);
         std::vector<AlignedPair> pairs;
         const double score =
-            static_cast<double>(best.align(MatrixRows(similarity), penalties, pairs));
-        std::vector<AlignedPair> sameTies;
-        portable.align(MatrixRows(similarity), penalties, sameTies);
-        ASSERT_EQ(pairs, sameTies) << "trial " << trial;
+            static_cast<double>(aligners[0].align(MatrixRows(similarity), penalties, pairs));
+        for (LocalAligner& aligner : aligners) {
+            std::vector<AlignedPair> sameTies;
+            aligner.align(MatrixRows(similarity), penalties, sameTies);
+            ASSERT_EQ(pairs, sameTies) << "trial " << trial;
+        }
         ASSERT_EQ(score, ByDefinition(similarity, penalties).best()) << "trial " << trial;
         // With all other similarities forbidden the pairs alone must still reach that score.
         Matrix<float> only(similarity.rows(), similarity.columns());
