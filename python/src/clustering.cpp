@@ -1,4 +1,4 @@
-// Clusters and the consensus ranking of a matrix.
+// Clusters, the consensus ranking and the figures of a matrix.
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -10,10 +10,13 @@
 #include "arrays.h"
 #include "aside.h"
 #include "cluster/cluster.h"
+#include "export/values.h"
 
 namespace tervolanda::python {
 
 namespace {
+
+constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
 
 // Models that are clustered before anybody grows tired of it.
 constexpr std::size_t kSoon = 500;
@@ -147,12 +150,40 @@ py::tuple jury(const ArrayIn<float>& scores, const ArrayIn<std::uint32_t>& pairs
         newArray<std::int64_t>(ranking.size(), [&](std::size_t i) { return ranking[i].score; }));
 }
 
+// The figures of a set, and None for those that there are none of: no pair has a score.  With a
+// clustering by linkage also the clusters by threshold, (k, 2).
+py::dict setFiguresOf(const ArrayIn<float>& scores, bool similarities,
+                      const Clustering* clustering) {
+    const std::size_t models = sizeOf(scores, "the matrix");
+    const float* const values = scores.data();
+    std::optional<SetFigures> set;
+    runFor(models, [&](const StopFlag* stop) {
+        set = setFigures(matrixOf(values, models, stop),
+                         similarities ? MatrixValues::Similarities : MatrixValues::Distances);
+    });
+    py::dict result;
+    result["pairs"] = set ? set->pairs : 0;
+    result["mean"] = set ? set->mean : kNone;
+    result["quantiles"] =
+        newArray<double>(5, [&](std::size_t k) { return set ? set->quantiles.at(k) : kNone; });
+    if (set) result["medoid"] = set->medoid;
+    if (clustering == nullptr || !clustersByLinkage(clustering->settings.method)) return result;
+    const std::vector<ThresholdTrial> cuts = clustersByThreshold(*clustering);
+    result["clusters_by_threshold"] =
+        newTable<double>(cuts.size(), 2, [&](std::size_t i, double* row) {
+            row[0] = cuts[i].threshold;
+            row[1] = static_cast<double>(cuts[i].clusters);
+        });
+    return result;
+}
+
 }  // namespace
 
 void addClustering(py::module_& module) {
     const py::class_<Clustering> clustering(module, "Clustering");
     module.def("cluster", cluster);
     module.def("jury", jury);
+    module.def("set_figures", setFiguresOf);
 }
 
 }  // namespace tervolanda::python

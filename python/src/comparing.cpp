@@ -102,32 +102,27 @@ std::vector<Domain> domainsOf(const Comparison& comparison) {
     return domains;
 }
 
-std::vector<std::pair<py::str, py::str>> chainPairs(const Comparison& comparison) {
+// The names of chains that belong together; none of single chains.
+std::vector<std::pair<py::str, py::str>> chainPairs(const Pair& pair,
+                                                    std::span<const SubunitPair> subunits) {
     std::vector<std::pair<py::str, py::str>> names;
-    for (const SubunitPair& pair : comparison.found.subunits) {
-        names.emplace_back(asText(comparison.experiment->calphas().subunits[pair.experiment].name),
-                           asText(comparison.prediction->calphas().subunits[pair.prediction].name));
+    for (const SubunitPair& of : subunits) {
+        names.emplace_back(asText(pair.experiment->calphas().subunits[of.experiment].name),
+                           asText(pair.prediction->calphas().subunits[of.prediction].name));
     }
     return names;
 }
 
-// By the pairs that the comparison ended with, with the residues of an lDDT.
-MeasureValues measured(const Comparison& comparison, Measure measure) {
-    ComparisonParameters parameters;
-    parameters.measures.wanted.add(measure);
-    parameters.measures.perResidue = true;
-    Scratch scratch;
-    const py::gil_scoped_release computing;
-    Log log;
-    Report silent(log, 0);
-    const auto prepared = [&](const Structure& structure) {
-        return prepareChain(structure.chain(), AtomSelection::Calpha, parameters, silent);
-    };
-    MeasureValues values;
-    measurePairs(prepared(*comparison.experiment), prepared(*comparison.prediction),
-                 comparison.found.partners, parameters.measures, scratch.workspace(), values);
-    return values;
+// A fit does not keep its chains: they are paired once more.
+std::vector<std::pair<py::str, py::str>> chainPairsOfFit(const Rmsd& rmsd) {
+    PairingKeys keys;
+    const auto found = keys.summarise(rmsd.experiment->calphas(), rmsd.prediction->calphas(),
+                                      rmsd.choice.pairing, bestKernels());
+    return chainPairs(rmsd, found.subunits);
 }
+
+constexpr const char* kChainPairs =
+    "Of complexes the names of the chains that belong together, those of the experiment first.";
 
 // --- Comparing -----------------------------------------------------------------------------------
 
@@ -161,7 +156,41 @@ void runSearch(const Structure& experiment, const Structure& prediction,
     aside.run([&] { search(parameters, workspace, report); });
 }
 
+// By the pairs that the comparison ended with, with the residues of an lDDT.
+MeasureValues measured(const Comparison& comparison, Measure measure) {
+    const FitChoice choice{.measure = measure};
+    const CoordinateSet& experiment = choice.setOf(*comparison.experiment);
+    const CoordinateSet& prediction = choice.setOf(*comparison.prediction);
+    MeasureValues values;
+    runSearch(*comparison.experiment, *comparison.prediction, choice.parameters(),
+              [&](const ComparisonParameters& asked, ComparisonWorkspace& workspace, Report&) {
+                  MeasureRequest request = asked.measures;
+                  request.perResidue = true;
+                  request.stop = asked.stop;
+                  measurePairs(experiment, prediction, comparison.found.partners, request,
+                               workspace, values);
+              });
+    return values;
+}
+
 }  // namespace
+
+RmsdOptions FitChoice::options() const {
+    return {.urmsd = urmsd,
+            .urmsdRotation = urmsdRotation,
+            .pairBySequence = pairing.bySequence,
+            .pairByNumber = measure.has_value(),
+            .measures = parameters().measures,
+            .mapChains = pairing.mapsChains};
+}
+
+ComparisonParameters FitChoice::parameters() const {
+    ComparisonParameters parameters;
+    parameters.pairBySequence = pairing.bySequence;
+    parameters.mapChains = pairing.mapsChains;
+    if (measure) parameters.measures.wanted.add(*measure);
+    return parameters;
+}
 
 void requirePairing(const ComparisonParameters& parameters, const Structure& structure) {
     if (parameters.sequenceIndependent && !structure.chain().subunits.empty())
@@ -228,12 +257,11 @@ namespace {
 
 // The contacts of the experiment that the prediction has, their number, and per cent.
 py::tuple contacts(const StructurePtr& experiment, const StructurePtr& prediction, double distance,
-                   int gap, bool bySequence) {
-    ComparisonParameters parameters;
+                   int gap, const FitChoice& choice) {
+    ComparisonParameters parameters = choice.parameters();
     parameters.contacts = true;
     parameters.contactDistance = distance;
     parameters.contactGap = gap;
-    parameters.pairBySequence = bySequence;
     NativeContacts found;
     Scratch scratch;
     {
@@ -241,10 +269,10 @@ py::tuple contacts(const StructurePtr& experiment, const StructurePtr& predictio
         Log log;
         Report report(log, 0);
         RmsdResult fit;
-        if (bySequence || experiment->calphas().isComplex || prediction->calphas().isComplex) {
-            compareRmsd(experiment->calphas(), prediction->calphas(),
-                        {.urmsd = false, .pairBySequence = bySequence}, scratch.workspace(), report,
-                        fit);
+        if (choice.pairing.bySequence || experiment->calphas().isComplex ||
+            prediction->calphas().isComplex) {
+            compareRmsd(experiment->calphas(), prediction->calphas(), choice.options(),
+                        scratch.workspace(), report, fit);
         }
         found = *sharedContacts(experiment->chain(), experiment->calphas(), prediction->chain(),
                                 prediction->calphas(), fit, parameters);
@@ -253,6 +281,15 @@ py::tuple contacts(const StructurePtr& experiment, const StructurePtr& predictio
 }
 
 // --- What Python sees ----------------------------------------------------------------------------
+
+// A measure on demand by its name; none for an empty one.
+std::optional<Measure> measureNamed(const std::string& name) {
+    if (name.empty()) return std::nullopt;
+    for (const Measure measure : kMeasures) {
+        if (measureName(measure) == name) return measure;
+    }
+    throw py::value_error("no such measure: " + name);
+}
 
 void addDomain(py::module_& module) {
     py::class_<Domain> domain(module, "Domain", "One domain of a comparison.");
@@ -287,18 +324,26 @@ void addComparison(py::module_& module) {
     onDemand(Measure::LddtAll, "lDDT by all atoms but hydrogens, 0 to 1.");
     onDemand(Measure::GdtTs, "GDT_TS (Zemla 2003), best superpositions, 0 to 100.");
     onDemand(Measure::GdtHa, "GDT_HA, the same of high accuracy, 0 to 100.");
-    comparison.def_property_readonly(
-        "lddt_residues",
-        [](const Comparison& self) {
-            const MeasureValues values = measured(self, Measure::Lddt);
-            return newArray<double>(values.residues.size(),
-                                    [&](std::size_t i) { return values.residues[i]; });
-        },
-        "lDDT of each residue of the experiment by C-alpha atoms, (n,); NaN without neighbours.");
+    const auto byResidue = [&comparison](const char* name, Measure measure, const char* document) {
+        comparison.def_property_readonly(
+            name,
+            [measure](const Comparison& self) {
+                const MeasureValues values = measured(self, measure);
+                return newArray<double>(values.residues.size(),
+                                        [&](std::size_t i) { return values.residues[i]; });
+            },
+            document);
+    };
+    byResidue("lddt_residues", Measure::Lddt,
+              "lDDT of each residue of the experiment by C-alpha atoms, (n,); NaN without "
+              "neighbours.");
+    byResidue("lddt_all_residues", Measure::LddtAll,
+              "The same by all atoms but hydrogens, those of side chains, too.");
     comparison.def_property_readonly("domains", domainsOf, "The domains found, in order.")
-        .def_property_readonly("chain_pairs", chainPairs,
-                               "Of complexes the names of the chains that belong together, those "
-                               "of the experiment first.")
+        .def_property_readonly(
+            "chain_pairs",
+            [](const Comparison& self) { return chainPairs(self, self.found.subunits); },
+            kChainPairs)
         .def_property_readonly(
             "matched", [](const Comparison& self) { return tableOf(self.found.matched); },
             "The pairs of the subset: positions in experiment and prediction, (k, 2).")
@@ -328,6 +373,9 @@ void addComparison(py::module_& module) {
 void addGdt(py::module_& module) {
     py::class_<Gdt> result(module, "Gdt", "What gdt() found.");
     result.def_readonly("gdt", &Gdt::gdt, "GDT (Zemla 2003), 0 to 100.")
+        .def_property_readonly(
+            "chain_pairs", [](const Gdt& self) { return chainPairs(self, self.search.subunits); },
+            kChainPairs)
         .def("__float__", [](const Gdt& self) { return self.gdt; })
         .def("__repr__",
              [](const Gdt& self) { return py::str("Gdt(gdt={:.3f})").format(self.gdt); });
@@ -357,6 +405,7 @@ void addRmsd(py::module_& module) {
                 return self.found.rmsd ? relativeUrmsd(self.found.urmsd, self.found.pairs) : 0.0;
             },
             "URMSD over that of unrelated chains (Ortiz et al. 2002).")
+        .def_property_readonly("chain_pairs", chainPairsOfFit, kChainPairs)
         .def_property_readonly(
             "matched", [](const Rmsd& self) { return tableOf(self.found.matched); },
             "The C-alpha pairs: positions among the atoms compared, (k, 2).")
@@ -389,13 +438,17 @@ void addComparisons(py::module_& module) {
     module.def("compare", compare, experiment, prediction, py::arg("parameters"));
     module.def("gdt", gdt, experiment, prediction, py::arg("parameters"));
     py::class_<FitChoice>(module, "FitChoice")
-        .def(py::init(
-            [](bool backbone, bool bySequence, bool urmsd, bool urmsdRotation, bool mapChains) {
-                return FitChoice{backbone, bySequence, urmsd, urmsdRotation, mapChains};
-            }));
+        .def(py::init([](bool backbone, bool urmsd, bool urmsdRotation, bool bySequence,
+                         bool mapChains, const std::string& measure) {
+            return FitChoice{.backbone = backbone,
+                             .urmsd = urmsd,
+                             .urmsdRotation = urmsdRotation,
+                             .pairing = {.bySequence = bySequence, .mapsChains = mapChains},
+                             .measure = measureNamed(measure)};
+        }));
     module.def("rmsd", rmsd, experiment, prediction, py::arg("choice"));
     module.def("contacts", contacts, experiment, prediction, py::arg("distance"), py::arg("gap"),
-               py::arg("by_sequence"));
+               py::arg("choice"));
 }
 
 }  // namespace tervolanda::python

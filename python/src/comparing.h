@@ -6,6 +6,7 @@
 
 #include "bindings.h"
 #include "compare/compare.h"
+#include "compare/pairing/pairing_keys.h"
 #include "structure.h"
 
 namespace tervolanda::python {
@@ -27,22 +28,30 @@ struct Gdt : Pair {
     ComparisonParameters parameters;
 };
 
-// How all residue pairs are fitted.
+// How a search pairs residues, if it does not pair them by structure.
+inline PairingRules pairingOf(const ComparisonParameters& parameters) {
+    return {.bySequence = parameters.pairBySequence, .mapsChains = parameters.mapChains};
+}
+
+// How all residue pairs are fitted, and what else is computed of them.
 struct FitChoice {
     bool backbone = false;  // N, CA, C and O in place of CA
-    bool bySequence = false;
-    bool urmsd = true;  // is computed, too
+    bool urmsd = true;      // is computed, too
     bool urmsdRotation = false;
-    bool mapChains = false;
+    PairingRules pairing{};
+    // A measure on demand, for which residues pair by number also where both chains have the same
+    // ends.
+    std::optional<Measure> measure{};
 
     AtomSelection atoms() const {
         return backbone ? AtomSelection::Backbone : AtomSelection::Calpha;
     }
-    RmsdOptions options() const {
-        return {.urmsd = urmsd,
-                .urmsdRotation = urmsdRotation,
-                .pairBySequence = bySequence,
-                .mapChains = mapChains};
+    RmsdOptions options() const;
+    // What structures are prepared by.
+    ComparisonParameters parameters() const;
+    // The structure as it is prepared for this choice.
+    const CoordinateSet& setOf(const Structure& structure) const {
+        return measure == Measure::LddtAll ? structure.allAtoms() : structure.set(atoms());
     }
 };
 
@@ -52,8 +61,8 @@ struct Rmsd : Pair {
     RelativeRmsd relative;
     std::optional<Superposition> superposition;
 
-    const CoordinateSet& experimentSet() const { return experiment->set(choice.atoms()); }
-    const CoordinateSet& predictionSet() const { return prediction->set(choice.atoms()); }
+    const CoordinateSet& experimentSet() const { return choice.setOf(*experiment); }
+    const CoordinateSet& predictionSet() const { return choice.setOf(*prediction); }
 };
 
 // Throws for a pairing by structure of complexes, which runs along one chain.

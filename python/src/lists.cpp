@@ -89,29 +89,22 @@ py::dict allByGdt(const std::vector<StructurePtr>& models, const ComparisonParam
     return matrices;
 }
 
-ComparisonParameters pairedBy(bool sequence) {
-    ComparisonParameters parameters;
-    parameters.pairBySequence = sequence;
-    return parameters;
+// The measure of a choice that has one.
+Measure measureOf(const FitChoice& choice) {
+    if (!choice.measure) throw py::value_error("no measure");
+    return *choice.measure;
 }
 
-py::dict allByMeasure(const std::vector<StructurePtr>& models, const std::string& name,
-                      bool bySequence, int threads, const py::object& progress) {
-    const auto* const measure =
-        std::find_if(kMeasures.begin(), kMeasures.end(),
-                     [&name](Measure known) { return measureName(known) == name; });
-    if (measure == kMeasures.end()) throw py::value_error("no such measure: " + name);
-    ComparisonParameters parameters = pairedBy(bySequence);
-    parameters.measures.wanted.add(*measure);
-    parameters.measures.bothWays = true;
+py::dict allByMeasure(const std::vector<StructurePtr>& models, const FitChoice& choice, int threads,
+                      const py::object& progress) {
+    const Measure measure = measureOf(choice);
     const MeasureBatch batch = compareAll(
-        models, AtomSelection::Calpha, parameters, {threads, progress},
+        models, choice.atoms(), choice.parameters(), {threads, progress},
         [&](const auto& list, const auto& asked, Log& log, Report& report, std::size_t n) {
-            RmsdOptions options{.urmsd = false, .pairBySequence = bySequence};
-            options.pairByNumber = true;
-            options.measures = asked.measures;
+            RmsdOptions options = choice.options();
+            options.measures.bothWays = true;
             options.measures.stop = asked.stop;
-            return compareAllByMeasure(list, {*measure, options}, log, report, {{n}});
+            return compareAllByMeasure(list, {measure, options}, log, report, {{n}});
         });
     py::dict matrices;
     matrices["values"] = arrayOf(batch.values);
@@ -121,7 +114,7 @@ py::dict allByMeasure(const std::vector<StructurePtr>& models, const std::string
 py::dict allByRmsd(const std::vector<StructurePtr>& models, const FitChoice& choice, int threads,
                    const py::object& progress) {
     const RmsdBatch batch =
-        compareAll(models, choice.atoms(), pairedBy(choice.bySequence), {threads, progress},
+        compareAll(models, choice.atoms(), choice.parameters(), {threads, progress},
                    [&](const auto& list, const auto&, Log& log, Report& report, std::size_t n) {
                        return compareAllRmsd(list, choice.options(), log, report, {{n}});
                    });
@@ -143,7 +136,7 @@ auto compareList(const StructurePtr& experiment, const std::vector<StructurePtr>
     requirePairing(parameters, *experiment);
     const std::size_t threads = threadsOf(run.threads);
     const AtomSelection atoms = record.fit().atoms();
-    const CoordinateSet& set = experiment->set(atoms);
+    const CoordinateSet& set = record.fit().setOf(*experiment);
     Aside aside(run.progress);
     parameters.stop = aside.stop();
     decltype(compare(std::declval<const ListComparison&>(), std::declval<Log&>(),
@@ -205,7 +198,7 @@ py::tuple listByRmsd(const StructurePtr& experiment, const std::vector<Structure
                      const FitChoice& choice, int threads, const py::object& progress) {
     const auto record = std::make_shared<ListRecord>(choice);
     const auto found =
-        compareList(experiment, models, pairedBy(choice.bySequence), *record, {threads, progress},
+        compareList(experiment, models, choice.parameters(), *record, {threads, progress},
                     [&](const ListComparison& list, Log& log, Report& report, std::size_t n) {
                         return compareListRmsd(list, choice.options(), log, report, {n});
                     });
@@ -229,6 +222,27 @@ py::tuple listByRmsd(const StructurePtr& experiment, const std::vector<Structure
     return py::make_tuple(table, record);
 }
 
+py::tuple listByMeasure(const StructurePtr& experiment, const std::vector<StructurePtr>& models,
+                        const FitChoice& choice, int threads, const py::object& progress) {
+    const Measure measure = measureOf(choice);
+    const auto record = std::make_shared<ListRecord>(choice);
+    const auto found =
+        compareList(experiment, models, choice.parameters(), *record, {threads, progress},
+                    [&](const ListComparison& list, Log& log, Report& report, std::size_t n) {
+                        RmsdOptions options = choice.options();
+                        options.measures.stop = list.parameters.stop;
+                        return compareListByMeasure(list, options, log, report, {n});
+                    });
+    using Found = ListedRmsd;
+    py::dict table;
+    table[std::string(measureName(measure)).c_str()] = column<double>(
+        found, [&](const Found& model) { return model.measures.value(measure).value_or(kNone); });
+    table["pairs"] = column<std::uint32_t>(found, [](const Found& model) { return model.pairs; });
+    table["rmsd"] =
+        column<double>(found, [](const Found& model) { return model.rmsd.value_or(kNone); });
+    return py::make_tuple(table, record);
+}
+
 }  // namespace
 
 void addLists(py::module_& module) {
@@ -243,6 +257,8 @@ void addLists(py::module_& module) {
     module.def("list_by_gdt", listByGdt, experiment, py::arg("models"), py::arg("parameters"),
                py::arg("threads"), py::arg("progress"));
     module.def("list_by_rmsd", listByRmsd, experiment, py::arg("models"), py::arg("choice"),
+               py::arg("threads"), py::arg("progress"));
+    module.def("list_by_measure", listByMeasure, experiment, py::arg("models"), py::arg("choice"),
                py::arg("threads"), py::arg("progress"));
 }
 

@@ -12,7 +12,8 @@
 
 namespace tervolanda::python {
 
-// The errors and warnings of one call, in order.  Information is left out: results say the same.
+// The errors and warnings of one call, in order, with the reason where a file cannot be opened.
+// Information is left out: results say the same.
 // May be used without the interpreter's lock; only taken() needs it.
 class Messages {
  public:
@@ -26,9 +27,7 @@ class Messages {
     py::list taken() const;
 
  private:
-    void take(LogLevel severity, std::string_view text) {
-        if (severity == LogLevel::Error || severity == LogLevel::Warn) lines_.emplace_back(text);
-    }
+    void take(LogLevel severity, std::string_view text);
 
     std::vector<std::string> lines_;
     Log log_;

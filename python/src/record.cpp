@@ -11,8 +11,7 @@ PairResult& ListRecord::next(const ComparedPair& pair) {
 
 // Of the pair that has been filled in last.
 void ListRecord::showPairing(const ComparedPair& pair) {
-    fillPairing(pair, {.bySequence = parameters_.pairBySequence || fit_.bySequence}, keys_,
-                pairs_.back());
+    fillPairing(pair, fit_.pairing, keys_, pairs_.back());
 }
 
 void ListRecord::seeMaxSub(const ComparedPair& pair, const ComparisonResult& result) {

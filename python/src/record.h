@@ -14,10 +14,11 @@ namespace tervolanda::python {
 // pair's only, and which take a hundred times the memory.
 class ListRecord final : public PairViewer {
  public:
-    // By a search, or by the fit of all pairs.
+    // By a search, or by the fit of all pairs and what is measured of these.
     ListRecord(ScoreKind kind, const ComparisonParameters& parameters)
-        : kind_(kind), parameters_(parameters) {}
-    explicit ListRecord(const FitChoice& fit) : kind_(ScoreKind::Rmsd), fit_(fit) {}
+        : kind_(kind), parameters_(parameters), fit_{.pairing = pairingOf(parameters)} {}
+    explicit ListRecord(const FitChoice& fit)
+        : kind_(fit.measure ? scoreKindOf(*fit.measure) : ScoreKind::Rmsd), fit_(fit) {}
     ListRecord(const ListRecord&) = delete;
     ListRecord& operator=(const ListRecord&) = delete;
 

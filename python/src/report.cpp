@@ -75,21 +75,21 @@ PairForm residuesBy(const ComparisonParameters& parameters, bool hasUrmsd = true
 
 // Each fills in a pair with its residues, but for its position in a list.
 
-void showPairing(const ComparedPair& pair, bool bySequence, PairResult& result) {
+void showPairing(const ComparedPair& pair, const PairingRules& rules, PairResult& result) {
     PairingKeys keys;
-    fillPairing(pair, {.bySequence = bySequence}, keys, result);
+    fillPairing(pair, rules, keys, result);
 }
 
 void fill(const Comparison& comparison, PairResult& result) {
     const ComparedPair pair{{}, comparison.experiment->calphas(), comparison.prediction->calphas()};
     fillPair(pair, comparison.found, residuesBy(comparison.parameters), result);
-    showPairing(pair, comparison.parameters.pairBySequence, result);
+    showPairing(pair, pairingOf(comparison.parameters), result);
 }
 
 void fill(const Gdt& gdt, PairResult& result) {
     const ComparedPair pair{{}, gdt.experiment->calphas(), gdt.prediction->calphas()};
     fillPair(pair, {gdt.gdt, gdt.superposition}, gdt.search, residuesBy(gdt.parameters), result);
-    showPairing(pair, gdt.parameters.pairBySequence, result);
+    showPairing(pair, pairingOf(gdt.parameters), result);
 }
 
 void fill(const Rmsd& rmsd, PairResult& result) {
@@ -97,7 +97,7 @@ void fill(const Rmsd& rmsd, PairResult& result) {
     const ComparedPair pair{{}, rmsd.experimentSet(), rmsd.predictionSet()};
     fillPair(pair, listedRmsd(rmsd.found, rmsd.predictionSet()), rmsd.found.matched,
              residuesBy(parameters, rmsd.choice.urmsd), result);
-    showPairing(pair, rmsd.choice.bySequence, result);
+    showPairing(pair, rmsd.choice.pairing, result);
 }
 
 template <typename Found>
@@ -123,6 +123,10 @@ void fillResidues(const ListRecord& list, PairResult& pair) {
             fill(gdt(list.experiment(), model, list.parameters()), pair);
             break;
         case ScoreKind::Rmsd:
+        case ScoreKind::Lddt:
+        case ScoreKind::LddtAll:
+        case ScoreKind::GdtTs:
+        case ScoreKind::GdtHa:
             fill(rmsd(list.experiment(), model, list.fit()), pair);
             break;
         default:

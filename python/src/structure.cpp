@@ -15,16 +15,20 @@
 #include "arrays.h"
 #include "aside.h"
 #include "chain/input/input.h"
+#include "export/values.h"
 #include "messages.h"
 
 namespace tervolanda::python {
 
 namespace {
 
-CoordinateSet prepare(const Chain& chain, AtomSelection selection) {
+constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
+
+CoordinateSet prepare(const Chain& chain, AtomSelection selection, MeasureSet measures = {}) {
     Log log;
     Report report(log, 0);
     ComparisonParameters parameters;
+    parameters.measures.wanted = measures;
     parameters.pairBySequence = true;  // the letters do not disturb where nobody asks for them
     return prepareChain(chain, selection, parameters, report);
 }
@@ -266,6 +270,15 @@ py::array_t<double> bFactors(const Structure& structure) {
                             [&](std::size_t i) { return structure.calpha(i).bFactor; });
 }
 
+py::list chainNames(const Structure& structure) {
+    const CoordinateSet& set = structure.calphas();
+    py::list list;
+    for (std::size_t i = 0; i < set.size(); ++i)
+        list.append(
+            asText(set.isComplex ? set.subunits[set.subunitOf(i)].name : structure.chain().name));
+    return list;
+}
+
 py::list insertionCodes(const Structure& structure) {
     return eachResidue(structure, [](const Atom& atom) {
         return withoutBlanks(std::string_view(&atom.insertionCode, 1));
@@ -299,6 +312,15 @@ const CoordinateSet& Structure::backbone() const {
     return *backbone_;
 }
 
+const CoordinateSet& Structure::allAtoms() const {
+    if (!allAtoms_) {
+        MeasureSet measures;
+        measures.add(Measure::LddtAll);
+        allAtoms_ = prepare(chain_, AtomSelection::Calpha, measures);
+    }
+    return *allAtoms_;
+}
+
 ChainList listOf(const std::vector<StructurePtr>& models, const StopFlag* stop) {
     ChainList list;
     list.chains.reserve(models.size());
@@ -330,10 +352,15 @@ void addStructures(py::module_& module) {
         .def_property_readonly("b_factors", bFactors,
                                "(n,) array, Å^2; in predictions often a confidence.")
         .def_property_readonly(
+            "mean_b_factor",
+            [](const Structure& self) { return inputOf(self.chain()).meanBFactor.value_or(kNone); },
+            "Mean of `b_factors`; of predictions often the confidence in the whole.")
+        .def_property_readonly(
             "gyration_radius", [](const Structure& self) { return self.calphas().gyrationRadius; },
             "Å.")
         .def_property_readonly("atom_coordinates", atomCoordinates,
                                "All atoms that were kept, (m, 3) array, Å.")
+        .def("_chain_names", chainNames)
         .def("_insertion_codes", insertionCodes)
         .def("_residue_names", residueNames)
         .def("_atom_names", atomNames);

@@ -22,6 +22,8 @@ class Structure {
     const Atom& calpha(std::size_t record) const { return chain_.atoms[calphaAtoms_[record]]; }
     const CoordinateSet& calphas() const { return calphas_; }
     const CoordinateSet& backbone() const;
+    // The C-alpha atoms, with those that measures of all atoms look at.
+    const CoordinateSet& allAtoms() const;
     const CoordinateSet& set(AtomSelection selection) const {
         return selection == AtomSelection::Calpha ? calphas_ : backbone();
     }
@@ -30,7 +32,7 @@ class Structure {
     Chain chain_;
     CoordinateSet calphas_;
     std::vector<std::uint32_t> calphaAtoms_;
-    mutable std::optional<CoordinateSet> backbone_;
+    mutable std::optional<CoordinateSet> backbone_, allAtoms_;
 };
 
 using StructurePtr = std::shared_ptr<Structure>;

@@ -43,11 +43,22 @@ class Clusters:
         return {**self.__dict__, "_found": None}
 
 
-def _scores(matrix) -> np.ndarray:
+def _values(matrix) -> np.ndarray:
     values = matrix.values if isinstance(matrix, Matrices) else matrix
     with np.errstate(over="ignore"):  # what is infinite then is refused
-        scores = real_array(values, "the values of a matrix", np.float32)
-    return scores / np.float32(100.0) if getattr(matrix, "measure", "") == "gdt" else scores
+        return real_array(values, "the values of a matrix", np.float32)
+
+
+def _scores(matrix) -> np.ndarray:
+    """The values, per cents as shares."""
+    scores = _values(matrix)
+    return scores / np.float32(100.0) if getattr(matrix, "are_percentages", False) else scores
+
+
+def _are_similarities(matrix, similarities: bool | None) -> bool:
+    if similarities is None:
+        return isinstance(matrix, Matrices) and matrix.are_similarities
+    return similarities
 
 
 def cluster(
@@ -97,8 +108,7 @@ def cluster(
     >>> int(clusters.labels[0]) == int(clusters.labels[1])
     True
     """
-    if similarities is None:
-        similarities = isinstance(matrix, Matrices) and matrix.are_similarities
+    similarities = _are_similarities(matrix, similarities)
     first, last, by = (0.5, 0.8, 0.05) if similarities else (4.0, 8.0, 0.2)
     if threshold is not None:
         first, last, by = threshold, threshold, 0.0
@@ -109,6 +119,85 @@ def cluster(
             _scores(matrix), method, similarities, first, last, by, size, minimum_size
         )
     )
+
+
+@dataclass(frozen=True)
+class SetFigures:
+    """How alike the models of a set are.
+
+    Attributes
+    ----------
+    pairs : int
+        Pairs of models that have a score; the next four are of these.
+    mean : float
+    quantiles : (5,) array
+        The least, the three quartiles and the greatest (Hyndman & Fan 1996, type 7).
+    medoid : int or None
+        The model with the best mean score over the others.
+    mean_b_factors : (n,) array, or None
+        That of each model, Å^2; of predictions often the confidence.  None where the models are not
+        known.
+    clusters_by_threshold : (k, 2) array, or None
+        Thresholds, evenly up to the last join of the tree, and the number of clusters that the tree
+        gives if it is cut there.  None without a tree.
+    """
+
+    pairs: int
+    mean: float
+    quantiles: np.ndarray
+    medoid: int | None = None
+    mean_b_factors: np.ndarray | None = field(default=None, repr=False)
+    clusters_by_threshold: np.ndarray | None = field(default=None, repr=False)
+
+
+def set_figures(
+    matrix: Matrices | ArrayLike,
+    clusters: Clusters | None = None,
+    *,
+    similarities: bool | None = None,
+) -> SetFigures:
+    """The figures of a set of models, as the program's page and ``--json`` show them.
+
+    Parameters
+    ----------
+    matrix : Matrices, or (n, n) array
+        The scores on their own scale (GDT from 0 to 100); the upper triangle counts.
+    clusters : Clusters, optional
+        Of this matrix, as `cluster` returned them.
+    similarities : bool, optional
+        What an array holds; distances unless said otherwise, of which a value of -1 is none.
+
+    Returns
+    -------
+    SetFigures
+        With NaN and no medoid where no pair has a score.
+
+    Raises
+    ------
+    ValueError, TypeError
+        The matrix is not square or has a value that is not finite, or the clusters were copied,
+        pickled or are of another matrix.
+
+    Examples
+    --------
+    >>> import tervolanda
+    >>> matrices = tervolanda.all_pairs(tervolanda.read_models("models.txt"))
+    >>> figures = tervolanda.set_figures(matrices, tervolanda.cluster(matrices))
+    >>> figures.pairs, matrices.names[figures.medoid]
+    (28, 'partial.pdb')
+    >>> figures.clusters_by_threshold.shape
+    (20, 2)
+    """
+    values = _values(matrix)
+    if clusters is not None and clusters._found is None:
+        raise TypeError("clusters are what cluster() returned")
+    if clusters is not None and len(clusters.labels) != len(values):
+        raise ValueError("the clusters are of another matrix")
+    found = None if clusters is None else clusters._found
+    figures = _core.set_figures(values, _are_similarities(matrix, similarities), found)
+    models = getattr(matrix, "models", ())
+    factors = np.array([model.mean_b_factor for model in models]) if models else None
+    return SetFigures(**figures, mean_b_factors=factors)
 
 
 def jury(

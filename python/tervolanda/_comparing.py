@@ -158,22 +158,20 @@ def gdt(
     )
 
 
-def is_by_sequence(align: str) -> bool:
-    """Of the two ways to pair residues where there is no search."""
-    if align not in ("number", "sequence"):
-        raise ValueError(f"align is 'number' or 'sequence', not {align!r}")
-    return align == "sequence"
-
-
 @functools.lru_cache(maxsize=16, typed=True)
 def fit_choice(
-    atoms="calpha", align="number", urmsd=True, urmsd_rotation=False, map_chains=False
+    atoms="calpha", align="number", urmsd=True, urmsd_rotation=False, map_chains=False, measure=""
 ):
-    """How all residue pairs are fitted; checked once and kept."""
+    """How all residue pairs are fitted, and measured where `measure` is the name of a measure on
+    demand; checked once and kept."""
     if atoms not in ("calpha", "backbone"):
         raise ValueError(f"atoms is 'calpha' or 'backbone', not {atoms!r}")
-    by_sequence = is_by_sequence(align)
-    return _core.FitChoice(atoms == "backbone", by_sequence, urmsd, urmsd_rotation, map_chains)
+    if align not in ("number", "sequence"):
+        raise ValueError(f"align is 'number' or 'sequence', not {align!r}")
+    by_sequence = align == "sequence"
+    return _core.FitChoice(
+        atoms == "backbone", urmsd, urmsd_rotation, by_sequence, map_chains, measure
+    )
 
 
 def rmsd(
@@ -240,6 +238,7 @@ def contacts(
     distance: float = 7.5,
     gap: int = 5,
     align: str = "number",
+    map_chains: bool = False,
 ) -> Contacts:
     """Native contacts: pairs of C-beta atoms (C-alpha of glycine) within a distance.
 
@@ -250,8 +249,10 @@ def contacts(
     distance : float
         Å, included.
     gap : int
-        The smallest difference of residue numbers.
+        The smallest difference of residue numbers within a chain.
     align : {"number", "sequence"}
+    map_chains : bool
+        As for `compare`.
 
     Returns
     -------
@@ -266,7 +267,8 @@ def contacts(
     """
     if not 0.0 <= distance < float("inf"):
         raise ValueError("distance is a positive number, Å")
-    return Contacts(*_core.contacts(experiment, prediction, distance, gap, is_by_sequence(align)))
+    choice = fit_choice(align=align, urmsd=False, map_chains=map_chains)
+    return Contacts(*_core.contacts(experiment, prediction, distance, gap, choice))
 
 
 for _result in (Comparison, Domain, Gdt, Rmsd):

@@ -36,8 +36,10 @@ def warn_of(messages: list[str], stacklevel: int) -> None:
         warnings.warn(message, TervolandaWarning, stacklevel=stacklevel + 1)
 
 
-def structure_error(messages: list[str], file: str) -> StructureError:
-    """The exception for a file that could not be read."""
-    text = "\n".join(messages) or f"Failed to read '{file}'"
+def structure_error(messages: list[str], file: str, exclude: str = "") -> StructureError:
+    """The exception for a file that could not be read, or for the exclusion file beside it."""
+    text = "\n".join(messages) or f"'{file}' names no structure file"
+    if messages and "residue exclusion file" in messages[0]:
+        file = exclude
     line = re.search(r"\bline (\d+)\b", text)
     return StructureError(text, file, int(line[1]) if line else None)

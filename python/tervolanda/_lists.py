@@ -9,7 +9,7 @@ import numpy as np
 
 from . import _core
 from ._arrays import thread_count
-from ._comparing import fit_choice, is_by_sequence, search_parameters
+from ._comparing import fit_choice, search_parameters
 from ._core import Structure
 
 Progress = Callable[[int, int], object]
@@ -53,11 +53,16 @@ class Matrices:
         return self.measure in ("tm", "maxsub", "gdt", *_ON_DEMAND)
 
     @property
+    def are_percentages(self) -> bool:
+        """Whether the values go from 0 to 100."""
+        return self.measure in ("gdt", "gdt_ts", "gdt_ha")
+
+    @property
     def distances(self) -> np.ndarray:
         """What is clustered, as the program's ``--npy`` writes it: 1 - s of similarities (GDT from
         0 to 1), 0 on the diagonal, -1 for none; (n, n) of float32."""
         found = self.values
-        if self.measure in ("gdt", "gdt_ts", "gdt_ha"):
+        if self.are_percentages:
             found = found / np.float32(100.0)
         if self.are_similarities:
             found = (1.0 - found.astype(np.float64)).astype(np.float32)
@@ -74,6 +79,19 @@ def _models(models: Iterable[Structure], at_least: int) -> list[Structure]:
         if not isinstance(model, Structure):
             raise TypeError(f"models are Structures, not {type(model).__name__}")
     return models
+
+
+def _measure_choice(measure: str, atoms: str, search: dict) -> _core.FitChoice:
+    """How pairs are measured on demand; TypeError for arguments that have no say in it."""
+    if unknown := sorted(search.keys() - {"align", "map_chains"}):
+        raise TypeError(f"{measure} takes align and map_chains, not {', '.join(unknown)}")
+    if atoms != "calpha":
+        raise ValueError(f"atoms is of 'rmsd'; for {measure} leave it out")
+    return fit_choice(**search, urmsd=False, measure=measure)
+
+
+def _no_measure(measure, names: tuple[str, ...]) -> ValueError:
+    return ValueError(f"measure is one of {', '.join((*names, *_ON_DEMAND))}, not {measure!r}")
 
 
 def all_pairs(
@@ -99,8 +117,8 @@ def all_pairs(
     progress : callable, optional
         Called with the number of comparisons done and that of all, now and then.
     **search
-        Arguments of `compare`; for "gdt" those of `gdt`, for "rmsd" and "urmsd" `align` and `map_chains`, for
-        the last four `align` only.
+        Arguments of `compare`; for "gdt" those of `gdt`, for "rmsd", "urmsd" and the last four
+        `align` and `map_chains`.
 
     Returns
     -------
@@ -125,16 +143,14 @@ def all_pairs(
     elif measure == "gdt":
         found = _core.all_by_gdt(models, search_parameters(**search), thread_count(threads), progress)
     elif measure in _ON_DEMAND:
-        by_sequence = is_by_sequence(search.pop("align", "number"))
-        if search:
-            raise TypeError(f"{measure} takes no search: {sorted(search)}")
-        found = _core.all_by_measure(models, measure, by_sequence, thread_count(threads), progress)
+        choice = _measure_choice(measure, atoms, search)
+        found = _core.all_by_measure(models, choice, thread_count(threads), progress)
     elif measure in ("rmsd", "urmsd"):
         fit = fit_choice(atoms, **search, urmsd=measure == "urmsd")
         found = _core.all_by_rmsd(models, fit, thread_count(threads), progress)
         return Matrices(measure, found[measure], names, found["pairs"], None, tuple(models))
     else:
-        raise ValueError(f"measure is none of tm, maxsub, gdt, rmsd, urmsd, {', '.join(_ON_DEMAND)}: {measure!r}")
+        raise _no_measure(measure, ("tm", "maxsub", "gdt", "rmsd", "urmsd"))
     return Matrices(
         measure, found["values"], names, found.get("pairs"), found.get("rmsd"), tuple(models)
     )
@@ -168,15 +184,19 @@ def against(
     ----------
     experiment : Structure
     models : Structures
-    measure : {"tm", "maxsub", "gdt", "rmsd"}
-        "tm" and "maxsub" give the same table, which `report` ranks by the one or the other.
+    measure : {"tm", "maxsub", "gdt", "rmsd", "lddt", "lddt_all", "gdt_ts", "gdt_ha"}
+        "tm" and "maxsub" give the same table, which `report` ranks by the one or the other.  Of the
+        lDDTs the experiment is the reference.
     atoms, threads, progress, **search
         As for `all_pairs`.
 
     Returns
     -------
     Table, a dict of (n,) arrays
-        In the order of the models: ``pandas.DataFrame(against(...))``.
+        In the order of the models: ``pandas.DataFrame(against(...))``.  "name" and, by "tm" and
+        "maxsub", "tm", "maxsub", "msi", "pairs", "rmsd"; by "gdt", "gdt"; by "rmsd", "rmsd", "pairs",
+        "relative", "standard_score", "urmsd", "relative_urmsd"; by others the measure, "pairs",
+        "rmsd", those of a least-squares fit of all pairs.  NaN for what cannot be said of a model.
 
     Examples
     --------
@@ -201,8 +221,13 @@ def against(
         found, kept = _core.list_by_rmsd(
             experiment, models, fit_choice(atoms, **search, urmsd=True), thread_count(threads), progress
         )
+    elif measure in _ON_DEMAND:
+        choice = _measure_choice(measure, atoms, search)
+        found, kept = _core.list_by_measure(
+            experiment, models, choice, thread_count(threads), progress
+        )
     else:
-        raise ValueError(f"measure is none of tm, maxsub, gdt, rmsd: {measure!r}")
+        raise _no_measure(measure, ("tm", "maxsub", "gdt", "rmsd"))
     table = Table(name=np.array([model.name for model in models], dtype=object), **found)
     table._found = kept
     return table

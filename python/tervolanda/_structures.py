@@ -30,6 +30,10 @@ def _path(path: str | os.PathLike) -> bytes:
     return b"./-" if name == b"-" else name
 
 
+def _text(path: str | os.PathLike | None) -> str:
+    return "" if path is None else os.fsdecode(path)
+
+
 def _choice(chain, model, altloc, format, atoms, exclude):
     """What to read of files, as the library takes it."""
     if atoms not in _ATOMS:
@@ -92,8 +96,8 @@ def read(
     Raises
     ------
     StructureError
-        The file cannot be read, or holds no such chain or several; `file` and, where a line is at
-        fault, `line` say where.
+        The file cannot be read, and the message says why; or it holds no such chain or several.
+        `file` and, where a line is at fault, `line` say where.
 
     Warns
     -----
@@ -116,7 +120,7 @@ def read(
         name, _choice(chain, model, altloc, format, atoms, exclude)
     )
     if structure is None:
-        raise structure_error(messages, os.fsdecode(name))
+        raise structure_error(messages, os.fsdecode(name), _text(exclude))
     warn_of(messages, 2)
     return structure
 
@@ -173,11 +177,12 @@ def read_models(
         structures, messages = _core.read_list(path, choice, thread_count(threads))
     else:
         name = ""
-        structures, messages = _core.read_files(
-            [_path(path) for path in models], choice, thread_count(threads)
-        )
+        paths = [_path(path) for path in models]
+        if not paths:
+            raise ValueError("there are no paths")
+        structures, messages = _core.read_files(paths, choice, thread_count(threads))
     if not structures:
-        raise structure_error(messages, name)
+        raise structure_error(messages, name, _text(exclude))
     warn_of(messages, 2)
     return structures
 
@@ -266,6 +271,10 @@ def _add_methods() -> None:
     members = {
         "__module__": "tervolanda",
         "from_arrays": staticmethod(from_arrays),
+        "chain_names": property(
+            lambda self: np.array(self._chain_names(), dtype="U"),
+            doc="The name of each residue's chain, (n,): of complexes there are several.",
+        ),
         "insertion_codes": property(
             lambda self: np.array(self._insertion_codes(), dtype="U1"),
             doc="Letters where residues share a number, (n,); else empty.",

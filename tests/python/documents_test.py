@@ -70,6 +70,23 @@ class Docstrings(unittest.TestCase):
         self.assertGreater(tried, 30)
 
 
+class Names(unittest.TestCase):
+    def test_document_has_all(self):
+        """docs/python.md names every function, and every class with its attributes and no others."""
+        text = DOCUMENT.read_text()
+        for name in tv.__all__:
+            found = getattr(tv, name)
+            if not isinstance(found, type) or issubclass(found, Exception):
+                self.assertRegex(text, rf"`{name}\b", name)
+                continue
+            row = re.search(rf"^\| `{name}`[^|]*\|(.*)\|$", text, re.M)
+            self.assertIsNotNone(row, name)
+            inherited = {*dir(dict), *dir(tuple)} if issubclass(found, (dict, tuple)) else set()
+            fields = {*getattr(found, "__dataclass_fields__", ())} | {*getattr(found, "_fields", ())}
+            names = {one for one in {*dir(found)} - inherited | fields if not one.startswith("_")}
+            self.assertEqual({*re.findall(r"`(\w+)[`(]", row[1])}, names, name)
+
+
 class Document(unittest.TestCase):
     """The examples of docs/python.md, on inputs of which the answer is known."""
 

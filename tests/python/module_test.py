@@ -90,6 +90,8 @@ class Results(unittest.TestCase):
         self.assertEqual((found.mapped, tv.rmsd(whole, whole, map_chains=True).rmsd), (len(whole), 0))
         alone = tv.read(EXAMPLES / "experiment.pdb", chain="all")
         self.assertEqual(tv.contacts(alone, alone)[:2], (51, 51))
+        self.assertEqual("".join(sorted(set(whole.chain_names))), "AB")
+        self.assertEqual(first.chain_names.tolist(), ["A"] * len(first))
         self.assertRaises(ValueError, lambda: tv.compare(whole, first, align="structure"))
         self.assertEqual([tv.rmsd(first, models[0]).rmsd, tv.rmsd(third, models[2]).rmsd], [0.0, 0.0])
         with self.assertRaises(tv.StructureError):
@@ -103,6 +105,29 @@ class Results(unittest.TestCase):
         for wrong in ({"altloc": "AB"}, {"format": "xyz"}, {"model": -1}, {"model": "all"}):
             self.assertRaises(ValueError, lambda: tv.read(entry, **wrong))
 
+    def test_mapped_chains(self):
+        """One chain cut in two: named one way, and the other."""
+        lines = [line for line in (EXAMPLES / "experiment.pdb").read_text().splitlines() if line.startswith("ATOM")]
+        halves = [[line for line in lines if (int(line[22:26]) > 30) == k] for k in (False, True)]
+        found = []
+        for names in ("AB", "BA"):
+            with tempfile.NamedTemporaryFile("w", suffix=".pdb") as file:
+                for name, half in zip(names, halves):
+                    file.writelines(f"{line[:21]}{name}{line[22:]}\n" for line in half)
+                file.flush()
+                found.append(tv.read(file.name, chain="all"))
+        for ask in (tv.compare, tv.gdt, tv.rmsd):
+            self.assertEqual(ask(*found, map_chains=True).chain_pairs, [("A", "B"), ("B", "A")])
+        self.assertEqual(tv.contacts(*found).matched, 0)
+        mapped, alone = tv.contacts(*found, map_chains=True), tv.contacts(found[0], found[0])
+        self.assertEqual((mapped, mapped.percentage), (alone, 100.0))
+        for measure in ("tm", "rmsd", "lddt", "gdt_ts"):
+            table = tv.against(found[0], [found[1]], measure, map_chains=True)
+            best = 0.0 if measure == "rmsd" else 100.0 if measure == "gdt_ts" else 1.0
+            self.assertAlmostEqual(table[measure][0], best, places=9)
+            matrix = tv.all_pairs(found, measure, map_chains=True)
+            self.assertAlmostEqual(float(matrix.values[0, 1]), best, places=5)
+
     def test_clusters_and_ranks(self):
         matrix = np.array([[0, 1, 6, 9], [1, 0, 5, 9], [6, 5, 0, -1], [9, 9, -1, 0]], dtype=float)
         found = tv.cluster(matrix, "single", 5.0)
@@ -115,6 +140,12 @@ class Results(unittest.TestCase):
         ranking = tv.jury(scores, np.full((4, 4), 30), score=0.45)
         self.assertEqual(ranking["model"].tolist(), [1, 2, 0, 3])
         self.assertEqual(ranking["pairs"].tolist(), [90, 90, 60, 60])
+        figures = tv.set_figures(matrix)
+        self.assertEqual((figures.pairs, figures.mean, figures.medoid), (5, 6.0, 1))
+        self.assertEqual(figures.quantiles.tolist(), [1, 5, 6, 9, 9])
+        self.assertEqual((figures.mean_b_factors, figures.clusters_by_threshold), (None, None))
+        nothing = tv.set_figures([[0, -1], [-1, 0]])
+        self.assertEqual((nothing.pairs, np.isnan(nothing.mean), nothing.medoid), (0, True, None))
 
     def test_measures_on_demand(self):
         experiment, moved = (tv.read(EXAMPLES / f"{name}.pdb") for name in ("experiment", "near_1"))
@@ -126,6 +157,10 @@ class Results(unittest.TestCase):
         self.assertAlmostEqual(found.lddt, kept[near].mean(), places=12)
         by_residue = (kept * near).sum(axis=1) / near.sum(axis=1)
         np.testing.assert_allclose(found.lddt_residues, by_residue, atol=1e-12)
+        # Side chains: all have as many atoms, so that the sum of shares is near that of all atoms.
+        self.assertEqual(found.lddt_all_residues.shape, (len(experiment),))
+        self.assertAlmostEqual(found.lddt_all_residues.mean(), found.lddt_all, places=1)
+        self.assertGreater(np.abs(found.lddt_all_residues - found.lddt_residues).max(), 1e-3)
         self.assertLess(found.lddt_all, 1.0)
         self.assertLess(found.gdt_ha, found.gdt_ts)
         self.assertGreaterEqual(found.gdt_ts, tv.gdt(experiment, moved).gdt)
@@ -188,6 +223,9 @@ class HostileArguments(unittest.TestCase):
             (ValueError, lambda: tv.cluster([[0, 1], [1, 0]], "ward")),
             (ValueError, lambda: tv.cluster([[0, 1], [1, 0]], threshold=np.nan)),
             (TypeError, lambda: tv.cluster([[0, 1], [1, 0]], size=-1)),
+            (ValueError, lambda: tv.set_figures(np.zeros((3, 4)))),
+            (ValueError, lambda: tv.set_figures(np.zeros((3, 3)), tv.cluster(np.zeros((2, 2))))),
+            (TypeError, lambda: tv.set_figures(np.zeros((2, 2)), pickle.loads(pickle.dumps(tv.cluster(np.zeros((2, 2))))))),
             (ValueError, lambda: tv.jury(np.zeros((3, 3)))),
             (ValueError, lambda: tv.jury(np.zeros((3, 3)), np.zeros((2, 2), int))),
             (ValueError, lambda: tv.jury(np.zeros((2, 2)), [[1, -1], [1, 1]])),
@@ -220,6 +258,11 @@ class HostileArguments(unittest.TestCase):
             (ValueError, lambda: tv.all_pairs([one, one], threads=0)),
             (ValueError, lambda: tv.all_pairs([one, one], threads=10**6)),
             (TypeError, lambda: tv.all_pairs([one, one], "rmsd", cutoff=3)),
+            (TypeError, lambda: tv.all_pairs([one, one], "lddt", cutoff=3)),
+            (ValueError, lambda: tv.against(one, [one], "lddt", atoms="backbone")),
+            (ValueError, lambda: tv.against(one, [one], "gdt_ts", align="structure")),
+            (ValueError, lambda: tv.against(one, [one], "urmsd")),
+            (ValueError, lambda: tv.read_models([])),
             (TypeError, lambda: tv.all_pairs([one, None])),
             (ValueError, lambda: tv.against(one, [])),
             (TypeError, lambda: tv.read(3.5)),
@@ -237,17 +280,21 @@ class HostileArguments(unittest.TestCase):
                 "".join(f"ATOM  {i:5}  CA  GLY {'AB'[i % 2]}{i:4}    {i * 3.8:8.3f}   1.000   2.000\n"
                         for i in range(1, 9)))  # fmt: skip
             shutil.copy(EXAMPLES / "near_1.pdb", "near.pdb")
-            for path, message in [("gone.pdb", "Can't open input file"), ("two.pdb", "Multiple chains"),
-                                  ("-", "Can't open input file"), (".", "Can't open input file")]:  # fmt: skip
+            for path, message in [("gone.pdb", "Can't open input file 'gone.pdb' - No such file"),
+                                  ("-", "No such file"), (".", "Is a directory"),
+                                  ("near.pdb/x", "Not a directory"), ("two.pdb", "Multiple chains")]:  # fmt: skip
                 with self.assertRaisesRegex(tv.StructureError, message) as caught:
                     tv.read(path)
                 self.assertEqual(pathlib.Path(caught.exception.file), pathlib.Path(path))
                 self.assertEqual(pickle.loads(pickle.dumps(caught.exception)).file, caught.exception.file)
-            with self.assertWarnsRegex(tv.TervolandaWarning, "gone.pdb") as caught:
+            with self.assertRaisesRegex(tv.StructureError, "No such file") as caught:
+                tv.read("near.pdb", exclude="left out")
+            self.assertEqual(caught.exception.file, "left out")
+            with self.assertWarnsRegex(tv.TervolandaWarning, "gone.pdb' - No such file") as caught:
                 models = tv.read_models(["near.pdb", "gone.pdb"])
             self.assertEqual((len(models), caught.filename), (1, __file__))
-            with self.assertRaises(tv.StructureError):
-                tv.read_models(["gone.pdb"])
+            for none in (["gone.pdb"], "gone.txt", "gone/*.pdb"):
+                self.assertRaisesRegex(tv.StructureError, "gone", lambda: tv.read_models(none))
             with warnings.catch_warnings(), self.assertRaises(tv.TervolandaWarning):
                 warnings.simplefilter("error")
                 tv.read_models(["near.pdb", "gone.pdb"])
@@ -292,9 +339,11 @@ class Interruptions(unittest.TestCase):
         models = [structure(200, seed) for seed in range(400)]
         matrix = np.random.default_rng(0).random((4_000, 4_000), dtype=np.float32)
         long = [structure(2_000, seed) for seed in range(100 // SCALE + 2)]
+        found = tv.compare(*large, seed_levels=0)
         for name, call in {
             "search": lambda: tv.compare(*large, cutoff=100.0),
             "structure": lambda: tv.compare(*large, align="structure"),
+            "measure on demand": lambda: found.gdt_ts,
             "all pairs": lambda: tv.all_pairs(models, threads=1),
             "all pairs by threads": lambda: tv.all_pairs(models, threads=3),
             "long models": lambda: tv.all_pairs(long, align="structure", threads=2),

@@ -8,6 +8,7 @@ module returns, and have to stand in the expected output.  With the program in T
 the pages of both (--report) are the same to the byte, and so are the matrices (--npy).
 """
 
+import json
 import os
 import pathlib
 import re
@@ -60,8 +61,20 @@ def search(options, plain):
 
 
 def pairing(options):
-    """How residues are paired, if not by number."""
-    return {"align": options["--pair"]} if "--pair" in options else {}
+    """How residues are paired, if not by number, and chains, if not by name."""
+    found = {"align": options["--pair"]} if "--pair" in options else {}
+    return {**found, "map_chains": True} if "--map-chains" in options else found
+
+
+def reading(options):
+    """How structures are read."""
+    return {"exclude": options.get("-exclude"), "chain": options.get("--chain")}
+
+
+def measure_text(measure, value, pairs=None):
+    name = {"lddt": "lDDT", "lddt_all": "lDDT-all", "gdt_ts": "GDT_TS", "gdt_ha": "GDT_HA"}[measure]
+    width = 7 if measure.startswith("gdt") else 5
+    return f"{name}={value:{width}.3f}" + (f" (Pairs={pairs:4d})" if pairs is not None else "")
 
 
 def rmsd_text(value, pairs, relative, score, urmsd, relative_urmsd):
@@ -80,9 +93,8 @@ def contact_text(experiment, prediction, options):
 
 def pair(options, plain):
     """What is found of one pair, and what its lines say."""
-    exclude = options.get("-exclude")
     experiment, prediction = (
-        tv.read(path, exclude=exclude)
+        tv.read(path, **reading(options))
         for path in (options.get("-e") or plain[1], options.get("-p") or plain[0])
     )
     if "-gdt" in options:
@@ -105,6 +117,8 @@ def pair(options, plain):
 
 
 def measure_of(options):
+    if "--measure" in options:
+        return options["--measure"]
     if "-gdt" in options:
         return "gdt"
     if "-rmsd" in options:
@@ -114,12 +128,11 @@ def measure_of(options):
 
 def one_list(options, plain):
     """The table of a list, and what its lines say, without the ranks."""
-    exclude = options.get("-exclude")
-    atoms = "backbone" if "-contact" in options else "calpha"
-    models = tv.read_models(options["-l"], exclude=exclude, atoms=atoms)
-    experiment = tv.read(options["-e"], exclude=exclude, atoms=atoms)
     measure = measure_of(options)
-    asked = search(options, plain) if measure != "rmsd" else pairing(options)
+    atoms = "all" if measure == "lddt_all" else "backbone" if "-contact" in options else "calpha"
+    models = tv.read_models(options["-l"], atoms=atoms, **reading(options))
+    experiment = tv.read(options["-e"], atoms=atoms, **reading(options))
+    asked = search(options, plain) if measure in ("tm", "maxsub", "gdt") else pairing(options)
     table = tv.against(experiment, models, measure, threads=2, **asked)
     lines = []
     for i, model in enumerate(models):
@@ -127,6 +140,8 @@ def one_list(options, plain):
         name = row.pop("name")
         if measure == "gdt":
             lines.append(f"GDT={row['gdt']:7.3f}")
+        elif "--measure" in options:
+            lines.append(measure_text(measure, row[measure], row["pairs"]))
         elif measure == "rmsd":
             lines += [name, "RMSD=" + rmsd_text(*row.values()), contact_text(experiment, model, options)]
         else:
@@ -137,16 +152,18 @@ def one_list(options, plain):
 
 def matrix(options, plain):
     """Matrix and clusters of a list, and what averages, ranks and clusters are listed."""
-    models = tv.read_models(options["-l"], exclude=options.get("-exclude"))
+    measure = measure_of(options)
+    models = tv.read_models(
+        options["-l"], atoms="all" if measure == "lddt_all" else "calpha", **reading(options)
+    )
     listed = re.sub("#.*", "", pathlib.Path(options["-l"]).read_text()).split()
     ids = [listed.index(model.name) + 1 for model in models]  # those of unreadable models are missing
-    measure = measure_of(options)
-    asked = search(options, plain) if measure != "rmsd" else pairing(options)
+    asked = search(options, plain) if measure in ("tm", "maxsub", "gdt") else pairing(options)
     matrices = tv.all_pairs(models, measure, threads=2, **asked)
     values = [float(matrices.values[i, j]) for i in range(len(models)) for j in range(i)]
     lines = []
     if "-av" in options and len(set(map(len, models))) == 1:
-        width = 5 if measure == "tm" else 7 if measure == "gdt" else 6
+        width = 5 if measure in ("tm", "lddt", "lddt_all") else 7 if matrices.are_percentages else 6
         lines.append(f"= {sum(values) / len(values):{width}.3f} (count = {len(values)})")
     if matrices.pairs is not None and measure in ("tm", "maxsub"):
         ranking = tv.jury(matrices, minimum_pairs=int(options.get("-P", 20)))
@@ -199,9 +216,7 @@ def mode_of(options, plain):
     """What a run of the program is in the module; None for what it does not have."""
     if "-F" in options:
         return distance_file
-    if "-M" in options or options.get("--chain") == "all":
-        return None
-    if "--scores" in options or "--measure" in options:
+    if "-M" in options or "--scores" in options:
         return None
     if "-l" in options:
         return one_list if "-e" in options else matrix
@@ -217,12 +232,27 @@ def comparable(page):
 
 
 class SameDigits(unittest.TestCase):
+    def check_set(self, run, matrices, clusters):
+        """The figures of a set beside those of the program."""
+        found = tv.set_figures(matrices, clusters)
+        told, ids = run["set"], [model["id"] for model in run["inputs"]]
+        if told is None:
+            self.assertEqual((found.pairs, found.medoid), (0, None))
+            return
+        cuts = [] if found.clusters_by_threshold is None else found.clusters_by_threshold.tolist()
+        self.assertEqual(
+            [told["pairs"], told["mean"], told["quantiles"], told["medoid"], told["clusters_by_threshold"]],
+            [found.pairs, found.mean, found.quantiles.tolist(), ids[found.medoid], cuts],
+        )
+        factors = [model["mean_bfactor"] for model in run["inputs"]]
+        self.assertEqual(factors, found.mean_b_factors.tolist())
+
     def check_files(self, arguments, options, found):
         """The page, and the matrix of all pairs, beside those of the program; what that printed."""
-        others = [word for word in arguments if not re.match("--(report|npy)=", word)]
+        others = [word for word in arguments if not re.match("--(report|npy|json)=", word)]
         command = [os.environ["TERVOLANDA_PROGRAM"], *others, "--report=program.html"]
         if isinstance(found[0], tv.Matrices):
-            command.append("--npy=program.npy")
+            command += ["--npy=program.npy", "--json=program.json"]
             np.save("module.npy", found[0].distances)
         ended = subprocess.run(command, capture_output=True, text=True)
         self.assertEqual(ended.returncode, 0, ended.stdout + ended.stderr)
@@ -231,6 +261,7 @@ class SameDigits(unittest.TestCase):
         self.assertEqual(*pages)
         if isinstance(found[0], tv.Matrices):
             self.assertEqual(*(pathlib.Path(f"{who}.npy").read_bytes() for who in ("program", "module")))
+            self.check_set(json.loads(pathlib.Path("program.json").read_text()), *found)
         return ended.stdout
 
     def check(self, folders, arguments, expected=None):
@@ -272,7 +303,8 @@ class SameDigits(unittest.TestCase):
     @unittest.skipUnless("TERVOLANDA_PROGRAM" in os.environ, "no TERVOLANDA_PROGRAM")
     def test_files_of_examples(self):
         examples = [CASES.parent.parent / "examples"]
-        for flags in ([], ["-gdt", "4"], ["-rmsd"], ["-rankMS"]):
+        measures = [[f"--measure={name}"] for name in ("lddt", "lddt_all", "gdt_ts", "gdt_ha")]
+        for flags in ([], ["-gdt", "4"], ["-rmsd"], ["-rankMS"], *measures):
             for run in (["-e", "experiment.pdb"], ["-C", "5"], ["-C", "2", "-T", "0.3"]):
                 with self.subTest(flags + run):
                     self.check(examples, ["-l", "models.txt", *flags, *run])
