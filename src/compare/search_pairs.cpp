@@ -81,13 +81,17 @@ void SearchPairs::place(const PairedPoints& pairs, const Kernels& kernels) {
             all.isWhole = all.isWhole && extent.isWhole;
         }
     }
-    largest_ = all.largest;
+    arrays_ = {axis_[0].data(), axis_[1].data(), axis_[2].data(),
+               axis_[3].data(), axis_[4].data(), axis_[5].data()};
+    roundedArrays_ = {rounded_[0].data(), rounded_[1].data(), rounded_[2].data(),
+                      rounded_[3].data(), rounded_[4].data(), rounded_[5].data(),
+                      all.largest};
     // Six squares a pair; whole numbers below 2^53 are exact.
-    exact_ =
-        all.isWhole && 6.0 * static_cast<double>(size_) * largest_ * largest_ < 9007199254740992.0;
+    exact_ = all.isWhole &&
+             6.0 * static_cast<double>(size_) * all.largest * all.largest < 9007199254740992.0;
     // The products of a pair are made once, not for every subset that it is in.
     terms_.resize(size_ * kTerms);
-    kernels.makeTerms(arrays(), size_, terms_.data());
+    kernels.makeTerms(arrays_, size_, terms_.data());
     // Seeds are ranges: with sums up to each pair the sums of a seed are one subtraction.
     prefix_.resize(exact_ ? size_ + 1 : 0);
     for (std::size_t i = 0; exact_ && i < size_; ++i) {
@@ -95,22 +99,6 @@ void SearchPairs::place(const PairedPoints& pairs, const Kernels& kernels) {
             prefix_[i + 1][k] = prefix_[i][k] + terms_[i * kTerms + k];
         }
     }
-}
-
-// The arrays of a SearchPairs, lent until the next place().
-RoundedArrays SearchPairs::rounded() const {
-    return {rounded_[0].data(),
-            rounded_[1].data(),
-            rounded_[2].data(),
-            rounded_[3].data(),
-            rounded_[4].data(),
-            rounded_[5].data(),
-            largest_};
-}
-
-PairedArrays SearchPairs::arrays() const {
-    return {axis_[0].data(), axis_[1].data(), axis_[2].data(),
-            axis_[3].data(), axis_[4].data(), axis_[5].data()};
 }
 
 void SearchPairs::sumRange(std::size_t first, std::size_t end, const PairMask& mask,

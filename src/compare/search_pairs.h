@@ -26,8 +26,9 @@ class SearchPairs {
 
     std::size_t size() const { return size_; }
     std::size_t words() const { return (size_ + 63) / 64; }
-    PairedArrays arrays() const;
-    RoundedArrays rounded() const;
+    // Lent until the next place().
+    const PairedArrays& arrays() const { return arrays_; }
+    const RoundedArrays& rounded() const { return roundedArrays_; }
 
     // Sums over the pairs [first, end), whose bits are set in `mask`.
     void sumRange(std::size_t first, std::size_t end, const PairMask& mask, const Kernels& kernels,
@@ -53,11 +54,12 @@ class SearchPairs {
 
     std::size_t size_ = 0;
     bool exact_ = false;
-    double largest_ = 0.0;            // magnitude of a coordinate
     std::vector<float> rounded_[6];   // as axis_, in single precision; padded by 7 zeros
     std::vector<double> axis_[6];     // prediction x, y, z, experiment x, y, z; padded by 3 zeros
     std::vector<double> terms_;       // kTerms a pair
     std::vector<SubsetSums> prefix_;  // sums over the first i pairs, when exact
+    PairedArrays arrays_{};           // views of axis_,
+    RoundedArrays roundedArrays_{};   // and of rounded_
 };
 
 }  // namespace tervolanda

@@ -3,7 +3,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <vector>
 
 #include "compare/pair_mask.h"
@@ -25,45 +24,26 @@ struct PathPosition {
     int selections() const { return stage == SeedStage::Growth ? 0 : step; }
 };
 
-// A set about to be superposed, and at which point of its path: what follows is determined, as long
-// as the path does not fall back to its own seed or reach the limit of selections.
-struct StateKey {
-    StateKey(const PathPosition& position, const PairMask& set)
-        : at(position), hash(static_cast<std::uint64_t>(at.stage) * 64) {
-        // Refinement goes on alike from a set, whichever its step.
-        if (at.stage == SeedStage::Growth) hash += static_cast<std::uint64_t>(at.step);
-        for (const std::uint64_t word : set) {
-            hash = (hash ^ word) * 0x9E3779B97F4A7C15U;
-            hash ^= hash >> 32;
-        }
-    }
-
-    PathPosition at;
-    std::uint64_t hash;  // of set and position
+// What a path learns when it comes to a state.
+struct Encounter {
+    enum class Kind : std::uint8_t {
+        New,    // no earlier path is known to have been here; it is noted who was
+        Ahead,  // the path of an earlier seed was here and is still on its way
+        Known   // the path of an earlier seed went on from here to its end
+    };
+    Kind kind = Kind::New;
+    std::uint32_t seed = 0;  // Ahead: whose path
+    int selectionsLeft = 0;  // Known: that its refinement took from here on
 };
 
-// The states that one path went through since it last fell back to its seed, with their sets.
-class PathTrail {
- public:
-    // Makes room for the longest path, with sets of so many words.
-    void reserve(std::size_t words);
-    void clear();
-    void add(const StateKey& key, const PairMask& set) {
-        keys_.push_back(key);
-        sets_.insert(sets_.end(), set.begin(), set.end());
-    }
-
- private:
-    friend class VisitedStates;
-
-    std::vector<StateKey> keys_;
-    std::vector<std::uint64_t> sets_;  // one after the other
-};
-
-// The states that finished paths went through.  A path that comes to a state of an earlier seed
-// would find what that one found, which cannot be better: it ends there.  Only finished paths
-// count, since what a path under way will find is not known; seeds side by side may go the same way
-// twice.
+// The states that the paths of a search went through.  A state is a set about to be superposed, and
+// at which point of its path: what follows is determined, as long as the path does not fall back to
+// its own seed or reach the limit of selections.  So a path that comes to a state of an earlier
+// seed would find what that one finds, which cannot be better: it may end there.  States of later
+// seeds do not count, as of equal candidates the earlier one's is kept.
+//
+// Seeds are numbered from 1 in their order, and each is announced by begin() before its path comes
+// to a state.
 //
 // Invariant: the set of entry i is the words_ words of sets_ from i x words_ on, and at least half
 // of the slots are free, so that every walk along them ends.
@@ -71,27 +51,39 @@ class VisitedStates {
  public:
     // Forgets all; sets have so many words from now on.
     void clear(std::size_t words);
-    // Keeps the trail of the path of seed `seed`, whose refinement took `selections` in all.
-    void remember(const PathTrail& trail, std::uint32_t seed, int selections);
-    // When the path of no later seed than `seed` was in the same state, and went on from there for
-    // no more selections than are left: how many its refinement took.
-    std::optional<int> recall(const StateKey& key, const PairMask& set, std::uint32_t seed) const;
+    // The path of the next seed is on its way.
+    void begin() { paths_.push_back({entryCount_, kOnItsWay}); }
+    // The path of a seed came to a state, which is noted unless it ends there or may wait.
+    Encounter meet(std::uint32_t seed, const PathPosition& at, const PairMask& set);
+    // The path fell back to its seed: what it went through before does not lead to where it ends.
+    void forget(std::uint32_t seed) { paths_[seed - 1].firstEntry = entryCount_; }
+    // The path has ended, after so many selections of the refinement.  At the limit, or where a set
+    // has no superposition, others might have gone on: of no use to them.
+    void end(std::uint32_t seed, int selections) { paths_[seed - 1].selections = selections; }
+    void endOfNoUse(std::uint32_t seed) { paths_[seed - 1].selections = kOfNoUse; }
 
  private:
+    static constexpr int kOnItsWay = -1, kOfNoUse = -2;
+
     struct Entry {
-        StateKey key;
+        std::uint64_t hash;  // of set and position
         std::uint32_t seed;
-        int selectionsLeft;  // that the refinement took from here on
+        PathPosition at;
+    };
+    struct Path {
+        std::uint32_t firstEntry;  // those before are forgotten
+        int selections;            // of its whole refinement, or one of the constants above
     };
 
-    std::size_t firstSlot(std::uint64_t hash) const {
-        return static_cast<std::size_t>(hash) & (slots_.size() - 1);
-    }
+    std::uint64_t hashOf(const PathPosition& at, const PairMask& set) const;
+    void note(const Entry& entry, const PairMask& set, std::size_t slot);
 
     std::size_t words_ = 0;
+    std::uint32_t entryCount_ = 0;
     std::vector<std::uint32_t> slots_;  // 1 + index into entries_, 0 for free; open addressing
-    std::vector<Entry> entries_;
+    std::vector<Entry> entries_;        // the first entryCount_ are in use
     std::vector<std::uint64_t> sets_;
+    std::vector<Path> paths_;  // by number of the seed
 };
 
 }  // namespace tervolanda
