@@ -8,7 +8,7 @@ install(FILES packaging/completion/tervolanda.bash
 install(FILES packaging/completion/_tervolanda
         DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
 # The documents keep their places beside each other, so that their links lead somewhere.
-install(FILES README.md ARCHITECTURE.md CONTRIBUTING.md CHANGELOG.md LICENSE
+install(FILES README.md ARCHITECTURE.md CONTRIBUTING.md CHANGELOG.md LICENSE NOTICE
         DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR}
@@ -39,6 +39,7 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/staged/tervolanda-config-
                                  COMPATIBILITY SameMinorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/staged/tervolanda-config.cmake
               ${PROJECT_BINARY_DIR}/staged/tervolanda-config-version.cmake
+              packaging/find-libdeflate.cmake
         DESTINATION ${TERVOLANDA_PACKAGE_DIR})
 
 # "cpack --config CPackSourceConfig.cmake" in the build folder packs the source tree, without what

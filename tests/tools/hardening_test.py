@@ -1,9 +1,11 @@
 #!/usr/bin/env python3
-"""Looks into the program for the marks of a hardened build, with readelf.
+"""Looks into the program for the marks of a hardened build, with readelf, and for the libraries
+that it needs at run time: zlib, and those of C and C++.
 
 usage: hardening_test.py PROGRAM
 """
 
+import re
 import shutil
 import subprocess
 import sys
@@ -17,6 +19,9 @@ MARKS = {
     "no executable stack": lambda text: any(
         "GNU_STACK" in line and " RW " in line for line in text.splitlines()
     ),
+    "no other libraries than these": lambda text: set(
+        re.findall(r"\(NEEDED\).*\[(?:lib)?([a-z+_-]+)", text)
+    ) <= {"z", "stdc++", "gcc_s", "m", "c", "ld-linux-x"},
 }
 
 if not shutil.which("readelf"):

@@ -1,5 +1,5 @@
-// Most compressed files are taken apart in one go.  What is long, damaged, cut short or made of
-// several streams goes through zlib's files, in small steps.
+// Most compressed files are taken apart in one go (whole_gzip.h).  What is long, damaged, cut short
+// or made of several streams goes through zlib's files, in steps.
 #include "chain/input/structure_text.h"
 
 #include <sys/stat.h>
@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <utility>
 
 #include "base/log.h"
 #include "chain/input/input.h"
@@ -16,8 +15,6 @@
 namespace tervolanda {
 
 namespace {
-
-constexpr std::size_t kMostAtOnce = std::size_t{1} << 24;  // bytes, packed or not
 
 // Such a path would open another file: a C string ends at its first NUL.
 bool hasNul(const std::string& path) {
@@ -29,41 +26,23 @@ bool refuseLength(const std::string& path, Log& log) {
     return false;
 }
 
-// The bytes of a regular file of moderate length; empty for any other.
-std::string readAtOnce(const std::string& path, const struct stat& status) {
-    const auto most = static_cast<off_t>(kMostAtOnce);
-    if (!S_ISREG(status.st_mode) || status.st_size > most) return {};
-    const FileHandle file = openForReading(path);
-    std::string bytes(static_cast<std::size_t>(status.st_size), '\0');
-    if (!file || std::fread(bytes.data(), 1, bytes.size(), file.get()) != bytes.size()) return {};
-    return bytes;
-}
-
-// The text of one gzip stream of moderate length that is whole and alone, as nearly all are: taken
-// apart in one go it needs six sevenths of the time of gzread.  None for anything else: how much is
-// kept of a damaged stream depends on the steps in which it is read.
-std::optional<std::string> inflateWhole(std::string packed) {
-    constexpr int kGzipFormat = 16 + MAX_WBITS;
-    // Ten bytes of header and eight at the end (RFC 1952).
-    constexpr std::size_t kShortestStream = 18;
-    constexpr std::size_t kLargestFactor = 1032;  // deflate makes nothing shorter
-    if (packed.size() < kShortestStream) return std::nullopt;
-    std::size_t length = 0;  // stands in the last four bytes
-    for (std::size_t i = 1; i <= 4; ++i)
-        length = length << 8 | static_cast<unsigned char>(packed[packed.size() - i]);
-    if (length > std::min(kMostAtOnce, kLargestFactor * packed.size())) return std::nullopt;
-    std::string text(length, '\0');
-    z_stream stream{};
-    if (inflateInit2(&stream, kGzipFormat) != Z_OK) return std::nullopt;
-    stream.next_in = reinterpret_cast<Bytef*>(packed.data());
-    stream.avail_in = static_cast<uInt>(packed.size());
-    stream.next_out = reinterpret_cast<Bytef*>(text.data());
-    stream.avail_out = static_cast<uInt>(length);
-    const bool isWhole =
-        inflate(&stream, Z_FINISH) == Z_STREAM_END && stream.avail_in == 0 && stream.avail_out == 0;
-    inflateEnd(&stream);
-    if (!isWhole) return std::nullopt;
-    return text;
+// The text of a regular file, open at its beginning, that can be taken apart in one go; none for
+// any other.  The file is left anywhere.
+std::optional<Bytes> readWhole(std::FILE* file) {
+    struct stat status {};
+    if (fstat(fileno(file), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+    if (status.st_size > static_cast<off_t>(kMostAtOnce)) return std::nullopt;
+    // The first bytes come first: a text that is not packed should not be read twice.
+    std::array<char, 2> start{};
+    const auto length = static_cast<std::size_t>(status.st_size);
+    if (length < start.size() || std::fread(start.data(), start.size(), 1, file) != 1 ||
+        !beginsGzip({start.data(), start.size()})) {
+        return std::nullopt;
+    }
+    Bytes packed(length);
+    char* const rest = std::copy(start.begin(), start.end(), packed.data.get());
+    if (std::fread(rest, length - start.size(), 1, file) != 1) return std::nullopt;
+    return inflateWhole(packed.text());
 }
 
 // Whether what was read of a compressed file is all of it.
@@ -111,7 +90,10 @@ GzipText::GzipText(const std::string& path, Log& log) : path_(path), log_(log) {
     struct stat status {};
     const bool isThere =
         !hasNul(path) && stat(path.c_str(), &status) == 0 && !S_ISDIR(status.st_mode);
-    if (isThere) whole_ = inflateWhole(readAtOnce(path, status));
+    // A pipe gives its bytes once, to zlib.
+    if (isThere && S_ISREG(status.st_mode)) {
+        if (const FileHandle file = openForReading(path)) whole_ = readWhole(file.get());
+    }
     if (isThere && !whole_) file_.reset(gzopen(path.c_str(), "rb"));
     if (!isOpen()) log.error(0, "Can't open z-compressed input file '%s'", path.c_str());
 }
@@ -120,7 +102,7 @@ std::optional<std::string_view> GzipText::next() {
     if (isFinished_) return std::nullopt;
     if (whole_) {
         isFinished_ = true;
-        return *whole_;
+        return whole_->text();
     }
     int got = 0;
     std::size_t filled = 0;
@@ -146,13 +128,19 @@ bool GzipText::isWhole() const {
     return whole_ || isGzWhole(file_.get());
 }
 
-// zlib hands on what is not packed as it is, so that one way serves both.  The descriptor is a
-// copy: gzclose() closes it, and standard input has to stay open.
+// zlib hands on what is not packed as it is, so that one way serves both where the text does not
+// come in one go.  The descriptor is a copy: gzclose() closes it, and standard input has to stay
+// open.  Copies share the place in the file, which an attempt to read all of it has moved.
 AnyText::AnyText(const std::string& path, Log& log) : path_(path), log_(log) {
     constexpr unsigned kBuffer = 1U << 17;  // bytes, packed
     constexpr std::size_t kBlock = std::size_t{1} << 18;
     FileHandle opened;
     if (path != "-" && !hasNul(path)) opened = openForReading(path);
+    if (opened) {
+        whole_ = readWhole(opened.get());
+        if (whole_) return;
+        lseek(fileno(opened.get()), 0, SEEK_SET);
+    }
     const int descriptor = path == "-" ? dup(STDIN_FILENO)
                            : opened    ? dup(fileno(opened.get()))
                                        : -1;
@@ -166,6 +154,11 @@ AnyText::AnyText(const std::string& path, Log& log) : path_(path), log_(log) {
 }
 
 std::optional<std::string_view> AnyText::next() {
+    if (whole_) {
+        if (length_ == whole_->size) return std::nullopt;
+        length_ = whole_->size;
+        return whole_->text();
+    }
     const int got = gzread(file_.get(), block_.data(), static_cast<unsigned>(block_.size()));
     if (got <= 0) return std::nullopt;
     length_ += static_cast<std::size_t>(got);
@@ -178,7 +171,7 @@ bool AnyText::finish() {
 }
 
 bool AnyText::isWhole() const {
-    return isGzWhole(file_.get());
+    return whole_ || isGzWhole(file_.get());
 }
 
 bool canBeReadAgain(const std::string& path) {

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "base/file.h"
+#include "chain/input/whole_gzip.h"
 
 struct gzFile_s;
 
@@ -74,7 +75,7 @@ class GzipText {
 
     const std::string& path_;
     Log& log_;
-    std::optional<std::string> whole_;  // all of the text, or
+    std::optional<Bytes> whole_;  // all of the text, or
     GzHandle file_;
     std::array<char, kReadLength * 64> block_;
     std::size_t length_ = 0;  // of the text so far
@@ -87,7 +88,7 @@ class GzipText {
 class AnyText {
  public:
     AnyText(const std::string& path, Log& log);
-    bool isOpen() const { return file_ != nullptr; }
+    bool isOpen() const { return whole_ || file_; }
     std::optional<std::string_view> next();
     bool finish();
     bool isWhole() const;
@@ -95,6 +96,7 @@ class AnyText {
  private:
     const std::string& path_;
     Log& log_;
+    std::optional<Bytes> whole_;  // all of the text, or
     GzHandle file_;
     std::vector<char> block_;
     std::size_t length_ = 0;  // of the text so far
