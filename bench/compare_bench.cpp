@@ -67,11 +67,59 @@ void search(benchmark::State& state, bool maximiseTM, const Kernels& kernels) {
     }
 }
 
+// Of the pairs that the search has made.
+void measure(benchmark::State& state, Measure wanted) {
+    Pair pair(state.range(0));
+    test::CapturedLog log;
+    ComparisonWorkspace workspace;
+    ComparisonResult result;
+    compareMaxSub(pair.experiment, pair.prediction, pair.parameters, workspace, log.report, result);
+    MeasureRequest request;
+    request.wanted.add(wanted);
+    for (auto _ : state) {
+        measurePairs(pair.experiment, pair.prediction, result.partners, request, workspace,
+                     result.measures);
+        benchmark::DoNotOptimize(result.measures.value(wanted));
+    }
+}
+
+// Four copies of the chain of the decoy, and of the decoy, each 60 Å from the last.
+void complexSearch(benchmark::State& state, bool mapChains) {
+    const Chain chain = test::coil(static_cast<std::size_t>(state.range(0)), kSeed);
+    std::vector<Chain> experiment(4, chain), prediction(4, hardDecoy(chain));
+    for (std::size_t i = 0; i < experiment.size(); ++i) {
+        experiment[i].name = prediction[i].name = std::string(1, static_cast<char>('A' + i));
+        Superposition shift;
+        shift.experimentCentre = {60.0 * static_cast<double>(i), 0.0, 0.0};
+        applySuperposition(shift, experiment[i]);
+        applySuperposition(shift, prediction[i]);
+    }
+    ComparisonParameters parameters;
+    parameters.seedLevels = 2;
+    parameters.mapChains = mapChains;
+    test::CapturedLog log;
+    const auto prepared = [&](std::vector<Chain> chains) {
+        return prepareChain(joinChains(std::move(chains)), AtomSelection::Calpha, parameters,
+                            log.report);
+    };
+    const CoordinateSet one = prepared(std::move(experiment)), other = prepared(prediction);
+    ComparisonWorkspace workspace;
+    ComparisonResult result;
+    for (auto _ : state) {
+        compareMaxSub(one, other, parameters, workspace, log.report, result);
+        benchmark::DoNotOptimize(result.tm);
+    }
+}
+
 BENCHMARK(fitOfAllPairs)->Arg(50)->Arg(127)->Arg(300)->Arg(1000);
 BENCHMARK(mapping)->Arg(50)->Arg(127)->Arg(300)->Arg(1000);
 BENCHMARK_CAPTURE(search, maxsub, false, bestKernels())->Arg(50)->Arg(127)->Arg(300)->Arg(1000);
 BENCHMARK_CAPTURE(search, portable, false, portableKernels())->Arg(127)->Arg(300)->Arg(1000);
 BENCHMARK_CAPTURE(search, forTm, true, bestKernels())->Arg(127)->Arg(300);
+BENCHMARK_CAPTURE(measure, lddt, Measure::Lddt)->Arg(127)->Arg(1000);
+BENCHMARK_CAPTURE(measure, gdtTs, Measure::GdtTs)->Arg(127)->Arg(1000);
+BENCHMARK_CAPTURE(complexSearch, byName, false)->Arg(250);
+BENCHMARK_CAPTURE(complexSearch, mapped, true)->Arg(250);
 
 }  // namespace
 }  // namespace tervolanda

@@ -27,7 +27,6 @@ def highlight(selection, residues, colour):
     cmd.select(selection, residues)
     cmd.color(colour, selection)
     cmd.cartoon("tube", selection)
-    cmd.show("cartoon", selection)
 
 cmd.set("ribbon_trace_atoms", 1)
 cmd.set("cartoon_trace_atoms", 1)
@@ -102,8 +101,11 @@ void PymolScript::write(const Scene& scene) {
             text() += format("cmd.group(\"cluster_%u\", \"%s\")\n", *model.cluster, name.c_str());
         pace();
     }
-    text() += "cmd.hide(\"everything\")\ncmd.show(\"ribbon\")\n";
-    text() += "for name in cmd.get_names(\"selections\"):\n    cmd.show(\"cartoon\", name)\n";
+    // What is shown is traced from atom to atom, so that files of C-alpha atoms alone are drawn,
+    // too.
+    text() += "cmd.hide(\"everything\")\ncmd.show(\"ribbon\", \"name CA\")\n";
+    text() += "for name in cmd.get_names(\"selections\"):\n";
+    text() += "    cmd.show(\"cartoon\", name + \" and name CA\")\n";
     if (scene.isPair()) {
         text() += "for name in cmd.get_object_list(\"prediction_domain_*\"):\n";
         text() += "    cmd.hide(\"ribbon\", name)\n";

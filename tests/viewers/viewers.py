@@ -80,14 +80,24 @@ def rmsd(a, b):
 
 # --- PyMOL ---
 
-PYMOL_RMSD = """
+# Residues that are shown on each other stand in the same order in both selections; PyMOL itself
+# sorts the chains of a complex by their names.
+ASK_PYMOL = """
+import ast, re, numpy
 from pymol import cmd
-for name in sorted(cmd.get_names("all")):
-    if not name.startswith("matched_prediction"):
-        continue
-    a = cmd.get_coords(name.replace("prediction", "experiment") + " and name CA")
-    b = cmd.get_coords(name + " and name CA")
-    print("RMSD", len(a), (((a - b) ** 2).sum() / len(a)) ** 0.5)
+matched = {}
+for name, text in re.findall(r'^highlight\\("(\\w+)", ("[^"]*")', open("SCRIPT").read(), re.MULTILINE):
+    parts = ast.literal_eval(text).split(" or ")
+    matched[name] = numpy.concatenate([cmd.get_coords(f"({part}) and name CA") for part in parts])
+    assert len(matched[name]) == cmd.count_atoms(f"{name} and name CA")
+for name in sorted(matched):
+    other = matched.get(name.replace("prediction", "experiment"))
+    if name.startswith("matched_prediction"):
+        print("RMSD", len(other), (((other - matched[name]) ** 2).sum() / len(other)) ** 0.5)
+# Lines go from C-alpha to C-alpha, and tubes where residues are matched.
+tubes = sum(len(atoms) for atoms in matched.values())
+assert cmd.count_atoms("rep cartoon") == cmd.count_atoms("rep cartoon and name CA") == tubes
+assert cmd.count_atoms("rep ribbon and not name CA") == 0 < cmd.count_atoms("rep ribbon")
 print("OBJECTS", cmd.get_object_list())
 for name in cmd.get_object_list():
     print("FIRST", name, *cmd.get_coords(name + " and name CA")[0])
@@ -95,7 +105,7 @@ for name in cmd.get_object_list():
 
 
 def run_pymol(script):
-    pathlib.Path("ask.py").write_text(PYMOL_RMSD, encoding="utf-8")
+    pathlib.Path("ask.py").write_text(ASK_PYMOL.replace("SCRIPT", script), encoding="utf-8")
     output = run_client([need("pymol"), "-cq", script, "ask.py"])
     assert "Error" not in output and "Traceback" not in output, output[-2000:]
     return output
@@ -141,25 +151,65 @@ def test_pymol():
 # --- RasMol ---
 
 
+def ask_rasmol(script, orders):
+    """The numbers of atoms that the orders select."""
+    output = run_client([need(RASMOL), "-nodisplay", "-script", script], orders + "exit\n")
+    assert "nvalid" not in output and "xpected" not in output, output
+    return [int(number) for number in re.findall(r"(\d+) atoms selected", output)]
+
+
 def test_rasmol():
     need(RASMOL)
     run_program("-e", "experiment.pdb", "-p", "hinge_1.pdb", "-i", "2", "-noalign", "--rasmol=pair.rsm")
-    orders = "select 1-43 and :B\nselect :C\nwrite ppm picture.ppm\nexit\n"
-    output = run_client([RASMOL, "-nodisplay", "-script", "pair.rsm"], orders)
+    selected = ask_rasmol("pair.rsm", "select 1-43 and :B\nselect :C\nwrite ppm picture.ppm\n")
     atoms = [line for line in pathlib.Path("pair.rsm").read_text(encoding="utf-8").splitlines() if line.startswith("ATOM")]
     wanted = [
         sum(1 for line in atoms if line[21] == "B" and int(line[22:26]) <= 43),
         sum(1 for line in atoms if line[21] == "C"),
     ]
-    selected = [int(number) for number in re.findall(r"(\d+) atoms selected", output)]
-    assert selected[-2:] == wanted, (output, wanted)
-    assert "nvalid" not in output and "xpected" not in output, output
+    assert selected[-2:] == wanted, (selected, wanted)
     pixels = pathlib.Path("picture.ppm").read_bytes()
     for colour in (b"\x66\x66\xff", b"\x33\xcc\x33"):  # the highlights, where light falls on them
         assert any(
             abs(pixels[i] - colour[0]) + abs(pixels[i + 1] - colour[1]) + abs(pixels[i + 2] - colour[2]) < 60
             for i in range(15, len(pixels) - 2, 3)
         )
+
+
+# --- Complexes, in both ---
+
+
+def write_complex(path, source, names, turn=0):
+    """Copies of a chain, 40 A from each other in this order; turned by taking x for y and so on."""
+    lines = [line for line in pathlib.Path(source).read_text(encoding="utf-8").splitlines() if line.startswith("ATOM")]
+    text = []
+    for i, name in enumerate(names):
+        for line in lines:
+            place = [float(line[30:38]) + 40 * i, float(line[38:46]), float(line[46:54])]
+            moved = "".join(f"{value:8.3f}" for value in place[turn:] + place[:turn])
+            text.append(f"{line[:21]}{name}{line[22:30]}{moved}{line[54:]}\n")
+    pathlib.Path(path).write_text("".join(text) + "END\n", encoding="utf-8")
+
+
+def test_complex():
+    run_program("-e", "experiment.pdb", "-p", "near_2.pdb", "-noalign", "--superposed=on")
+    write_complex("tetramer.pdb", "experiment.pdb", "ABCD")
+    write_complex("swapped.pdb", "on/near_2.pdb", "CDBA", turn=1)
+    output = run_program("-e", "tetramer.pdb", "-p", "swapped.pdb", "--chain=all", "--map-chains", "-noalign",
+                         "-L", "3", "--pymol=pair.pml", "--rasmol=pair.rsm")  # fmt: skip
+    chains = re.search("^Chains: (.*)", output, re.MULTILINE)[1].split(", ")
+    assert sorted(chains) == ["A on D", "B on C", "C on A", "D on B"], output
+    ((pairs, value),) = re.findall(r"Pairs= *(\d+), RMSD= *([\d.]+)", output)
+    ((count, figure),) = re.findall(r"^RMSD (\d+) ([\d.]+)", run_pymol("pair.pml"), re.MULTILINE)
+    assert int(count) == int(pairs) > 100
+    close(float(figure), float(value), 0.0006)
+    # RasMol's chains are A to D of the experiment, then those of the prediction; of both the
+    # script has the atoms of the matched residues.
+    lines = pathlib.Path("pair.rsm").read_text(encoding="utf-8").splitlines()
+    atoms = [line[21] for line in lines if line.startswith("ATOM")]
+    selected = ask_rasmol("pair.rsm", "".join(f"select :{name}\n" for name in "ABCDEFGH"))
+    assert selected[-8:] == [atoms.count(name) for name in "ABCDEFGH"], selected
+    assert min(selected[-8:]) > 0
 
 
 # --- Mol* ---

@@ -80,9 +80,17 @@ def bent(examples, trace, engine, size):
 
 
 def write_trace(path, places):
-    lines = [f"ATOM  {i:5d}  CA  ALA A{i:4d}    {x:8.3f}{y:8.3f}{z:8.3f}  1.00  0.00"
-             for i, (x, y, z) in enumerate(places, start=1)]
-    path.write_text("\n".join([*lines, "TER", "END", ""]), encoding="ascii")
+    write_chains(path, [places])
+
+
+def write_chains(path, chains):
+    """Chains A, B and so on, each numbered from 1."""
+    lines = []
+    for name, places in zip("ABCD", chains):
+        lines += [f"ATOM  {i:5d}  CA  ALA {name}{i:4d}    {x:8.3f}{y:8.3f}{z:8.3f}  1.00  0.00"
+                  for i, (x, y, z) in enumerate(places, start=1)]
+        lines.append("TER")
+    path.write_text("\n".join([*lines, "END", ""]), encoding="ascii")
 
 
 class Models:
@@ -122,6 +130,27 @@ class Models:
             engine = random.Random(1000 * residues + k)
             write_trace(folder / names[-1], bent(self.examples, trace, engine, size))
         (folder / "list.txt").write_text("\n".join(names) + "\n", encoding="ascii")
+        return folder
+
+    def complexes(self, residues, count):
+        """The folder with `count` complexes of four copies of a model each, 40 A around an axis, and
+        their list as list.txt; the same as one chain each in chains.txt."""
+        folder = self.folder / f"complexes-{residues}-{count}"
+        if folder.is_dir():
+            return folder
+        folder.mkdir()
+        source = self.make(residues, count)
+        names = (source / "list.txt").read_text(encoding="ascii").split()
+        for name in names:
+            places = [(x + 40.0, y, z) for x, y, z in read_trace(source / name, residues)]
+            copies = []
+            for _ in range(4):
+                copies.append(places)
+                places = [(-y, x, z) for x, y, z in places]
+            write_chains(folder / name, copies)
+            write_trace(folder / f"chain_{name}", sum(copies, []))
+        (folder / "list.txt").write_text("\n".join(names) + "\n", encoding="ascii")
+        (folder / "chains.txt").write_text("".join(f"chain_{n}\n" for n in names), encoding="ascii")
         return folder
 
     def shortened(self, folder, count):

@@ -189,6 +189,61 @@ def tm_mode_row(bench):
     return Measured(seconds(tm), f"{seconds(default)} (default mode)", tm / default)
 
 
+def measure_row(name):
+    """All pairs by a measure, beside the MaxSub search of the same pairs."""
+    def measure(bench):
+        folder = bench.models.make(127, 100)
+        ours, search = bench.interleaved(
+            bench.ours(folder, f"--measure={name}", "-l", "list.txt", "-C", "0"),
+            bench.ours(folder, "-l", "list.txt", "-C", "0"))
+        return Measured(seconds(ours), f"{seconds(search)} (MaxSub)", ours / search)
+    return measure
+
+
+COMPOUNDS = "/var/cache/openstructure/compounds.chemlib"
+
+
+def lddt_row(bench):
+    folder = bench.models.make(127, 100)
+    names = (folder / "list.txt").read_text(encoding="ascii").split()
+    need("lddt")
+    ours, peer = bench.interleaved(
+        bench.ours(folder, "-e", "native.pdb", "-l", "list.txt", "--measure=lddt"),
+        lambda: run(["lddt", "-x", "-c", "-l", COMPOUNDS, *names, "native.pdb"], folder).seconds)
+    return Measured(seconds(ours), seconds(peer), peer / ours)
+
+
+def lddt_all_row(bench):
+    if not bench.models.real or not (bench.models.real / "decoys-easy").is_dir():
+        raise NotRun("needs the 22 real models of decoys-easy")
+    need("lddt")
+    folder = bench.models.real / "decoys-easy"
+    names = sorted(p for p in folder.glob("*.pdb") if p.name != "native.pdb")
+    (bench.folder / "easy.txt").write_text("\n".join(map(str, names)) + "\n", encoding="utf-8")
+    native = folder / "native.pdb"
+    ours, peer = bench.interleaved(
+        bench.ours(bench.folder, "-e", native, "-l", "easy.txt", "--measure=lddt_all"),
+        lambda: run(["lddt", "-x", "-l", COMPOUNDS, *names, native], bench.folder).seconds)
+    return Measured(seconds(ours), seconds(peer), peer / ours)
+
+
+def complex_row(bench):
+    folder = bench.models.complexes(250, 20)
+    ours, chain = bench.interleaved(
+        bench.ours(folder, "-l", "list.txt", "--chain=all", "-C", "0"),
+        bench.ours(folder, "-l", "chains.txt", "--input=auto", "-C", "0"))
+    return Measured(f"{seconds(ours)} for 190 pairs", f"{seconds(chain)} (one chain of 1,000)",
+                    ours / chain)
+
+
+def map_chains_row(bench):
+    folder = bench.models.complexes(250, 20)
+    mapped, named = bench.interleaved(
+        bench.ours(folder, "-l", "list.txt", "--chain=all", "--map-chains", "-C", "0"),
+        bench.ours(folder, "-l", "list.txt", "--chain=all", "-C", "0"))
+    return Measured(seconds(mapped), f"{seconds(named)} (by name)", mapped / named)
+
+
 def mapping_row(bench):
     found = bench.benchmark("compare_bench", "(mapping|search/(maxsub|portable))/127$")
     part, whole = found["mapping/127"]["ns"], found["search/maxsub/127"]["ns"]
@@ -362,6 +417,17 @@ ROWS = {row.name: row for row in [
     Row("outside", "share of that run outside the search", outside_search_row, unit=" %"),
     Row("growth", "time at 1,000 residues over time at 127", growth_row, at_most=60, floor=90),
     Row("tm", "-TM over the default mode, 127 residues", tm_mode_row, at_most=1.6, floor=2.2),
+    Row("lddt", "lDDT of all pairs, 100 models of 127, over their MaxSub search", measure_row("lddt"),
+        at_most=2),
+    Row("gdt", "GDT_TS of all pairs, 100 models of 127, over their MaxSub search",
+        measure_row("gdt_ts")),
+    Row("lddt-peer", "lDDT of 100 models of 127 against one, C-alpha atoms, beside OpenStructure",
+        lddt_row, unit="x"),
+    Row("lddt-all-peer", "lDDT of 22 models of 127 against one, all atoms, beside OpenStructure",
+        lddt_all_row, unit="x"),
+    Row("complex", "all pairs of 20 complexes of 4 x 250, over those of chains of 1,000",
+        complex_row, at_most=1.2),
+    Row("map-chains", "the complexes with --map-chains over by name", map_chains_row),
     Row("mapping", "share of mapping in a search", mapping_row, unit=" %", at_most=2, floor=5),
     Row("mapping-growth", "growth of mapping from 127 to 1,000 residues over that of the length",
         mapping_growth_row),

@@ -16,7 +16,6 @@ def highlight(selection, residues, colour):
     cmd.select(selection, residues)
     cmd.color(colour, selection)
     cmd.cartoon("tube", selection)
-    cmd.show("cartoon", selection)
 
 cmd.set("ribbon_trace_atoms", 1)
 cmd.set("cartoon_trace_atoms", 1)
@@ -46,9 +45,9 @@ read("hinge.pdb", "m4_hinge_pdb")
 cmd.color("0xFFD199", "m4_hinge_pdb")
 cmd.group("cluster_2", "m4_hinge_pdb")
 cmd.hide("everything")
-cmd.show("ribbon")
+cmd.show("ribbon", "name CA")
 for name in cmd.get_names("selections"):
-    cmd.show("cartoon", name)
+    cmd.show("cartoon", name + " and name CA")
 cmd.deselect()
 cmd.orient()
 python end

@@ -16,7 +16,6 @@ def highlight(selection, residues, colour):
     cmd.select(selection, residues)
     cmd.color(colour, selection)
     cmd.cartoon("tube", selection)
-    cmd.show("cartoon", selection)
 
 cmd.set("ribbon_trace_atoms", 1)
 cmd.set("cartoon_trace_atoms", 1)
@@ -40,9 +39,9 @@ cmd.transform_selection("m2_double_pdb", [
     0.0, 0.0, 0.0, 1.0])
 highlight("matched_m2_double_pdb", "m2_double_pdb and chain A and resi 1-20", "0xFF8000")
 cmd.hide("everything")
-cmd.show("ribbon")
+cmd.show("ribbon", "name CA")
 for name in cmd.get_names("selections"):
-    cmd.show("cartoon", name)
+    cmd.show("cartoon", name + " and name CA")
 cmd.deselect()
 cmd.orient()
 python end

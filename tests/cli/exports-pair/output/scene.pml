@@ -16,7 +16,6 @@ def highlight(selection, residues, colour):
     cmd.select(selection, residues)
     cmd.color(colour, selection)
     cmd.cartoon("tube", selection)
-    cmd.show("cartoon", selection)
 
 cmd.set("ribbon_trace_atoms", 1)
 cmd.set("cartoon_trace_atoms", 1)
@@ -41,9 +40,9 @@ cmd.transform_selection("prediction_domain_2", [
 highlight("matched_experiment_domain_2", "experiment and chain A and resi 13-20", "0xFFD199")
 highlight("matched_prediction_domain_2", "prediction_domain_2 and chain A and resi 13-20", "0xFF8000")
 cmd.hide("everything")
-cmd.show("ribbon")
+cmd.show("ribbon", "name CA")
 for name in cmd.get_names("selections"):
-    cmd.show("cartoon", name)
+    cmd.show("cartoon", name + " and name CA")
 for name in cmd.get_object_list("prediction_domain_*"):
     cmd.hide("ribbon", name)
 cmd.deselect()
