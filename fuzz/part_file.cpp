@@ -91,8 +91,12 @@ void merge(PartReader part) {
     };
     try {
         switch (part.header().kind) {
-            case PartKind::Gdt: {
-                const auto give = [&](BatchPair, double& gdt) { require(part.next(gdt)); };
+            case PartKind::Gdt:
+            case PartKind::GdtWithSearches: {
+                const auto give = [&](BatchPair pair, GdtOutcome& outcome) {
+                    require(part.next(prepared.sets()[pair.experiment].size(),
+                                      prepared.sets()[pair.prediction].size(), outcome));
+                };
                 requireFinite(collectAllGdt(prepared, {}, give, captured.log, captured.report).gdt);
                 break;
             }
@@ -108,14 +112,15 @@ void merge(PartReader part) {
                 break;
             }
             case PartKind::MaxSub:
-            case PartKind::MaxSubWithSuperpositions: {
+            case PartKind::MaxSubWithSuperpositions:
+            case PartKind::MaxSubWithSearches: {
                 Bounds bounds(prepared);
                 const auto give = [&](BatchPair pair, ComparisonResult& result) {
                     require(part.next(prepared.sets()[pair.experiment].size(),
                                       prepared.sets()[pair.prediction].size(), result));
                 };
                 requireFinite(
-                    collectAllMaxSub(prepared, {}, &bounds, give, captured.log, captured.report)
+                    collectAllMaxSub(prepared, {}, {&bounds}, give, captured.log, captured.report)
                         .scores);
                 break;
             }
@@ -129,17 +134,22 @@ std::optional<std::string> rewritten(PartReader part, const std::string& path) {
     PartWriter writer(path, part.header().kind);
     for (std::uint64_t k = 0; k < part.header().records; ++k) {
         ComparisonResult result;
-        double score = 0.0;
+        GdtOutcome gdt;
         RmsdCells cells;
+        double score = 0.0;
         switch (part.header().kind) {
             case PartKind::Gdt:
-            case PartKind::Measure:
-                if (!part.next(score)) return std::nullopt;
-                writer.add(score);
+            case PartKind::GdtWithSearches:
+                if (!part.next(20, 20, gdt)) return std::nullopt;
+                writer.add(gdt);
                 break;
             case PartKind::Rmsd:
                 if (!part.next(cells)) return std::nullopt;
                 writer.add(cells);
+                break;
+            case PartKind::Measure:
+                if (!part.next(score)) return std::nullopt;
+                writer.add(score);
                 break;
             default:
                 if (!part.next(20, 20, result)) return std::nullopt;
@@ -164,7 +174,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     file.set(bytes);
     auto part = opened(file);
     if (!part) return 0;
-    const bool isSimple = part->header().kind != PartKind::MaxSubWithSuperpositions;
+    // Runs may be divided otherwise than they are written.
+    const bool isSimple =
+        part->header().kind == PartKind::MaxSub || part->header().kind == PartKind::Gdt ||
+        part->header().kind == PartKind::Rmsd || part->header().kind == PartKind::Measure;
     const auto again = rewritten(*std::move(part), "again.part");
     if (again && isSimple) FUZZ_REQUIRE(*again == bytes);
     part = opened(file);

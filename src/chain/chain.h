@@ -104,6 +104,14 @@ struct Chain {
     // Of a complex the names of its chains, in the order of their atoms; empty for a single chain,
     // and not for a complex that happens to have one: it is still paired by the name.
     std::vector<std::string> subunits{};
+    // Of a file with several models which one, counted from 1 as they stand in it; else 0.
+    std::uint32_t modelPlace = 0;
+    bool namesModel = false;  // the file name is the path and ":n", n being the model's number
+
+    // The path of the file itself.
+    std::string path() const {
+        return namesModel ? fileName.substr(0, fileName.rfind(':')) : fileName;
+    }
 
     // What messages and records show of the name.
     char letter() const { return name.empty() ? ' ' : name.front(); }

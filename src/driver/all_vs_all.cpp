@@ -80,13 +80,10 @@ std::vector<RankedModel> ranking(const DistanceMatrix& scores, MatrixValues valu
     return rankedModels(scores, values, jury);
 }
 
-// The pairs of a run that merges parts.
-// Files that show pairs want alignments and domains, which parts do not have.
-MergedPairs mergedPairs(const Settings& settings, const PreparedList& models, RunExports& exports,
-                        Log& log) {
-    if (exports.showsPairs())
-        abend("Parts hold no more of a pair than its results: leave out files that show more");
-    return {settings, models.models(), log};
+// Who sees the pairs of a merge: parts hold all of a pair only where files show it, and else the
+// pairs without a fit are counted as their records come.
+PairViewer* viewerOfMerge(RunExports& exports) {
+    return exports.showsPairs() ? exports.viewer() : nullptr;
 }
 
 // Each batch is computed, or merged from the parts of an earlier computation: then give() takes the
@@ -100,13 +97,14 @@ MaxSubBatch maxSubOfAll(const PreparedList& models, PairRecorder* recorder,
         return compareAllMaxSub(models, parameters, recorder, log, report,
                                 {settings.workforce, exports.viewer()});
     }
-    MergedPairs merged = mergedPairs(settings, models, exports, log);
+    PairViewer* const viewer = viewerOfMerge(exports);
+    MergedPairs merged(settings, models.models(), log);
     const auto give = [&](BatchPair pair, ComparisonResult& result) {
         merged.next(models.sets()[pair.experiment].size(), models.sets()[pair.prediction].size(),
                     result);
-        exports.count(result.hasFit());
+        if (viewer == nullptr) exports.count(result.hasFit());
     };
-    MaxSubBatch batch = collectAllMaxSub(models, parameters, recorder, give, log, report);
+    MaxSubBatch batch = collectAllMaxSub(models, parameters, {recorder, viewer}, give, log, report);
     merged.finish();
     return batch;
 }
@@ -118,12 +116,14 @@ GdtBatch gdtOfAll(const PreparedList& models, const Settings& settings, RunExpor
         return compareAllGdt(models, parameters, log, report,
                              {settings.workforce, exports.viewer()});
     }
-    MergedPairs merged = mergedPairs(settings, models, exports, log);
-    const auto give = [&](BatchPair, double& gdt) {
-        merged.next(gdt);
-        exports.count(gdt >= 0.0);
+    PairViewer* const viewer = viewerOfMerge(exports);
+    MergedPairs merged(settings, models.models(), log);
+    const auto give = [&](BatchPair pair, GdtOutcome& outcome) {
+        merged.next(models.sets()[pair.experiment].size(), models.sets()[pair.prediction].size(),
+                    outcome);
+        if (viewer == nullptr) exports.count(outcome.hasFit);
     };
-    GdtBatch batch = collectAllGdt(models, parameters, give, log, report);
+    GdtBatch batch = collectAllGdt(models, parameters, give, log, report, viewer);
     merged.finish();
     return batch;
 }
@@ -134,12 +134,13 @@ RmsdBatch rmsdOfAll(const PreparedList& models, const Settings& settings, RunExp
     if (!settings.blocks.mergeFolder) {
         return compareAllRmsd(models, options, log, report, {settings.workforce, exports.viewer()});
     }
-    MergedPairs merged = mergedPairs(settings, models, exports, log);
+    PairViewer* const viewer = viewerOfMerge(exports);
+    MergedPairs merged(settings, models.models(), log);
     const auto give = [&](BatchPair, RmsdCells& cells) {
         merged.next(cells);
-        exports.count(cells.rmsd >= 0.0F);
+        if (viewer == nullptr) exports.count(cells.rmsd >= 0.0F);
     };
-    RmsdBatch batch = collectAllRmsd(models, options, give, log, report);
+    RmsdBatch batch = collectAllRmsd(models, options, give, log, report, viewer);
     merged.finish();
     return batch;
 }
@@ -151,7 +152,9 @@ MeasureBatch measuresOfAll(const PreparedList& models, const Settings& settings,
         return compareAllByMeasure(models, options, log, report,
                                    {settings.workforce, exports.viewer()});
     }
-    MergedPairs merged = mergedPairs(settings, models, exports, log);
+    if (exports.showsPairs())
+        abend("Parts hold no more of a pair than its score: leave out files that show more");
+    MergedPairs merged(settings, models.models(), log);
     const auto give = [&](BatchPair, double& score) { merged.next(score); };
     MeasureBatch batch = collectAllByMeasure(models, options, give, log, report);
     merged.finish();

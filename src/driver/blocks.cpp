@@ -26,11 +26,16 @@ namespace {
 
 constexpr std::string_view kSuffix = ".part";
 
-// The superpositions of pairs are in parts only where a merged run will write them.
+// What is known of pairs beyond their scores is in parts only where a merged run will show it: in
+// files of pairs, or in the superpositions of -R.
 PartKind partKind(const Settings& settings) {
+    const std::vector<ExportRequest>& exports = settings.output.exports;
+    const bool showsPairs = std::any_of(exports.begin(), exports.end(), [](const auto& request) {
+        return request.form->has(kShowsPairs);
+    });
     switch (comparisonKind(settings)) {
         case ComparisonKind::Gdt:
-            return PartKind::Gdt;
+            return showsPairs ? PartKind::GdtWithSearches : PartKind::Gdt;
         case ComparisonKind::Rmsd:
             return PartKind::Rmsd;
         case ComparisonKind::Measure:
@@ -38,6 +43,7 @@ PartKind partKind(const Settings& settings) {
         case ComparisonKind::MaxSub:
             break;
     }
+    if (showsPairs) return PartKind::MaxSubWithSearches;
     return settings.output.resultFile ? PartKind::MaxSubWithSuperpositions : PartKind::MaxSub;
 }
 
@@ -53,6 +59,10 @@ const char* nameOf(PartKind kind) {
             return "RMSD";
         case PartKind::Measure:
             return "score";
+        case PartKind::MaxSubWithSearches:
+            return "MaxSub for files of pairs";
+        case PartKind::GdtWithSearches:
+            return "GDT for files of pairs";
     }
     return "";
 }
@@ -149,10 +159,6 @@ void checkBlocks(const Settings& settings) {
     }
     if (input.listIsPath || input.entry.allModels) {
         abend("Blocks take a list by -l, and one model of each of its files");
-    }
-    if (!settings.blocks.mergeFolder && !settings.output.exports.empty()) {
-        abend("Blocks write no other files: leave out '%s'",
-              optionName(settings.output.exports.front()).c_str());
     }
     if (settings.output.logLevel > 2) abend("Blocks keep no details: -L 1 or 2");
     if (settings.comparison.measures.wanted.size() > (settings.measure.by ? 1U : 0U)) {

@@ -23,11 +23,11 @@ constexpr unsigned kAny = kPairwise | kList | kMatrix;
 constexpr unsigned kStructures = kPairwise | kList | kAll;  // runs that read them
 
 constexpr auto kForms = std::to_array<ExportForm>({
-    {"tsv", kStructures, makePairTable},
+    {"tsv", kStructures, makePairTable, kShowsPairs},
     {"ranking", kList | kMatrix, makeRankingTable},
     {"residues", kPairwise | kList, makeResidueTable},
-    {"json", kAny, makeJsonDocument, kShowsFailure},
-    {"jsonl", kStructures, makeJsonLines},
+    {"json", kAny, makeJsonDocument, kShowsFailure | kShowsPairs},
+    {"jsonl", kStructures, makeJsonLines, kShowsPairs},
     {"npy", kMatrix, makeMatrixFile},
     {"newick", kMatrix, makeNewickTree, kNeedsTree},
     {"linkage", kMatrix, makeLinkageFile, kNeedsTree},

@@ -19,6 +19,7 @@ namespace tervolanda {
 inline constexpr unsigned kNeedsTree = 1;       // clustering by linkage
 inline constexpr unsigned kRefersToInputs = 2;  // by their paths, so that they have to be files
 inline constexpr unsigned kShowsFailure = 4;    // it is written for a run that failed, too
+inline constexpr unsigned kShowsPairs = 16;     // of all models with each other
 // It shows models laid over others: in a run of all models against each other over the medoids of
 // their clusters, so that it needs clusters and is given these pairs in place of those compared.
 inline constexpr unsigned kSuperposes = 8;

@@ -110,7 +110,7 @@ void RunExports::startMatrix(const std::vector<std::uint32_t>& ids, const ChainL
     for (std::size_t i = 0; i < ids.size(); ++i) {
         InputStructure input;
         input.id = ids[i];
-        if (chains != nullptr) input.file = chains->chains[i].fileName;
+        if (chains != nullptr) input.file = input.path = chains->chains[i].fileName;
         if (pairs != nullptr && pairs->at(i, i) > 0) input.length = pairs->at(i, i);
         inputs_.structures.push_back(std::move(input));
     }

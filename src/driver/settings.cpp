@@ -140,8 +140,8 @@ std::vector<std::string> recordedCommand(const std::vector<std::string>& values)
     std::vector<std::string> command;
     for (std::size_t i = 1; i < values.size(); ++i) {
         const auto isGiven = [&](std::string_view option) { return values[i].starts_with(option); };
-        const bool matters =
-            !isGiven("--threads=") && !isGiven("--progress=") && !isGiven("--kernels=");
+        const bool matters = !isGiven("--threads=") && !isGiven("--progress=") &&
+                             !isGiven("--kernels=") && !isGiven("--merge=");
         if (matters) command.push_back(values[i]);
     }
     return command;

@@ -18,8 +18,15 @@ std::string residueName(ResidueId residue) {
     return name;
 }
 
-// The residues, or of each the atom that `atom` names.  Those of complexes are found by chain,
-// where its name is a word to the viewer: a union with a term for each.
+// "#2", or of a file with several models, which are opened as #2.1, #2.2 and so on, "#2.3".
+std::string modelName(std::size_t object, const InputStructure& input) {
+    std::string name = '#' + std::to_string(object);
+    if (input.modelPlace > 0) name += '.' + std::to_string(input.modelPlace);
+    return name;
+}
+
+// The residues, or of each the atom that `atom` names: "#2/A:5-17,20".  They are found by chain
+// where its name is a word to the viewer; those of complexes are a union with a term for each.
 std::string selection(std::size_t object, const InputStructure& input,
                       const std::vector<ResidueStretch>& stretches, const char* atom = "") {
     std::string text;
@@ -28,10 +35,11 @@ std::string selection(std::size_t object, const InputStructure& input,
         if (i > 0 && stretches[i - 1].first.subunit == first.subunit) {
             text += ',';
         } else {
-            const bool isNamed = first.subunit < input.subunits.size() && !input.isSegment &&
-                                 isWord(input.subunits[first.subunit]);
-            text += (i > 0 ? atom + std::string("|#") : "#") + std::to_string(object);
-            text += (isNamed ? "/" + input.subunits[first.subunit] : "") + ':';
+            const std::string& chain = chainOf(input, first);
+            if (i > 0) text += atom + std::string("|");
+            text += modelName(object, input);
+            if (isWord(chain) && !input.isSegment) text += '/' + chain;
+            text += ':';
         }
         text += residueName(first);
         if (last != first) text += '-' + residueName(last);
@@ -67,9 +75,13 @@ void ChimeraxScript::write(const Scene& scene) {
     text() += "view\n";
 }
 
+// Of several models the one that was compared is drawn.
 void ChimeraxScript::open(std::size_t object, const InputStructure& input, unsigned colour) {
-    text() += format("open %s id #%zu\nhide #%zu atoms\ncartoon #%zu\ncolor #%zu #%06x\n",
-                     pythonText(input.file).c_str(), object, object, object, object, colour);
+    text() += format("open %s id #%zu\nhide #%zu atoms\n", pythonText(input.path).c_str(), object,
+                     object);
+    if (input.modelPlace > 0) text() += format("hide #%zu cartoons\n", object);
+    text() +=
+        format("cartoon %s\ncolor #%zu #%06x\n", modelName(object, input).c_str(), object, colour);
 }
 
 // Twelve numbers, the first three rows of the same matrix; it says where the model is, not how it

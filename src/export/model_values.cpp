@@ -37,6 +37,8 @@ std::optional<double> meanScore(const DistanceMatrix& scores, std::size_t model,
 InputStructure inputOf(const Chain& chain) {
     InputStructure input;
     input.file = chain.fileName;
+    input.path = chain.path();
+    input.modelPlace = chain.modelPlace;
     input.chain = chain.name == " " ? "" : chain.name;
     input.isSegment = chain.isSegment;
     input.subunits = chain.subunits;

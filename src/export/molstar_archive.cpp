@@ -6,6 +6,7 @@
 // which component, how it is drawn and in which colours.  Mol* reads such files with the suffix
 // .mvsx.
 #include "base/format.h"
+#include "chain/input/input.h"
 #include "export/json_text.h"
 #include "export/scene.h"
 #include "export/structure_copy.h"
@@ -24,6 +25,7 @@ struct Part {
     std::string file;  // its name there
     StructureForm form = StructureForm::Pdb;
     const InputStructure* input = nullptr;
+    std::uint32_t modelPlace = 0;  // in the file, from 1; 0 for the only one
 };
 
 // Copies are packed as they are read, so that one structure at a time is in memory.  A structure
@@ -107,7 +109,9 @@ void appendStructure(std::string& text, const Part& part, const Shown& shown) {
     appendJson(text, part.file);
     text += R"(},"children":[{"kind":"parse","params":{"format":)";
     text += part.form == StructureForm::Mmcif ? "\"mmcif\"" : "\"pdb\"";
-    text += R"(},"children":[{"kind":"structure","params":{"type":"model"},"children":[)";
+    text += R"(},"children":[{"kind":"structure","params":{"type":"model")";
+    if (part.modelPlace > 0) text += format(",\"model_index\":%u", part.modelPlace - 1);
+    text += "},\"children\":[";
     if (shown.motion != nullptr) appendTransform(text, *shown.motion);
     text += R"({"kind":"component","params":{"selector":)";
     if (shown.residues != nullptr) {
@@ -137,6 +141,8 @@ Part MolstarArchive::pack(const Scene& scene, std::size_t input, const std::stri
     part.form = copy.form;
     part.file = name + (copy.form == StructureForm::Mmcif ? ".cif" : ".pdb");
     part.input = &scene.inputs.structures[input];
+    // What cannot be read again by its name is there as the atoms that were compared.
+    if (canBeReadAgain(part.input->file)) part.modelPlace = part.input->modelPlace;
     isWhole_ = archive_.add(part.file, copy.text, text()) && isWhole_;
     pace();
     return part;

@@ -84,7 +84,7 @@ void addResidues(const ComparedPair& pair, const ComparisonResult& found, PairDe
         isTaken[matched.experiment] = true;
     }
     for (std::uint32_t p = 0; p < inSubset.size(); ++p) {
-        const std::int32_t partner = found.partners[p];
+        const std::int32_t partner = detail == PairDetail::Residues ? found.partners[p] : -1;
         if (inSubset[p] != nullptr) {
             const std::uint32_t iteration = inSubset[p]->iteration;
             addResidue(pair, *inSubset[p], iteration < fits ? iteration + 1 : 0, detail, result);

@@ -15,13 +15,18 @@ namespace {
 constexpr std::string_view kHead = R"(python
 import gzip
 
-def read(path, name):
+def read(path, name, state=0):
     with open(path, "rb") as file:
         text = file.read()
     if text[:2] == b"\x1f\x8b":
         text = gzip.decompress(text)
     form = "cif" if b"_atom_site." in text else "pdb"
-    cmd.load_raw(text.decode("latin-1"), form, name)
+    if state == 0:
+        cmd.load_raw(text.decode("latin-1"), form, name)
+    else:
+        cmd.load_raw(text.decode("latin-1"), form, "all_models")
+        cmd.create(name, "all_models", state, 1)
+        cmd.delete("all_models")
 
 def highlight(selection, residues, colour):
     cmd.select(selection, residues)
@@ -114,7 +119,9 @@ void PymolScript::write(const Scene& scene) {
 }
 
 void PymolScript::read(const InputStructure& input, const std::string& object, unsigned colour) {
-    text() += format("read(%s, \"%s\")\n", pythonText(input.file).c_str(), object.c_str());
+    const std::string state = input.modelPlace == 0 ? "" : format(", %u", input.modelPlace);
+    text() += format("read(%s, \"%s\"%s)\n", pythonText(input.path).c_str(), object.c_str(),
+                     state.c_str());
     text() += format("cmd.color(\"0x%06X\", \"%s\")\n", colour, object.c_str());
 }
 

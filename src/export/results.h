@@ -76,7 +76,9 @@ inline bool isDistance(ScoreKind kind) {
 // Its position among the inputs is what pairs refer to.
 struct InputStructure {
     std::optional<std::uint32_t> id;     // of a model of a list
-    std::string file;                    // path as given; empty where none is known
+    std::string file;                    // as given; empty where none is known
+    std::string path;                    // of the file itself, where `file` names a model of it
+    std::uint32_t modelPlace = 0;        // in a file of several models, from 1; else 0
     std::string chain;                   // its name; empty for none
     bool isSegment = false;              // the name is a segment's, and the chain has none
     std::vector<std::string> subunits;   // of a complex the names of its chains; empty for a chain

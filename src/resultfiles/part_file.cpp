@@ -13,6 +13,7 @@
 #include <sys/stat.h>
 #include <zlib.h>
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cmath>
@@ -34,11 +35,13 @@ constexpr std::size_t kFixedHeader = 84;
 // Entry, whether it is readable, checksum.
 constexpr std::size_t kModelBytes = 12;
 constexpr std::size_t kChecksumBytes = 4;
-// Both starts and the length.
-constexpr std::size_t kRunBytes = 12;
+constexpr std::size_t kRunBytes = 12;    // both starts and the length
 constexpr std::size_t kScoreBytes = 28;  // of a MaxSub record
-constexpr std::size_t kSuperpositionBytes =
-    15 * 8 + 12;  // and what else it may have, less its runs
+constexpr std::size_t kMotionBytes = 15 * 8;
+constexpr std::size_t kCountBytes = 8;  // matched pairs and runs
+// What a search has besides: two doubles, three counts.
+constexpr std::size_t kSearchBytes = 2 * 8 + 3 * 4;
+constexpr std::size_t kDomainBytes = kMotionBytes + 8;  // and its cut-off
 // Limits of what a header may claim.  They are far above any run (67 million models) and small
 // enough that sizes computed from them neither overflow nor are worth allocating for a file that
 // lies.
@@ -100,40 +103,73 @@ bool isSound(double value) {
     return std::abs(value) <= kLargest;  // false for not a number
 }
 
-// The size of a record, without its runs.
+// The size of a record, without its domains and runs.
 std::size_t recordSize(PartKind kind) {
+    constexpr std::size_t kFlag = sizeof(std::uint32_t);
     switch (kind) {
         case PartKind::MaxSub:
             return kScoreBytes;
         case PartKind::MaxSubWithSuperpositions:
-            return kScoreBytes + kSuperpositionBytes;
+            return kScoreBytes + kFlag + kMotionBytes + kCountBytes;
         case PartKind::Gdt:
         case PartKind::Measure:
             return sizeof(double);
         case PartKind::Rmsd:
             return 2 * sizeof(float) + sizeof(std::uint32_t);
+        case PartKind::MaxSubWithSearches:
+            return kScoreBytes + kSearchBytes + kCountBytes;
+        case PartKind::GdtWithSearches:
+            return sizeof(double) + kFlag + kMotionBytes + kScoreBytes + kSearchBytes + kCountBytes;
     }
     return 0;
+}
+
+bool hasSearches(PartKind kind) {
+    return kind == PartKind::MaxSubWithSearches || kind == PartKind::GdtWithSearches;
 }
 
 struct MatchedRun {
     std::uint32_t experiment = 0;
     std::uint32_t prediction = 0;
     std::uint32_t length = 0;
+    std::uint32_t iteration = 0;
 };
 
-// Matched pairs as diagonal runs, which are nearly always few and long.
-std::vector<MatchedRun> runsOf(const std::vector<MatchedPair>& matched) {
+// Matched pairs as diagonal runs, which are nearly always few and long.  With `byIteration` a run
+// is of one iteration.
+std::vector<MatchedRun> runsOf(const std::vector<MatchedPair>& matched, bool byIteration) {
     std::vector<MatchedRun> runs;
     for (const MatchedPair& pair : matched) {
-        if (!runs.empty() && pair.experiment == runs.back().experiment + runs.back().length &&
-            pair.prediction == runs.back().prediction + runs.back().length) {
+        const bool isNext = !runs.empty() &&
+                            pair.experiment == runs.back().experiment + runs.back().length &&
+                            pair.prediction == runs.back().prediction + runs.back().length;
+        if (isNext && (!byIteration || pair.iteration == runs.back().iteration)) {
             ++runs.back().length;
         } else {
-            runs.push_back({pair.experiment, pair.prediction, 1});
+            runs.push_back({pair.experiment, pair.prediction, 1, pair.iteration});
         }
     }
     return runs;
+}
+
+// The number of pairs and that of runs, and the runs.
+void putMatched(std::string& bytes, const std::vector<MatchedPair>& matched, bool byIteration) {
+    const std::vector<MatchedRun> runs = runsOf(matched, byIteration);
+    put(bytes, static_cast<std::uint32_t>(matched.size()));
+    put(bytes, static_cast<std::uint32_t>(runs.size()));
+    for (const MatchedRun& run : runs) {
+        put(bytes, run.experiment);
+        put(bytes, run.prediction);
+        put(bytes, run.length);
+        if (byIteration) put(bytes, run.iteration);
+    }
+}
+
+void putScores(std::string& bytes, const Scores& scores) {
+    put(bytes, scores.tm);
+    put(bytes, scores.maxsub);
+    put(bytes, scores.rmsd);
+    put(bytes, scores.pairs);
 }
 
 // Fifteen doubles: the centre of the experiment, that of the prediction, the rotation row by row.
@@ -144,6 +180,32 @@ void putSuperposition(std::string& bytes, const Superposition& superposition) {
         put(bytes, value);
     for (const double value : superposition.rotation)
         put(bytes, value);
+}
+
+// Which further measures have a value, as bits in their order.
+std::uint32_t measuresOf(const MeasureValues& measures) {
+    std::uint32_t given = 0;
+    for (std::size_t i = 0; i < kMeasures.size(); ++i)
+        given |= (measures.values[i] ? 1U : 0U) << i;
+    return given;
+}
+
+// What the files of pairs show of a search.
+void putSearch(std::string& bytes, const ComparisonResult& search) {
+    putScores(bytes, search);
+    put(bytes, search.grmsd);
+    put(bytes, search.msi);
+    put(bytes, search.mapped);
+    put(bytes, measuresOf(search.measures));
+    put(bytes, static_cast<std::uint32_t>(search.iterations.size()));
+    for (const std::optional<double>& value : search.measures.values) {
+        if (value) put(bytes, *value);
+    }
+    for (const DomainIteration& domain : search.iterations) {
+        putSuperposition(bytes, domain.superposition);
+        put(bytes, domain.distanceCutoff);
+    }
+    putMatched(bytes, search.matched, true);
 }
 
 // False when one of them is not sound; all are taken either way.
@@ -160,6 +222,14 @@ bool takeSuperposition(Fields& fields, Superposition& superposition) {
     const bool centres = takeValues(fields, superposition.experimentCentre) &&
                          takeValues(fields, superposition.predictionCentre);
     return centres && takeValues(fields, superposition.rotation);
+}
+
+bool takeScores(Fields& fields, Scores& scores) {
+    scores.tm = fields.take<double>();
+    scores.maxsub = fields.take<double>();
+    scores.rmsd = fields.take<double>();
+    scores.pairs = fields.take<std::uint32_t>();
+    return isSound(scores.tm) && isSound(scores.maxsub) && isSound(scores.rmsd);
 }
 
 // The header as it lies in the file, its own checksum at the end.
@@ -238,22 +308,28 @@ void PartWriter::append(std::string_view bytes) {
 
 void PartWriter::add(const ComparisonResult& result) {
     record_.clear();
-    put(record_, result.tm);
-    put(record_, result.maxsub);
-    put(record_, result.rmsd);
-    put(record_, result.pairs);
+    if (kind_ == PartKind::MaxSubWithSearches) {
+        putSearch(record_, result);
+        return append(record_);
+    }
+    putScores(record_, result);
     if (kind_ == PartKind::MaxSubWithSuperpositions) {
         const bool has = !result.iterations.empty();
-        const std::vector<MatchedRun> runs = runsOf(result.matched);
         put(record_, std::uint32_t{has ? 1U : 0U});
         putSuperposition(record_, has ? result.iterations.front().superposition : Superposition());
-        put(record_, static_cast<std::uint32_t>(result.matched.size()));
-        put(record_, static_cast<std::uint32_t>(runs.size()));
-        for (const MatchedRun& run : runs) {
-            put(record_, run.experiment);
-            put(record_, run.prediction);
-            put(record_, run.length);
-        }
+        putMatched(record_, result.matched, false);
+    }
+    append(record_);
+}
+
+void PartWriter::add(const GdtOutcome& outcome) {
+    record_.clear();
+    put(record_, outcome.hasFit ? outcome.found.gdt : kNoGdt);
+    if (kind_ == PartKind::GdtWithSearches) {
+        const auto& motion = outcome.found.superposition;
+        put(record_, std::uint32_t{motion ? 1U : 0U});
+        putSuperposition(record_, motion.value_or(Superposition()));
+        putSearch(record_, outcome.search);
     }
     append(record_);
 }
@@ -329,7 +405,7 @@ std::optional<std::string> PartReader::readHeader() {
     // Each number is checked before anything is computed from it, and the lengths that follow from
     // all of them against the size of the file before anything is allocated.
     const auto kind = fields.take<std::uint32_t>();
-    if (kind < 1 || kind > 5) return "is damaged: its kind";
+    if (kind < 1 || kind > 7) return "is damaged: its kind";
     header_.kind = static_cast<PartKind>(kind);
     header_.block.number = fields.take<std::uint64_t>();
     header_.block.blocks = fields.take<std::uint64_t>();
@@ -397,7 +473,8 @@ std::optional<std::string> PartReader::readHeaderTail() {
 // Reads all records for their checksum, and goes back to the first.
 std::optional<std::string> PartReader::checkRecords() {
     const std::uint64_t fixed = header_.records * recordSize(header_.kind);
-    const bool hasRuns = header_.kind == PartKind::MaxSubWithSuperpositions;
+    const bool hasRuns =
+        header_.kind == PartKind::MaxSubWithSuperpositions || hasSearches(header_.kind);
     if (hasRuns ? recordBytes_ < fixed : recordBytes_ != fixed) {
         return "is damaged: the length of its records";
     }
@@ -420,52 +497,120 @@ std::optional<std::string> PartReader::checkRecords() {
     return std::nullopt;
 }
 
+std::string_view PartReader::take(std::size_t size) {
+    fields_.resize(size);
+    if (left_ < size || !read(fields_.data(), size)) return {};
+    left_ -= size;
+    return fields_;
+}
+
 bool PartReader::next(std::size_t experimentSize, std::size_t predictionSize,
                       ComparisonResult& result) {
-    std::array<char, kScoreBytes + kSuperpositionBytes> bytes{};
-    const std::size_t size = recordSize(header_.kind);
-    if (left_ < size || !read(bytes.data(), size)) return false;
-    left_ -= size;
-    Fields fields({bytes.data(), size});
+    if (header_.kind == PartKind::MaxSubWithSearches) {
+        return readSearch(experimentSize, predictionSize, result);
+    }
     result.clear();
-    result.tm = fields.take<double>();
-    result.maxsub = fields.take<double>();
-    result.rmsd = fields.take<double>();
-    result.pairs = fields.take<std::uint32_t>();
-    if (!isSound(result.tm) || !isSound(result.maxsub) || !isSound(result.rmsd)) return false;
-    if (header_.kind != PartKind::MaxSubWithSuperpositions) return true;
+    const bool isPlain = header_.kind == PartKind::MaxSub;
+    const std::string_view bytes = take(recordSize(header_.kind) - (isPlain ? 0 : kCountBytes));
+    if (bytes.empty()) return false;
+    Fields fields(bytes);
+    if (!takeScores(fields, result)) return false;
+    if (isPlain) return true;
     const bool has = fields.take<std::uint32_t>() != 0;
     DomainIteration first;
     if (!takeSuperposition(fields, first.superposition)) return false;
     if (has) result.iterations.push_back(first);
-    const auto matched = fields.take<std::uint32_t>();
-    const auto runs = fields.take<std::uint32_t>();
-    return readRuns(experimentSize, predictionSize, matched, runs, result);
+    return readRuns(experimentSize, predictionSize, result);
 }
 
-// The matched pairs of a record: `matched` of them in `runs` runs, which is what the record said
-// before them.
+// `given` has a bit for each that the record has.
+bool PartReader::readMeasures(std::uint32_t given, MeasureValues& measures) {
+    if (given >> kMeasures.size() != 0) return false;
+    for (std::size_t i = 0; i < kMeasures.size(); ++i) {
+        if ((given >> i & 1U) == 0) continue;
+        const std::string_view bytes = take(sizeof(double));
+        if (bytes.empty()) return false;
+        measures.values[i] = Fields(bytes).take<double>();
+        if (!isSound(*measures.values[i])) return false;
+    }
+    return true;
+}
+
+// Domains are read one by one: their number may be a lie, but not longer than the file.
+bool PartReader::readSearch(std::size_t experimentSize, std::size_t predictionSize,
+                            ComparisonResult& result) {
+    result.clear();
+    const std::string_view bytes = take(kScoreBytes + kSearchBytes);
+    if (bytes.empty()) return false;
+    Fields fields(bytes);
+    const bool areSound = takeScores(fields, result);
+    result.grmsd = fields.take<double>();
+    result.msi = fields.take<double>();
+    if (!areSound || !isSound(result.grmsd) || !isSound(result.msi)) return false;
+    result.mapped = fields.take<std::uint32_t>();
+    const auto measures = fields.take<std::uint32_t>();
+    const auto domains = fields.take<std::uint32_t>();
+    if (!readMeasures(measures, result.measures)) return false;
+    for (std::uint32_t k = 0; k < domains; ++k) {
+        const std::string_view of = take(kDomainBytes);
+        if (of.empty()) return false;
+        Fields domain(of);
+        DomainIteration& found = result.iterations.emplace_back();
+        if (!takeSuperposition(domain, found.superposition)) return false;
+        found.distanceCutoff = domain.take<double>();
+        if (!isSound(found.distanceCutoff)) return false;
+    }
+    return readRuns(experimentSize, predictionSize, result);
+}
+
+// The matched pairs of a record: how many they are, in how many runs, and the runs.
 bool PartReader::readRuns(std::size_t experimentSize, std::size_t predictionSize,
-                          std::uint32_t matched, std::uint32_t runs, ComparisonResult& result) {
+                          ComparisonResult& result) {
+    const std::string_view counts = take(kCountBytes);
+    if (counts.empty()) return false;
+    Fields fields(counts);
+    const auto matched = fields.take<std::uint32_t>();
+    const auto runs = fields.take<std::uint32_t>();
     // The pairs are positions in arrays of coordinates: those that lie outside are refused here,
     // whatever the checksum says.
-    if (left_ < std::uint64_t{runs} * kRunBytes || matched > predictionSize) return false;
-    left_ -= std::uint64_t{runs} * kRunBytes;
+    if (matched > predictionSize) return false;
+    const bool hasIterations = hasSearches(header_.kind);
     for (std::uint32_t k = 0; k < runs; ++k) {
-        std::array<char, kRunBytes> bytes{};
-        if (!read(bytes.data(), bytes.size())) return false;
-        Fields fields({bytes.data(), bytes.size()});
-        const auto experiment = fields.take<std::uint32_t>();
-        const auto prediction = fields.take<std::uint32_t>();
-        const auto length = fields.take<std::uint32_t>();
+        const std::string_view bytes = take(kRunBytes + (hasIterations ? 4 : 0));
+        if (bytes.empty()) return false;
+        Fields run(bytes);
+        const auto experiment = run.take<std::uint32_t>();
+        const auto prediction = run.take<std::uint32_t>();
+        const auto length = run.take<std::uint32_t>();
+        const auto iteration = hasIterations ? run.take<std::uint32_t>() : 0;
         const bool fits = experimentSize >= length && experiment <= experimentSize - length &&
                           predictionSize >= length && prediction <= predictionSize - length &&
-                          length <= matched - result.matched.size();
+                          length <= matched - result.matched.size() &&
+                          (!hasIterations || iteration < result.iterations.size());
         if (!fits) return false;
         for (std::uint32_t i = 0; i < length; ++i)
-            result.matched.push_back({experiment + i, prediction + i, 0});
+            result.matched.push_back({experiment + i, prediction + i, iteration});
     }
     return result.matched.size() == matched;
+}
+
+bool PartReader::next(std::size_t experimentSize, std::size_t predictionSize, GdtOutcome& outcome) {
+    const bool hasSearch = header_.kind == PartKind::GdtWithSearches;
+    const std::string_view bytes =
+        take(sizeof(double) + (hasSearch ? sizeof(std::uint32_t) + kMotionBytes : 0));
+    if (bytes.empty()) return false;
+    Fields fields(bytes);
+    outcome.found = {fields.take<double>(), std::nullopt};
+    outcome.hasFit = outcome.found.gdt >= 0.0;
+    if (!isSound(outcome.found.gdt)) return false;
+    if (!outcome.hasFit && outcome.found.gdt != kNoGdt) return false;
+    outcome.found.gdt = std::max(outcome.found.gdt, 0.0);
+    if (!hasSearch) return true;
+    const bool has = fields.take<std::uint32_t>() != 0;
+    Superposition motion;
+    if (!takeSuperposition(fields, motion)) return false;
+    if (has) outcome.found.superposition = motion;
+    return readSearch(experimentSize, predictionSize, outcome.search);
 }
 
 bool PartReader::next(double& score) {
@@ -477,10 +622,9 @@ bool PartReader::next(double& score) {
 }
 
 bool PartReader::next(RmsdCells& cells) {
-    std::array<char, 2 * sizeof(float) + sizeof cells.pairs> bytes{};
-    if (left_ < bytes.size() || !read(bytes.data(), bytes.size())) return false;
-    left_ -= bytes.size();
-    Fields fields({bytes.data(), bytes.size()});
+    const std::string_view bytes = take(recordSize(PartKind::Rmsd));
+    if (bytes.empty()) return false;
+    Fields fields(bytes);
     cells.rmsd = fields.take<float>();
     cells.urmsd = fields.take<float>();
     cells.pairs = fields.take<std::uint32_t>();

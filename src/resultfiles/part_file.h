@@ -16,6 +16,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <variant>
 #include <vector>
 
@@ -24,8 +25,17 @@
 
 namespace tervolanda {
 
-// What a record holds of a pair.  The numbers are those in the file.
-enum class PartKind : std::uint32_t { MaxSub = 1, MaxSubWithSuperpositions, Gdt, Rmsd, Measure };
+// What a record holds of a pair; those with searches hold all that files of pairs show.  The
+// numbers are those in the file.
+enum class PartKind : std::uint32_t {
+    MaxSub = 1,
+    MaxSubWithSuperpositions,
+    Gdt,
+    Rmsd,
+    Measure,
+    MaxSubWithSearches,
+    GdtWithSearches,
+};
 
 // A line of the list, and what reading it gave.  Both the parts and the run that merges them make
 // one from the chain that they have read, so that a file that was changed between the runs is found
@@ -73,7 +83,8 @@ class PartWriter {
     PartWriter& operator=(const PartWriter&) = delete;
 
     void add(const ComparisonResult& result);
-    void add(double score);  // of a GDT or measure part
+    void add(const GdtOutcome& outcome);
+    void add(double score);  // of a measure part
     void add(const RmsdCells& cells);
     std::uint64_t records() const { return records_; }
     // Writes the part; the header's kind and records are those that were added.  False when not
@@ -105,8 +116,10 @@ class PartReader {
 
     // The next record; false when there is none or the file is not any more what it was.  A result
     // has pairs, rmsd, maxsub, tm and, of the kind with superpositions, that of the first iteration
-    // and the matched pairs, which lie within sets of these sizes.
+    // and the matched pairs, which lie within sets of these sizes; of the kinds with searches all
+    // but the partners.
     bool next(std::size_t experimentSize, std::size_t predictionSize, ComparisonResult& result);
+    bool next(std::size_t experimentSize, std::size_t predictionSize, GdtOutcome& outcome);
     bool next(double& score);
     bool next(RmsdCells& cells);
     // After the last record: whether every byte was read again as it was checked.
@@ -119,8 +132,12 @@ class PartReader {
     std::optional<std::string> readHeaderTail();
     std::optional<std::string> checkHeader() const;
     std::optional<std::string> checkRecords();
-    bool readRuns(std::size_t experimentSize, std::size_t predictionSize, std::uint32_t matched,
-                  std::uint32_t runs, ComparisonResult& result);
+    // Takes so many bytes of a record; empty where there are fewer.
+    std::string_view take(std::size_t size);
+    bool readMeasures(std::uint32_t given, MeasureValues& measures);
+    bool readSearch(std::size_t experimentSize, std::size_t predictionSize,
+                    ComparisonResult& result);
+    bool readRuns(std::size_t experimentSize, std::size_t predictionSize, ComparisonResult& result);
 
     FileHandle file_;
     PartHeader header_;
@@ -130,6 +147,7 @@ class PartReader {
     std::uint32_t headerChecksum_ = 0;  // of all bytes before the records
     std::uint32_t checksum_ = 0;        // of all bytes read so far
     std::uint32_t fileChecksum_ = 0;    // of the whole file
+    std::string fields_;                // scratch
 };
 
 }  // namespace tervolanda

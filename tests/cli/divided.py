@@ -37,6 +37,7 @@ ALL_AGAINST_ALL = [
     ["-rmsd", "-L", "2", "-R", "rmsd.txt", "-Ru", "urmsd.txt"],
     ["-rmsd", "-bb", "-L", "6"],
     ["--measure=lddt", "-av", "-L", "2", "-C", "2", "-R", "lddt.txt"],
+    ["-C", "2", "--jsonl=p.jsonl", "--superposed=moved", "--pymol=scene.pml", "--report=page.html"],
 ]
 BY_STRUCTURE = [["-in", "-L", "6", "-R", "full.txt"], ["-in", "-matrix", "-L", "5"]]
 ONE_AGAINST_ALL = [
@@ -125,9 +126,9 @@ def outcome(program, arguments, models):
             timeout=10 * run_case.TIME_LIMIT,
         )
         found = {
-            path.name: run_case.masked(path.read_bytes())
-            for path in folder.iterdir()
-            if not path.is_symlink()
+            str(path.relative_to(folder)): run_case.masked(path.read_bytes())
+            for path in folder.rglob("*")
+            if not path.is_symlink() and path.is_file()
         }
     found["standard output"] = run_case.masked(run.stdout)
     found["standard error"] = run.stderr
@@ -167,6 +168,9 @@ IN_BLOCKS = [
     ["-rmsd", "-L", "2", "-Rl", "r.txt", "-Ru", "u.txt"],
     ["-rmsd", "-bb", "-L", "2", "-Ru", "u.txt"],
     ["-in", "-R", "full.txt", "-C", "3"],
+    ["-i", "3", "-C", "2", "-R", "full.txt", "--tsv=p.tsv", "--json=r.json", "--superposed=moved"],
+    ["-gdt", "4", "-i", "2", "--jsonl=p.jsonl"],
+    ["-rmsd", "-C", "1", "--tsv=p.tsv", "--json=r.json", "--chimerax=s.cxc"],
 ]
 COUNTS = [1, 2, 3, 7, 21, 23]
 # With more models blocks have several rows, or parts of one.
@@ -176,7 +180,7 @@ MANY_IN_BLOCKS = [
     (["-rmsd", "-L", "2", "-R", "r.txt", "-Ru", "u.txt"], [7, 29]),
 ]
 # Where some pairs have no fit, which a strict run says at the end.
-STRICT_IN_BLOCKS = [["--strict"], ["--strict", "-gdt", "4"], ["--strict", "-rmsd", "-L", "2"]]
+STRICT_IN_BLOCKS = [["--strict"], ["--strict", "-gdt", "4"], ["--strict", "-rmsd", "-L", "2"], ["--strict", "--tsv=p"]]
 
 
 def divisions():

@@ -136,16 +136,24 @@ def test_pymol():
         for (pairs, value), (count, figure) in zip(wanted, found):
             assert int(count) == pairs
             close(float(figure), value, 0.0006)
-    # The models of a list lie where --superposed puts them.
-    run_program("-e", "experiment.pdb", "-l", "models.txt", "-super", "3", "--pymol=list.pml", "--superposed=moved")
-    places = {}
-    for name, *place in re.findall(r"^FIRST (\S+) (\S+) (\S+) (\S+)", run_pymol("list.pml"), re.MULTILINE):
-        places[re.sub(r"^m\d+_", "", name)] = [float(x) for x in place]
-    assert len(places) == 4, places
-    for name, place in places.items():
-        if name != "experiment":
-            copy = pathlib.Path("moved", name.removesuffix("_pdb") + ".pdb").read_text(encoding="utf-8")
-            assert math.dist(place, next(iter(calphas(copy).values()))) < 0.003
+    # The models of a list lie where --superposed puts them: on the experiment, or as models of one
+    # file on the medoids of their clusters.
+    parts = [pathlib.Path(name).read_text(encoding="utf-8") for name in ("near_1.pdb", "near_2.pdb", "hinge_1.pdb")]
+    pathlib.Path("all.pdb").write_text("".join(f"MODEL {9 - i:8d}\n{part}ENDMDL\n" for i, part in enumerate(parts)))
+    for count, arguments in (
+        (4, ["-e", "experiment.pdb", "-l", "models.txt", "-super", "3"]),
+        (3, ["--models=all.pdb", "--model=all", "-C", "2", "-T", "0.5"]),
+    ):
+        run_program(*arguments, "--pymol=list.pml", "--superposed=moved")
+        places = {}
+        for name, *place in re.findall(r"^FIRST (\S+) (\S+) (\S+) (\S+)", run_pymol("list.pml"), re.MULTILINE):
+            places[re.sub(r"^m\d+_", "", name)] = [float(x) for x in place]
+        assert len(places) == count, places
+        for name, place in places.items():
+            if name != "experiment":
+                name = name.replace("_pdb_", ".pdb_").removesuffix("_pdb") + ".pdb"
+                copy = pathlib.Path("moved", name).read_text(encoding="utf-8")
+                assert math.dist(place, next(iter(calphas(copy).values()))) < 0.003
 
 
 # --- RasMol ---
@@ -262,7 +270,7 @@ def test_chimerax():
     for key, p in calphas(pathlib.Path("hinge_1.pdb").read_text(encoding="utf-8")).items():
         moved = [sum(m[4 * i + k] * p[k] for k in range(3)) + m[4 * i + 3] for i in range(3)]
         assert math.dist(moved, wanted[key]) < 0.002
-    assert "color #2:1-43 #33cc33" in lines
+    assert "color #2/A:1-43 #33cc33" in lines
 
 
 # --- The folder of moved models ---

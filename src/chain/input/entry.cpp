@@ -46,6 +46,14 @@ void EntryBuilder::notePolymerName(std::string_view name) {
     if (polymerNames_.size() < kMostParts) polymerNames_.emplace(name);
 }
 
+// More models than a file may have are refused elsewhere.
+void EntryBuilder::notePlace(std::int64_t number) {
+    if (!modelPlaces_.empty() && number == lastModel_) return;
+    lastModel_ = number;
+    if (modelPlaces_.size() < kMostParts)
+        modelPlaces_.emplace(number, static_cast<std::uint32_t>(modelPlaces_.size() + 1));
+}
+
 // The first model is wanted whatever its number is, until it turns out that there are others.
 bool EntryBuilder::isWantedModel(std::int64_t number) {
     if (allModels_) return true;
@@ -65,6 +73,7 @@ EntryBuilder::Entity EntryBuilder::entityOf(std::string_view name) const {
 
 bool EntryBuilder::beginPlace(const EntryPlace& place) {
     hasAtoms_ = true;
+    notePlace(place.model);
     if (!isWantedModel(place.model)) return false;
     const Entity entity = entityOf(place.entity);
     if (entity == Entity::Other) return false;
@@ -236,6 +245,9 @@ std::vector<EntryModel> EntryBuilder::finish() {
     for (auto& [number, model] : models_) {
         if (isOneChosen && number != *rules_.model) continue;
         models.push_back({number, proteinChains(model)});
+        if (modelPlaces_.size() < 2) continue;
+        for (Chain& chain : models.back().chains)
+            chain.modelPlace = modelPlaces_[number];
     }
     return models;
 }

@@ -92,6 +92,7 @@ class EntryBuilder {
     };
 
     bool isWantedModel(std::int64_t number);
+    void notePlace(std::int64_t number);
     Entity entityOf(std::string_view name) const;
     char bestConformer() const;
     char chosenConformer();
@@ -107,6 +108,9 @@ class EntryBuilder {
     std::set<std::string, std::less<>> polymerNames_;
     std::set<std::string, std::less<>> otherChains_;
     std::map<std::int64_t, Model> models_;
+    // Of all models of the file, wanted or not, up to the last one that was begun: where they
+    // stand, counted from 1.
+    std::map<std::int64_t, std::uint32_t> modelPlaces_;
     std::size_t atoms_ = 0;  // taken so far
     std::size_t parts_ = 0;
     bool hasAtoms_ = false;
@@ -116,6 +120,7 @@ class EntryBuilder {
     // Of residues that have several, by model, chain and residue: a file may come back to them.
     std::map<std::tuple<std::int64_t, std::string, std::int32_t>, char> conformers_;
     bool hasSeveralModels_ = false;
+    std::int64_t lastModel_ = 1;
 
     // The residue at work: its place, and those of its atoms that may be wanted.
     std::int64_t model_ = 1;

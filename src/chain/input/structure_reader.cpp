@@ -349,6 +349,7 @@ std::vector<Chain> readAllModels(const std::string& path, const ReadRequest& req
         if (!set) continue;
         chains.push_back(std::move(set->chains.front()));
         chains.back().fileName = name;
+        chains.back().namesModel = true;
     }
     return chains;
 }

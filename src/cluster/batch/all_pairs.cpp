@@ -106,14 +106,15 @@ class GdtSearches : public AllPairs {
     using Outcome = GdtOutcome;
     static constexpr const char* kName = "GDT";
 
-    GdtSearches(AllPairs pairs, const ComparisonParameters& parameters, PairViewer* wanted)
-        : AllPairs(pairs), viewer(wanted), parameters_(parameters) {}
+    // Searches stay with the worker unless somebody looks at them.
+    GdtSearches(AllPairs pairs, const ComparisonParameters& parameters, bool keepsSearches)
+        : AllPairs(pairs), parameters_(parameters), keepsSearches_(keepsSearches) {}
 
     ChunkNeeds chunkNeeds() const { return needsOfSearches(sizeof(Outcome)); }
 
     void compute(BatchPair pair, std::span<Outcome> outcomes, BatchWorker& worker) const {
         Outcome& outcome = outcomes.front();
-        ComparisonResult& search = viewer == nullptr ? worker.result : outcome.search;
+        ComparisonResult& search = keepsSearches_ ? outcome.search : worker.result;
         outcome.found = compareGdt(sets[pair.experiment], sets[pair.prediction], parameters_,
                                    worker.workspace, worker.report, search);
         // A subset may be one that no motion fits; one that counts as nothing is a fit.
@@ -122,24 +123,27 @@ class GdtSearches : public AllPairs {
         worker.finishPair();
     }
 
- protected:
-    PairViewer* viewer;
-
  private:
     const ComparisonParameters& parameters_;
+    bool keepsSearches_;
 };
 
 class GdtPairs : public GdtSearches {
  public:
-    GdtPairs(const PreparedList& list, const ComparisonParameters& parameters, PairViewer* wanted)
-        : GdtSearches(AllPairs(list), parameters, wanted),
+    GdtPairs(const PreparedList& list, const ComparisonParameters& parameters, PairViewer* viewer)
+        : GdtSearches(AllPairs(list), parameters, viewer != nullptr),
+          viewer_(viewer),
           found{matrixWithDiagonal(list.size(), 100.0F)} {}
 
     void consume(BatchPair pair, const Outcome& outcome) {
         setBoth(found.gdt, pair, static_cast<float>(outcome.found.gdt));
-        if (viewer != nullptr) viewer->seeGdt(compared(pair), outcome.found, outcome.search);
+        if (viewer_ != nullptr) viewer_->seeGdt(compared(pair), outcome.found, outcome.search);
     }
 
+ private:
+    PairViewer* viewer_;
+
+ public:
     GdtBatch found;
 };
 
@@ -357,12 +361,9 @@ void compareMaxSub(const PairSlice& slice, const ComparisonParameters& parameter
 }
 
 void compareGdt(const PairSlice& slice, const ComparisonParameters& parameters,
-                const TakePair<double>& take, Log& log, Report& report,
+                const TakePair<GdtOutcome>& take, Log& log, Report& report,
                 const Workforce& workforce) {
-    const TakePair<GdtOutcome> takeOutcome = [&take](BatchPair pair, const GdtOutcome& outcome) {
-        take(pair, outcome.hasFit ? outcome.found.gdt : kNoGdt);
-    };
-    TakenPairs pairs(GdtSearches(AllPairs(slice), parameters, nullptr), takeOutcome);
+    TakenPairs pairs(GdtSearches(AllPairs(slice), parameters, true), take);
     runBatch(pairs, workforceFor(parameters, workforce), log, report);
 }
 
@@ -376,28 +377,26 @@ void compareRmsd(const PairSlice& slice, const RmsdOptions& options,
 }
 
 MaxSubBatch collectAllMaxSub(const PreparedList& models, const ComparisonParameters& parameters,
-                             PairRecorder* recorder, const GivePair<ComparisonResult>& give,
+                             const PairListeners& listeners, const GivePair<ComparisonResult>& give,
                              Log& log, Report& report) {
-    GivenPairs<MaxSubPairs> pairs(give, models, parameters, recorder, nullptr);
+    GivenPairs<MaxSubPairs> pairs(give, models, parameters, listeners.recorder, listeners.viewer);
     runBatch(pairs, {}, log, report);
     return std::move(pairs.found);
 }
 
 GdtBatch collectAllGdt(const PreparedList& models, const ComparisonParameters& parameters,
-                       const GivePair<double>& give, Log& log, Report& report) {
-    const GivePair<GdtOutcome> giveOutcome = [&give](BatchPair pair, GdtOutcome& outcome) {
-        give(pair, outcome.found.gdt);
-        outcome.found.gdt = std::max(outcome.found.gdt, 0.0);
-    };
-    GivenPairs<GdtPairs> pairs(giveOutcome, models, parameters, nullptr);
+                       const GivePair<GdtOutcome>& give, Log& log, Report& report,
+                       PairViewer* viewer) {
+    GivenPairs<GdtPairs> pairs(give, models, parameters, viewer);
     runBatch(pairs, {}, log, report);
     return std::move(pairs.found);
 }
 
 RmsdBatch collectAllRmsd(const PreparedList& models, const RmsdOptions& options,
-                         const GivePair<RmsdCells>& give, Log& log, Report& report) {
+                         const GivePair<RmsdCells>& give, Log& log, Report& report,
+                         PairViewer* viewer) {
     // Nothing is computed.
-    GivenPairs<RmsdPairs> pairs(give, models, options, report.reports(ReportLevel::Passes), nullptr,
+    GivenPairs<RmsdPairs> pairs(give, models, options, report.reports(ReportLevel::Passes), viewer,
                                 bestKernels());
     runBatch(pairs, {}, log, report);
     return mirrored(std::move(pairs.found), options);

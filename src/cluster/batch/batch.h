@@ -65,6 +65,13 @@ struct ComparedPair {
 
 struct ListedRmsd;
 
+// What a comparison by GDT leaves.
+struct GdtOutcome {
+    GdtResult found;
+    bool hasFit = false;      // in batches of all pairs
+    ComparisonResult search;  // that the superposition comes from
+};
+
 // Sees every pair, in order, after its comparison, with all that is known of it: for output that
 // shows more than matrices and listed figures hold.  It is called by the thread that called the
 // batch, and what it is shown is gone after the call.
@@ -195,7 +202,7 @@ void compareMaxSub(const PairSlice& slice, const ComparisonParameters& parameter
                    const TakePair<ComparisonResult>& take, Log& log, Report& report,
                    const Workforce& workforce = {});
 void compareGdt(const PairSlice& slice, const ComparisonParameters& parameters,
-                const TakePair<double>& take, Log& log, Report& report,
+                const TakePair<GdtOutcome>& take, Log& log, Report& report,
                 const Workforce& workforce = {});
 void compareRmsd(const PairSlice& slice, const RmsdOptions& options,
                  const TakePair<RmsdCells>& take, Log& log, Report& report,
@@ -204,16 +211,25 @@ void compareByMeasure(const PairSlice& slice, const MeasureOptions& options,
                       const TakePair<double>& take, Log& log, Report& report,
                       const Workforce& workforce = {});
 
+// Who is told of the pairs of a batch, where there is somebody.
+struct PairListeners {
+    PairRecorder* recorder = nullptr;
+    PairViewer* viewer = nullptr;
+};
+
 // The batches of all pairs from outcomes that such a comparison took.  Of a ComparisonResult pairs,
-// rmsd, maxsub and tm count, and for the recorder the first iteration's superposition and the
-// matched pairs.
+// rmsd, maxsub and tm count, for the recorder the first iteration's superposition and the matched
+// pairs, and for a viewer, who asks for no distances, all but the partners; of a GdtOutcome without
+// a viewer the GDT.
 MaxSubBatch collectAllMaxSub(const PreparedList& models, const ComparisonParameters& parameters,
-                             PairRecorder* recorder, const GivePair<ComparisonResult>& give,
+                             const PairListeners& listeners, const GivePair<ComparisonResult>& give,
                              Log& log, Report& report);
 GdtBatch collectAllGdt(const PreparedList& models, const ComparisonParameters& parameters,
-                       const GivePair<double>& give, Log& log, Report& report);
+                       const GivePair<GdtOutcome>& give, Log& log, Report& report,
+                       PairViewer* viewer = nullptr);
 RmsdBatch collectAllRmsd(const PreparedList& models, const RmsdOptions& options,
-                         const GivePair<RmsdCells>& give, Log& log, Report& report);
+                         const GivePair<RmsdCells>& give, Log& log, Report& report,
+                         PairViewer* viewer = nullptr);
 MeasureBatch collectAllByMeasure(const PreparedList& models, const MeasureOptions& options,
                                  const GivePair<double>& give, Log& log, Report& report);
 

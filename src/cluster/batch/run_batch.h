@@ -40,13 +40,6 @@
 
 namespace tervolanda {
 
-// What a pair leaves that was compared by GDT.
-struct GdtOutcome {
-    GdtResult found;
-    bool hasFit = false;      // in batches of all pairs
-    ComparisonResult search;  // that the superposition comes from
-};
-
 // Bytes that the result of a search may need for a record: vectors that grow may be twice as long
 // as what they hold.
 inline constexpr std::size_t kBytesOfSearch =

@@ -4,13 +4,18 @@
 python
 import gzip
 
-def read(path, name):
+def read(path, name, state=0):
     with open(path, "rb") as file:
         text = file.read()
     if text[:2] == b"\x1f\x8b":
         text = gzip.decompress(text)
     form = "cif" if b"_atom_site." in text else "pdb"
-    cmd.load_raw(text.decode("latin-1"), form, name)
+    if state == 0:
+        cmd.load_raw(text.decode("latin-1"), form, name)
+    else:
+        cmd.load_raw(text.decode("latin-1"), form, "all_models")
+        cmd.create(name, "all_models", state, 1)
+        cmd.delete("all_models")
 
 def highlight(selection, residues, colour):
     cmd.select(selection, residues)
