@@ -15,6 +15,23 @@
 
 namespace tervolanda {
 
+namespace {
+
+// A model a row with the name that the file gives it, for the exports; the lines of this mode show
+// IDs alone.
+ChainList namedModels(DistanceFile& file) {
+    ChainList models;
+    for (const std::uint32_t id : file.ids) {
+        Chain& model = models.chains.emplace_back();
+        model.number = id;
+        if (const auto name = file.names.find(id); name != file.names.end())
+            model.fileName = std::move(name->second);
+    }
+    return models;
+}
+
+}  // namespace
+
 int runClusterOnly(const Settings& settings, RunExports& exports, Log& log) {
     std::optional<DistanceFile> file =
         orAbend(readDistanceFile(*settings.input.distanceFile, nullptr, log));
@@ -22,7 +39,9 @@ int runClusterOnly(const Settings& settings, RunExports& exports, Log& log) {
         exports.giveUp();
         return settings.strict ? static_cast<int>(Fault::Input) : EXIT_SUCCESS;
     }
-    exports.startMatrix(file->ids, nullptr, nullptr);
+    ChainList named;
+    if (exports.isWanted()) named = namedModels(*file);
+    exports.startMatrix(file->ids, &named, nullptr);
     std::vector<RankedModel> ranked;
     if (exports.isWanted()) ranked = rankedModels(file->matrix, MatrixValues::Distances, {});
     clusterAndFinish({std::move(file->matrix), MatrixValues::Distances, {file->ids}},

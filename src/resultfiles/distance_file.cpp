@@ -42,11 +42,12 @@ class DistanceFileParser {
 
     std::optional<FormatError> addLine(std::string_view line);
     bool hasSize() const { return distances_.size() > 0; }
-    DistanceFile take() { return {distances_.take(), std::move(ids_)}; }
+    DistanceFile take() { return {distances_.take(), std::move(ids_), std::move(names_)}; }
 
  private:
     std::optional<FormatError> addSize(std::string_view line);
     std::optional<FormatError> addChain(std::string_view line);
+    void noteName(std::string_view line);
     std::optional<FormatError> addDistance(std::string_view line);
     // Gives an ID the next free row; false when all are taken.
     bool addId(std::uint32_t id);
@@ -55,6 +56,7 @@ class DistanceFileParser {
 
     GradualMatrix<float> distances_;
     std::vector<std::uint32_t> ids_;  // one a row
+    std::map<std::uint32_t, std::string> names_;
     ChainList* chains_;
     std::size_t chainsBefore_ = 0;  // entries of the caller's list that are not from this file
     IdIndex rows_;
@@ -71,8 +73,17 @@ FormatError missingSize() {
 std::optional<FormatError> DistanceFileParser::addLine(std::string_view line) {
     if (line.starts_with(kDistanceKey)) return addDistance(line);
     if (line.starts_with(kSizeKey)) return addSize(line);
-    if (chains_ != nullptr && line.starts_with(kChainKey)) return addChain(line);
+    if (!line.starts_with(kChainKey)) return std::nullopt;
+    if (chains_ != nullptr) return addChain(line);
+    noteName(line);
     return std::nullopt;
+}
+
+// The first name of an ID counts, and no more are kept than there are rows.
+void DistanceFileParser::noteName(std::string_view line) {
+    Chain chain;
+    if (names_.size() < ids_.size() && !parseChainRecord(line, kChainKey.size(), chain))
+        names_.emplace(chain.number, std::move(chain.fileName));
 }
 
 // Tables of N rows; what was read before is forgotten, as it belongs to another matrix.
@@ -81,6 +92,7 @@ std::optional<FormatError> DistanceFileParser::addSize(std::string_view line) {
     if (auto error = parseSizeRecord(line, sizeof(float), cells_, size)) return error;
     distances_ = {};  // a later size record starts over; the old matrix goes before the new comes
     if (chains_ != nullptr) chains_->chains.resize(chainsBefore_);
+    names_.clear();
     usedRows_ = 0;
     try {
         distances_ = GradualMatrix<float>(size, kMissing, 0.0F);

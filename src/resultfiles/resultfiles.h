@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
 #include <span>
@@ -48,6 +49,9 @@ FileOutcome writeDistanceFile(const std::string& path, const ChainList& chains,
 struct DistanceFile {
     DistanceMatrix matrix;           // N x N, symmetric; 0 on the diagonal, which files do not give
     std::vector<std::uint32_t> ids;  // one a row, by first appearance in the file
+    // What chain records call IDs, where no list of chains is given; those that cannot be read are
+    // passed by, as all other text is then.
+    std::map<std::uint32_t, std::string> names;
 };
 
 // Reads a distance file.  When `chains` is given the chain records are read, too: each adds a chain
