@@ -152,8 +152,6 @@ MeasureBatch measuresOfAll(const PreparedList& models, const Settings& settings,
         return compareAllByMeasure(models, options, log, report,
                                    {settings.workforce, exports.viewer()});
     }
-    if (exports.showsPairs())
-        abend("Parts hold no more of a pair than its score: leave out files that show more");
     MergedPairs merged(settings, models.models(), log);
     const auto give = [&](BatchPair, double& score) { merged.next(score); };
     MeasureBatch batch = collectAllByMeasure(models, options, give, log, report);

@@ -26,13 +26,19 @@ namespace {
 
 constexpr std::string_view kSuffix = ".part";
 
+// The first file of pairs that the run is asked for; null without one.
+const ExportRequest* fileOfPairs(const Settings& settings) {
+    const std::vector<ExportRequest>& exports = settings.output.exports;
+    const auto found = std::find_if(exports.begin(), exports.end(), [](const auto& request) {
+        return request.form->has(kShowsPairs);
+    });
+    return found == exports.end() ? nullptr : &*found;
+}
+
 // What is known of pairs beyond their scores is in parts only where a merged run will show it: in
 // files of pairs, or in the superpositions of -R.
 PartKind partKind(const Settings& settings) {
-    const std::vector<ExportRequest>& exports = settings.output.exports;
-    const bool showsPairs = std::any_of(exports.begin(), exports.end(), [](const auto& request) {
-        return request.form->has(kShowsPairs);
-    });
+    const bool showsPairs = fileOfPairs(settings) != nullptr;
     switch (comparisonKind(settings)) {
         case ComparisonKind::Gdt:
             return showsPairs ? PartKind::GdtWithSearches : PartKind::Gdt;
@@ -163,6 +169,10 @@ void checkBlocks(const Settings& settings) {
     if (settings.output.logLevel > 2) abend("Blocks keep no details: -L 1 or 2");
     if (settings.comparison.measures.wanted.size() > (settings.measure.by ? 1U : 0U)) {
         abend("Blocks keep the score that they are by alone: leave out '--scores'");
+    }
+    if (const ExportRequest* request = fileOfPairs(settings); request && settings.measure.by) {
+        abend("Blocks keep the score that they are by alone: leave out '%s'",
+              optionName(*request).c_str());
     }
     if (settings.comparison.similarityMatrix && settings.comparison.sequenceIndependent) {
         abend("Blocks keep no matrices: leave out -matrix");
