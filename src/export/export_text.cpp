@@ -4,10 +4,6 @@
 // what a table shows can be computed with.
 #include "export/export_text.h"
 
-#include <array>
-#include <charconv>
-#include <cstdint>
-
 namespace tervolanda {
 
 namespace {
@@ -27,12 +23,6 @@ void appendHexadecimal(std::string& text, char c) {
 }
 
 }  // namespace
-
-void appendNumber(std::string& text, std::size_t value) {
-    std::array<char, 32> digits;
-    char* const end = std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr;
-    text.append(digits.data(), end);
-}
 
 // The Unicode Standard, table 3-7: neither overlong forms nor surrogates.
 std::size_t utf8Length(std::string_view text) {

@@ -5,7 +5,10 @@
 // terminal and is UTF-8.
 #pragma once
 
+#include <array>
+#include <charconv>
 #include <cmath>
+#include <concepts>
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -18,7 +21,12 @@ namespace tervolanda {
 // The shortest decimal number that reads back as this one; a zero has no sign.
 // REQUIRES: a finite number.
 void appendNumber(std::string& text, double value);
-void appendNumber(std::string& text, std::size_t value);
+template <std::integral Count>
+void appendNumber(std::string& text, Count value) {
+    std::array<char, 24> digits;
+    text.append(digits.data(),
+                std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr);
+}
 
 // The length of the character that UTF-8 text begins with, in bytes; 0 where it begins with none.
 // REQUIRES: the text is not empty.
@@ -41,7 +49,7 @@ inline void appendCell(std::string& text, std::optional<double> value) {
 }
 template <typename Count>
 void appendCell(std::string& text, std::optional<Count> value) {
-    if (value) appendNumber(text, static_cast<std::size_t>(*value));
+    if (value) appendNumber(text, *value);
 }
 
 }  // namespace tervolanda

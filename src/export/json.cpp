@@ -3,7 +3,6 @@
 //
 // docs/formats.md and docs/results.schema.json describe every key; none is renamed, and none gets
 // another type, without them.
-#include <iterator>
 #include <optional>
 #include <span>
 #include <string>
@@ -50,6 +49,42 @@ void appendNumbers(std::string& text, std::span<const double> numbers) {
     appendJsonList(text, numbers, [&text](double number) { appendJson(text, number); });
 }
 
+// A member after others.  Its name is handed on with its quotes, comma and colon, so that all of it
+// is one copy of a size that the compiler knows: members of pairs are written by the million.
+template <std::size_t Size, typename Value>
+void appendMember(std::string& text, const char (&key)[Size], const Value& value) {
+    text.append(key, Size - 1);
+    appendJson(text, value);
+}
+
+void appendFigures(std::string& text, const PairResult& pair, const RunInputs& inputs) {
+    appendMember(text, R"(,"mapped":)", pair.mapped);
+    appendMember(text, R"(,"pairs":)", pair.pairs);
+    appendMember(text, R"(,"rmsd":)", pair.rmsd);
+    appendMember(text, R"(,"grmsd":)", pair.grmsd);
+    appendMember(text, R"(,"maxsub":)", pair.maxsub);
+    appendMember(text, R"(,"tm1":)", pair.tm1);
+    appendMember(text, R"(,"tm2":)", pair.tm2);
+    appendMember(text, R"(,"msi":)", pair.msi);
+    appendMember(text, R"(,"gdt":)", pair.gdt);
+    appendMember(text, R"(,"rrmsd":)", pair.rrmsd);
+    appendMember(text, R"(,"urmsd":)", pair.urmsd);
+    appendMember(text, R"(,"rurmsd":)", pair.rurmsd);
+    appendMember(text, R"(,"contacts":)", pair.contacts);
+    appendMember(text, R"(,"cutoff":)", pair.cutoff);
+    if (inputs.pairsBySequence) {
+        appendMember(text, R"(,"identity":)", pair.identity);
+        appendMember(text, R"(,"coverage1":)", pair.coverage1);
+        appendMember(text, R"(,"coverage2":)", pair.coverage2);
+    }
+    for (const Measure measure : kMeasures) {
+        if (!inputs.measures.has(measure)) continue;
+        text += ",\"";
+        text += measureName(measure);
+        appendMember(text, "\":", figureOf(pair.measures, measure));
+    }
+}
+
 // The rotation row by row, both centres, and the translation c1 - R c2.
 void addMotion(JsonObject& object, std::string& text, const Superposition& motion) {
     const auto& r = motion.rotation;
@@ -76,20 +111,6 @@ void appendJsonResidue(std::string& text, ResidueId residue) {
     appendJson(text, name);
 }
 
-// Whether residue pair b follows a in both chains, and belongs to the same run.  A gap in the
-// numbering ends a run even where the chain goes on, and so does an insertion code: a range has to
-// mean its residues by number to whoever reads it.
-bool continues(const ResiduePair& a, const ResiduePair& b) {
-    const auto follows = [](ResidueId x, ResidueId y) {
-        return y.number == x.number + 1 && x.insertionCode == ' ' && y.insertionCode == ' ';
-    };
-    return a.domain == b.domain && a.experiment.subunit == b.experiment.subunit &&
-           a.prediction.subunit == b.prediction.subunit &&
-           b.experimentPosition == a.experimentPosition + 1 &&
-           b.predictionPosition == a.predictionPosition + 1 &&
-           follows(a.experiment, b.experiment) && follows(a.prediction, b.prediction);
-}
-
 // What a pair of complexes adds: the names of the two chains.
 void appendChains(std::string& text, const InputStructure& first, const InputStructure& second,
                   ResidueId a, ResidueId b) {
@@ -100,29 +121,24 @@ void appendChains(std::string& text, const InputStructure& first, const InputStr
     appendJson(text, chainOf(second, b));
 }
 
-// Runs of matched residues, which are long where a model is right: [first 1, last 1, first 2, last
-// 2, domain], and the chains of complexes.  Pairs outside of every subset are left out.
+// Stretches of matched residues, which are long where a model is right: [first 1, last 1, first 2,
+// last 2, domain], and the chains of complexes.
 void appendMatched(std::string& text, const InputStructure& first, const InputStructure& second,
-                   const std::vector<ResiduePair>& residues) {
+                   const std::vector<MatchedStretch>& stretches) {
     text += '[';
     bool isFirst = true;
-    for (auto at = residues.begin(); at != residues.end();) {
-        auto last = at;
-        while (std::next(last) != residues.end() && continues(*last, *std::next(last)))
-            ++last;
-        if (at->domain > 0) {
-            text += isFirst ? "[" : ",[";
-            isFirst = false;
-            for (const ResidueId residue :
-                 {at->experiment, last->experiment, at->prediction, last->prediction}) {
-                appendJsonResidue(text, residue);
-                text += ',';
-            }
-            appendJson(text, at->domain);
-            appendChains(text, first, second, at->experiment, at->prediction);
-            text += ']';
+    for (const MatchedStretch& at : stretches) {
+        if (at.domain == 0) continue;
+        text += isFirst ? "[" : ",[";
+        isFirst = false;
+        for (const ResidueId residue :
+             {at.experimentFirst, at.experimentLast, at.predictionFirst, at.predictionLast}) {
+            appendJsonResidue(text, residue);
+            text += ',';
         }
-        at = std::next(last);
+        appendJson(text, at.domain);
+        appendChains(text, first, second, at.experimentFirst, at.predictionFirst);
+        text += ']';
     }
     text += ']';
 }
@@ -183,39 +199,14 @@ void PairTexts::makeJson() {
     JsonObject object(text);
     object.keys(keys_[pair.experiment].first);
     object.keys(keys_[pair.prediction].second);
-    object.add("mapped", pair.mapped);
-    object.add("pairs", pair.pairs);
-    const auto add = [&object](std::string_view name, const std::optional<double>& value) {
-        object.add(name, value);
-    };
-    add("rmsd", pair.rmsd);
-    add("grmsd", pair.grmsd);
-    add("maxsub", pair.maxsub);
-    add("tm1", pair.tm1);
-    add("tm2", pair.tm2);
-    add("msi", pair.msi);
-    add("gdt", pair.gdt);
-    add("rrmsd", pair.rrmsd);
-    add("urmsd", pair.urmsd);
-    add("rurmsd", pair.rurmsd);
-    add("contacts", pair.contacts);
-    add("cutoff", pair.cutoff);
-    if (inputs_->pairsBySequence) {
-        add("identity", pair.identity);
-        add("coverage1", pair.coverage1);
-        add("coverage2", pair.coverage2);
-    }
-    for (const Measure measure : kMeasures) {
-        if (inputs_->measures.has(measure))
-            add(measureName(measure), figureOf(pair.measures, measure));
-    }
+    appendFigures(text, pair, *inputs_);
     object.add("domains", pair.domains);
     object.add("status", statusWord(pair.status));
     const InputStructure& first = inputs_->structures[pair.experiment];
     const InputStructure& second = inputs_->structures[pair.prediction];
     addChainPairs(object, text, first, second, pair.subunits);
     object.key("matched");
-    appendMatched(text, first, second, pair.residues);
+    appendMatched(text, first, second, pair.stretches);
     headOfJson_ = text.size();
     addSuperpositions(object, text, pair);
     object.end();

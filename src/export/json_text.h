@@ -37,7 +37,7 @@ inline void appendJson(std::string& text, bool value) {
 
 template <std::integral Count>
 void appendJson(std::string& text, Count value) {
-    text += std::to_string(value);
+    appendNumber(text, value);
 }
 
 template <typename Value>

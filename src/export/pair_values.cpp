@@ -29,6 +29,7 @@ void clearPair(PairResult& result) {
     result.subunits.clear();
     result.measures.fill(std::nullopt);
     result.superpositions.clear();
+    result.stretches.clear();
     result.residues.clear();
 }
 
@@ -52,30 +53,92 @@ double distanceUnder(const Superposition& motion, const ComparedPair& pair,
 
 // `domain` is that of the subset, 0 for none.
 void addResidue(const ComparedPair& pair, const MatchedPair& matched, std::uint32_t domain,
-                PairDetail detail, PairResult& result) {
+                PairResult& result) {
     const auto e = matched.experiment;
     const auto p = matched.prediction;
-    double distance = 0.0;
-    if (detail == PairDetail::Residues) {
-        const Superposition& motion = result.superpositions[domain == 0 ? 0 : domain - 1];
-        distance = distanceUnder(motion, pair, matched);
-    }
+    const Superposition& motion = result.superpositions[domain == 0 ? 0 : domain - 1];
     result.residues.push_back({residueOf(pair.experiment, e), residueOf(pair.prediction, p),
                                pair.experiment.sequence[e], pair.prediction.sequence[p],
                                pair.experiment.residueIndex[e], pair.prediction.residueIndex[p],
-                               distance, domain});
+                               distanceUnder(motion, pair, matched), domain});
 }
+
+// What tells of a record whether it follows another.
+struct Place {
+    std::uint32_t index = 0;  // of the residue in its chain
+    std::int32_t number = 0;
+    char insertionCode = ' ';
+    std::uint16_t subunit = 0;
+
+    Place() = default;
+    Place(const CoordinateSet& set, std::size_t record)
+        : index(set.residueIndex[record]),
+          number(set.residueNumber[record]),
+          insertionCode(set.insertionCode[record]),
+          subunit(set.subunits.size() < 2 ? std::uint16_t{0} : set.subunitOf(record)) {}
+
+    // Whether it is the residue after another, by its number, too, and in the same subunit.  A gap
+    // in the numbering ends a stretch even where the chain goes on, and so does an insertion code:
+    // a range has to mean its residues by number to whoever reads it.
+    bool follows(const Place& before) const {
+        return index == before.index + 1 && number == before.number + 1 &&
+               before.insertionCode == ' ' && insertionCode == ' ' && subunit == before.subunit;
+    }
+    ResidueId residue() const {
+        return {static_cast<std::int16_t>(number), insertionCode, subunit};
+    }
+};
+
+// Makes stretches of pairs that come in mapped order.  All pairs of a list pass through here, a
+// hundred residues each.
+class StretchMaker {
+ public:
+    StretchMaker(const ComparedPair& pair, PairResult& result)
+        : experiment_(pair.experiment),
+          prediction_(pair.prediction),
+          stretches_(result.stretches) {}
+
+    void add(const MatchedPair& at, std::uint32_t domain) {
+        const Place experiment(experiment_, at.experiment);
+        const Place prediction(prediction_, at.prediction);
+        const bool goesOn = isOpen_ && domain == domain_ && experiment.follows(lastExperiment_) &&
+                            prediction.follows(lastPrediction_);
+        if (!goesOn) {
+            end();
+            stretches_.push_back({experiment.residue(), {}, prediction.residue(), {}, domain});
+            isOpen_ = true;
+            domain_ = domain;
+        }
+        lastExperiment_ = experiment;
+        lastPrediction_ = prediction;
+    }
+    // The last stretch ends at the pair that came last.
+    void end() {
+        if (!isOpen_) return;
+        stretches_.back().experimentLast = lastExperiment_.residue();
+        stretches_.back().predictionLast = lastPrediction_.residue();
+    }
+
+ private:
+    const CoordinateSet& experiment_;
+    const CoordinateSet& prediction_;
+    std::vector<MatchedStretch>& stretches_;
+    Place lastExperiment_, lastPrediction_;
+    std::uint32_t domain_ = 0;
+    bool isOpen_ = false;
+};
 
 // The pairs of all subsets and, for who looks at distances, those of the first mapping whose
 // residues are in none.
 void addResidues(const ComparedPair& pair, const ComparisonResult& found, PairDetail detail,
                  PairResult& result) {
     const std::size_t fits = result.superpositions.size();
+    StretchMaker stretches(pair, result);
     if (detail < PairDetail::Residues && found.iterations.size() == 1) {
         // They stand in mapped order already, and there may be millions of such pairs.
         for (const MatchedPair& matched : found.matched)
-            addResidue(pair, matched, 1, detail, result);
-        return;
+            stretches.add(matched, 1);
+        return stretches.end();
     }
     std::vector<const MatchedPair*> inSubset(pair.prediction.size());
     std::vector<bool> isTaken(pair.experiment.size());
@@ -83,15 +146,19 @@ void addResidues(const ComparedPair& pair, const ComparisonResult& found, PairDe
         inSubset[matched.prediction] = &matched;
         isTaken[matched.experiment] = true;
     }
+    const bool showsAll = detail == PairDetail::Residues;
     for (std::uint32_t p = 0; p < inSubset.size(); ++p) {
-        const std::int32_t partner = detail == PairDetail::Residues ? found.partners[p] : -1;
+        const std::int32_t partner = showsAll ? found.partners[p] : -1;
         if (inSubset[p] != nullptr) {
             const std::uint32_t iteration = inSubset[p]->iteration;
-            addResidue(pair, *inSubset[p], iteration < fits ? iteration + 1 : 0, detail, result);
+            const std::uint32_t domain = iteration < fits ? iteration + 1 : 0;
+            stretches.add(*inSubset[p], domain);
+            if (showsAll) addResidue(pair, *inSubset[p], domain, result);
         } else if (partner >= 0 && !isTaken[static_cast<std::size_t>(partner)]) {
-            addResidue(pair, {static_cast<std::uint32_t>(partner), p, 0}, 0, detail, result);
+            addResidue(pair, {static_cast<std::uint32_t>(partner), p, 0}, 0, result);
         }
     }
+    stretches.end();
 }
 
 PairStatus statusOf(const ComparisonResult& found) {
@@ -204,8 +271,12 @@ void fillPair(const ComparedPair& pair, const ListedRmsd& found,
     if (!found.superposition) return;
     result.superpositions.push_back(*found.superposition);
     if (form.detail < PairDetail::Matched) return;
-    for (const MatchedPair& at : matched)
-        addResidue(pair, at, 1, form.detail, result);
+    StretchMaker stretches(pair, result);
+    for (const MatchedPair& at : matched) {
+        stretches.add(at, 1);
+        if (form.detail == PairDetail::Residues) addResidue(pair, at, 1, result);
+    }
+    stretches.end();
     addResidueMeasures(found.measures.residues, pair, result);
 }
 

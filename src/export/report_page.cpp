@@ -128,6 +128,7 @@ class ReportPage final : public ExportFile {
 void ReportPage::take(const PairResult& pair) {
     if (!data_.best || isBetter(pair, *data_.best, data_.inputs->score)) data_.best = pair;
     data_.pairs.push_back(pair);
+    data_.pairs.back().stretches = {};
     data_.pairs.back().residues = {};
     data_.pairs.back().superpositions = {};
 }

@@ -47,7 +47,7 @@ class ResidueTable final : public ExportFile {
             row += '\t';
             appendCell(row, std::optional(residue.distance));
             row += residue.domain > 0 ? "\t1\t" : "\t0\t";
-            if (residue.domain > 0) appendNumber(row, std::size_t{residue.domain});
+            if (residue.domain > 0) appendNumber(row, residue.domain);
             if (hasLddt_) {
                 row += '\t';
                 appendCell(row, residue.lddt);

@@ -120,6 +120,13 @@ struct ResiduePair {
     std::optional<double> lddt{};  // of the experiment's residue, where it was asked for
 };
 
+// Residue pairs of a domain whose numbers rise by 1 in both chains, with no residue left out and no
+// insertion code between; or a single pair.
+struct MatchedStretch {
+    ResidueId experimentFirst, experimentLast, predictionFirst, predictionLast;
+    std::uint32_t domain = 0;  // as that of a residue pair
+};
+
 // A compared pair.  Pairs come one after the other, in the order of comparison: the experiment and
 // each model of a list; or model i as the experiment with i - 1, i - 2 ... 0 as predictions, for
 // i = 1, 2 ...  An object that is used again keeps its memory.
@@ -142,9 +149,10 @@ struct PairResult {
     std::vector<SubunitPair> subunits;          // of complexes: the chains that belong together
     MeasureFigures measures{};                  // on demand
     std::vector<Superposition> superpositions;  // one a domain; by GDT and RMSD one
-    // In mapped order: where a file asks for PairDetail::Matched at least those of a domain, for
-    // PairDetail::Residues all.
-    std::vector<ResiduePair> residues;
+    // In mapped order: the pairs of all domains, from PairDetail::Matched on.  A list has millions
+    // of pairs, and each a few stretches where it has a hundred residues.
+    std::vector<MatchedStretch> stretches;
+    std::vector<ResiduePair> residues;  // in mapped order, all; PairDetail::Residues
 };
 
 // --- The run -------------------------------------------------------------------------------------

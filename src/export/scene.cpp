@@ -16,16 +16,17 @@ namespace tervolanda {
 
 namespace {
 
-// One more residue, as part of the last stretch where it follows.
-void extend(std::vector<ResidueStretch>& stretches, ResidueId residue) {
-    const auto follows = [residue](const ResidueStretch& stretch) {
-        return stretch.last.subunit == residue.subunit && stretch.last.insertionCode == ' ' &&
-               residue.insertionCode == ' ' && residue.number == stretch.last.number + 1;
+// More residues of a chain, as part of the last stretch where they follow: stretches of pairs end
+// wherever those of either chain do.
+void extend(std::vector<ResidueStretch>& stretches, ResidueStretch more) {
+    const auto follows = [first = more.first](const ResidueStretch& stretch) {
+        return stretch.last.subunit == first.subunit && stretch.last.insertionCode == ' ' &&
+               first.insertionCode == ' ' && first.number == stretch.last.number + 1;
     };
     if (!stretches.empty() && follows(stretches.back())) {
-        stretches.back().last = residue;
+        stretches.back().last = more.last;
     } else {
-        stretches.push_back({residue, residue});
+        stretches.push_back(more);
     }
 }
 
@@ -84,15 +85,15 @@ void SceneFile::start(const RunInputs& inputs) {
 
 void SceneFile::take(const PairResult& pair) {
     ShownModel& model = models_[pair.prediction];
-    // Residue pairs name their domain from 1; those of domain 0 are in no subset, and a subset
-    // without a motion is none that could be shown.
+    // Stretches name their domain from 1; those of domain 0 are in no subset, and a subset without
+    // a motion is none that could be shown.
     for (const Superposition& motion : pair.superpositions)
         model.domains.push_back({motion, {}, {}});
-    for (const ResiduePair& residue : pair.residues) {
-        if (residue.domain == 0 || residue.domain > model.domains.size()) continue;
-        ShownDomain& domain = model.domains[residue.domain - 1];
-        extend(domain.experiment, residue.experiment);
-        extend(domain.prediction, residue.prediction);
+    for (const MatchedStretch& at : pair.stretches) {
+        if (at.domain == 0 || at.domain > model.domains.size()) continue;
+        ShownDomain& domain = model.domains[at.domain - 1];
+        extend(domain.experiment, {at.experimentFirst, at.experimentLast});
+        extend(domain.prediction, {at.predictionFirst, at.predictionLast});
     }
 }
 

@@ -20,7 +20,12 @@ namespace tervolanda {
 
 namespace {
 
-#ifdef __SIZEOF_INT128__
+#if defined(__SIZEOF_INT128__) && defined(__BYTE_ORDER__) && \
+    __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+#define TERVOLANDA_HAS_SHORTEST
+#endif
+
+#ifdef TERVOLANDA_HAS_SHORTEST
 
 __extension__ typedef unsigned __int128 Wide;  // NOLINT(modernize-use-using): needs the keyword
 
@@ -34,12 +39,31 @@ constexpr std::array<std::uint64_t, 8> kScales = {
     10'000'000'000'000'000U,     1'000'000'000'000'000U,     100'000'000'000'000U,
     10'000'000'000'000U,         1'000'000'000'000U};
 
+constexpr std::size_t kLeastExponent = 1023 - 10;  // as doubles have it, of 0.001
+constexpr std::size_t kExponents = 27;             // up to that of 100,000
+// The decade of the least number of each exponent that is in range; no exponent has more than two.
+constexpr auto kDecadeOf = [] {
+    std::array<std::uint8_t, kExponents> decades{};
+    for (std::size_t i = 0; i < kExponents; ++i) {
+        const auto least = std::bit_cast<double>(std::uint64_t{kLeastExponent + i} << 52U);
+        for (std::size_t k = 1; k < kScales.size(); ++k)
+            decades[i] = static_cast<std::uint8_t>(decades[i] + (least >= kDecades[k] ? 1 : 0));
+    }
+    return decades;
+}();
+
 // 17 digits, those at the end zeros where fewer say it; `whole` of them stand before the point, or
 // as many zeros as it is below 0 stand between the point and the first.
 struct Shortest {
     std::uint64_t digits = 0;
     int whole = 0;
 };
+
+// The lower 64 bits of `number` / 2^`shift`.  REQUIRES: a shift of 1 to 63.
+std::uint64_t shifted(Wide number, unsigned shift) {
+    return static_cast<std::uint64_t>(number) >> shift | static_cast<std::uint64_t>(number >> 64U)
+                                                             << (64 - shift);
+}
 
 // False where the number is out of range, a power of two (whose neighbours are not equally far), or
 // half-way between two shortest ones.
@@ -48,24 +72,24 @@ bool findShortest(double magnitude, Shortest& found) {
     const auto bits = std::bit_cast<std::uint64_t>(magnitude);
     if (!(magnitude >= kDecades.front() && magnitude < kDecades.back())) return false;
     if ((bits & kFraction) == 0) return false;
-    std::size_t decade = 0;
-    for (std::size_t i = 1; i < kScales.size(); ++i)
-        decade += magnitude >= kDecades[i] ? 1U : 0U;
+    const auto exponent = static_cast<std::size_t>(bits >> 52U);
+    std::size_t decade = kDecadeOf[exponent - kLeastExponent];
+    decade += magnitude >= kDecades[decade + 1] ? 1U : 0U;
     found.whole = kFirstWhole + static_cast<int>(decade);
     // The number is m / 2^s; scaled and in units of 2^-(s + 1), so that half a step is a whole
     // number, it is 2 m scale, and what reads back as it lies less than `scale` away.  The limits
     // are never whole: s is above 35, and `scale` has at most 19 factors of 2.
     const std::uint64_t m = (bits & kFraction) | (kFraction + 1);
-    const int shift = 1076 - static_cast<int>(bits >> 52U);
+    const auto shift = static_cast<unsigned>(1076 - exponent);  // 37 to 63
     const std::uint64_t scale = kScales[decade];
     const Wide exact = Wide{m} * scale * 2;
-    const auto below = static_cast<std::uint64_t>((exact - scale) >> shift);
-    const auto last = static_cast<std::uint64_t>((exact + scale) >> shift);
+    const std::uint64_t below = shifted(exact - scale, shift);
+    const std::uint64_t last = shifted(exact + scale, shift);
     // There are less than 23 whole numbers between the limits, so at most one multiple of 100, and
     // what is shorter still is one.
     found.digits = last / 100 * 100;
     if (found.digits > below) return true;
-    const auto whole = static_cast<std::uint64_t>(exact >> shift);
+    const std::uint64_t whole = shifted(exact, shift);
     const std::uint64_t rest =
         static_cast<std::uint64_t>(exact) & ((std::uint64_t{1} << shift) - 1);
     const std::uint64_t half = std::uint64_t{1} << (shift - 1);
@@ -77,50 +101,58 @@ bool findShortest(double magnitude, Shortest& found) {
     return true;
 }
 
-constexpr auto kPairsOfDigits = [] {
-    std::array<char, 200> pairs{};
-    for (std::size_t i = 0; i < 100; ++i) {
-        pairs[2 * i] = static_cast<char>('0' + i / 10);
-        pairs[2 * i + 1] = static_cast<char>('0' + i % 10);
-    }
-    return pairs;
-}();
-
-void putEight(char* at, std::size_t number) {
-    for (const std::size_t four : {number / 10'000, number % 10'000}) {
-        std::memcpy(at, &kPairsOfDigits[2 * (four / 100)], 2);
-        std::memcpy(at + 2, &kPairsOfDigits[2 * (four % 100)], 2);
-        at += 4;
-    }
+// The eight digits of a number below 100,000,000 as bytes from 0 to 9, the first digit in the
+// lowest byte: halves, quarters and digits are divided all at once, each in its part of the word,
+// by products that are exact for numbers of four and of two digits.
+std::uint64_t digitsOf(std::uint64_t number) {
+    const std::uint64_t fours = number / 10'000 | (number % 10'000) << 32U;
+    const std::uint64_t hundreds = (fours * 10'486 >> 20U) & 0x0000'007f'0000'007fU;
+    const std::uint64_t twos = hundreds | (fours - 100 * hundreds) << 16U;
+    const std::uint64_t tens = (twos * 103 >> 10U) & 0x000f'000f'000f'000fU;
+    return tens | (twos - 10 * tens) << 8U;
 }
 
-void appendShortest(std::string& text, const Shortest& number) {
-    std::array<char, kDigits> digits;
+// Room is appended before there is a text, and what is left of it goes after: then every copy is a
+// store of a register, where a text of any length would cost a call, or on x86 a string instruction
+// that takes as long as all else here.
+void appendShortest(std::string& text, const Shortest& number, bool isNegative) {
     constexpr std::uint64_t kEight = 100'000'000;
+    constexpr std::uint64_t kZeros = 0x3030'3030'3030'3030U;
+    constexpr std::array<char, 32> kRoom{};  // "-0.00", 17 digits, and what stores write beyond
     const std::uint64_t upper = number.digits / kEight;
-    digits[0] = static_cast<char>('0' + upper / kEight);
-    putEight(&digits[1], static_cast<std::size_t>(upper % kEight));
-    putEight(&digits[9], static_cast<std::size_t>(number.digits % kEight));
-    std::size_t length = kDigits;
-    while (digits[length - 1] == '0')
-        --length;
-    // "0.00" and the digits, or those before the point, of which the last may be zeros, and the
-    // others.
-    std::array<char, kDigits + 4> out;
-    std::size_t size = 0;
+    const auto top = static_cast<char>('0' + upper / kEight);
+    const std::uint64_t second = digitsOf(upper % kEight);
+    const std::uint64_t third = digitsOf(number.digits % kEight);
+    // Zeros at the end are the highest bytes that are 0.
+    const int zeros = third != 0 ? std::countl_zero(third) / 8 : 8 + std::countl_zero(second) / 8;
+    std::size_t size = kDigits - static_cast<std::size_t>(zeros);
+    const std::size_t start = text.size() + (isNegative ? 1 : 0);
+    text.append(kRoom.data(), kRoom.size());
+    char* const first = &text[start];
+    text[start - (isNegative ? 1 : 0)] = '-';  // what is not negative begins there itself
+    const auto put = [first](std::size_t at, std::uint64_t eight) {
+        eight |= kZeros;
+        std::memcpy(first + at, &eight, sizeof eight);
+    };
     if (number.whole <= 0) {
-        const auto zeros = static_cast<std::size_t>(2 - number.whole);
-        std::memcpy(out.data(), "0.00", 4);
-        std::memcpy(&out[zeros], digits.data(), kDigits);
-        size = zeros + length;
+        const auto before = static_cast<std::size_t>(2 - number.whole);
+        std::memcpy(first, "0.00", 4);
+        first[before] = top;
+        put(before + 1, second);
+        put(before + 9, third);
+        size += before;
     } else {
+        // The eight after the first digit twice: where they are without a point, and from the
+        // point on one further; what that leaves at its end, the others write over.
         const auto whole = static_cast<std::size_t>(number.whole);
-        std::memcpy(out.data(), digits.data(), whole);
-        out[whole] = '.';
-        std::memcpy(&out[whole + 1], &digits[whole], kDigits - whole);
-        size = length > whole ? length + 1 : whole;
+        first[0] = top;
+        put(1, second);
+        put(whole + 1, second >> 8 * (whole - 1));
+        put(10, third);
+        first[whole] = '.';
+        size = size > whole ? size + 1 : whole;
     }
-    text.append(out.data(), size);
+    text.resize(start + size);
 }
 
 #endif
@@ -130,11 +162,10 @@ void appendShortest(std::string& text, const Shortest& number) {
 void appendNumber(std::string& text, double value) {
     // Rounding leaves "-0" here and there, of which the sign says nothing.
     const double signless = value == 0.0 ? 0.0 : value;
-#ifdef __SIZEOF_INT128__
+#ifdef TERVOLANDA_HAS_SHORTEST
     Shortest shortest;
     if (findShortest(std::abs(signless), shortest)) {
-        if (signless < 0.0) text += '-';
-        return appendShortest(text, shortest);
+        return appendShortest(text, shortest, signless < 0.0);
     }
 #endif
     std::array<char, 32> digits;
