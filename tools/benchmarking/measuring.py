@@ -13,6 +13,7 @@ class Bench:
 
     def __init__(self, options, folder):
         self.program = options.build / "release" / "tervolanda"
+        self.static_program = options.build / "static" / "tervolanda"
         self.benchmarks = options.build / "bench" / "bench"
         self.package = options.build / "python-bench" / "python" / "package"
         self.models = Models(folder)

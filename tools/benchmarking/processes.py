@@ -22,6 +22,7 @@ class Usage:
 def run(command, folder, extra=None):
     """Runs a command in a folder, its output thrown away."""
     environment = {**os.environ, **ONE_THREAD, **(extra or {})}
+    need(command[0])
     with subprocess.Popen([str(word) for word in command], cwd=folder, env=environment,
                           stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
                           stderr=subprocess.DEVNULL) as process:
