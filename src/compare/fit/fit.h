@@ -7,7 +7,7 @@
 //   Points            as read          chains and their subsets        fit.h
 //   PairedPoints      about origins    mapped pairs, in mapped order   superposition.h
 //   SearchPairs       thousandths      the same, for the search        search_pairs.h
-//   PointBlock        about origins    four points, for sumProducts    kernels.h
+//   ChainGroups       about origins    chains side by side, for RMSDs  chain_groups.h
 //   Superposition     as read          centres and rotation, reported  fit.h
 //   Fit               about origins    what fitPairs() returns         superposition.h
 //   Motion            any              rotation and shift, for loops   kernels.h

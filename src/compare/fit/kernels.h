@@ -7,6 +7,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <string_view>
 #include <vector>
 
@@ -66,6 +67,9 @@ inline constexpr double kRoundingSlope = 1e-9;
 inline constexpr double kSmallestSlope = 1e-5;
 // A reflection fits exactly when it leaves less than this share of the squares.
 inline constexpr double kMirrorTolerance = 1e-7;
+// Below this share of the squares the closed form of a residual has too few digits, and deviations
+// are summed instead.
+inline constexpr double kCancelledShare = 1e-6;
 
 // One of up to eight superpositions that are solved side by side.
 struct RotationProblem {
@@ -75,25 +79,34 @@ struct RotationProblem {
     bool solved;    // false where the closed form does not apply
 };
 
-// One of up to eight fits of which the residual alone is wanted.
-struct ResidualProblem {
-    std::array<double, 9> product;  // sums of p_a e_b at 3 a + b about the centroids
-    double squares;                 // sum of |p|^2 + |e|^2 about the centroids
-    double residual;                // the answer: what the best rotation leaves of `squares`, 0..1
-    bool solved;                    // false where the closed form does not apply
+// Chains of as many points and centred, side by side: of each point the x of all chains, their y
+// and their z.  First every fourth point from the first on, then every fourth from the second on,
+// and so on.
+struct ChainGroup {
+    const double* first;
+    const double* squares;  // sum of |p|^2, one a chain
+    std::size_t blocks;     // points of each fourth, 1 or more: the chain is filled up with zeros
+    double points;          // of a chain
 };
+
+// One chain of a group.
+struct ChainRow {
+    const double* first;  // its x of the first point
+    double squares;
+};
+
+// The most chains that are compared with a group at once, and the most that a group has.
+inline constexpr std::size_t kMostRows = 16;
+inline constexpr std::size_t kMostChainLanes = 8;
+
+// Says of a pair that its RMSD needs a fit of its own.
+inline constexpr double kOpenRmsd = std::numeric_limits<double>::quiet_NaN();
 
 // Squared deviations about a limit.
 struct SumsAboutLimit {
     double slack;          // sum of limit - squared over those within
     double excess;         // sum of squared - limit over those beyond
     std::uint32_t within;  // number of those within
-};
-
-// Four points of one structure: aligned blocks one after the other are read a tenth faster than
-// three arrays.
-struct alignas(32) PointBlock {
-    std::array<double, 4> x{}, y{}, z{};
 };
 
 // The instruction sets that there are tables for, slow ones first.
@@ -151,11 +164,13 @@ struct Kernels {
                        std::size_t words, SubsetSums& sums);
     // Solves `count` problems, 1 to 8.  A problem's answer does not depend on its neighbours.
     void (*solveRotations)(RotationProblem* const* problems, std::size_t count);
-    // Sums of p_a e_b at 3 a + b, over one block or more.
-    void (*sumProducts)(const PointBlock* prediction, const PointBlock* experiment,
-                        std::size_t blocks, std::array<double, 9>& product);
-    // Solves `count` problems, 1 to 8.  A problem's answer does not depend on its neighbours.
-    void (*solveResiduals)(ResidualProblem* problems, std::size_t count);
+    // Chains of a group.
+    std::size_t chainLanes;
+    // The RMSDs of `count` chains, 1 to kMostRows, with those of a group, in the unit of the
+    // points; row by row, with room for kMostRows of chainLanes.  kOpenRmsd where the closed form
+    // does not apply.  An RMSD does not depend on its neighbours.
+    void (*rmsdsOfGroup)(const ChainRow* rows, std::size_t count, const ChainGroup& group,
+                         double* rmsd);
 };
 
 const Kernels& portableKernels();

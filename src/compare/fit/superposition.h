@@ -93,10 +93,6 @@ std::optional<Fit> fitPairs(const PairedPoints& pairs, std::span<const std::uint
 void squaredDeviations(const PairedPoints& pairs, const Fit& fit, const Kernels& kernels,
                        std::span<double> squared);
 
-// Below this share of the squares the closed form of a residual has too few digits, and deviations
-// are summed instead.
-inline constexpr double kCancelledShare = 1e-6;
-
 // RMSD of a fit of all pairs, Å: exactly 0 for identical sets.  `squared` holds the deviations
 // under that fit.
 double fitRmsd(const Fit& fit, std::span<const double> squared);
