@@ -197,6 +197,20 @@ FileHandle openUnnamedBeside(const std::string& path) {
     return streamOf(descriptor >= 0 ? descriptor : openForgotten(path), "w+b");
 }
 
+int whyNotWritable(const std::string& path) {
+    struct stat status {};
+    if (lstat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
+        // A link may lead to what does not exist yet.
+        if (stat(path.c_str(), &status) != 0) return errno == ENOENT ? 0 : errno;
+        if (S_ISDIR(status.st_mode)) return EISDIR;
+        return access(path.c_str(), W_OK) == 0 ? 0 : errno;
+    }
+    errno = 0;
+    const OutputFile file(path);
+    if (file.isOpen()) return 0;
+    return errno == 0 ? EIO : errno;
+}
+
 OutputFile::OutputFile(std::string path) : path_(std::move(path)) {
     if (path_.empty()) return;
     struct stat status {};

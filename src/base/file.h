@@ -65,6 +65,11 @@ class LineReader {
     bool exceeded_ = false;
 };
 
+// Why no file of this path could be written: an error number, 0 where nothing speaks against it.
+// For runs that should rather not begin; what is found out leaves no trace, so that anything but a
+// regular file is asked and not opened, and a full disk shows itself later.
+int whyNotWritable(const std::string& path);
+
 // A file without a name in the folder of `path`, for reading and writing: whatever ends the process
 // removes it.  Empty when there can be none.
 FileHandle openUnnamedBeside(const std::string& path);

@@ -11,6 +11,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <ctime>
+#include <system_error>
 #include <utility>
 
 #include "base/log.h"
@@ -132,6 +133,14 @@ double peakMemory() {
     return static_cast<double>(usage.ru_maxrss) / 1024.0;
 }
 
+// A block may take hours: that its part cannot be written is said before.
+void requireWritable(const PartWriter& part, const std::string& path) {
+    const int error = part.whyNotWritable();
+    if (error == 0) return;
+    abend(Fault::NotWritten, "Part '%s' cannot be written: %s", path.c_str(),
+          std::generic_category().message(error).c_str());
+}
+
 }  // namespace
 
 int runBlock(const Settings& settings, const ResidueExclusions& exclusions, Log& log) {
@@ -147,9 +156,10 @@ int runBlock(const Settings& settings, const ResidueExclusions& exclusions, Log&
         log.info(0, "Part '%s' is whole and stays as it is", path.c_str());
         return EXIT_SUCCESS;
     }
+    PartWriter part(path, header.kind);
+    requireWritable(part, path);
     const RunTimer timer;
     const PreparedList prepared(models, readPlan(settings).atoms, settings.comparison, report);
-    PartWriter part(path, header.kind);
     const PairRange range = rangeOf(header, run.readable(), prepared.size());
     if (range.count > 0) compareInto(part, prepared, range, settings, log, report);
     timer.stop(log);

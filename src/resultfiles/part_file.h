@@ -10,6 +10,7 @@
 // printed, to the last digit of every sum that is made of them.
 #pragma once
 
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -87,6 +88,8 @@ class PartWriter {
     void add(double score);  // of a measure part
     void add(const RmsdCells& cells);
     std::uint64_t records() const { return records_; }
+    // Why commit() would fail as things are: an error number, 0 where nothing speaks against it.
+    int whyNotWritable() const { return failed_ ? EIO : tervolanda::whyNotWritable(path_); }
     // Writes the part; the header's kind and records are those that were added.  False when not
     // every byte arrived.
     bool commit(PartHeader header);
