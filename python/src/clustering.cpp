@@ -142,8 +142,9 @@ py::tuple jury(const ArrayIn<float>& scores, const ArrayIn<std::uint32_t>& pairs
     const std::uint32_t* const pairValues = pairs.data();
     std::vector<JuryScore> ranking;
     runFor(models, [&](const StopFlag* stop) {
-        ranking = rankByJury(matrixOf(scoreValues, models, stop),
-                             matrixOf(pairValues, models, stop), scoreThreshold, pairThreshold);
+        ranking =
+            rankByJury(matrixOf(scoreValues, models, stop), matrixOf(pairValues, models, stop),
+                       scoreThreshold, pairThreshold, stop);
     });
     return py::make_tuple(
         newArray<std::int64_t>(ranking.size(), [&](std::size_t i) { return ranking[i].model; }),

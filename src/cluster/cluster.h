@@ -110,9 +110,11 @@ struct JuryScore {
     std::uint32_t score = 0;  // saturates
     std::uint32_t model = 0;  // position
 };
-// Best first; equal scores keep list order.
+// Best first; equal scores keep list order.  A flag that is set ends it, for callers of the
+// library.
 std::vector<JuryScore> rankByJury(const DistanceMatrix& scores, const PairMatrix& pairs,
-                                  double scoreThreshold, std::uint32_t pairThreshold);
+                                  double scoreThreshold, std::uint32_t pairThreshold,
+                                  const StopFlag* stop = nullptr);
 
 // For callers of the library: model positions ordered by the sum of their matrix rows; equal sums
 // keep list order, NaN last.

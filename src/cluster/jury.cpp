@@ -28,9 +28,11 @@ std::uint32_t juryScore(std::span<const float> scores, std::span<const std::uint
 }  // namespace
 
 std::vector<JuryScore> rankByJury(const DistanceMatrix& scores, const PairMatrix& pairs,
-                                  double scoreThreshold, std::uint32_t pairThreshold) {
+                                  double scoreThreshold, std::uint32_t pairThreshold,
+                                  const StopFlag* stop) {
     std::vector<JuryScore> ranking(scores.rows());
     for (std::uint32_t i = 0; i < ranking.size(); ++i) {
+        throwIfStopped(stop);
         ranking[i] = {juryScore(scores.row(i), pairs.row(i), scoreThreshold, pairThreshold), i};
     }
     std::stable_sort(ranking.begin(), ranking.end(),
