@@ -44,7 +44,7 @@ class ListRecord final : public PairViewer {
  private:
     PairResult& next(const ComparedPair& pair);
     void showPairing(const ComparedPair& pair);
-    PairForm form() const { return {parameters_, fit_.urmsd, std::nullopt, PairDetail::Figures}; }
+    PairForm form() const { return {.parameters = parameters_, .hasUrmsd = fit_.urmsd}; }
 
     ScoreKind kind_;
     ComparisonParameters parameters_;

@@ -70,7 +70,7 @@ void write(const std::string& path, const RunInputs& inputs, const std::vector<P
 // --- Pairs ---------------------------------------------------------------------------------------
 
 PairForm residuesBy(const ComparisonParameters& parameters, bool hasUrmsd = true) {
-    return {parameters, hasUrmsd, std::nullopt, PairDetail::Residues};
+    return {.parameters = parameters, .hasUrmsd = hasUrmsd, .detail = PairDetail::Residues};
 }
 
 // Each fills in a pair with its residues, but for its position in a list.

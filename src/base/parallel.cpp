@@ -94,7 +94,7 @@ class OrderedRun {
     struct State {
         bool isDone = false;
         std::size_t bytes = 0;
-        std::exception_ptr failure;
+        std::exception_ptr failure{};
     };
 
     void startWorkers();
@@ -155,7 +155,7 @@ bool OrderedRun::claimNext() {
         isOver_ = true;
     } catch (...) {
         ++claimed_;
-        finish(slot, {true, 0, std::current_exception()});
+        finish(slot, {.isDone = true, .failure = std::current_exception()});
     }
     slotIsFree_.notify_all();
     nextIsDone_.notify_one();
@@ -177,7 +177,7 @@ void OrderedRun::work(std::size_t worker) {
         if (isOver_ || !claimNext()) return;
         const std::size_t slot = (claimed_ - 1) % states_.size();
         lock.unlock();
-        State state{true, 0, nullptr};
+        State state{.isDone = true};
         try {
             state.bytes = jobs_.compute(slot, worker);
         } catch (...) {

@@ -254,7 +254,7 @@ LddtCount countAll(LddtScratch& scratch) {
 }  // namespace
 
 LddtCount lddtOf(const CoordinateSet& reference, const CoordinateSet& model,
-                 std::span<const std::int32_t> partners, LddtAtoms atoms, bool perResidue,
+                 std::span<const std::int32_t> partners, LddtAtoms atoms, LddtDetail detail,
                  LddtScratch& scratch) {
     scratch.atoms.clear();
     if (atoms == LddtAtoms::Calpha) {
@@ -264,7 +264,7 @@ LddtCount lddtOf(const CoordinateSet& reference, const CoordinateSet& model,
     }
     placeAtoms(scratch);
     if (atoms == LddtAtoms::All) exchangeNames(scratch);
-    if (!perResidue) return countAll<false>(scratch);
+    if (detail == LddtDetail::Sum) return countAll<false>(scratch);
     scratch.ofResidues.assign(reference.size(), {});
     return countAll<true>(scratch);
 }

@@ -13,6 +13,8 @@
 namespace tervolanda {
 
 enum class LddtAtoms : std::uint8_t { Calpha, All };
+// Whether the distances of each residue are counted as well.
+enum class LddtDetail : std::uint8_t { Sum, Residues };
 
 // Distances of the reference, each once for every threshold, and those that the model keeps.
 struct LddtCount {
@@ -52,10 +54,10 @@ struct LddtScratch {
 // atoms of different residues of the reference; one is kept within 0.5, 1, 2 or 4 Å where it
 // differs by no more in the model, and it is not where the model lacks an atom of it.  The
 // stereochemistry of the model is not looked at.  With All the sets need their heavy atoms; a set
-// that has none counts as having no atoms at all.  With `perResidue` the counts of residues are
-// left in the scratch.
+// that has none counts as having no atoms at all.  With Residues their counts are left in the
+// scratch.
 LddtCount lddtOf(const CoordinateSet& reference, const CoordinateSet& model,
-                 std::span<const std::int32_t> partners, LddtAtoms atoms, bool perResidue,
+                 std::span<const std::int32_t> partners, LddtAtoms atoms, LddtDetail detail,
                  LddtScratch& scratch);
 
 }  // namespace tervolanda

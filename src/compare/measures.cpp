@@ -41,15 +41,15 @@ void measureLddt(const CoordinateSet& experiment, const CoordinateSet& predictio
     for (const Measure measure : {Measure::Lddt, Measure::LddtAll}) {
         if (!request.wanted.has(measure)) continue;
         const auto atoms = measure == Measure::Lddt ? LddtAtoms::Calpha : LddtAtoms::All;
-        std::optional<double> value = lddtOf(experiment, prediction, scratch.partners, atoms,
-                                             request.perResidue, scratch.lddt)
-                                          .score();
+        const auto detail = request.perResidue ? LddtDetail::Residues : LddtDetail::Sum;
+        std::optional<double> value =
+            lddtOf(experiment, prediction, scratch.partners, atoms, detail, scratch.lddt).score();
         // Where both are wanted the residues are those of the one that looks at more atoms.
         if (request.perResidue) keepResidues(scratch.lddt.ofResidues, found.residues);
         if (request.bothWays) {
-            value = meanOf(
-                value,
-                lddtOf(prediction, experiment, partners, atoms, false, scratch.lddt).score());
+            const LddtCount back =
+                lddtOf(prediction, experiment, partners, atoms, LddtDetail::Sum, scratch.lddt);
+            value = meanOf(value, back.score());
         }
         found.value(measure) = value;
     }

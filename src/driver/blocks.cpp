@@ -241,7 +241,8 @@ RunIdentity::RunIdentity(const Settings& settings, const ListSummary& list, cons
     for (std::uint32_t entry = 0; entry < list.models; ++entry)
         models_[entry].entry = entry;
     for (const Chain& chain : models.chains)
-        models_[chain.number - 1] = {chain.number - 1, true, chainChecksum(chain)};
+        models_[chain.number - 1] = {
+            .entry = chain.number - 1, .isReadable = true, .checksum = chainChecksum(chain)};
 }
 
 PartHeader RunIdentity::headerOf(const Block& block) const {

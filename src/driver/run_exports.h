@@ -97,7 +97,7 @@ class RunExports final : public PairViewer {
 
     std::vector<OpenFile> files_;
     bool isSuperposing_ = false;
-    PairForm form_{settings_.comparison, true, std::nullopt, PairDetail::None};
+    PairForm form_{.parameters = settings_.comparison, .detail = PairDetail::None};
     // Used again for every pair, so that a batch does not allocate.
     PairResult pair_;
     PairTexts texts_;

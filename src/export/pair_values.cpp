@@ -10,9 +10,13 @@ namespace tervolanda {
 
 namespace {
 
-// A number as the matrices of the run hold it, where they do.
+// A number as the matrices of a run hold it.
+double asInMatrix(double value) {
+    return static_cast<double>(static_cast<float>(value));
+}
+// The same where they hold it, and else the number.
 double shown(double value, bool isInMatrix) {
-    return isInMatrix ? static_cast<double>(static_cast<float>(value)) : value;
+    return isInMatrix ? asInMatrix(value) : value;
 }
 
 // Values of the pair before are forgotten, their memory is kept: it is one object for a whole run.
@@ -176,7 +180,7 @@ void fillMeasures(const MeasureFigures& found, const PairForm& form, PairResult&
         form.matrixScore ? measureOf(*form.matrixScore) : std::nullopt;
     if (!inMatrix) return;
     std::optional<double>& value = result.measures[static_cast<std::size_t>(*inMatrix)];
-    if (value) value = shown(*value, true);
+    if (value) value = asInMatrix(*value);
 }
 
 // The figures that MaxSub and GDT runs have in common.  What the matrices of a batch hold is

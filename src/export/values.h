@@ -27,7 +27,7 @@ InputStructure inputOf(const Chain& chain);
 struct PairForm {
     const ComparisonParameters& parameters;  // lent
     bool hasUrmsd = true;                    // the run computes it
-    std::optional<ScoreKind> matrixScore;    // of a batch of all pairs: what its matrix holds
+    std::optional<ScoreKind> matrixScore{};  // of a batch of all pairs: what its matrix holds
     PairDetail detail = PairDetail::Figures;
 };
 

@@ -12,11 +12,12 @@
 
 namespace tervolanda {
 
-AtomRecord::AtomRecord(std::string_view line, bool isPadded) {
+AtomRecord::AtomRecord(std::string_view line, BlanksUpTo blanks) {
     line = line.substr(0, kPdbRecordWidth);
     if (line.ends_with('\n')) line.remove_suffix(1);
     if (line.ends_with('\r')) line.remove_suffix(1);
     isFull_ = line.size() == kPdbRecordWidth;
+    const bool isPadded = blanks == BlanksUpTo::FullWidth;
     if (line.size() < (isPadded ? kPdbRecordWidth : kPlacementWidth)) {
         std::fill(padded_.begin() + static_cast<std::ptrdiff_t>(line.size()), padded_.end(), ' ');
         std::copy(line.begin(), line.end(), padded_.begin());

@@ -17,12 +17,15 @@ class ChainBuilder;
 
 inline constexpr std::size_t kPdbRecordWidth = 80;
 
-// The columns of an atom record, counted from 1.  Columns up to 54 that its line does not have are
-// blank; those after them are there in records of full width only, or when the record is padded.
+// Up to which column a record has blanks where its line is shorter: to the z coordinate, so that
+// what comes after it is there in records of full width only; or to the last.
+enum class BlanksUpTo : std::uint8_t { Coordinates, FullWidth };
+
+// The columns of an atom record, counted from 1.
 class AtomRecord {
  public:
     // What stands after column 80, and the line end, is no part of the record.
-    explicit AtomRecord(std::string_view line, bool isPadded = false);
+    explicit AtomRecord(std::string_view line, BlanksUpTo blanks = BlanksUpTo::Coordinates);
     AtomRecord(const AtomRecord&) = delete;
     AtomRecord& operator=(const AtomRecord&) = delete;
 

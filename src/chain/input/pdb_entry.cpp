@@ -70,7 +70,8 @@ void PdbEntryReader::finish() {
 // Records are told by their first letters; what is none of these is passed over.
 bool PdbEntryReader::take(std::string_view line) {
     const bool isHet = line.starts_with("HETATM");
-    if (isHet || line.starts_with("ATOM")) return takeAtom(AtomRecord(line, true), isHet);
+    if (isHet || line.starts_with("ATOM"))
+        return takeAtom(AtomRecord(line, BlanksUpTo::FullWidth), isHet);
     if (line.starts_with("SEQRES")) takeSequence(line);
     if (line.starts_with("MODEL")) beginModel(line);
     if (line.starts_with("TER")) {

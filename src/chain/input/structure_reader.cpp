@@ -312,7 +312,8 @@ std::vector<Chain> usableChains(Contents& contents, const Reading& reading) {
 
 std::optional<ChainSet> readStructureFile(const std::string& path, const ReadRequest& request,
                                           const ResidueExclusions& exclusions, Log& log) {
-    const Reading reading{path, request, false, exclusions, log};
+    const Reading reading{
+        .path = path, .request = request, .allModels = false, .exclusions = exclusions, .log = log};
     auto contents = readContents(reading);
     if (!contents) return std::nullopt;
     return setOf(path, usableChains(*contents, reading), log);
@@ -333,7 +334,8 @@ std::vector<Chain> readAllModels(const std::string& path, const ReadRequest& req
                                  const ResidueExclusions& exclusions, Log& log) {
     ReadRequest single = request;
     single.options |= ReadSingleChain;
-    const Reading reading{path, single, true, exclusions, log};
+    const Reading reading{
+        .path = path, .request = single, .allModels = true, .exclusions = exclusions, .log = log};
     std::vector<Chain> chains;
     auto contents = readContents(reading);
     if (!contents) return chains;
