@@ -114,31 +114,84 @@ TEST(SubunitMapper, ScoresTheSameToTheLastBitWhateverChainsAreCalled) {
     }
 }
 
+// The chain with a sequence, repeated as often as it takes, and numbered from `shift`.
+Chain sequenced(Chain chain, std::string_view sequence, std::size_t shift) {
+    for (std::size_t i = 0; i < chain.atoms.size(); ++i) {
+        chain.atoms[i].residueName = FixedText<3>(*threeLetterName(sequence[i % sequence.size()]));
+        chain.atoms[i].residueNumber = static_cast<std::int16_t>(i + shift);
+    }
+    return chain;
+}
+
+// The chain but for one of its residues.
+Chain without(Chain chain, std::ptrdiff_t residue) {
+    chain.atoms.erase(chain.atoms.begin() + residue);
+    test::CapturedLog quiet;
+    buildResidues(chain, quiet.log);
+    return chain;
+}
+
 // Chains of two sequences, one of which the prediction has with another residue and the other
 // twice; numbered otherwise, so that only the sequences say who is who.
 TEST(SubunitMapper, TellsChainsBySequence) {
     std::mt19937 random(7);
-    const auto named = [](Chain chain, std::string_view sequence, std::size_t shift) {
-        for (std::size_t i = 0; i < chain.atoms.size(); ++i) {
-            chain.atoms[i].residueName =
-                FixedText<3>(*threeLetterName(sequence[i % sequence.size()]));
-            chain.atoms[i].residueNumber = static_cast<std::int16_t>(i + shift);
-        }
-        return chain;
-    };
     const Chain one = test::coil(30, 1), other = test::coil(25, 2);
     Chain away = other;
     applySuperposition(randomMotion(random, 40.0), away);
     const Chain experiment =
-        complexOf({named(one, "MKVLAEGHI", 0), named(other, "WRTYPSDFQ", 0)}, {"A", "B"});
-    const Chain prediction = complexOf(
-        {named(away, "WRTYPSDFQ", 70), named(other, "WRTYPSDFN", 50), named(one, "MKVLAEGHI", 20)},
-        {"A", "B", "C"});
+        complexOf({sequenced(one, "MKVLAEGHI", 0), sequenced(other, "WRTYPSDFQ", 0)}, {"A", "B"});
+    const Chain prediction =
+        complexOf({sequenced(away, "WRTYPSDFQ", 70), sequenced(other, "WRTYPSDFN", 50),
+                   sequenced(one, "MKVLAEGHI", 20)},
+                  {"A", "B", "C"});
     ComparisonParameters parameters = test::defaultParameters();
     parameters.mapChains = parameters.pairBySequence = true;
     const auto found = test::compare(experiment, prediction, parameters, 3);
     EXPECT_THAT(found.lines, testing::HasSubstr("Chains: B on B, C on A\nSequences: Pairs=  55"));
     EXPECT_DOUBLE_EQ(found.result.tm, 1.0);
+}
+
+// In the prediction each chain has the place of the other, so that places alone would pair them
+// wrongly, and a residue more than the experiment.  Of five residues two are the same; one, as
+// chance has it, says nothing, and chains pair by name.
+TEST(SubunitMapper, TellsChainsByEqualResiduesOfEqualNumber) {
+    const Chain one = test::coil(31, 1);
+    Chain other = test::coil(31, 2);
+    for (Atom& atom : other.atoms)
+        atom.x += 40.0;
+    const Chain experiment = complexOf(
+        {without(sequenced(one, "MKVLA", 1), 7), without(sequenced(other, "WRTYP", 1), 7)},
+        {"A", "B"});
+    ComparisonParameters parameters = test::defaultParameters();
+    parameters.mapChains = true;
+    const auto chains = [&](std::string_view first, std::string_view second) {
+        const Chain prediction =
+            complexOf({sequenced(one, first, 1), sequenced(other, second, 1)}, {"A", "B"});
+        return test::compare(experiment, prediction, parameters, 3).lines;
+    };
+    EXPECT_THAT(chains("WRGGG", "MKGGG"), testing::HasSubstr("Chains: A on B, B on A\n"));
+    EXPECT_THAT(chains("WGGGG", "MGGGG"), testing::HasSubstr("Chains: A on A, B on B\n"));
+}
+
+// Three residues are enough for a superposition; and by sequence the chains of the experiment may
+// lack one.
+TEST(SubunitMapper, MapsShortCopiesOfAChain) {
+    std::mt19937 random(8);
+    for (const std::size_t length : {3U, 12U}) {
+        std::vector<Chain> chains(3, sequenced(test::coil(length, 1), "MKVLAEGHIWRT", 1));
+        for (Chain& chain : chains)
+            applySuperposition(randomMotion(random, 20.0), chain);
+        std::vector<Chain> lacking = chains;
+        for (Chain& chain : lacking) {
+            if (length > 3) chain = without(chain, 1);
+        }
+        const Chain experiment = complexOf(lacking, kNames);
+        std::swap(chains[0], chains[2]);
+        ComparisonParameters parameters = test::defaultParameters();
+        parameters.mapChains = parameters.pairBySequence = true;
+        const Chain prediction = complexOf(chains, kNames);
+        EXPECT_DOUBLE_EQ(test::compare(experiment, prediction, parameters, 0).result.tm, 1.0);
+    }
 }
 
 }  // namespace
