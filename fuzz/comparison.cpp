@@ -123,6 +123,12 @@ void requireSound(const Subject& subject, const ComparisonParameters& parameters
     FUZZ_REQUIRE(result.maxsub >= 0.0 && result.maxsub <= kOne);
     FUZZ_REQUIRE(result.tm >= 0.0 && (result.tm <= kOne || parameters.normLength > 0));
     FUZZ_REQUIRE(std::isfinite(result.msi) && result.msi >= 0.0);
+    for (const Measure measure : kMeasures) {
+        const double value = result.measures.value(measure).value_or(0.0);
+        FUZZ_REQUIRE(value >= 0.0 && value <= (isPercentage(measure) ? 100.0 : 1.0));
+    }
+    for (const double value : result.measures.residues)
+        FUZZ_REQUIRE(std::isnan(value) || (value >= 0.0 && value <= 1.0));
     FUZZ_REQUIRE(result.iterations.size() <= std::max(parameters.iterations, 1U));
     FUZZ_REQUIRE(result.iterations.empty() == result.matched.empty());
     double score = 0.0;
@@ -155,6 +161,7 @@ void requireSameBits(const ComparisonResult& a, const ComparisonResult& b) {
     FUZZ_REQUIRE(haveSameBits(a.rmsd, b.rmsd) && haveSameBits(a.grmsd, b.grmsd));
     FUZZ_REQUIRE(haveSameBits(a.maxsub, b.maxsub) && haveSameBits(a.tm, b.tm));
     FUZZ_REQUIRE(haveSameBits(a.msi, b.msi) && a.iterations.size() == b.iterations.size());
+    FUZZ_REQUIRE(a.measures.values == b.measures.values);
     for (std::size_t i = 0; i < a.iterations.size(); ++i)
         FUZZ_REQUIRE(areSame(a.iterations[i].superposition, b.iterations[i].superposition));
 }
@@ -208,7 +215,7 @@ void compareWhole(const Subject& subject, const RmsdOptions& options, test::Capt
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     FuzzedDataProvider input(data, size);
     test::CapturedLog outputs(1, input.PickValueInArray({1, 1, 4, 9}));
-    const ComparisonParameters parameters = makeParameters(input);
+    ComparisonParameters parameters = makeParameters(input);
     const RmsdOptions options{input.ConsumeBool(), input.ConsumeBool(), input.ConsumeBool()};
     const bool areBackbones = input.ConsumeBool();
     const bool areRelated = input.ConsumeIntegralInRange(0, 3) > 0;
@@ -216,6 +223,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Chain prediction = areRelated ? makeVariant(experiment, input) : makeChain(input);
     buildResidues(experiment, outputs.log);
     buildResidues(prediction, outputs.log);
+
+    for (const Measure measure : kMeasures) {
+        if (input.ConsumeBool()) parameters.measures.wanted.add(measure);
+    }
+    parameters.measures.perResidue = input.ConsumeBool();
 
     const auto prepare = [&](const Chain& chain, AtomSelection selection) {
         return prepareChain(chain, selection, parameters, outputs.report);

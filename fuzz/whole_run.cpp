@@ -59,6 +59,12 @@ constexpr std::string_view kListOptions =
     "-T 0 0.01 100 1e300;-Tm 0 1 20;-a 0 1e-300 0.3 1e300;-is 0 1 2 2147483647;-ms 0 1 3;"
     "-R full.txt;-Rl lite.txt;-Ru urmsd.txt";
 
+// Options of two dashes may be given once: of each row one, the first of them none.
+constexpr std::array<std::string_view, 3> kOwnOptions = {
+    ";--measure=lddt;--measure=lddt_all;--measure=gdt_ts;--measure=gdt_ha",
+    ";--scores=lddt,gdt_ha;--scores=lddt_all,gdt_ts;--jsonl=/dev/null;--report=/dev/null",
+    ";--pair=sequence;--threads=2;--tsv=/dev/null;--json=/dev/null"};
+
 std::vector<std::string_view> split(std::string_view text, char separator) {
     std::vector<std::string_view> parts;
     for (std::size_t at = 0, end = 0; end != std::string_view::npos; at = end + 1) {
@@ -83,6 +89,38 @@ void addOptions(std::string_view options, int most, FuzzedDataProvider& input,
     }
 }
 
+// Cuts a chain into chains of so many residues, which are called in some order; as copies they are
+// numbered alike.
+void cutIntoChains(Chain& chain, FuzzedDataProvider& input) {
+    constexpr int kLetters = 26;
+    const int length = input.PickValueInArray({7, 4, 10, 100});
+    const int stride = input.PickValueInArray({1, 25, 5});
+    const bool areNumberedAlike = input.ConsumeBool();
+    const int first = chain.atoms.empty() ? 0 : chain.atoms.front().residueNumber;
+    for (Atom& atom : chain.atoms) {
+        const int piece = (atom.residueNumber - first) / length;
+        atom.chainId = static_cast<char>('A' + piece * stride % kLetters);
+        if (areNumberedAlike)
+            atom.residueNumber = static_cast<std::int16_t>(atom.residueNumber - piece * length);
+    }
+}
+
+// Complexes of the structures, if the bytes say so, and options of two dashes.
+void addOwnOptions(std::vector<Chain>& chains, FuzzedDataProvider& input,
+                   std::vector<std::string>& arguments) {
+    for (const std::string_view row : kOwnOptions) {
+        const std::vector<std::string_view> words = split(row, ';');
+        const std::size_t word = input.ConsumeIntegralInRange<std::size_t>(0, words.size() - 1);
+        if (word > 0) arguments.emplace_back(words[word]);
+    }
+    const int kind = input.ConsumeIntegralInRange(0, 5);
+    if (kind < 3) return;
+    for (Chain& chain : chains)
+        cutIntoChains(chain, input);
+    arguments.emplace_back("--chain=all");
+    if (kind > 3) arguments.emplace_back("--map-chains");
+}
+
 // The structures, and the arguments of a run over them; the first argument of a mode is its name.
 std::vector<std::string> prepareRun(FuzzedDataProvider& input) {
     enum Mode { Pair, Positional, OneList, AllList };
@@ -97,17 +135,20 @@ std::vector<std::string> prepareRun(FuzzedDataProvider& input) {
         files().exclusions.set("   2 \n   3 \n");
         arguments.insert(arguments.end(), {"-exclude", files().exclusions.path()});
     }
-    const Chain chain = makeChain(input);
-    files().experiment.set(chainText(chain));
+    std::vector<Chain> chains = {makeChain(input)};
     const std::size_t models = mode == OneList || mode == AllList
                                    ? input.ConsumeIntegralInRange<std::size_t>(1, kMostModels)
                                    : 1;
-    std::string list;
     for (std::size_t i = 0; i < models; ++i) {
         const bool isVariant = input.ConsumeIntegralInRange(0, 3) > 0;
-        MemoryFile& model = files().models.at(i);
-        model.set(chainText(isVariant ? makeVariant(chain, input) : makeChain(input)));
-        list += model.path() + '\n';
+        chains.push_back(isVariant ? makeVariant(chains.front(), input) : makeChain(input));
+    }
+    addOwnOptions(chains, input, arguments);
+    files().experiment.set(chainText(chains.front()));
+    std::string list;
+    for (std::size_t i = 0; i < models; ++i) {
+        files().models.at(i).set(chainText(chains[i + 1]));
+        list += files().models.at(i).path() + '\n';
     }
     files().list.set(list);
     const std::string& experiment = files().experiment.path();
