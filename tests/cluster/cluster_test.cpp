@@ -50,6 +50,8 @@ TEST(Jury, ComparesScoresAsDoublesAndSaturates) {
     const PairMatrix huge(3, 3, 0x80000000U);
     EXPECT_EQ(rankByJury(DistanceMatrix(3, 3, 1.0F), huge, 0.0, 0)[2].score, 0xFFFFFFFFU);
     EXPECT_TRUE(rankByJury(DistanceMatrix(), PairMatrix(), 0.0, 0).empty());
+    const StopFlag stop{true};
+    EXPECT_THROW(rankByJury(DistanceMatrix(1, 1, 1.0F), pairs, 0.0, 0, &stop), Stopped);
     // Equal scores keep list order.
     const std::vector<JuryScore> equal =
         rankByJury(DistanceMatrix(20, 20, 1.0F), PairMatrix(20, 20, 1U), 0.0, 0);
