@@ -25,15 +25,14 @@ double nearestWhole(double value) {
 
 // The coordinates of one axis about their rounded mean.
 SearchPairs::Extent SearchPairs::placeAxis(const std::vector<double>& values, double origin,
-                                           std::vector<double>& placed,
-                                           std::vector<float>& rounded) {
+                                           LineVector<double>& placed, LineVector<float>& rounded) {
     // Coordinates come centred about `origin`, which costs them their last bits.
     constexpr double kNoise = 1e-5;  // of a thousandth of an ångström
     // The frame is moved by a whole number of thousandths, which keeps whole numbers whole.
     const double shift = std::nearbyint(origin * kPerAngstrom);
     const std::size_t n = values.size();
-    placed.resize(n + 3);
-    rounded.resize(n + 7);
+    placed.resize(paddedSize(n));
+    rounded.resize(paddedSize(n));
     const double* const from = values.data();
     double* const to = placed.data();
     float* const nearTo = rounded.data();

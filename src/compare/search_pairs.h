@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "compare/fit/kernels.h"
+#include "compare/fit/line_vector.h"
 #include "compare/fit/superposition.h"
 #include "compare/pair_mask.h"
 
@@ -50,13 +51,13 @@ class SearchPairs {
         bool isWhole = true;   // thousandths of an ångström
     };
     static Extent placeAxis(const std::vector<double>& values, double origin,
-                            std::vector<double>& placed, std::vector<float>& rounded);
+                            LineVector<double>& placed, LineVector<float>& rounded);
 
     std::size_t size_ = 0;
     bool exact_ = false;
-    std::vector<float> rounded_[6];   // as axis_, in single precision; padded by 7 zeros
-    std::vector<double> axis_[6];     // prediction x, y, z, experiment x, y, z; padded by 3 zeros
-    std::vector<double> terms_;       // kTerms a pair
+    LineVector<float> rounded_[6];    // as axis_, in single precision
+    LineVector<double> axis_[6];      // prediction x, y, z, experiment x, y, z; padded by zeros
+    LineVector<double> terms_;        // kTerms a pair
     std::vector<SubsetSums> prefix_;  // sums over the first i pairs, when exact
     PairedArrays arrays_{};           // views of axis_,
     RoundedArrays roundedArrays_{};   // and of rounded_

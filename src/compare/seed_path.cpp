@@ -39,7 +39,7 @@ void startRefinement(SeedPath& path) {
 PathSteps::PathSteps(const SeedSearchTask& task, const Kernels& kernels, const SearchPairs& pairs,
                      PathScratch& scratch)
     : task_(task), kernels_(kernels), pairs_(pairs), scratch_(scratch) {
-    scratch_.rounded.resize((pairs_.size() + 7) / 8 * 8);
+    scratch_.rounded.resize(paddedSize(pairs_.size()));
     scratch_.squared.resize(pairs_.size());
     scratch_.next.resize(pairs_.words());
 }

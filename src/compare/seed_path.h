@@ -73,7 +73,7 @@ struct SeedPath {
 // Arrays for one step.
 struct PathScratch {
     std::vector<double> squared;
-    std::vector<float> rounded;  // the same in single precision, for the search by TM-score
+    LineVector<float> rounded;  // the same in single precision, for the search by TM-score
     PairMask next;
     RmsdSelectionScratch byRmsd;
 };

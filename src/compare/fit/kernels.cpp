@@ -1,6 +1,6 @@
-// One body, two instruction sets: the same source in two namespaces, the second compiled for AVX2,
-// and a table of functions picked once.  A whole file compiled with AVX2 would let inline library
-// code with AVX leak to processors without it; this cannot, as the body calls no library code.
+// One body, several instruction sets: the same source in a namespace for each, compiled for it, and
+// a table of functions picked once.  A whole file compiled with AVX2 would let inline library code
+// with AVX leak to processors without it; this cannot, as the body calls no library code.
 #include "compare/fit/kernels.h"
 
 #include <cstring>
@@ -26,7 +26,17 @@ namespace {
 #undef TERVOLANDA_AVX2
 }  // namespace
 }  // namespace avx2
-#include "compare/fit/end_avx2.inc"
+#include "compare/fit/end_target.inc"
+
+#include "compare/fit/begin_avx512.inc"
+namespace avx512 {
+namespace {
+#define TERVOLANDA_AVX512
+#include "compare/fit/kernels_body.inc"
+#undef TERVOLANDA_AVX512
+}  // namespace
+}  // namespace avx512
+#include "compare/fit/end_target.inc"
 #endif
 
 const Kernels& portableKernels() {
@@ -37,6 +47,10 @@ const Kernels* findKernels(InstructionSet set) {
 #if defined(__x86_64__)
     const bool hasAvx2 = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("popcnt");
     if (set == InstructionSet::Avx2 && hasAvx2) return &avx2::kKernels;
+    const bool hasAvx512 = hasAvx2 && __builtin_cpu_supports("avx512f") &&
+                           __builtin_cpu_supports("avx512vl") &&
+                           __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512bw");
+    if (set == InstructionSet::Avx512 && hasAvx512) return &avx512::kKernels;
 #endif
     return set == InstructionSet::Portable ? &portable::kKernels : nullptr;
 }

@@ -1,7 +1,7 @@
 // The loops that a search spends its time in, compiled once for every processor and, on x86-64,
-// once more for those with AVX2.  Both give the same bits: the order of every sum stands in the
-// source (four partial sums, added in one order) and nothing is contracted.  No other file knows of
-// instruction sets.
+// once more for those with AVX2 and for those with AVX-512.  All give the same bits: the order of
+// every sum stands in the source (four partial sums, added in one order) and nothing is contracted.
+// No other file knows of instruction sets.
 #pragma once
 
 #include <array>
@@ -21,6 +21,13 @@ struct CorrelationSums {
     double squares = 0.0;                // sum of |p|^2 + |e|^2
 };
 
+// Arrays that are "padded" may be read, and those of results overwritten, up to this many entries:
+// the vectors of any table go on from the last entry to the end of a register.
+inline constexpr std::size_t paddedSize(std::size_t n) {
+    constexpr std::size_t kMost = 16;  // floats in a register of AVX-512
+    return (n + kMost - 1) / kMost * kMost;
+}
+
 // Coordinate arrays of paired points, n entries each.
 struct PairedArrays {
     const double* px;
@@ -31,7 +38,7 @@ struct PairedArrays {
     const double* ez;
 };
 
-// The same points in single precision, for estimates.  The arrays are padded to a multiple of 8.
+// The same points in single precision, for estimates.  The arrays are padded.
 struct RoundedArrays {
     const float* px;
     const float* py;
@@ -44,7 +51,7 @@ struct RoundedArrays {
 
 // Squared deviations under one motion in single precision.
 struct RoundedDeviations {
-    const float* squared;  // padded to a multiple of 8
+    const float* squared;  // padded
     double error;          // of a component of a deviation, at most
 };
 
@@ -127,22 +134,22 @@ struct Kernels {
                               double* squared);
     // Sets the bits of the pairs with a squared deviation of at most `limit`, of 64 pairs a word,
     // and returns their number.  Single precision decides about the pairs that are clearly near or
-    // far, eight at a time; only the others need doubles (a search takes 0.7 of the time it takes
-    // with doubles alone).
-    // The arrays of doubles are padded to a multiple of 4 entries.
+    // far, a register of them at a time; only the others need doubles (a search takes 0.7 of the
+    // time it takes with doubles alone).  The arrays of doubles are padded.
     std::uint32_t (*selectWithin)(const PairedArrays& pairs, const RoundedArrays& rounded,
                                   std::size_t n, const Motion& motion, double limit,
                                   std::uint64_t* mask);
     // The squared deviations in single precision, for several looks at one motion: fills `squared`,
-    // padded to a multiple of 8, and returns the error that RoundedDeviations has.
+    // padded, and returns the error that RoundedDeviations has.
     double (*roundedDeviations)(const RoundedArrays& rounded, std::size_t n, const Motion& motion,
                                 float* squared);
     // As selectWithin.
     std::uint32_t (*selectAmong)(const PairedArrays& pairs, const RoundedDeviations& rounded,
                                  std::size_t n, const Motion& motion, double limit,
                                  std::uint64_t* mask);
-    // The squared deviations of all pairs of each word of `words` that is not 0; infinity after the
-    // last pair.  `squared` has 64 entries a word; those of the other words are left alone.
+    // The squared deviations of all pairs, padded, of each word of `words` that is not 0; infinity
+    // after the last pair.  `squared` has 64 entries a word; those of the other words are left
+    // alone.
     void (*deviationsOfWords)(const PairedArrays& pairs, std::size_t n, const Motion& motion,
                               const std::uint64_t* words, double* squared);
     // Sets the bits of the pairs of such words with a squared deviation of at most `limit`, and

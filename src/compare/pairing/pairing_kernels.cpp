@@ -2,6 +2,7 @@
 #include "compare/pairing/pairing_kernels.h"
 
 #include <cstring>
+#include <utility>
 
 namespace tervolanda {
 
@@ -23,12 +24,23 @@ namespace {
 #undef TERVOLANDA_AVX2
 }  // namespace
 }  // namespace avx2
-#include "compare/fit/end_avx2.inc"
+#include "compare/fit/end_target.inc"
+
+#include "compare/fit/begin_avx512.inc"
+namespace avx512 {
+namespace {
+#define TERVOLANDA_AVX512
+#include "compare/pairing/pairing_kernels_body.inc"
+#undef TERVOLANDA_AVX512
+}  // namespace
+}  // namespace avx512
+#include "compare/fit/end_target.inc"
 #endif
 
 const PairingKernels& pairingKernels(InstructionSet set) {
 #if defined(__x86_64__)
     if (set == InstructionSet::Avx2) return avx2::kPairingKernels;
+    if (set == InstructionSet::Avx512) return avx512::kPairingKernels;
 #endif
     static_cast<void>(set);
     return portable::kPairingKernels;

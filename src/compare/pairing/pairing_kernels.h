@@ -14,7 +14,10 @@ namespace tervolanda {
 inline constexpr std::size_t kFragmentLength = 7;
 
 // Arrays of this many entries more than there are values are padded for any table.
-inline constexpr std::size_t kPadding = 8;
+inline constexpr std::size_t kPadding = 16;
+
+// Successive residues that are far together, or not.
+inline constexpr std::size_t kResidueGroup = 8;
 
 // One fragment of the prediction, and all of the experiment.
 struct FragmentRow {
@@ -27,7 +30,7 @@ struct FragmentRow {
     double expected;                  // RMSD of unrelated fragments, whose score is 0
 };
 
-// A residue of the prediction, moved, and the experiment in groups of kPadding successive residues.
+// A residue of the prediction, moved, and the experiment in groups of kResidueGroup.
 struct DistanceRow {
     double x, y, z;               // Å
     const double* experiment[3];  // Å; padded by kPadding

@@ -114,9 +114,9 @@ DistanceScores::DistanceScores(const CoordinateSet& experiment, const Coordinate
     // A little is added, so that rounding does not decide.
     constexpr double kMargin = 0.01;  // Å
     const Points& points = experiment.points;
-    for (std::size_t first = 0; first < points.size(); first += kPadding) {
-        const std::size_t middle = std::min(first + kPadding / 2, points.size() - 1);
-        const std::size_t end = std::min(first + kPadding, points.size());
+    for (std::size_t first = 0; first < points.size(); first += kResidueGroup) {
+        const std::size_t middle = std::min(first + kResidueGroup / 2, points.size() - 1);
+        const std::size_t end = std::min(first + kResidueGroup, points.size());
         double radiusSquared = 0.0;
         for (std::size_t j = first; j < end; ++j)
             radiusSquared = std::max(

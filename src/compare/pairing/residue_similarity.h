@@ -70,7 +70,7 @@ class DistanceScores final : public SimilarityRows {
     Superposition superposition_;
     std::size_t columns_;                            // residues of the experiment
     std::array<std::vector<double>, 3> experiment_;  // x, y, z; padded as kernels want it
-    // Of each kPadding successive experiment residues, which lie together, one stands for the
+    // Of each kResidueGroup successive experiment residues, which lie together, one stands for the
     // others: Å^2, to it; beyond, none is within reach.
     std::vector<double> farSquared_;
     double perScaleSquared_;  // Å^-2

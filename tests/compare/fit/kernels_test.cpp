@@ -36,7 +36,7 @@ struct Placed {
 // Lent from `squared`.
 RoundedDeviations roundedDeviations(const Placed& placed, const Kernels& kernels,
                                     std::vector<float>& squared) {
-    squared.resize(placed.pairs.size() + 8);
+    squared.resize(paddedSize(placed.pairs.size()));
     const double error = kernels.roundedDeviations(placed.pairs.rounded(), placed.pairs.size(),
                                                    placed.motion, squared.data());
     return {squared.data(), error};
