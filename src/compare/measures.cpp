@@ -2,6 +2,8 @@
 // which superposition the comparison found.
 #include "compare/measures.h"
 
+#include <algorithm>
+#include <array>
 #include <limits>
 
 #include "compare/lddt.h"
@@ -55,6 +57,20 @@ void measureLddt(const CoordinateSet& experiment, const CoordinateSet& predictio
     }
 }
 
+// Chain pair by chain pair, by the place of the experiment's chain: where a search starts follows
+// the order of pairs, and how chains are called or stand in a file must not change what it finds.
+void orderByPlace(const CoordinateSet& experiment, std::vector<MatchedPair>& pairs) {
+    const auto placeOf = [&](const MatchedPair& pair) {
+        const std::uint32_t first =
+            experiment.subunits[experiment.subunitOf(pair.experiment)].first;
+        return std::array{experiment.points.x[first], experiment.points.y[first],
+                          experiment.points.z[first]};
+    };
+    std::stable_sort(pairs.begin(), pairs.end(), [&](const MatchedPair& a, const MatchedPair& b) {
+        return placeOf(a) < placeOf(b);
+    });
+}
+
 // Both scores from one search, since they share three of their four cut-offs.
 void measureGdt(const CoordinateSet& experiment, const CoordinateSet& prediction,
                 std::span<const std::int32_t> partners, const StopFlag* stop,
@@ -64,6 +80,7 @@ void measureGdt(const CoordinateSet& experiment, const CoordinateSet& prediction
         if (partners[i] >= 0)
             scratch.measured.push_back({static_cast<std::uint32_t>(partners[i]), i, 0});
     }
+    if (experiment.isComplex) orderByPlace(experiment, scratch.measured);
     scratch.placePairs(experiment, prediction, scratch.measured);
     const GdtCounts counts =
         bestGdtCounts(scratch.pairs, stop, scratch.kernels, scratch.seeds, scratch.gdt);

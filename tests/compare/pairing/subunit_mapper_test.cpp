@@ -46,6 +46,8 @@ ComparisonResult comparedComplexes(const Chain& experiment, const Chain& predict
                                    bool mapsChains) {
     ComparisonParameters parameters = test::defaultParameters();
     parameters.mapChains = mapsChains;
+    for (const Measure measure : {Measure::Lddt, Measure::GdtTs})
+        if (mapsChains) parameters.measures.wanted.add(measure);
     return test::compare(experiment, prediction, parameters, 0).result;
 }
 
@@ -111,6 +113,7 @@ TEST(SubunitMapper, ScoresTheSameToTheLastBitWhateverChainsAreCalled) {
         EXPECT_EQ(again.maxsub, first.maxsub);
         EXPECT_EQ(again.rmsd, first.rmsd);
         EXPECT_EQ(again.pairs, first.pairs);
+        EXPECT_EQ(again.measures.values, first.measures.values);
     }
 }
 
