@@ -60,6 +60,10 @@ class Log {
 
     [[gnu::format(printf, 3, 4)]] void info(int detail, const char* pattern, ...);
     [[gnu::format(printf, 3, 4)]] void progress(int detail, const char* pattern, ...);
+    // The same for a line that is written already.
+    void progressText(int detail, std::string_view line) {
+        if (detail < logLevel_) passOn(LogLevel::Progress, line);
+    }
     [[gnu::format(printf, 3, 4)]] void error(int detail, const char* pattern, ...);
     // For callers of the library: no run of the program has warnings or lines without a prefix.
     [[gnu::format(printf, 3, 4)]] void warn(int detail, const char* pattern, ...);

@@ -221,7 +221,7 @@ class RmsdPairs : public RmsdFits {
     void consume(BatchPair pair, const Outcome& cells) {
         const auto [i, j] = pair;
         found.rmsd.at(i, j) = cells.rmsd;
-        found.urmsd.at(i, j) = cells.urmsd;
+        if (measured_.urmsd) found.urmsd.at(i, j) = cells.urmsd;
         found.pairs.at(i, j) = cells.pairs;
         if (viewer_ != nullptr) viewer_->seeRmsd(compared(pair), asListed(pair, cells), {});
     }

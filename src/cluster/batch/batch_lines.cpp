@@ -3,27 +3,40 @@
 // Neither has a say in the results: chunks, slots and threads may be any number, and every line but
 // that of the pace is the same.
 #include <algorithm>
+#include <array>
+#include <charconv>
 
+#include "base/format.h"
 #include "base/log.h"
 #include "cluster/batch/run_batch.h"
 
 namespace tervolanda {
 
+namespace {
+
+constexpr std::size_t kPairsPerProgressLine = 20;
+constexpr std::size_t kTenths = 10;
+
+}  // namespace
+
 BatchLines::BatchLines(const char* name, std::size_t count, Log& log, Report& report)
     : name_(name),
+      ofAll_(format(" of %zu %ss", count, name)),
       count_(count),
       namesChains_(report.reports(ReportLevel::Numbers)),
       showsPasses_(report.reports(ReportLevel::Passes)),
       log_(log),
       report_(report) {
-    printProgress();
+    if (log_.progressForm() == ProgressForm::Lines) {
+        planNextLine();
+    } else {
+        printProgress();
+    }
 }
 
 // A line for each tenth of the pairs.
 void BatchLines::printPace() {
-    constexpr std::size_t kTenths = 10;
     const std::size_t tenth = consumed_ * kTenths / count_;
-    if (consumed_ == 0 || tenth == (consumed_ - 1) * kTenths / count_) return;
     const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - started_;
     const double perSecond = static_cast<double>(consumed_) / std::max(taken.count(), 1e-9);
     log_.pace("Processed %zu of %zu %ss (%zu %%), %.0f a second, %.0f s left", consumed_, count_,
@@ -32,25 +45,34 @@ void BatchLines::printPace() {
 }
 
 // Before a comparison and not after it, so that the first line appears at once; none after the
-// last.
+// last.  Written without printf: by RMSD there are half a million lines a second.
 void BatchLines::printProgress() {
-    if (log_.progressForm() == ProgressForm::Lines) return printPace();
-    if (consumed_ == count_ || consumed_ % kPairsPerProgressLine != 0) return;
-    log_.progress(0, "Processed %zu of %zu %ss", consumed_, count_, name_);
+    if (log_.progressForm() == ProgressForm::Lines) {
+        printPace();
+    } else if (consumed_ < count_) {
+        std::array<char, 20> digits;
+        const std::to_chars_result end =
+            std::to_chars(digits.data(), digits.data() + digits.size(), consumed_);
+        line_ = "Processed ";
+        line_.append(digits.data(), end.ptr).append(ofAll_);
+        log_.progressText(0, line_);
+    }
+    planNextLine();
+}
+
+void BatchLines::planNextLine() {
+    if (log_.progressForm() != ProgressForm::Lines) {
+        nextLine_ = consumed_ + kPairsPerProgressLine;
+        return;
+    }
+    // The fewest pairs that are a tenth more.
+    const std::size_t tenth = count_ == 0 ? 0 : consumed_ * kTenths / count_;
+    nextLine_ = ((tenth + 1) * count_ + kTenths - 1) / kTenths;
 }
 
 void BatchLines::printNames(const Chain& experiment, const Chain& prediction) {
     report_.report(ReportLevel::Numbers, "%s vs. %s\n", prediction.fileName.c_str(),
                    experiment.fileName.c_str());
-}
-
-void BatchLines::printDetails(std::string_view lines) {
-    if (!lines.empty()) log_.report(lines);
-}
-
-void BatchLines::finishPair() {
-    ++consumed_;
-    printProgress();
 }
 
 void reportTotal(const ComparisonResult& result, Report& report) {

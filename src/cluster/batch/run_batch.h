@@ -33,6 +33,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/log.h"
 #include "base/parallel.h"
 #include "cluster/batch/batch.h"
 #include "cluster/batch/worker.h"
@@ -54,21 +55,27 @@ class BatchLines {
     bool namesChains() const { return namesChains_; }
     // The lines of a pair, the names of its chains first.
     void printNames(const Chain& experiment, const Chain& prediction);
-    void printDetails(std::string_view lines);
+    void printDetails(std::string_view lines) {
+        if (!lines.empty()) log_.report(lines);
+    }
     // Whether a comparison may say much: each of its passes.
     bool showsPasses() const { return showsPasses_; }
-    void finishPair();
+    void finishPair() {
+        if (++consumed_ == nextLine_) printProgress();
+    }
     void finish();
 
  private:
-    static constexpr std::size_t kPairsPerProgressLine = 20;
-
     void printProgress();
     void printPace();
+    void planNextLine();
 
     const char* name_;
+    std::string ofAll_;  // what follows the number in a progress line
+    std::string line_;   // scratch
     std::size_t count_;
     std::size_t consumed_ = 0;
+    std::size_t nextLine_ = 0;  // the value of consumed_ that has a line
     std::chrono::steady_clock::time_point started_ = std::chrono::steady_clock::now();
     bool namesChains_;
     bool showsPasses_;
