@@ -170,7 +170,8 @@ void checkBlocks(const Settings& settings) {
     if (settings.comparison.measures.wanted.size() > (settings.measure.by ? 1U : 0U)) {
         abend("Blocks keep the score that they are by alone: leave out '--scores'");
     }
-    if (const ExportRequest* request = fileOfPairs(settings); request && settings.measure.by) {
+    if (const ExportRequest* request = fileOfPairs(settings);
+        request != nullptr && settings.measure.by) {
         abend("Blocks keep the score that they are by alone: leave out '%s'",
               optionName(*request).c_str());
     }

@@ -68,7 +68,10 @@ int runAndRecord(Settings settings, Log& log) {
     try {
         return runMode(settings, exports, log);
     } catch (const Abend& end) {
-        exports.fail(end.what());
+        // Runs that prepare a merge are given its options, and write none of its files.
+        const BlockSettings& blocks = settings.blocks;
+        if (!blocks.partFile && !blocks.missingFolder && !blocks.planMinutes)
+            exports.fail(end.what());
         throw;
     }
 }

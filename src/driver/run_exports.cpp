@@ -168,15 +168,23 @@ void RunExports::makeFiles(unsigned traits) {
     // Checksums read each file once more, so they are for forms that show them.
     const bool showsChecksums = std::any_of(
         files_.begin(), files_.end(), [](const auto& open) { return open.file->showsChecksums(); });
-    for (InputStructure& input : inputs_.structures) {
-        if (showsChecksums && isRead) input.crc32 = fileChecksum(input.file, log_);
-    }
+    if (showsChecksums && isRead) setChecksums();
     texts_.start(inputs_);
     for (const auto& open : files_) {
         open.file->share(texts_);
         open.file->start(inputs_);
     }
     setDetail();
+}
+
+// The models of a file stand one after the other and have its checksum: it is read once for all.
+void RunExports::setChecksums() {
+    const InputStructure* before = nullptr;
+    for (InputStructure& input : inputs_.structures) {
+        const bool isSame = before != nullptr && input.modelPlace > 0 && input.path == before->path;
+        input.crc32 = isSame ? before->crc32 : fileChecksum(input.path, log_);
+        before = &input;
+    }
 }
 
 bool RunExports::isGivenPairs(const OpenFile& open) const {

@@ -72,6 +72,7 @@ class RunExports final : public PairViewer {
     void start();
     // Those of the forms that have all of these traits.
     void makeFiles(unsigned traits);
+    void setChecksums();
     void addInput(const Chain& chain);
     void addModel(const Chain& model);
     void take(const ComparedPair& pair);

@@ -12,13 +12,15 @@ namespace tervolanda {
 
 namespace {
 
-constexpr std::string_view kLetters = "ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
+// All that the viewer selects a chain by; it tells "a" from "A".
+constexpr std::string_view kLetters =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789abcdefghijklmnopqrstuvwxyz";
 constexpr int kThin = 60;  // backbone radius, 1/250 Å
 constexpr int kThick = 130;
 
-// The letters of a structure's chains, of which `used` are taken.  After the 36th they come again,
-// and with them the selections: a picture of more than 36 chains shows all of them, but some share
-// a colour.
+// The letters of a structure's chains, of which `used` are taken.  After the 62nd they come again,
+// and with them the selections: a picture of more chains shows all of them, but some share a
+// colour, and the script says so.
 std::string lettersOf(const InputStructure& input, std::size_t& used) {
     std::string letters;
     for (std::size_t i = 0; i < std::max<std::size_t>(input.subunits.size(), 1); ++i)
@@ -90,6 +92,9 @@ void RasmolScene::write(const Scene& scene) {
     }
     text() += "select all\necho Each motion ";
     text() += kMotionSentence;
+    if (used > kLetters.size())
+        text() += format("\necho Chains that share a letter share colours: %zu chains, %zu letters",
+                         used, kLetters.size());
     text() += "\nexit\n";
     for (const Object& object : objects) {
         const ShownDomain* const domain = object.domain;

@@ -117,7 +117,8 @@ std::uint64_t digitsOf(std::uint64_t number) {
 // that takes as long as all else here.
 void appendShortest(std::string& text, const Shortest& number, bool isNegative) {
     constexpr std::uint64_t kEight = 100'000'000;
-    constexpr std::uint64_t kZeros = 0x3030'3030'3030'3030U;
+    constexpr std::uint64_t kDigitSigns = 0x3030'3030'3030'3030U;  // "00000000"
+    constexpr std::array<char, 4> kZeros = {'0', '.', '0', '0'};
     constexpr std::array<char, 32> kRoom{};  // "-0.00", 17 digits, and what stores write beyond
     const std::uint64_t upper = number.digits / kEight;
     const auto top = static_cast<char>('0' + upper / kEight);
@@ -131,12 +132,12 @@ void appendShortest(std::string& text, const Shortest& number, bool isNegative) 
     char* const first = &text[start];
     text[start - (isNegative ? 1 : 0)] = '-';  // what is not negative begins there itself
     const auto put = [first](std::size_t at, std::uint64_t eight) {
-        eight |= kZeros;
+        eight |= kDigitSigns;
         std::memcpy(first + at, &eight, sizeof eight);
     };
     if (number.whole <= 0) {
         const auto before = static_cast<std::size_t>(2 - number.whole);
-        std::memcpy(first, "0.00", 4);
+        std::memcpy(first, kZeros.data(), kZeros.size());
         first[before] = top;
         put(before + 1, second);
         put(before + 9, third);

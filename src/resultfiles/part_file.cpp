@@ -37,7 +37,7 @@ constexpr std::size_t kModelBytes = 12;
 constexpr std::size_t kChecksumBytes = 4;
 constexpr std::size_t kRunBytes = 12;    // both starts and the length
 constexpr std::size_t kScoreBytes = 28;  // of a MaxSub record
-constexpr std::size_t kMotionBytes = 15 * 8;
+constexpr std::size_t kMotionBytes = 15 * sizeof(double);
 constexpr std::size_t kCountBytes = 8;  // matched pairs and runs
 // What a search has besides: two doubles, three counts.
 constexpr std::size_t kSearchBytes = 2 * 8 + 3 * 4;

@@ -31,8 +31,9 @@ namespace {
 
 constexpr std::string_view kLetters = "ABCDEFGHIJKLMNOPQRSTUVWXYZ";
 constexpr char kExperimentLetter = 'A';
-// For the chains of complexes, of which there are more.
-constexpr std::string_view kComplexLetters = "ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
+// For the chains of complexes, of which there are more: all that the viewer selects a chain by.
+constexpr std::string_view kComplexLetters =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789abcdefghijklmnopqrstuvwxyz";
 // No letter, so that the models of a list have all 26.
 constexpr char kSuperExperimentLetter = '0';
 constexpr int kThin = 60;  // backbone radius, 1/250 Å
@@ -63,9 +64,13 @@ std::string complexLetters(const Chain& chain, std::size_t& used) {
     return letters;
 }
 
+bool isOfComplexes(const ScriptSubject& subject) {
+    return subject.experimentSet.isComplex || subject.predictionSet.isComplex;
+}
+
 // Gives the predictions their letters; those of the experiment are returned.
 std::string giveLetters(const ScriptSubject& subject, std::vector<ShownPrediction>& predictions) {
-    if (!subject.experimentSet.isComplex && !subject.predictionSet.isComplex) {
+    if (!isOfComplexes(subject)) {
         for (std::size_t n = 0; n < predictions.size(); ++n)
             predictions[n].letters = predictionLetter(n);
         return std::string(1, kExperimentLetter);
@@ -135,6 +140,13 @@ void writeAlignEnd(OutputFile& script, const ScriptSubject& subject,
     writeNameLines(script, experimentLetters, "Experiment", subject.experiment);
     for (const ShownPrediction& shown : predictions)
         writeNameLines(script, shown.letters, "Prediction", subject.prediction);
+    std::size_t letters = experimentLetters.size();
+    for (const ShownPrediction& shown : predictions)
+        letters += shown.letters.size();
+    if (isOfComplexes(subject) && letters > kComplexLetters.size()) {
+        script.print("echo Chains that share a letter share colours: %zu chains, %zu letters.\n",
+                     letters, kComplexLetters.size());
+    }
     script.write("echo\n");
     script.write(origin);
     script.write(

@@ -184,6 +184,17 @@ def test_rasmol():
         )
 
 
+    # 62 structures have a letter each, of which small ones are others than great ones; no more have.
+    for models, note in ((61, False), (62, True)):
+        pathlib.Path("many.txt").write_text("near_1.pdb\n" + (models - 1) * "partial.pdb\n", encoding="utf-8")
+        run_program("-e", "experiment.pdb", "-l", "many.txt", "--rasmol=many.rsm")
+        text = pathlib.Path("many.rsm").read_text(encoding="utf-8")
+        assert ("share a letter" in text) == note
+    counts = ask_rasmol("many.rsm", "select :B\nselect :b\nselect :z\n")
+    letters = [line[21] for line in text.splitlines() if line.startswith("ATOM")]
+    assert counts == [letters.count(name) for name in "Bbz"] and len(set(letters)) == 62, counts
+
+
 # --- Complexes, in both ---
 
 
