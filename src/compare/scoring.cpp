@@ -32,11 +32,14 @@ std::optional<ScoredFit> scoreSubset(const std::vector<std::uint32_t>& subset,
     const double inside = inclusiveLimit(cutoffSquared), outside = exclusiveLimit(cutoffSquared);
     counted.clear();
     double total = 0.0, subsetTotal = 0.0, tmSum = 0.0, maxsubSum = 0.0;
+    bool isOfAnyLimit = true;
     for (std::uint32_t i = 0; i < scratch.pairs.size(); ++i) {
         const double squared = scratch.squaredDeviation[i];
         total += squared;
         tmSum += tmTerm(squared, scale.tmScaleSquared);
-        const bool counts = limit == CutoffLimit::Inclusive ? squared <= inside : squared < outside;
+        const bool isInside = squared <= inside, isBelow = squared < outside;
+        isOfAnyLimit &= isInside == isBelow;
+        const bool counts = limit == CutoffLimit::Inclusive ? isInside : isBelow;
         if (!counts) continue;
         counted.push_back(i);
         subsetTotal += squared;
@@ -44,7 +47,7 @@ std::optional<ScoredFit> scoreSubset(const std::vector<std::uint32_t>& subset,
         maxsubSum += squared > 0.0 ? tmTerm(squared, cutoffSquared) : 1.0;
     }
     // Of no pairs there is no RMSD: it stays 0.
-    ScoredFit scored{{}, asSuperposition(scratch.pairs, *fit)};
+    ScoredFit scored{{}, asSuperposition(scratch.pairs, *fit), isOfAnyLimit};
     Scores& scores = scored.scores;
     scores.pairs = static_cast<std::uint32_t>(counted.size());
     scores.grmsd = std::sqrt(total / static_cast<double>(scratch.pairs.size()));

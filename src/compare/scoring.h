@@ -26,6 +26,7 @@ enum class CutoffLimit : std::uint8_t { Inclusive, Exclusive };
 struct ScoredFit {
     Scores scores;
     Superposition superposition;
+    bool isOfAnyLimit = true;  // no pair lies on the cut-off, so that either limit counts the same
 };
 
 // Superposes the placed pairs on those of `subset` (positions) and scores all under that fit; none

@@ -162,18 +162,18 @@ class SeedSearch {
             finish(path);
             return;
         }
-        const Encounter met = scratch_.visited.meet(path.seed.number, path.at, path.current);
-        switch (met.kind) {
-            case Encounter::Kind::New:
+        switch (scratch_.visited.meet(path.seed.number, path.at, path.current)) {
+            case Encounter::New:
                 ready_.push(path);
                 break;
-            case Encounter::Kind::Ahead: {
-                SeedPath& ahead = this->path(met.seed);
+            case Encounter::Ahead: {
+                SeedPath& ahead = this->path(scratch_.visited.ahead());
                 path.nextWaiting = std::exchange(ahead.firstWaiting, path.seed.number);
                 break;
             }
-            case Encounter::Kind::Known:
-                path.at = {SeedStage::Done, path.at.selections() + met.selectionsLeft};
+            case Encounter::Known:
+                path.at.step = path.at.selections() + scratch_.visited.selectionsLeft();
+                path.at.stage = SeedStage::Done;
                 finish(path);
                 break;
         }

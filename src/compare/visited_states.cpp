@@ -14,6 +14,15 @@ namespace {
 
 constexpr std::size_t kMostWords = std::size_t{1} << 23;  // of known sets, 64 MB
 
+std::uint64_t hashOf(std::uint8_t point, const PairMask& set) {
+    std::uint64_t hash = point;
+    for (const std::uint64_t word : set) {
+        hash = (hash ^ word) * 0x9E3779B97F4A7C15U;
+        hash ^= hash >> 32;
+    }
+    return hash;
+}
+
 }  // namespace
 
 void VisitedStates::clear(std::size_t words) {
@@ -24,53 +33,53 @@ void VisitedStates::clear(std::size_t words) {
     paths_.clear();
 }
 
-inline std::uint64_t VisitedStates::hashOf(const PathPosition& at, const PairMask& set) const {
-    auto hash = static_cast<std::uint64_t>(at.stage) * 64;
-    // Refinement goes on alike from a set, whichever its step.
-    if (at.stage == SeedStage::Growth) hash += static_cast<std::uint64_t>(at.step);
-    for (std::size_t w = 0; w < words_; ++w) {
-        hash = (hash ^ set[w]) * 0x9E3779B97F4A7C15U;
-        hash ^= hash >> 32;
-    }
-    return hash;
-}
-
 Encounter VisitedStates::meet(std::uint32_t seed, const PathPosition& at, const PairMask& set) {
-    const std::uint64_t hash = hashOf(at, set);
-    Encounter met;
+    const std::uint8_t point = at.point();
+    const int selections = at.selections();
+    const std::uint64_t hash = hashOf(point, set);
+    ahead_ = 0;
     std::size_t slot = static_cast<std::size_t>(hash) & (slots_.size() - 1);
     for (; slots_[slot] != 0; slot = (slot + 1) & (slots_.size() - 1)) {
         const std::size_t i = slots_[slot] - 1;
         const Entry& known = entries_[i];
-        if (known.hash != hash || known.at.stage != at.stage || known.seed >= seed) continue;
+        if (known.hash != hash || known.point != point || known.seed >= seed) continue;
         const Path& path = paths_[known.seed - 1];
         if (path.selections == kOfNoUse || i < path.firstEntry) continue;
-        if (at.stage == SeedStage::Growth && known.at.step != at.step) continue;
         if (!isSameSet(set.data(), sets_.data() + i * words_, words_)) continue;
         if (path.selections == kOnItsWay) {
-            met.kind = Encounter::Kind::Ahead;
-            met.seed = known.seed;
+            ahead_ = known.seed;
             continue;
         }
-        // Growth depends on its step, refinement only on how many selections are left: with fewer
-        // than the other path had it might be cut off before it comes to the same end.
-        const int left = path.selections - known.at.selections();
-        if (at.stage == SeedStage::Growth || at.step + left < kMostSelections)
-            return {Encounter::Kind::Known, known.seed, left};
+        // With fewer selections left than the other path needed, this one might be cut off before
+        // it comes to the same end.
+        const int left = path.selections - known.selections;
+        if (selections + left >= kMostSelections) continue;
+        selectionsLeft_ = left;
+        return Encounter::Known;
     }
-    if (met.kind == Encounter::Kind::New) note({hash, seed, at}, set, slot);
-    return met;
+    if (ahead_ != 0) return Encounter::Ahead;
+    if (Entry* const entry = add(set, slot)) {
+        // Field by field: a copy of an entry just made would wait for the bytes just written, 3 %
+        // of a search.
+        entry->hash = hash;
+        entry->seed = seed;
+        entry->point = point;
+        entry->selections = static_cast<std::uint8_t>(selections);
+    }
+    return Encounter::New;
 }
 
-// Forgetting costs only time.
-void VisitedStates::note(const Entry& entry, const PairMask& set, std::size_t slot) {
+// The entry of a state that is noted; none where there are too many.  Forgetting costs only time.
+VisitedStates::Entry* VisitedStates::add(const PairMask& set, std::size_t slot) {
     const std::size_t i = entryCount_;
-    if (2 * i >= slots_.size() || (i + 1) * words_ > kMostWords) return;
+    if (2 * i >= slots_.size() || (i + 1) * words_ > kMostWords) return nullptr;
     if (i == entries_.size()) entries_.resize(std::max<std::size_t>(2 * i, 64));
     if ((i + 1) * words_ > sets_.size()) sets_.resize(2 * (i + 1) * words_);
-    entries_[i] = entry;
-    std::copy_n(set.data(), words_, sets_.data() + i * words_);
+    std::uint64_t* const kept = sets_.data() + i * words_;
+    for (std::size_t w = 0; w < words_; ++w)
+        kept[w] = set[w];
     slots_[slot] = ++entryCount_;
+    return &entries_[i];
 }
 
 }  // namespace tervolanda

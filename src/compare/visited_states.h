@@ -22,18 +22,20 @@ struct PathPosition {
 
     // Selections of the refinement that it took to get here.
     int selections() const { return stage == SeedStage::Growth ? 0 : step; }
+    // What follows from a set is the same for paths at the same point of theirs: growth depends on
+    // its step, refinement goes on alike from a set, whichever its step.
+    std::uint8_t point() const {
+        constexpr int kStages = 64;  // more than there are steps of the growth
+        return static_cast<std::uint8_t>(kStages * static_cast<int>(stage) +
+                                         (stage == SeedStage::Growth ? step : 0));
+    }
 };
 
 // What a path learns when it comes to a state.
-struct Encounter {
-    enum class Kind : std::uint8_t {
-        New,    // no earlier path is known to have been here; it is noted who was
-        Ahead,  // the path of an earlier seed was here and is still on its way
-        Known   // the path of an earlier seed went on from here to its end
-    };
-    Kind kind = Kind::New;
-    std::uint32_t seed = 0;  // Ahead: whose path
-    int selectionsLeft = 0;  // Known: that its refinement took from here on
+enum class Encounter : std::uint8_t {
+    New,    // no earlier path is known to have been here; it is noted who was
+    Ahead,  // the path of an earlier seed was here and is still on its way
+    Known   // the path of an earlier seed went on from here to its end
 };
 
 // The states that the paths of a search went through.  A state is a set about to be superposed, and
@@ -55,6 +57,11 @@ class VisitedStates {
     void begin() { paths_.push_back({entryCount_, kOnItsWay}); }
     // The path of a seed came to a state, which is noted unless it ends there or may wait.
     Encounter meet(std::uint32_t seed, const PathPosition& at, const PairMask& set);
+    // More of the latest encounter: whose path is ahead, and how many selections the refinement of
+    // one that is known took from here on.  Not returned with it, as a pair in one register is put
+    // together in memory and waited for: 1 % of a search.
+    std::uint32_t ahead() const { return ahead_; }
+    int selectionsLeft() const { return selectionsLeft_; }
     // The path fell back to its seed: what it went through before does not lead to where it ends.
     void forget(std::uint32_t seed) { paths_[seed - 1].firstEntry = entryCount_; }
     // The path has ended, after so many selections of the refinement.  At the limit, or where a set
@@ -66,17 +73,17 @@ class VisitedStates {
     static constexpr int kOnItsWay = -1, kOfNoUse = -2;
 
     struct Entry {
-        std::uint64_t hash;  // of set and position
-        std::uint32_t seed;
-        PathPosition at;
+        std::uint64_t hash = 0;  // of set and point
+        std::uint32_t seed = 0;
+        std::uint8_t point = 0;       // PathPosition::point()
+        std::uint8_t selections = 0;  // of the refinement, up to here
     };
     struct Path {
         std::uint32_t firstEntry;  // those before are forgotten
         int selections;            // of its whole refinement, or one of the constants above
     };
 
-    std::uint64_t hashOf(const PathPosition& at, const PairMask& set) const;
-    void note(const Entry& entry, const PairMask& set, std::size_t slot);
+    Entry* add(const PairMask& set, std::size_t slot);
 
     std::size_t words_ = 0;
     std::uint32_t entryCount_ = 0;
@@ -84,6 +91,8 @@ class VisitedStates {
     std::vector<Entry> entries_;        // the first entryCount_ are in use
     std::vector<std::uint64_t> sets_;
     std::vector<Path> paths_;  // by number of the seed
+    std::uint32_t ahead_ = 0;
+    int selectionsLeft_ = 0;
 };
 
 }  // namespace tervolanda

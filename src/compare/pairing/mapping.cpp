@@ -113,7 +113,10 @@ void sortByKey(CoordinateSet& set) {
         return set.atomKey[a] < set.atomKey[b];
     };
     // Nearly every chain is sorted as it is.
-    if (std::is_sorted(set.byKey.begin(), set.byKey.end(), isLess)) return;
+    const auto isNoLess = [&](std::uint32_t a, std::uint32_t b) { return !isLess(a, b); };
+    set.ascends =
+        std::adjacent_find(set.byKey.begin(), set.byKey.end(), isNoLess) == set.byKey.end();
+    if (set.ascends || std::is_sorted(set.byKey.begin(), set.byKey.end(), isLess)) return;
     std::stable_sort(set.byKey.begin(), set.byKey.end(), isLess);
 }
 
@@ -181,6 +184,13 @@ std::uint16_t CoordinateSet::subunitOf(std::size_t record) const {
 
 void mapByResidue(const CoordinateSet& experiment, const CoordinateSet& prediction,
                   ResidueMapping& mapping, Report& report) {
+    // Models of one chain: what the walk would find, in a quarter of its time.
+    if (experiment.ascends && prediction.ascends &&
+        experiment.residueKey == prediction.residueKey &&
+        experiment.atomKey == prediction.atomKey) {
+        mapByPosition(experiment, prediction, mapping);
+        return;
+    }
     mapping.reset(experiment.size(), prediction.size());
     const bool isByKey = experiment.isComplex || prediction.isComplex;
     std::size_t e = 0;
@@ -214,10 +224,14 @@ void mapByResidue(const CoordinateSet& experiment, const CoordinateSet& predicti
 
 void mapByPosition(const CoordinateSet& experiment, const CoordinateSet& prediction,
                    ResidueMapping& mapping) {
-    mapping.reset(experiment.size(), prediction.size());
+    const std::size_t n = prediction.size();
+    mapping.experimentPartner.resize(experiment.size());
+    mapping.predictionPartner.resize(n);
+    mapping.pairs.resize(n);
     std::iota(mapping.experimentPartner.begin(), mapping.experimentPartner.end(), 0);
     std::iota(mapping.predictionPartner.begin(), mapping.predictionPartner.end(), 0);
-    mapping.collectPairs();
+    for (std::uint32_t i = 0; i < n; ++i)
+        mapping.pairs[i] = {i, i, 0};
 }
 
 // Enough for models of one target: what lies between the ends is not compared, and two chains that

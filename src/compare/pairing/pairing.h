@@ -40,6 +40,7 @@ struct CoordinateSet {
     std::vector<std::int64_t> residueKey;     // ResidueId::key(), or what pairs in its place
     std::vector<std::uint8_t> atomKey;        // which backbone atom: 1 is the C-alpha
     std::vector<std::uint32_t> byKey;         // record numbers sorted by residue and atom key
+    bool ascends = false;                     // all keys differ and are sorted as they stand
     std::string sequence;                     // one-letter codes
     std::string residueLetters;               // one a residue, lower case where the chain is broken
                                               // after it; filled for pairing by sequence
