@@ -118,6 +118,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     theFile().bytes.set({reinterpret_cast<const char*>(data), length});
     const std::string text = inflated(theFile().path);
     if (text.size() > kLongestText) return 0;
+    // What is whole by either way is the same text, whoever takes it apart.
+    const auto whole = readStructureText(theFile().path);
+    FUZZ_REQUIRE(!whole || *whole == text);
     if (beginsAsMmcif(text)) return 0;
     const std::vector<Chain> chains = requireSoundReading(theFile().path, reading);
     if (!isUnchecked) return 0;

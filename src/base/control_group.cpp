@@ -2,9 +2,11 @@
 // shows its group as the root: so every level is looked at, the root included.
 #include "base/control_group.h"
 
-#include <algorithm>
+#include <fcntl.h>
+#include <unistd.h>
 
-#include "base/file.h"
+#include <algorithm>
+#include <array>
 
 namespace tervolanda {
 
@@ -59,16 +61,24 @@ std::vector<std::string> limitFiles(std::string_view membership, const GroupLimi
 }
 
 std::vector<std::string> limitFiles(const GroupLimit& limit) {
-    constexpr std::size_t kLongest = std::size_t{1} << 16;  // bytes; a group has 4,096 at most
-    std::string membership;
-    if (const FileHandle file = openForReading("/proc/self/cgroup")) {
-        LineReader lines(file.get(), kLongest);
-        while (const auto line = lines.next())
-            membership += *line;
-    }
+    std::string membership = kernelText("/proc/self/cgroup");
     // Without the kernel's word the root is the best guess.
     if (membership.empty()) membership = "0::/\n1:" + std::string(limit.controller) + ":/\n";
     return limitFiles(membership, limit);
+}
+
+std::string kernelText(const std::string& path) {
+    constexpr std::size_t kLongest = std::size_t{1}
+                                     << 16;  // a group's name has 4,096 bytes at most
+    std::string text;
+    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0) return text;
+    std::array<char, 4096> block{};
+    ssize_t got = 0;
+    while (text.size() < kLongest && (got = read(descriptor, block.data(), block.size())) > 0)
+        text.append(block.data(), static_cast<std::size_t>(got));
+    close(descriptor);
+    return text;
 }
 
 }  // namespace tervolanda

@@ -23,4 +23,9 @@ std::vector<std::string> limitFiles(std::string_view membership, const GroupLimi
 // The same for this process.
 std::vector<std::string> limitFiles(const GroupLimit& limit);
 
+// The text of a file that the kernel makes up when it is read, 64 kB of it at most; empty when it
+// cannot be read.  Every process reads some before it begins: there is no stream, no buffer to
+// allocate, and nothing but the calls that it takes.
+std::string kernelText(const std::string& path);
+
 }  // namespace tervolanda

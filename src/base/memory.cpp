@@ -8,10 +8,8 @@
 #include <limits>
 #include <optional>
 #include <string>
-#include <string_view>
 
 #include "base/control_group.h"
-#include "base/file.h"
 #include "base/text.h"
 
 namespace tervolanda {
@@ -21,15 +19,8 @@ namespace {
 // The memory that a control group may use, as the kernel's file tells it; the largest number when
 // there is no limit.
 std::uint64_t memoryLimitIn(const std::string& path) {
-    const FileHandle file = openForReading(path);
-    if (file) {
-        LineReader lines(file.get());
-        const std::optional<std::string_view> line = lines.next();
-        if (line) {
-            if (const auto limit = digitsOnly(trimBlanks(*line))) return *limit;
-        }
-    }
-    return std::numeric_limits<std::uint64_t>::max();
+    const std::optional<std::uint64_t> limit = digitsOnly(trimBlanks(kernelText(path)));
+    return limit.value_or(std::numeric_limits<std::uint64_t>::max());
 }
 
 }  // namespace

@@ -20,7 +20,6 @@
 #include <vector>
 
 #include "base/control_group.h"
-#include "base/file.h"
 #include "base/signals.h"
 #include "base/text.h"
 
@@ -41,13 +40,11 @@ std::size_t processorsOfMask() {
     return std::max(1U, std::thread::hardware_concurrency());
 }
 
-// The numbers of the first line of a file; where there is another word, or no file, none.
+// The numbers in a file; where there is another word, or no file, none.
 std::vector<std::uint64_t> numbersIn(const std::string& path) {
     std::vector<std::uint64_t> numbers;
-    const FileHandle file = openForReading(path);
-    if (!file) return numbers;
-    LineReader lines(file.get());
-    std::string_view line = trimBlanks(lines.next().value_or(""));
+    const std::string text = kernelText(path);
+    std::string_view line = trimBlanks(text);
     while (!line.empty()) {
         const std::size_t end = std::min(line.find(' '), line.size());
         const auto number = digitsOnly(line.substr(0, end));
