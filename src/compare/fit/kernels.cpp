@@ -3,6 +3,8 @@
 // with AVX leak to processors without it; this cannot, as the body calls no library code.
 #include "compare/fit/kernels.h"
 
+#include "compare/fit/instruction_sets.inc"
+
 #include <cstring>
 
 namespace tervolanda {
@@ -17,7 +19,17 @@ namespace {
 }  // namespace
 }  // namespace portable
 
-#if defined(__x86_64__)
+#if defined(TERVOLANDA_ARM)
+namespace neon {
+namespace {
+#define TERVOLANDA_NEON
+#include "compare/fit/kernels_body.inc"
+#undef TERVOLANDA_NEON
+}  // namespace
+}  // namespace neon
+#endif
+
+#if defined(TERVOLANDA_X86)
 #include "compare/fit/begin_avx2.inc"
 namespace avx2 {
 namespace {
@@ -44,13 +56,15 @@ const Kernels& portableKernels() {
 }
 
 const Kernels* findKernels(InstructionSet set) {
-#if defined(__x86_64__)
+#if defined(TERVOLANDA_X86)
     const bool hasAvx2 = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("popcnt");
     if (set == InstructionSet::Avx2 && hasAvx2) return &avx2::kKernels;
     const bool hasAvx512 = hasAvx2 && __builtin_cpu_supports("avx512f") &&
                            __builtin_cpu_supports("avx512vl") &&
                            __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512bw");
     if (set == InstructionSet::Avx512 && hasAvx512) return &avx512::kKernels;
+#elif defined(TERVOLANDA_ARM)
+    if (set == InstructionSet::Neon) return &neon::kKernels;  // which all of 64 bits have
 #endif
     return set == InstructionSet::Portable ? &portable::kKernels : nullptr;
 }

@@ -1,5 +1,5 @@
-// The loops that a search spends its time in, compiled once for every processor and, on x86-64,
-// once more for those with AVX2 and for those with AVX-512.  All give the same bits: the order of
+// The loops that a search spends its time in, compiled once for every processor and once more for
+// those with NEON or, on x86-64, AVX2 and AVX-512.  All give the same bits: the order of
 // every sum stands in the source (four partial sums, added in one order) and nothing is contracted.
 // No other file knows of instruction sets.
 #pragma once

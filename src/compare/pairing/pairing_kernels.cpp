@@ -1,6 +1,8 @@
 // The table of each instruction set; see compare/fit/kernels.cpp.
 #include "compare/pairing/pairing_kernels.h"
 
+#include "compare/fit/instruction_sets.inc"
+
 #include <cstring>
 #include <utility>
 
@@ -15,7 +17,17 @@ namespace {
 }  // namespace
 }  // namespace portable
 
-#if defined(__x86_64__)
+#if defined(TERVOLANDA_ARM)
+namespace neon {
+namespace {
+#define TERVOLANDA_NEON
+#include "compare/pairing/pairing_kernels_body.inc"
+#undef TERVOLANDA_NEON
+}  // namespace
+}  // namespace neon
+#endif
+
+#if defined(TERVOLANDA_X86)
 #include "compare/fit/begin_avx2.inc"
 namespace avx2 {
 namespace {
@@ -38,9 +50,11 @@ namespace {
 #endif
 
 const PairingKernels& pairingKernels(InstructionSet set) {
-#if defined(__x86_64__)
+#if defined(TERVOLANDA_X86)
     if (set == InstructionSet::Avx2) return avx2::kPairingKernels;
     if (set == InstructionSet::Avx512) return avx512::kPairingKernels;
+#elif defined(TERVOLANDA_ARM)
+    if (set == InstructionSet::Neon) return neon::kPairingKernels;
 #endif
     static_cast<void>(set);
     return portable::kPairingKernels;
