@@ -3,6 +3,8 @@
 // search cannot end early.
 #include <benchmark/benchmark.h>
 
+#include <string>
+
 #include "compare/compare.h"
 #include "compare/scratch.h"
 #include "support/support.h"
@@ -113,9 +115,23 @@ void complexSearch(benchmark::State& state, bool mapChains) {
 
 BENCHMARK(fitOfAllPairs)->Arg(50)->Arg(127)->Arg(300)->Arg(1000);
 BENCHMARK(mapping)->Arg(50)->Arg(127)->Arg(300)->Arg(1000);
-BENCHMARK_CAPTURE(search, maxsub, false, bestKernels())->Arg(50)->Arg(127)->Arg(300)->Arg(1000);
-BENCHMARK_CAPTURE(search, portable, false, portableKernels())->Arg(127)->Arg(300)->Arg(1000);
+BENCHMARK_CAPTURE(search, best, false, bestKernels())->Arg(50)->Arg(127)->Arg(300)->Arg(1000);
 BENCHMARK_CAPTURE(search, forTm, true, bestKernels())->Arg(127)->Arg(300);
+
+// By the loops of each instruction set.
+[[maybe_unused]] const bool haveAllKernels = [] {
+    for (const Kernels* kernels : runnableKernels()) {
+        const auto set = static_cast<std::size_t>(kernels->instructionSet);
+        const std::string name = "search/" + std::string(kInstructionSetNames.at(set));
+        benchmark::RegisterBenchmark(
+            name.c_str(), [kernels](benchmark::State& state) { search(state, false, *kernels); })
+            ->Arg(127)
+            ->Arg(300)
+            ->Arg(1000)
+            ->Arg(2500);
+    }
+    return true;
+}();
 BENCHMARK_CAPTURE(measure, lddt, Measure::Lddt)->Arg(127)->Arg(1000);
 BENCHMARK_CAPTURE(measure, gdtTs, Measure::GdtTs)->Arg(127)->Arg(1000);
 BENCHMARK_CAPTURE(complexSearch, byName, false)->Arg(250);

@@ -18,6 +18,9 @@ class Bench:
         self.package = options.build / "python-bench" / "python" / "package"
         self.models = Models(folder)
         self.folder = folder
+        # The loops of an instruction set; those of the processor without.
+        self.kernels = [f"--kernels={options.kernels}"] if options.kernels else []
+        self.search_kind = options.kernels or "best"
         self.rounds = 3 if options.quick else 5
         self.quick = options.quick
         self.results = {}
@@ -28,8 +31,13 @@ class Bench:
         return [statistics.median(column) for column in zip(*rounds)]
 
     def ours(self, folder, *arguments):
-        """A function that runs the program once and gives its CPU seconds."""
-        return lambda: run([self.program, *arguments], folder).seconds
+        """A function that runs the program once and gives its CPU seconds.
+
+        The arguments may name other kernels than those of this table.
+        """
+        chosen = any(word.startswith("--kernels=") for word in map(str, arguments))
+        kernels = [] if chosen else self.kernels
+        return lambda: run([self.program, *kernels, *arguments], folder).seconds
 
     def shell_loop(self, folder, pairs):
         """A function that gives the CPU seconds of a shell loop over TMscore."""

@@ -69,10 +69,7 @@ def sample(pairs, count):
     return random.Random(1).sample(pairs, min(count, len(pairs)))
 
 
-def portable_factor(bench, residues):
-    """How much longer the search takes without AVX2."""
-    found = bench.benchmark("compare_bench", f"search/(maxsub|portable)/{residues}$")
-    return (found[f"search/portable/{residues}"]["ns"] / found[f"search/maxsub/{residues}"]["ns"])
+PORTABLE = "--kernels=portable"  # the loops of processors without AVX2
 
 
 def search_row(residues):
@@ -83,15 +80,15 @@ def search_row(residues):
         names = (folder / "list.txt").read_text(encoding="ascii").split()
         pairs = all_pairs(names)
         chosen = sample(pairs, 20 if bench.quick else 60)
-        own, own_trivial, peer, peer_trivial = bench.interleaved(
+        own, portable, own_trivial, peer, peer_trivial = bench.interleaved(
             bench.ours(folder, "-l", "list.txt", "-C", "0"),
+            bench.ours(folder, "-l", "list.txt", "-C", "0", PORTABLE),
             bench.ours(trivial, "-l", "list.txt", "-C", "0"),
             bench.shell_loop(folder, chosen),
             bench.shell_loop(trivial, [("decoy_0001.pdb", "decoy_0002.pdb")] * len(chosen)))
-        ours = (own - own_trivial) / len(pairs)
+        ours, slower = ((value - own_trivial) / len(pairs) for value in (own, portable))
         theirs = (peer - peer_trivial) / len(chosen)
-        return Measured(seconds(ours), seconds(theirs), theirs / ours,
-                        theirs / ours / portable_factor(bench, residues))
+        return Measured(seconds(ours), seconds(theirs), theirs / ours, theirs / slower)
     return measure
 
 
@@ -99,22 +96,22 @@ def all_versus_all_row(bench):
     folder = bench.models.make(127, 100)
     pairs = all_pairs((folder / "list.txt").read_text(encoding="ascii").split())
     chosen = sample(pairs, 50 if bench.quick else 200)
-    ours, peer = bench.interleaved(bench.ours(folder, "-l", "list.txt"),
-                                   bench.shell_loop(folder, chosen))
+    ours, portable, peer = bench.interleaved(bench.ours(folder, "-l", "list.txt"),
+                                             bench.ours(folder, "-l", "list.txt", PORTABLE),
+                                             bench.shell_loop(folder, chosen))
     peer *= len(pairs) / len(chosen)
     return Measured(seconds(ours), f"{seconds(peer)} (from {len(chosen)} of {len(pairs):,} pairs)",
-                    peer / ours, peer / ours / portable_factor(bench, 127))
+                    peer / ours, peer / portable)
 
 
 def one_versus_list_row(bench):
     folder = bench.models.make(127, 100)
     names = (folder / "list.txt").read_text(encoding="ascii").split()
-    ours, peer = bench.interleaved(bench.ours(folder, "-e", "native.pdb", "-l", "list.txt"),
-                                   bench.shell_loop(folder, [(n, "native.pdb") for n in names]))
-    search = bench.benchmark("compare_bench", "search/(maxsub|portable)/127$")
-    slower = 1e-9 * len(names) * (search["search/portable/127"]["ns"]
-                                  - search["search/maxsub/127"]["ns"])
-    return Measured(seconds(ours), seconds(peer), peer / ours, peer / (ours + slower))
+    arguments = ["-e", "native.pdb", "-l", "list.txt"]
+    ours, portable, peer = bench.interleaved(
+        bench.ours(folder, *arguments), bench.ours(folder, *arguments, PORTABLE),
+        bench.shell_loop(folder, [(n, "native.pdb") for n in names]))
+    return Measured(seconds(ours), seconds(peer), peer / ours, peer / portable)
 
 
 def one_pair_row(residues, kind="program"):
@@ -123,19 +120,18 @@ def one_pair_row(residues, kind="program"):
         folder = bench.models.make(residues, 100 if residues == 127 else 40)
         names = (folder / "list.txt").read_text(encoding="ascii").split()[:8]
 
-        def program():
-            return sum(run([binary, "-noalign", "-e", "native.pdb", "-p", name],
+        def program(*kernels):
+            return sum(run([binary, *kernels, "-noalign", "-e", "native.pdb", "-p", name],
                            folder).seconds for name in names)
 
         def peer():
             need("TMscore")
             return sum(run(["TMscore", name, "native.pdb"], folder).seconds for name in names)
 
-        ours, theirs = (value / len(names) for value in bench.interleaved(program, peer))
-        search = bench.benchmark("compare_bench", f"search/(maxsub|portable)/{residues}$")
-        slower = 1e-9 * (search[f"search/portable/{residues}"]["ns"]
-                         - search[f"search/maxsub/{residues}"]["ns"])
-        return Measured(seconds(ours), seconds(theirs), theirs / ours, theirs / (ours + slower))
+        ours, portable, theirs = (
+            value / len(names) for value in
+            bench.interleaved(lambda: program(*bench.kernels), lambda: program(PORTABLE), peer))
+        return Measured(seconds(ours), seconds(theirs), theirs / ours, theirs / portable)
     return measure
 
 
@@ -165,21 +161,25 @@ def structure_pair_row(bench):
     folder, names = dehydrogenases(bench)
     pairs = sample(all_pairs(names), 8)
 
-    def program():
-        return sum(run([bench.program, "-in", "-noalign", "-e", e, "-p", p], folder).seconds
-                   for e, p in pairs) / len(pairs)
+    def program(*kernels):
+        return sum(run([bench.program, *kernels, "-in", "-noalign", "-e", e, "-p", p],
+                       folder).seconds for e, p in pairs) / len(pairs)
 
-    ours, peer = bench.interleaved(program, by_structure_peer(folder, pairs))
-    return Measured(seconds(ours), seconds(peer), peer / ours)
+    ours, portable, peer = bench.interleaved(
+        lambda: program(*bench.kernels), lambda: program(PORTABLE),
+        by_structure_peer(folder, pairs))
+    return Measured(seconds(ours), seconds(peer), peer / ours, peer / portable)
 
 
 def structure_list_row(bench):
     folder, names = dehydrogenases(bench)
     pairs = all_pairs(names)
-    ours, peer = bench.interleaved(bench.ours(folder, "-in", "-l", "list.txt", "-C", "0"),
-                                   by_structure_peer(folder, sample(pairs, 8)))
+    arguments = ["-in", "-l", "list.txt", "-C", "0"]
+    ours, portable, peer = bench.interleaved(
+        bench.ours(folder, *arguments), bench.ours(folder, *arguments, PORTABLE),
+        by_structure_peer(folder, sample(pairs, 8)))
     return Measured(f"{seconds(ours)}, {len(pairs)} pairs", f"{seconds(peer)} a pair",
-                    1e3 * ours / len(pairs))
+                    1e3 * ours / len(pairs), 1e3 * portable / len(pairs))
 
 
 def callgrind(bench, folder, arguments):
@@ -216,22 +216,29 @@ def outside_search_row(bench):
 
 def pairs_per_second_row(bench):
     folder = bench.models.make(127, 200)
-    (ours,) = bench.interleaved(bench.ours(folder, "-l", "list.txt", "-C", "0"))
-    return Measured(f"{seconds(ours)} for {200 * 199 // 2:,} pairs", "", 200 * 199 / 2 / ours)
+    arguments = ["-l", "list.txt", "-C", "0"]
+    ours, portable = bench.interleaved(bench.ours(folder, *arguments),
+                                       bench.ours(folder, *arguments, PORTABLE))
+    pairs = 200 * 199 // 2
+    return Measured(f"{seconds(ours)} for {pairs:,} pairs", "", pairs / ours, pairs / portable)
 
 
 def growth_row(bench):
-    found = bench.benchmark("compare_bench", "search/(maxsub|portable)/(127|1000)$")
-    short, long = found["search/maxsub/127"]["ns"], found["search/maxsub/1000"]["ns"]
+    kind = bench.search_kind
+    found = bench.benchmark("compare_bench", f"search/({kind}|portable)/(127|1000)$")
+    short, long = found[f"search/{kind}/127"]["ns"], found[f"search/{kind}/1000"]["ns"]
     portable = found["search/portable/1000"]["ns"] / found["search/portable/127"]["ns"]
     return Measured(f"{seconds(long / 1e9)} / {seconds(short / 1e9)}", "", long / short, portable)
 
 
 def tm_mode_row(bench):
     folder = bench.models.make(127, 100)
-    tm, default = bench.interleaved(bench.ours(folder, "-TM", "-l", "list.txt", "-C", "0"),
-                                    bench.ours(folder, "-l", "list.txt", "-C", "0"))
-    return Measured(seconds(tm), f"{seconds(default)} (default mode)", tm / default)
+    arguments = ["-l", "list.txt", "-C", "0"]
+    tm, default, portable, portable_default = bench.interleaved(
+        bench.ours(folder, "-TM", *arguments), bench.ours(folder, *arguments),
+        bench.ours(folder, "-TM", *arguments, PORTABLE), bench.ours(folder, *arguments, PORTABLE))
+    return Measured(seconds(tm), f"{seconds(default)} (default mode)", tm / default,
+                    portable / portable_default)
 
 
 def measure_row(name):
@@ -290,8 +297,9 @@ def map_chains_row(bench):
 
 
 def mapping_row(bench):
-    found = bench.benchmark("compare_bench", "(mapping|search/(maxsub|portable))/127$")
-    part, whole = found["mapping/127"]["ns"], found["search/maxsub/127"]["ns"]
+    kind = bench.search_kind
+    found = bench.benchmark("compare_bench", f"(mapping|search/({kind}|portable))/127$")
+    part, whole = found["mapping/127"]["ns"], found[f"search/{kind}/127"]["ns"]
     return Measured(f"{seconds(part / 1e9)} of {seconds(whole / 1e9)}", "", 100.0 * part / whole,
                     100.0 * part / found["search/portable/127"]["ns"])
 
