@@ -247,10 +247,18 @@ class SameDigits(unittest.TestCase):
         factors = [model["mean_bfactor"] for model in run["inputs"]]
         self.assertEqual(factors, found.mean_b_factors.tolist())
 
+    def check_table(self, text, table):
+        """The columns of a list that the program's table has, to the last bit, where they are filled in."""
+        names, *rows = (line.split("\t") for line in text.splitlines())
+        for name, column in {**table, "tm1": table.get("tm")}.items():
+            if name in names and column is not None:
+                told = {k: float(row[names.index(name)]) for k, row in enumerate(rows) if row[names.index(name)]}
+                self.assertEqual(told, {k: column[k] for k in told}, name)
+
     def check_files(self, arguments, options, found):
         """The page, and the matrix of all pairs, beside those of the program; what that printed."""
-        others = [word for word in arguments if not re.match("--(report|npy|json)=", word)]
-        command = [os.environ["TERVOLANDA_PROGRAM"], *others, "--report=program.html"]
+        others = [word for word in arguments if not re.match("--(report|npy|json|tsv)=", word)]
+        command = [os.environ["TERVOLANDA_PROGRAM"], *others, "--report=program.html", "--tsv=program.tsv"]
         if isinstance(found[0], tv.Matrices):
             command += ["--npy=program.npy", "--json=program.json"]
             np.save("module.npy", found[0].distances)
@@ -262,6 +270,8 @@ class SameDigits(unittest.TestCase):
         if isinstance(found[0], tv.Matrices):
             self.assertEqual(*(pathlib.Path(f"{who}.npy").read_bytes() for who in ("program", "module")))
             self.check_set(json.loads(pathlib.Path("program.json").read_text()), *found)
+        if isinstance(found[0], tv.Table):
+            self.check_table(pathlib.Path("program.tsv").read_text(), found[0])
         return ended.stdout
 
     def check(self, folders, arguments, expected=None):
