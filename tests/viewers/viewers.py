@@ -447,6 +447,18 @@ def test_page():
     found, last = open_page("pair.html"), page_data("pair.html")["pair"]["residues"][-1]
     assert found["trace"] == [True, True]
     assert found["residue"] == f"{last[0]} and {last[1]}: {last[2]:.3f} Å" and last[0] == "ASN 61", found
+    # Complexes: chains in pairs, whatever their order in the files, and then those without a partner.
+    cases = pathlib.Path(__file__).resolve().parent.parent / "cli/complex-tetramer-mapped/input"
+    chains = (cases / "swapped.pdb").read_text()
+    far = [f"{atom[:21]}Z{atom[22:30]}{float(atom[30:38]) + 300:8.3f}{atom[38:]}\n" for atom in chains.splitlines()[:12]]
+    pathlib.Path("five.pdb").write_text(chains + "".join(far))
+    for experiment, prediction in (("five.pdb", cases / "tetramer.pdb"), (cases / "tetramer.pdb", "five.pdb")):
+        run_program("-e", experiment, "-p", prediction, "--chain=all", "--map-chains", "-noalign", "--report=complex.html")
+        open_page("complex.html")
+        residues = page_data("complex.html")["pair"]["residues"]
+        assert {(a[0], b[0]) for a, b, *_ in residues[:48]} in ({*zip("CBPA", "ABCD")}, {*zip("ABCD", "CBPA")})
+        assert [distance for *_, distance, _, _ in residues] == [0] * 48 + [None] * 12
+        assert all((a + b).startswith("Z:") for a, b, *_ in residues[48:]), residues[48:]
     # Runs without structures, and runs in which nothing fits.
     run_program("-l", "models.txt", "-C", "0", "-R", "results.txt", "--report=unclustered.html")
     open_page("unclustered.html")
