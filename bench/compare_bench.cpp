@@ -119,7 +119,7 @@ BENCHMARK_CAPTURE(search, best, false, bestKernels())->Arg(50)->Arg(127)->Arg(30
 BENCHMARK_CAPTURE(search, forTm, true, bestKernels())->Arg(127)->Arg(300);
 
 // By the loops of each instruction set.
-[[maybe_unused]] const bool haveAllKernels = [] {
+[[maybe_unused]] const bool kHaveAllKernels = [] {
     for (const Kernels* kernels : runnableKernels()) {
         const auto set = static_cast<std::size_t>(kernels->instructionSet);
         const std::string name = "search/" + std::string(kInstructionSetNames.at(set));

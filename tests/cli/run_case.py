@@ -142,7 +142,7 @@ def main():
     command = [str(pathlib.Path(sys.argv[1]).resolve())] + sys.argv[3:]
     probe = subprocess.run(command + ["-l", "/dev/null"], capture_output=True)
     if b"is not for this processor" in probe.stderr + probe.stdout:
-        print(f"SKIPPED: {sys.argv[3]} is not for this processor or build")
+        print(f"skipped: {sys.argv[3]} is not for this processor or build")
         return 77
     if sys.argv[2] == "all":
         here = pathlib.Path(__file__).resolve().parent
