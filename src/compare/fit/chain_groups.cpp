@@ -21,6 +21,10 @@ std::size_t blocksOf(std::size_t points) {
     return (points + 3) / 4;
 }
 
+std::size_t valuesOf(std::size_t points) {
+    return 4 * blocksOf(points) * 3;
+}
+
 // The three sums side by side: each addition waits for the one before.
 std::array<double, 3> centroidOf(const Points& points) {
     double x = 0.0, y = 0.0, z = 0.0;
@@ -48,7 +52,7 @@ ChainGroups::ChainGroups(std::span<const Shape> chains, std::size_t lanes)
     std::stable_sort(order.begin(), order.end(), [chains](std::uint32_t a, std::uint32_t b) {
         return chains[a].kind < chains[b].kind;
     });
-    std::size_t lines = 0;
+    std::size_t values = 0;
     const Shape* last = nullptr;  // that of the chain before
     for (const std::uint32_t chain : order) {
         const Shape& shape = chains[chain];
@@ -56,9 +60,9 @@ ChainGroups::ChainGroups(std::span<const Shape> chains, std::size_t lanes)
         const bool isNewKind = last == nullptr || last->kind != shape.kind;
         if (isNewKind || groups_.back().size == lanes_) {
             const std::size_t first = isNewKind ? groups_.size() : groups_.back().firstOfKind;
-            groups_.push_back({first, shape.points, lines, 0, {}, {}});
+            groups_.push_back({first, shape.points, values, 0, {}, {}});
             groups_.back().squares.fill(std::numeric_limits<double>::quiet_NaN());
-            lines += linesOf(groups_.back());
+            values += valuesOf(shape.points) * lanes_;
         }
         Group& group = groups_.back();
         places_[chain] = {static_cast<std::uint32_t>(groups_.size() - 1),
@@ -66,13 +70,7 @@ ChainGroups::ChainGroups(std::span<const Shape> chains, std::size_t lanes)
         group.members[group.size++] = chain;
         last = &shape;
     }
-    lines_.resize(lines);
-}
-
-std::size_t ChainGroups::linesOf(const Group& group) const {
-    const std::size_t values = 4 * blocksOf(group.points) * 3 * lanes_;
-    constexpr std::size_t kValues = std::tuple_size_v<decltype(Line::values)>;
-    return (values + kValues - 1) / kValues;
+    coordinates_.resize(values);
 }
 
 void ChainGroups::set(std::size_t chain, const Points& points) {
@@ -81,7 +79,7 @@ void ChainGroups::set(std::size_t chain, const Points& points) {
     Group& group = groups_[place.group];
     const std::array<double, 3> centroid = centroidOf(points);
     if (isAbsurd(centroid)) return;
-    double* const first = lines_[group.line].values.data() + place.lane;
+    double* const first = &coordinates_[group.first] + place.lane;
     const std::size_t blocks = blocksOf(points.size());
     double squares = 0.0;
     for (std::size_t k = 0; k < points.size(); ++k) {
@@ -99,14 +97,23 @@ void ChainGroups::set(std::size_t chain, const Points& points) {
 
 ChainGroup ChainGroups::lent(std::size_t group) const {
     const Group& chains = groups_[group];
-    return {lines_[chains.line].values.data(), chains.squares.data(), blocksOf(chains.points),
+    return {&coordinates_[chains.first], chains.squares.data(), blocksOf(chains.points),
             static_cast<double>(chains.points)};
 }
 
-ChainRow ChainGroups::row(std::size_t chain) const {
+std::size_t ChainGroups::rowSize(std::size_t chain) const {
+    return valuesOf(groups_[places_[chain].group].points);
+}
+
+ChainRow ChainGroups::row(std::size_t chain, std::span<double> room) const {
     const Place place = places_[chain];
     const Group& group = groups_[place.group];
-    return {lines_[group.line].values.data() + place.lane, group.squares[place.lane]};
+    const double* from = &coordinates_[group.first + place.lane];
+    for (double& value : room) {
+        value = *from;
+        from += lanes_;
+    }
+    return {room.data(), group.squares[place.lane]};
 }
 
 }  // namespace tervolanda

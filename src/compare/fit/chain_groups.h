@@ -10,6 +10,7 @@
 
 #include "compare/fit/fit.h"
 #include "compare/fit/kernels.h"
+#include "compare/fit/line_vector.h"
 
 namespace tervolanda {
 
@@ -36,7 +37,11 @@ class ChainGroups {
         return std::span(groups_[group].members).first(groups_[group].size);
     }
     ChainGroup lent(std::size_t group) const;
-    ChainRow row(std::size_t chain) const;
+    // The chain by itself, in `room` for rowSize() values.  In its group its coordinates lie among
+    // those of others, and would drive the group that it is compared with out of the nearest cache:
+    // by itself, a pair of 127 points takes 0.86 of the time (AVX-512; AVX2 does not mind).
+    ChainRow row(std::size_t chain, std::span<double> room) const;
+    std::size_t rowSize(std::size_t chain) const;
 
  private:
     static constexpr std::uint32_t kNoGroup = ~std::uint32_t{0};
@@ -44,7 +49,7 @@ class ChainGroups {
     struct Group {
         std::size_t firstOfKind = 0;
         std::size_t points = 0;  // of each chain
-        std::size_t line = 0;    // where its coordinates begin
+        std::size_t first = 0;   // where its coordinates begin
         std::size_t size = 0;    // chains
         std::array<std::uint32_t, kMostChainLanes> members{};
         // NaN for idle lanes and absurd chains: of no number there is no root to search for.
@@ -54,19 +59,10 @@ class ChainGroups {
         std::uint32_t group = kNoGroup;
         std::uint32_t lane = 0;
     };
-    // Vectors of coordinates begin at multiples of their size: otherwise every second load would
-    // touch two lines of the cache.
-    struct alignas(64) Line {
-        std::array<double, 8> values{};
-    };
-
-    std::size_t linesOf(const Group& group) const;
-    double* coordinates(const Place& place);
-
     std::size_t lanes_;
     std::vector<Group> groups_;
     std::vector<Place> places_;  // one a chain
-    std::vector<Line> lines_;
+    LineVector<double> coordinates_;
 };
 
 }  // namespace tervolanda

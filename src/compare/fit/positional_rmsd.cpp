@@ -84,9 +84,11 @@ void PositionalRmsd::fill(const ChainGroups& chains, Values values, std::size_t 
 
 // Group by group, each with the rows of chains after its first one.
 void PositionalRmsd::compareRows(const ChainGroups& chains, std::span<const OpenRow> open) const {
+    const std::size_t size = chains.rowSize(open.front().chain);
+    std::vector<double> room(open.size() * size);
     std::array<ChainRow, kRowsAtOnce> rows{};
-    std::transform(open.begin(), open.end(), rows.begin(),
-                   [&chains](const OpenRow& row) { return chains.row(row.chain); });
+    for (std::size_t k = 0; k < open.size(); ++k)
+        rows[k] = chains.row(open[k].chain, std::span(room).subspan(k * size, size));
     std::array<double, kMostRows * kMostChainLanes> rmsd;  // filled by the kernel
     const std::size_t lastGroup = chains.groupOf(open.back().chain);
     std::size_t begin = 0;
