@@ -25,7 +25,8 @@ double nearestWhole(double value) {
 
 // The coordinates of one axis about their rounded mean.
 SearchPairs::Extent SearchPairs::placeAxis(const std::vector<double>& values, double origin,
-                                           LineVector<double>& placed, LineVector<float>& rounded) {
+                                           LineVector<double>& placed, LineVector<float>& rounded,
+                                           float padding) {
     // Coordinates come centred about `origin`, which costs them their last bits.
     constexpr double kNoise = 1e-5;  // of a thousandth of an ångström
     // The frame is moved by a whole number of thousandths, which keeps whole numbers whole.
@@ -51,7 +52,7 @@ SearchPairs::Extent SearchPairs::placeAxis(const std::vector<double>& values, do
         others += isWhole ? 0U : 1U;
     }
     std::fill(placed.begin() + static_cast<std::ptrdiff_t>(n), placed.end(), 0.0);
-    std::fill(rounded.begin() + static_cast<std::ptrdiff_t>(n), rounded.end(), 0.0F);
+    std::fill(rounded.begin() + static_cast<std::ptrdiff_t>(n), rounded.end(), padding);
     std::array<double, 4> largest{};
     for (std::size_t i = 0; i < (n + 3) / 4 * 4; i += 4) {
         for (std::size_t k = 0; k < 4; ++k) {
@@ -68,14 +69,17 @@ void SearchPairs::place(const PairedPoints& pairs, const Kernels& kernels) {
     const Points* const sides[2] = {&pairs.prediction, &pairs.experiment};
     const std::array<double, 3>* const origins[2] = {&pairs.predictionOrigin,
                                                      &pairs.experimentOrigin};
+    // Whatever the motion, the partners of what stands after the last pair lie too far away to add
+    // anything to a TM-score.
+    constexpr float kPadding[2] = {0.0F, 1e18F};
     Extent all;
     for (std::size_t side = 0; side < 2; ++side) {
         const std::vector<double>* const values[3] = {&sides[side]->x, &sides[side]->y,
                                                       &sides[side]->z};
         for (std::size_t a = 0; a < 3; ++a) {
             const std::size_t axis = 3 * side + a;
-            const Extent extent =
-                placeAxis(*values[a], (*origins[side])[a], axis_[axis], rounded_[axis]);
+            const Extent extent = placeAxis(*values[a], (*origins[side])[a], axis_[axis],
+                                            rounded_[axis], kPadding[side]);
             all.largest = std::max(all.largest, extent.largest);
             all.isWhole = all.isWhole && extent.isWhole;
         }

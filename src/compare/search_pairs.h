@@ -51,7 +51,7 @@ class SearchPairs {
         bool isWhole = true;   // thousandths of an ångström
     };
     static Extent placeAxis(const std::vector<double>& values, double origin,
-                            LineVector<double>& placed, LineVector<float>& rounded);
+                            LineVector<double>& placed, LineVector<float>& rounded, float padding);
 
     std::size_t size_ = 0;
     bool exact_ = false;

@@ -176,11 +176,11 @@ bool PathSteps::adopt(SeedPath& path, std::uint32_t size) {
 void PathSteps::scoreByTm(SeedPath& path, double tmToBeat) {
     const double perSquare = SearchPairs::kPerAngstrom * SearchPairs::kPerAngstrom;
     const double scaleSquared = task_.tmScaleSquared * perSquare;
-    roundedError_ = kernels_.roundedDeviations(pairs_.rounded(), pairs_.size(), path.problem.motion,
-                                               scratch_.rounded.data());
-    const double bound =
-        kernels_.tmBound({scratch_.rounded.data(), roundedError_}, pairs_.size(), scaleSquared);
-    if (!(bound > std::max(path.bestTm, tmToBeat) * task_.normLength)) return;
+    const TmEstimate estimate =
+        kernels_.estimateTm(pairs_.rounded(), pairs_.size(), path.problem.motion, scaleSquared,
+                            scratch_.rounded.data());
+    roundedError_ = estimate.error;
+    if (!(estimate.bound > std::max(path.bestTm, tmToBeat) * task_.normLength)) return;
     kernels_.squaredDeviations(pairs_.arrays(), pairs_.size(), path.problem.motion,
                                scratch_.squared.data());
     const double tm =

@@ -57,7 +57,8 @@ const Kernels& portableKernels() {
 
 const Kernels* findKernels(InstructionSet set) {
 #if defined(TERVOLANDA_X86)
-    const bool hasAvx2 = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("popcnt");
+    const bool hasAvx2 = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma") &&
+                         __builtin_cpu_supports("popcnt");
     if (set == InstructionSet::Avx2 && hasAvx2) return &avx2::kKernels;
     const bool hasAvx512 = hasAvx2 && __builtin_cpu_supports("avx512f") &&
                            __builtin_cpu_supports("avx512vl") &&

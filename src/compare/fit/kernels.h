@@ -38,7 +38,9 @@ struct PairedArrays {
     const double* ez;
 };
 
-// The same points in single precision, for estimates.  The arrays are padded.
+// The same points in single precision, for estimates.  The arrays are padded, those of the
+// experiment with numbers so large that no motion brings what stands there near the prediction's
+// zeros.
 struct RoundedArrays {
     const float* px;
     const float* py;
@@ -53,6 +55,12 @@ struct RoundedArrays {
 struct RoundedDeviations {
     const float* squared;  // padded
     double error;          // of a component of a deviation, at most
+};
+
+// What single precision tells of the TM-score under one motion.
+struct TmEstimate {
+    double error;  // as in RoundedDeviations
+    double bound;  // tmSum() is never above, and hardly below
 };
 
 // A rigid motion p' = R p + t: R row by row, then t.
@@ -139,10 +147,10 @@ struct Kernels {
     std::uint32_t (*selectWithin)(const PairedArrays& pairs, const RoundedArrays& rounded,
                                   std::size_t n, const Motion& motion, double limit,
                                   std::uint64_t* mask);
-    // The squared deviations in single precision, for several looks at one motion: fills `squared`,
-    // padded, and returns the error that RoundedDeviations has.
-    double (*roundedDeviations)(const RoundedArrays& rounded, std::size_t n, const Motion& motion,
-                                float* squared);
+    // The squared deviations in single precision, for several looks at one motion, into `squared`,
+    // and a bound on the sum of 1 / (1 + squared / scaleSquared).
+    TmEstimate (*estimateTm)(const RoundedArrays& rounded, std::size_t n, const Motion& motion,
+                             double scaleSquared, float* squared);
     // As selectWithin.
     std::uint32_t (*selectAmong)(const PairedArrays& pairs, const RoundedDeviations& rounded,
                                  std::size_t n, const Motion& motion, double limit,
@@ -159,8 +167,6 @@ struct Kernels {
                                    std::uint64_t* mask);
     // Sum of 1 / (1 + squared / scaleSquared).
     double (*tmSum)(const double* squared, std::size_t n, double scaleSquared);
-    // A number that tmSum under the motion of `rounded` is never above, and hardly below.
-    double (*tmBound)(const RoundedDeviations& rounded, std::size_t n, double scaleSquared);
     // The terms that each pair adds to the sums, kTerms a pair.
     void (*makeTerms)(const PairedArrays& pairs, std::size_t n, double* terms);
     // The sums of a subset, ascending.

@@ -33,15 +33,6 @@ struct Placed {
     }
 };
 
-// Lent from `squared`.
-RoundedDeviations roundedDeviations(const Placed& placed, const Kernels& kernels,
-                                    std::vector<float>& squared) {
-    squared.resize(paddedSize(placed.pairs.size()));
-    const double error = kernels.roundedDeviations(placed.pairs.rounded(), placed.pairs.size(),
-                                                   placed.motion, squared.data());
-    return {squared.data(), error};
-}
-
 // Single precision must never decide about a pair that lies on the limit, or a hair from it.
 TEST(Kernels, SelectExactlyThePairsWithinTheLimit) {
     constexpr std::size_t kPairs = 150;  // three words, the last one partly used
@@ -67,10 +58,11 @@ TEST(Kernels, SelectExactlyThePairsWithinTheLimit) {
                                           placed.motion, limit, mask.data());
                     ASSERT_EQ(mask, expected) << shift << ' ' << noise << ' ' << limit;
                     mask.assign(placed.pairs.words(), ~std::uint64_t{0});
-                    std::vector<float> rounded;
-                    kernels->selectAmong(placed.pairs.arrays(),
-                                         roundedDeviations(placed, *kernels, rounded), kPairs,
-                                         placed.motion, limit, mask.data());
+                    std::vector<float> rounded(paddedSize(kPairs));
+                    const TmEstimate estimate = kernels->estimateTm(
+                        placed.pairs.rounded(), kPairs, placed.motion, 1.0, rounded.data());
+                    kernels->selectAmong(placed.pairs.arrays(), {rounded.data(), estimate.error},
+                                         kPairs, placed.motion, limit, mask.data());
                     ASSERT_EQ(mask, expected) << shift << ' ' << noise << ' ' << limit;
                 }
             }
@@ -88,9 +80,15 @@ TEST(Kernels, BoundTheTmScoreFromAbove) {
             for (const double scale : {500.0, 3500.0, 12000.0}) {
                 const double sum = bestKernels().tmSum(squared.data(), n, scale * scale);
                 for (const Kernels* kernels : runnableKernels()) {
-                    std::vector<float> rounded;
-                    const double bound = kernels->tmBound(
-                        roundedDeviations(placed, *kernels, rounded), n, scale * scale);
+                    std::vector<float> rounded(paddedSize(n));
+                    const auto boundAt = [&](double scaleSquared) {
+                        return kernels
+                            ->estimateTm(placed.pairs.rounded(), n, placed.motion, scaleSquared,
+                                         rounded.data())
+                            .bound;
+                    };
+                    EXPECT_GE(boundAt(1e60), static_cast<double>(n));  // no float is as large
+                    const double bound = boundAt(scale * scale);
                     EXPECT_GE(bound, sum) << n << ' ' << noise << ' ' << scale;
                     EXPECT_LE(bound, 1.002 * sum) << n << ' ' << noise << ' ' << scale;
                 }
