@@ -2,6 +2,9 @@
 #include "base/format.h"
 
 #include <array>
+#include <charconv>
+#include <cmath>
+#include <cstdint>
 #include <cstdio>
 
 namespace tervolanda {
@@ -33,6 +36,35 @@ std::string format(const char* pattern, ...) {
     std::string text = formatList(pattern, arguments);
     va_end(arguments);
     return text;
+}
+
+// Scaled to a whole number the value is off by less than 1e-7, half of the last bit of what is
+// below 2^30.  So the rounding is certain, but beside the middle between two whole numbers, where
+// the value's exact digits decide, which printf works out.
+void appendFixed(std::string& text, double value, int decimals) {
+    constexpr std::array<double, 7> kScales = {1, 10, 100, 1e3, 1e4, 1e5, 1e6};
+    constexpr double kMost = 1e9;
+    constexpr double kUncertain = 1e-6;
+    const auto places = static_cast<std::size_t>(decimals);
+    const double scaled = places < kScales.size() ? std::abs(value) * kScales[places] : kMost;
+    const auto below = static_cast<std::uint32_t>(scaled < kMost ? scaled : 0.0);
+    const double rest = scaled - below;
+    if (!(scaled < kMost) || std::abs(rest - 0.5) < kUncertain) {
+        text += format("%.*f", decimals, withoutNegativeZero(value, decimals));
+        return;
+    }
+    const std::uint32_t number = below + (rest > 0.5 ? 1 : 0);
+    if (value < 0.0 && number > 0) text += '-';
+    std::array<char, 16> digits;
+    char* const end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
+    const auto count = static_cast<std::size_t>(end - digits.data());
+    const std::size_t whole = count > places ? count - places : 0;
+    if (whole == 0) text += '0';
+    text.append(digits.data(), whole);
+    if (places == 0) return;
+    text += '.';
+    text.append(places - (count - whole), '0');
+    text.append(digits.data() + whole, count - whole);
 }
 
 double withoutNegativeZero(double value, int decimals) {

@@ -17,6 +17,10 @@ namespace tervolanda {
 [[gnu::format(printf, 2, 0)]] void formatListTo(std::string& text, const char* pattern,
                                                 std::va_list arguments);
 
+// `value` with so many decimals, to the digit as printf's "%.*f" has it, but never as a negative
+// zero.  Common sizes take a tenth of printf's time.
+void appendFixed(std::string& text, double value, int decimals);
+
 // `value`, or 0 where it would print as a negative zero with so many decimals.
 double withoutNegativeZero(double value, int decimals);
 

@@ -2,6 +2,9 @@
 // loses its last characters, and serial numbers begin again after 99999.
 #include "chain/chain.h"
 
+#include <string>
+#include <string_view>
+
 #include "base/file.h"
 #include "base/format.h"
 #include "base/log.h"
@@ -13,10 +16,23 @@ namespace {
 constexpr std::size_t kCoordinateWidth = 8;
 constexpr std::size_t kFactorWidth = 6;  // occupancy and B-factor
 
-std::string factor(double value) {
-    std::string text = format("%6.2f", withoutNegativeZero(value, 2));
-    text.resize(kFactorWidth);
+// A number in its columns.
+std::string column(double value, int decimals, std::size_t width) {
+    std::string text;
+    appendFixed(text, value, decimals);
+    if (text.size() < width) text.insert(0, width - text.size(), ' ');
+    text.resize(width);
     return text;
+}
+
+std::string factor(double value) {
+    return column(value, 2, kFactorWidth);
+}
+
+// A text at the right end of its columns, and beyond where it needs more.
+void appendRight(std::string& line, std::string_view text, std::size_t width) {
+    if (text.size() < width) line.append(width - text.size(), ' ');
+    line += text;
 }
 
 // 1 follows 99999, the largest number that the five columns of a serial number hold.
@@ -51,7 +67,9 @@ std::string residueColumns(ResidueId residue) {
     constexpr int kMostDecimal = 9999;
     constexpr int kFirst = 10 * 36 * 36 * 36;  // "A000"
     if (residue.number <= kMostDecimal) {
-        return format("%4d%c", residue.number, residue.insertionCode);
+        std::string columns;
+        appendRight(columns, std::to_string(residue.number), 4);
+        return columns + residue.insertionCode;
     }
     std::string columns(4, ' ');
     int value = residue.number - kMostDecimal - 1 + kFirst;
@@ -61,9 +79,7 @@ std::string residueColumns(ResidueId residue) {
 }
 
 std::string formatCoordinate(double value) {
-    std::string text = format("%8.3f", withoutNegativeZero(value, 3));
-    text.resize(kCoordinateWidth);
-    return text;
+    return column(value, 3, kCoordinateWidth);
 }
 
 std::string formatAtomLine(const Atom& atom) {
@@ -72,13 +88,32 @@ std::string formatAtomLine(const Atom& atom) {
                   atom.insertionCode, coordinates(atom).c_str());
 }
 
+// Put together without printf, as files for viewers have all atoms of a list.
 std::string formatFullAtomLine(const Atom& atom, int serial) {
-    return format("ATOM  %5d %4s%c%3s %c%.4s%c   %s%s%s      %-4s%2s%2s\n", printedSerial(serial),
-                  atom.name.text(), atom.alternateLocation, atom.residueName.text(), atom.chainId,
-                  residueColumns(atom.residueId()).c_str(), atom.insertionCode,
-                  coordinates(atom).c_str(), factor(atom.occupancy).c_str(),
-                  factor(atom.bFactor).c_str(), atom.segmentId.text(), atom.element.text(),
-                  atom.charge.text());
+    constexpr std::size_t kLength = 81;  // with the line end
+    std::string line = "ATOM  ";
+    line.reserve(kLength);
+    appendRight(line, std::to_string(printedSerial(serial)), 5);
+    line += ' ';
+    appendRight(line, atom.name.text(), 4);
+    line += atom.alternateLocation;
+    appendRight(line, atom.residueName.text(), 3);
+    line += ' ';
+    line += atom.chainId;
+    line += residueColumns(atom.residueId()).substr(0, 4);
+    line += atom.insertionCode;
+    line += "   ";
+    line += coordinates(atom);
+    line += factor(atom.occupancy);
+    line += factor(atom.bFactor);
+    line += "      ";
+    const std::string_view segment = atom.segmentId.text();
+    line += segment;
+    line.append(4 - segment.size(), ' ');
+    appendRight(line, atom.element.text(), 2);
+    appendRight(line, atom.charge.text(), 2);
+    line += '\n';
+    return line;
 }
 
 void writeChain(OutputFile& file, const Chain& chain) {

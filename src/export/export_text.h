@@ -10,6 +10,7 @@
 #include <cmath>
 #include <concepts>
 #include <cstddef>
+#include <cstring>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -18,15 +19,51 @@
 
 namespace tervolanda {
 
-// The shortest decimal number that reads back as this one; a zero has no sign.
-// REQUIRES: a finite number.
-void appendNumber(std::string& text, double value);
+// Bytes that a number needs at most, with what its writing touches besides.
+inline constexpr std::size_t kMostNumber = 32;
+
+// The shortest decimal number that reads back as this one; a zero has no sign.  Returns the end of
+// its text.
+// REQUIRES: a finite number, and room for kMostNumber bytes.
+char* writeNumber(char* at, double value);
 template <std::integral Count>
-void appendNumber(std::string& text, Count value) {
-    std::array<char, 24> digits;
-    text.append(digits.data(),
-                std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr);
+char* writeNumber(char* at, Count value) {
+    return std::to_chars(at, at + kMostNumber, value).ptr;
 }
+
+// The same at the end of a text.
+template <typename Number>
+void appendNumber(std::string& text, Number value) {
+    // Zeros that become the text: a copy of its own length would cost a call.
+    constexpr std::array<char, kMostNumber> kRoom{};
+    const std::size_t start = text.size();
+    text.append(kRoom.data(), kRoom.size());
+    const char* const end = writeNumber(&text[start], value);
+    text.resize(static_cast<std::size_t>(end - text.data()));
+}
+
+// Puts a piece of text together where room has been made for all of it.  Rows of pairs are written
+// by the million, and asking a string for room costs as much as what is written.
+class TextCursor {
+ public:
+    explicit TextCursor(char* at) : at_(at) {}
+    char* at() const { return at_; }
+    void put(char c) { *at_++ = c; }
+    // A text of a size that the compiler knows, without its end.
+    template <std::size_t Size>
+    void put(const char (&text)[Size]) {
+        std::memcpy(at_, text, Size - 1);
+        at_ += Size - 1;
+    }
+    // REQUIRES: a number that is finite.
+    template <typename Number>
+    void number(Number value) {
+        at_ = writeNumber(at_, value);
+    }
+
+ private:
+    char* at_;
+};
 
 // The length of the character that UTF-8 text begins with, in bytes; 0 where it begins with none.
 // REQUIRES: the text is not empty.

@@ -3,6 +3,9 @@
 //
 // docs/formats.md and docs/results.schema.json describe every key; none is renamed, and none gets
 // another type, without them.
+#include <array>
+#include <cmath>
+#include <cstdint>
 #include <optional>
 #include <span>
 #include <string>
@@ -45,62 +48,94 @@ std::string inputKeys(const InputStructure& input, char number) {
     return text;
 }
 
-void appendNumbers(std::string& text, std::span<const double> numbers) {
-    appendJsonList(text, numbers, [&text](double number) { appendJson(text, number); });
-}
+// Members of pairs, each after a comma or a bracket, with names that need no escapes.
+class Members : public TextCursor {
+ public:
+    using TextCursor::TextCursor;
 
-// A member after others.  Its name is handed on with its quotes, comma and colon, so that all of it
-// is one copy of a size that the compiler knows: members of pairs are written by the million.
-template <std::size_t Size, typename Value>
-void appendMember(std::string& text, const char (&key)[Size], const Value& value) {
-    text.append(key, Size - 1);
-    appendJson(text, value);
-}
-
-void appendFigures(std::string& text, const PairResult& pair, const RunInputs& inputs) {
-    appendMember(text, R"(,"mapped":)", pair.mapped);
-    appendMember(text, R"(,"pairs":)", pair.pairs);
-    appendMember(text, R"(,"rmsd":)", pair.rmsd);
-    appendMember(text, R"(,"grmsd":)", pair.grmsd);
-    appendMember(text, R"(,"maxsub":)", pair.maxsub);
-    appendMember(text, R"(,"tm1":)", pair.tm1);
-    appendMember(text, R"(,"tm2":)", pair.tm2);
-    appendMember(text, R"(,"msi":)", pair.msi);
-    appendMember(text, R"(,"gdt":)", pair.gdt);
-    appendMember(text, R"(,"rrmsd":)", pair.rrmsd);
-    appendMember(text, R"(,"urmsd":)", pair.urmsd);
-    appendMember(text, R"(,"rurmsd":)", pair.rurmsd);
-    appendMember(text, R"(,"contacts":)", pair.contacts);
-    appendMember(text, R"(,"cutoff":)", pair.cutoff);
-    if (inputs.pairsBySequence) {
-        appendMember(text, R"(,"identity":)", pair.identity);
-        appendMember(text, R"(,"coverage1":)", pair.coverage1);
-        appendMember(text, R"(,"coverage2":)", pair.coverage2);
+    template <std::size_t Size, typename Number>
+    void add(const char (&key)[Size], const std::optional<Number>& value) {
+        put(key);
+        if (value) {
+            addValue(*value);
+        } else {
+            put("null");
+        }
     }
+    void addValue(std::uint32_t count) { number(count); }
+    void addValue(double value) {
+        if (std::isfinite(value)) {
+            number(value);
+        } else {
+            put("null");
+        }
+    }
+    void addTriple(std::span<const double, 3> values) {
+        put('[');
+        addValue(values[0]);
+        put(',');
+        addValue(values[1]);
+        put(',');
+        addValue(values[2]);
+        put(']');
+    }
+};
+
+// What a run knows of each pair.
+void appendFigures(std::string& text, const PairResult& pair, const RunInputs& inputs) {
+    constexpr std::size_t kMostMembers = 24;
+    constexpr std::size_t kLongestKey = 16;
+    std::array<char, kMostMembers*(kLongestKey + kMostNumber)> room;
+    Members members(room.data());
+    members.add(R"(,"mapped":)", pair.mapped);
+    members.add(R"(,"pairs":)", pair.pairs);
+    members.add(R"(,"rmsd":)", pair.rmsd);
+    members.add(R"(,"grmsd":)", pair.grmsd);
+    members.add(R"(,"maxsub":)", pair.maxsub);
+    members.add(R"(,"tm1":)", pair.tm1);
+    members.add(R"(,"tm2":)", pair.tm2);
+    members.add(R"(,"msi":)", pair.msi);
+    members.add(R"(,"gdt":)", pair.gdt);
+    members.add(R"(,"rrmsd":)", pair.rrmsd);
+    members.add(R"(,"urmsd":)", pair.urmsd);
+    members.add(R"(,"rurmsd":)", pair.rurmsd);
+    members.add(R"(,"contacts":)", pair.contacts);
+    members.add(R"(,"cutoff":)", pair.cutoff);
+    if (inputs.pairsBySequence) {
+        members.add(R"(,"identity":)", pair.identity);
+        members.add(R"(,"coverage1":)", pair.coverage1);
+        members.add(R"(,"coverage2":)", pair.coverage2);
+    }
+    text.append(room.data(), members.at());
     for (const Measure measure : kMeasures) {
         if (!inputs.measures.has(measure)) continue;
         text += ",\"";
         text += measureName(measure);
-        appendMember(text, "\":", figureOf(pair.measures, measure));
+        text += "\":";
+        appendJson(text, figureOf(pair.measures, measure));
     }
 }
 
 // The rotation row by row, both centres, and the translation c1 - R c2.
-void addMotion(JsonObject& object, std::string& text, const Superposition& motion) {
-    const auto& r = motion.rotation;
-    object.key("rotation");
-    text += '[';
-    for (std::size_t row = 0; row < 3; ++row) {
-        if (row > 0) text += ',';
-        appendNumbers(text, std::span(r).subspan(3 * row, 3));
-    }
-    text += ']';
-    object.key("translation");
-    appendNumbers(text, motion.apply(0.0, 0.0, 0.0));
-    object.key("centre1");
-    appendNumbers(text, motion.experimentCentre);
-    object.key("centre2");
-    appendNumbers(text, motion.predictionCentre);
+void addMotion(JsonObject& object, const Superposition& motion) {
+    constexpr std::size_t kNumbers = 18;
+    constexpr std::size_t kKeys = 64;
+    std::array<char, kNumbers*(kMostNumber + 2) + kKeys> room;
+    Members members(room.data());
+    const std::span rotation(motion.rotation);
+    members.put(R"("rotation":[)");
+    members.addTriple(rotation.subspan<0, 3>());
+    members.put(',');
+    members.addTriple(rotation.subspan<3, 3>());
+    members.put(',');
+    members.addTriple(rotation.subspan<6, 3>());
+    members.put(R"(],"translation":)");
+    members.addTriple(motion.apply(0.0, 0.0, 0.0));
+    members.put(R"(,"centre1":)");
+    members.addTriple(motion.experimentCentre);
+    members.put(R"(,"centre2":)");
+    members.addTriple(motion.predictionCentre);
+    object.keys({room.data(), members.at()});
 }
 
 // A residue number, or with an insertion code a string.
@@ -121,6 +156,26 @@ void appendChains(std::string& text, const InputStructure& first, const InputStr
     appendJson(text, chainOf(second, b));
 }
 
+// The four residues and the domain.  Insertion codes are rare.
+void appendStretch(std::string& text, const MatchedStretch& at) {
+    const std::array<ResidueId, 4> residues = {at.experimentFirst, at.experimentLast,
+                                               at.predictionFirst, at.predictionLast};
+    std::array<char, 5 * (kMostNumber + 1)> room;
+    TextCursor cursor(room.data());
+    for (const ResidueId residue : residues) {
+        if (residue.insertionCode == ' ') {
+            cursor.number(residue.number);
+        } else {
+            text.append(room.data(), cursor.at());
+            cursor = TextCursor(room.data());
+            appendJsonResidue(text, residue);
+        }
+        cursor.put(',');
+    }
+    cursor.number(at.domain);
+    text.append(room.data(), cursor.at());
+}
+
 // Stretches of matched residues, which are long where a model is right: [first 1, last 1, first 2,
 // last 2, domain], and the chains of complexes.
 void appendMatched(std::string& text, const InputStructure& first, const InputStructure& second,
@@ -131,12 +186,7 @@ void appendMatched(std::string& text, const InputStructure& first, const InputSt
         if (at.domain == 0) continue;
         text += isFirst ? "[" : ",[";
         isFirst = false;
-        for (const ResidueId residue :
-             {at.experimentFirst, at.experimentLast, at.predictionFirst, at.predictionLast}) {
-            appendJsonResidue(text, residue);
-            text += ',';
-        }
-        appendJson(text, at.domain);
+        appendStretch(text, at);
         appendChains(text, first, second, at.experimentFirst, at.predictionFirst);
         text += ']';
     }
@@ -162,13 +212,13 @@ void addChainPairs(JsonObject& object, std::string& text, const InputStructure& 
 // it; those of others, by -i, follow in a list.
 void addSuperpositions(JsonObject& object, std::string& text, const PairResult& pair) {
     if (pair.superpositions.empty()) return;
-    addMotion(object, text, pair.superpositions.front());
+    addMotion(object, pair.superpositions.front());
     if (pair.superpositions.size() == 1) return;
     object.key("further_domains");
     appendJsonList(text, std::span(pair.superpositions).subspan(1),
                    [&text](const Superposition& motion) {
                        JsonObject domain(text);
-                       addMotion(domain, text, motion);
+                       addMotion(domain, motion);
                        domain.end();
                    });
 }

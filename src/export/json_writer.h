@@ -18,7 +18,7 @@ namespace tervolanda {
 // With so many decimals, as other output prints it; null for none and for what is not finite.
 inline void appendJsonFixed(std::string& text, std::optional<double> value, int decimals) {
     if (value && std::isfinite(*value)) {
-        text += format("%.*f", decimals, withoutNegativeZero(*value, decimals));
+        appendFixed(text, *value, decimals);
     } else {
         text += "null";
     }

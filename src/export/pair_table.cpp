@@ -4,6 +4,10 @@
 // Columns are the same in every run; what a run does not compute is empty, and never 0.  So tables
 // of different measures can be put together, and a script may count on a column's place.  Only what
 // an option adds to every pair stands after them.
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -67,18 +71,23 @@ void PairTable::take(const PairResult& pair) {
             row += '\t';
         }
     }
-    const auto add = [&row](const auto& value) {
-        appendCell(row, value);
-        row += '\t';
+    // Mapped and fitted pairs, twelve figures and the domains, each with its tab.
+    std::array<char, 15 * (kMostNumber + 1)> room;
+    TextCursor cells(room.data());
+    const auto addCount = [&cells](std::optional<std::uint32_t> count) {
+        if (count) cells.number(*count);
+        cells.put('\t');
     };
-    add(pair.mapped);
-    add(pair.pairs);
-    for (const auto& value :
-         {pair.rmsd, pair.grmsd, pair.maxsub, pair.tm1, pair.tm2, pair.msi, pair.gdt, pair.rrmsd,
-          pair.urmsd, pair.rurmsd, pair.contacts, pair.cutoff}) {
-        add(value);
+    addCount(pair.mapped);
+    addCount(pair.pairs);
+    for (const auto* value :
+         {&pair.rmsd, &pair.grmsd, &pair.maxsub, &pair.tm1, &pair.tm2, &pair.msi, &pair.gdt,
+          &pair.rrmsd, &pair.urmsd, &pair.rurmsd, &pair.contacts, &pair.cutoff}) {
+        if (*value && std::isfinite(**value)) cells.number(**value);
+        cells.put('\t');
     }
-    add(pair.domains);
+    addCount(pair.domains);
+    row.append(room.data(), cells.at());
     row += statusWord(pair.status);
     if (hasSequences_) {
         for (const auto& value : {pair.identity, pair.coverage1, pair.coverage2}) {

@@ -1,7 +1,9 @@
 // What the matrices of a batch hold is shown as they hold it, in single precision: so all that a
 // run writes agrees to the last digit, whatever the form.
+#include <algorithm>
 #include <cmath>
 #include <limits>
+#include <span>
 
 #include "compare/fit/kernels.h"
 #include "export/values.h"
@@ -67,34 +69,7 @@ void addResidue(const ComparedPair& pair, const MatchedPair& matched, std::uint3
                                distanceUnder(motion, pair, matched), domain});
 }
 
-// What tells of a record whether it follows another.
-struct Place {
-    std::uint32_t index = 0;  // of the residue in its chain
-    std::int32_t number = 0;
-    char insertionCode = ' ';
-    std::uint16_t subunit = 0;
-
-    Place() = default;
-    Place(const CoordinateSet& set, std::size_t record)
-        : index(set.residueIndex[record]),
-          number(set.residueNumber[record]),
-          insertionCode(set.insertionCode[record]),
-          subunit(set.subunits.size() < 2 ? std::uint16_t{0} : set.subunitOf(record)) {}
-
-    // Whether it is the residue after another, by its number, too, and in the same subunit.  A gap
-    // in the numbering ends a stretch even where the chain goes on, and so does an insertion code:
-    // a range has to mean its residues by number to whoever reads it.
-    bool follows(const Place& before) const {
-        return index == before.index + 1 && number == before.number + 1 &&
-               before.insertionCode == ' ' && insertionCode == ' ' && subunit == before.subunit;
-    }
-    ResidueId residue() const {
-        return {static_cast<std::int16_t>(number), insertionCode, subunit};
-    }
-};
-
-// Makes stretches of pairs that come in mapped order.  All pairs of a list pass through here, a
-// hundred residues each.
+// Makes stretches of pairs that come in mapped order.
 class StretchMaker {
  public:
     StretchMaker(const ComparedPair& pair, PairResult& result)
@@ -102,34 +77,46 @@ class StretchMaker {
           prediction_(pair.prediction),
           stretches_(result.stretches) {}
 
-    void add(const MatchedPair& at, std::uint32_t domain) {
-        const Place experiment(experiment_, at.experiment);
-        const Place prediction(prediction_, at.prediction);
-        const bool goesOn = isOpen_ && domain == domain_ && experiment.follows(lastExperiment_) &&
-                            prediction.follows(lastPrediction_);
-        if (!goesOn) {
-            end();
-            stretches_.push_back({experiment.residue(), {}, prediction.residue(), {}, domain});
-            isOpen_ = true;
-            domain_ = domain;
+    void add(const MatchedPair& at, std::uint32_t domain) { add(at, at, domain); }
+    // The pairs of a list are a hundred residues each, but a few pieces that are stretches in both
+    // chains.
+    void add(std::span<const MatchedPair> pairs, std::uint32_t domain) {
+        for (std::size_t k = 0; k < pairs.size();) {
+            const auto [e, p, iteration] = pairs[k];
+            const std::size_t most =
+                std::min({pairs.size() - k, std::size_t{experiment_.stretchEnd[e] - e},
+                          std::size_t{prediction_.stretchEnd[p] - p}});
+            std::size_t length = 1;
+            while (length < most && pairs[k + length].experiment == e + length &&
+                   pairs[k + length].prediction == p + length)
+                ++length;
+            add(pairs[k], pairs[k + length - 1], domain);
+            k += length;
         }
-        lastExperiment_ = experiment;
-        lastPrediction_ = prediction;
-    }
-    // The last stretch ends at the pair that came last.
-    void end() {
-        if (!isOpen_) return;
-        stretches_.back().experimentLast = lastExperiment_.residue();
-        stretches_.back().predictionLast = lastPrediction_.residue();
     }
 
  private:
+    // Pairs from `first` to `last` that follow each other.
+    void add(const MatchedPair& first, const MatchedPair& last, std::uint32_t domain) {
+        const bool goesOn = !stretches_.empty() && stretches_.back().domain == domain &&
+                            experiment_.isNext(last_.experiment, first.experiment) &&
+                            prediction_.isNext(last_.prediction, first.prediction);
+        if (!goesOn) {
+            stretches_.push_back({residueOf(experiment_, first.experiment),
+                                  {},
+                                  residueOf(prediction_, first.prediction),
+                                  {},
+                                  domain});
+        }
+        stretches_.back().experimentLast = residueOf(experiment_, last.experiment);
+        stretches_.back().predictionLast = residueOf(prediction_, last.prediction);
+        last_ = last;
+    }
+
     const CoordinateSet& experiment_;
     const CoordinateSet& prediction_;
     std::vector<MatchedStretch>& stretches_;
-    Place lastExperiment_, lastPrediction_;
-    std::uint32_t domain_ = 0;
-    bool isOpen_ = false;
+    MatchedPair last_{};
 };
 
 // The pairs of all subsets and, for who looks at distances, those of the first mapping whose
@@ -140,9 +127,7 @@ void addResidues(const ComparedPair& pair, const ComparisonResult& found, PairDe
     StretchMaker stretches(pair, result);
     if (detail < PairDetail::Residues && found.iterations.size() == 1) {
         // They stand in mapped order already, and there may be millions of such pairs.
-        for (const MatchedPair& matched : found.matched)
-            stretches.add(matched, 1);
-        return stretches.end();
+        return stretches.add(found.matched, 1);
     }
     std::vector<const MatchedPair*> inSubset(pair.prediction.size());
     std::vector<bool> isTaken(pair.experiment.size());
@@ -162,7 +147,6 @@ void addResidues(const ComparedPair& pair, const ComparisonResult& found, PairDe
             addResidue(pair, {static_cast<std::uint32_t>(partner), p, 0}, 0, result);
         }
     }
-    stretches.end();
 }
 
 PairStatus statusOf(const ComparisonResult& found) {
@@ -280,7 +264,6 @@ void fillPair(const ComparedPair& pair, const ListedRmsd& found,
         stretches.add(at, 1);
         if (form.detail == PairDetail::Residues) addResidue(pair, at, 1, result);
     }
-    stretches.end();
     addResidueMeasures(found.measures.residues, pair, result);
 }
 

@@ -112,28 +112,25 @@ std::uint64_t digitsOf(std::uint64_t number) {
     return tens | (twos - 10 * tens) << 8U;
 }
 
-// Room is appended before there is a text, and what is left of it goes after: then every copy is a
-// store of a register, where a text of any length would cost a call, or on x86 a string instruction
-// that takes as long as all else here.
-void appendShortest(std::string& text, const Shortest& number, bool isNegative) {
+// Every copy is a store of a register, where one of the text's own length would cost a call, or on
+// x86 a string instruction that takes as long as all else here: up to 25 bytes are touched.
+char* writeShortest(char* at, const Shortest& number, bool isNegative) {
     constexpr std::uint64_t kEight = 100'000'000;
     constexpr std::uint64_t kDigitSigns = 0x3030'3030'3030'3030U;  // "00000000"
     constexpr std::array<char, 4> kZeros = {'0', '.', '0', '0'};
-    constexpr std::array<char, 32> kRoom{};  // "-0.00", 17 digits, and what stores write beyond
     const std::uint64_t upper = number.digits / kEight;
-    const auto top = static_cast<char>('0' + upper / kEight);
-    const std::uint64_t second = digitsOf(upper % kEight);
-    const std::uint64_t third = digitsOf(number.digits % kEight);
+    const std::uint64_t topDigit = number.digits / (kEight * kEight);
+    const auto top = static_cast<char>('0' + topDigit);
+    const std::uint64_t second = digitsOf(upper - topDigit * kEight);
+    const std::uint64_t third = digitsOf(number.digits - upper * kEight);
     // Zeros at the end are the highest bytes that are 0.
     const int zeros = third != 0 ? std::countl_zero(third) / 8 : 8 + std::countl_zero(second) / 8;
     std::size_t size = kDigits - static_cast<std::size_t>(zeros);
-    const std::size_t start = text.size() + (isNegative ? 1 : 0);
-    text.append(kRoom.data(), kRoom.size());
-    char* const first = &text[start];
-    text[start - (isNegative ? 1 : 0)] = '-';  // what is not negative begins there itself
-    const auto put = [first](std::size_t at, std::uint64_t eight) {
+    *at = '-';  // what is not negative begins there itself
+    char* const first = at + (isNegative ? 1 : 0);
+    const auto put = [first](std::size_t place, std::uint64_t eight) {
         eight |= kDigitSigns;
-        std::memcpy(first + at, &eight, sizeof eight);
+        std::memcpy(first + place, &eight, sizeof eight);
     };
     if (number.whole <= 0) {
         const auto before = static_cast<std::size_t>(2 - number.whole);
@@ -153,25 +150,22 @@ void appendShortest(std::string& text, const Shortest& number, bool isNegative) 
         first[whole] = '.';
         size = size > whole ? size + 1 : whole;
     }
-    text.resize(start + size);
+    return first + size;
 }
 
 #endif
 
 }  // namespace
 
-void appendNumber(std::string& text, double value) {
+char* writeNumber(char* at, double value) {
     // Rounding leaves "-0" here and there, of which the sign says nothing.
     const double signless = value == 0.0 ? 0.0 : value;
 #ifdef TERVOLANDA_HAS_SHORTEST
     Shortest shortest;
-    if (findShortest(std::abs(signless), shortest)) {
-        return appendShortest(text, shortest, signless < 0.0);
-    }
+    if (findShortest(std::abs(signless), shortest))
+        return writeShortest(at, shortest, signless < 0.0);
 #endif
-    std::array<char, 32> digits;
-    char* const end = std::to_chars(digits.data(), digits.data() + digits.size(), signless).ptr;
-    text.append(digits.data(), end);
+    return std::to_chars(at, at + kMostNumber, signless).ptr;
 }
 
 }  // namespace tervolanda

@@ -64,13 +64,9 @@ std::string complexLetters(const Chain& chain, std::size_t& used) {
     return letters;
 }
 
-bool isOfComplexes(const ScriptSubject& subject) {
-    return subject.experimentSet.isComplex || subject.predictionSet.isComplex;
-}
-
 // Gives the predictions their letters; those of the experiment are returned.
 std::string giveLetters(const ScriptSubject& subject, std::vector<ShownPrediction>& predictions) {
-    if (!isOfComplexes(subject)) {
+    if (!subject.experimentSet.isComplex && !subject.predictionSet.isComplex) {
         for (std::size_t n = 0; n < predictions.size(); ++n)
             predictions[n].letters = predictionLetter(n);
         return std::string(1, kExperimentLetter);
@@ -143,12 +139,12 @@ void writeAlignEnd(OutputFile& script, const ScriptSubject& subject,
     std::size_t letters = experimentLetters.size();
     for (const ShownPrediction& shown : predictions)
         letters += shown.letters.size();
-    if (isOfComplexes(subject) && letters > kComplexLetters.size()) {
+    // Of complexes alone, which have more than one a structure.
+    if (letters > std::max(kComplexLetters.size(), 1 + predictions.size())) {
         script.print("echo Chains that share a letter share colours: %zu chains, %zu letters.\n",
                      letters, kComplexLetters.size());
     }
-    script.write("echo\n");
-    script.write(origin);
+    script.write("echo\n" + origin);
     script.write(
         "echo Residues used to obtain superposition are shown in\n"
         "echo thick lines with a darker colour.\n"

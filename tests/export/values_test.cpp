@@ -54,6 +54,27 @@ TEST(PairValues, HaveEveryPairAndItsDistanceInTheSubsetOrNot) {
     }
 }
 
+TEST(PairValues, EndAStretchAtGapsAndInsertionCodes) {
+    Chain chain = test::coil(30, 1);
+    for (std::size_t i = 10; i < 30; ++i)
+        chain.atoms[i].residueNumber = static_cast<std::int16_t>(i + 6);
+    chain.atoms[20].residueNumber = 25;
+    chain.atoms[20].insertionCode = 'A';
+    Searched searched(chain, test::moved(chain));
+    for (const PairDetail detail : {PairDetail::Matched, PairDetail::Residues}) {
+        searched.form.detail = detail;
+        PairResult result;
+        fillPair(searched.pair, searched.found, searched.form, result);
+        std::vector<std::pair<int, int>> found;
+        for (const MatchedStretch& at : result.stretches) {
+            EXPECT_TRUE(at.experimentFirst == at.predictionFirst && at.domain == 1);
+            found.emplace_back(at.experimentFirst.number, at.predictionLast.number);
+        }
+        EXPECT_THAT(found, testing::ElementsAre(std::pair(1, 10), std::pair(16, 25),
+                                                std::pair(25, 25), std::pair(27, 35)));
+    }
+}
+
 TEST(PairValues, SayThatResiduesDoNotPairAndNotThatTheyDoNotFit) {
     const Searched searched(test::helix(20), test::renumbered(test::helix(20), 100));
     PairResult result;

@@ -103,6 +103,14 @@ std::size_t endOfRun(const CoordinateSet& set, std::size_t first) {
     return end;
 }
 
+// From the last record to the first, which has the end of the next where that follows it.
+void findStretches(CoordinateSet& set) {
+    const auto size = static_cast<std::uint32_t>(set.size());
+    set.stretchEnd.resize(size);
+    for (std::uint32_t i = size; i-- > 0;)
+        set.stretchEnd[i] = i + 1 < size && set.isNext(i, i + 1) ? set.stretchEnd[i + 1] : i + 1;
+}
+
 }  // namespace
 
 void sortByKey(CoordinateSet& set) {
@@ -143,6 +151,7 @@ CoordinateSet prepareChain(const Chain& chain, AtomSelection selection,
         }
     }
     finishSubunits(set);
+    findStretches(set);
     sortByKey(set);
     set.gyrationRadius = radiusOfGyration(chain);
     set.residues = chain.residues.size();
@@ -180,6 +189,12 @@ std::uint16_t CoordinateSet::subunitOf(std::size_t record) const {
         std::upper_bound(subunits.begin(), subunits.end(), record,
                          [](std::size_t at, const Subunit& subunit) { return at < subunit.end; });
     return static_cast<std::uint16_t>(found - subunits.begin());
+}
+
+bool CoordinateSet::isNext(std::size_t a, std::size_t b) const {
+    return residueIndex[b] == residueIndex[a] + 1 && residueNumber[b] == residueNumber[a] + 1 &&
+           insertionCode[a] == ' ' && insertionCode[b] == ' ' &&
+           (subunits.size() < 2 || subunitOf(a) == subunitOf(b));
 }
 
 void mapByResidue(const CoordinateSet& experiment, const CoordinateSet& prediction,

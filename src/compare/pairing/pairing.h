@@ -39,12 +39,16 @@ struct CoordinateSet {
     std::vector<std::uint32_t> residueIndex;  // position of the residue in its chain
     std::vector<std::int64_t> residueKey;     // ResidueId::key(), or what pairs in its place
     std::vector<std::uint8_t> atomKey;        // which backbone atom: 1 is the C-alpha
-    std::vector<std::uint32_t> byKey;         // record numbers sorted by residue and atom key
-    bool ascends = false;                     // all keys differ and are sorted as they stand
-    std::string sequence;                     // one-letter codes
-    std::string residueLetters;               // one a residue, lower case where the chain is broken
-                                              // after it; filled for pairing by sequence
-    std::string secondaryStructure;           // H, E or C; filled in sequence-independent mode
+    // Where the stretch that a record is in ends: the first record after it that is not the residue
+    // after that of the record before, by its number, without insertion codes, in the same chain.
+    // Filled by prepareChain().
+    std::vector<std::uint32_t> stretchEnd;
+    std::vector<std::uint32_t> byKey;  // record numbers sorted by residue and atom key
+    bool ascends = false;              // all keys differ and are sorted as they stand
+    std::string sequence;              // one-letter codes
+    std::string residueLetters;        // one a residue, lower case where the chain is broken
+                                       // after it; filled for pairing by sequence
+    std::string secondaryStructure;    // H, E or C; filled in sequence-independent mode
     // Shared by copies of the set; filled for measures that look at side chains.
     std::shared_ptr<const HeavyAtoms> heavyAtoms;
     double gyrationRadius = 0.0;    // Å, all C-alpha atoms of the chain
@@ -55,6 +59,10 @@ struct CoordinateSet {
     std::vector<Subunit> subunits;  // of a complex its chains, in record order; else the chain
 
     std::size_t size() const { return points.size(); }
+    // Whether record `b` is the residue after that of record `a`, by its number, too, and in the
+    // same chain.  A gap in the numbering ends a stretch even where the chain goes on, and so does
+    // an insertion code: a range has to mean its residues by number to whoever reads it.
+    bool isNext(std::size_t a, std::size_t b) const;
     // Position of the chain that a record belongs to.
     std::uint16_t subunitOf(std::size_t record) const;
 };
