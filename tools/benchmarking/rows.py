@@ -207,6 +207,8 @@ def instructions_row(bench):
 
 
 def made_instructions_row(*options):
+    """The goals are 0.81 and, with -TM, 0.71 of the 189 and 273 million that the search took when
+    they were set."""
     def measure(bench):
         folder = bench.models.make(127, 100)
         total, _ = callgrind(bench, folder,
@@ -481,9 +483,9 @@ ROWS = {row.name: row for row in [
     Row("instructions", "instructions, all-versus-all, 22 near-native models", instructions_row,
         unit=" million", at_most=125, floor=700),
     Row("instructions-made", "the same, 22 generated models of 127", made_instructions_row(),
-        unit=" million", at_most=140),
+        unit=" million", at_most=153),
     Row("instructions-tm", "the same with -TM", made_instructions_row("-TM"), unit=" million",
-        at_most=175),
+        at_most=195),
     Row("pairs", "pairs per second, all-versus-all, 200 models of 127", pairs_per_second_row,
         unit="/s"),
     Row("outside", "share of that run outside the search", outside_search_row, unit=" %"),
