@@ -107,7 +107,7 @@ void merge(PartReader part) {
                 break;
             }
             case PartKind::Measure: {
-                const auto give = [&](BatchPair, double& score) { require(part.next(score)); };
+                const auto give = [&](BatchPair, MeasuredOutcome& of) { require(part.next(of)); };
                 collectAllByMeasure(prepared, {}, give, captured.log, captured.report);
                 break;
             }
@@ -136,7 +136,7 @@ std::optional<std::string> rewritten(PartReader part, const std::string& path) {
         ComparisonResult result;
         GdtOutcome gdt;
         RmsdCells cells;
-        double score = 0.0;
+        MeasuredOutcome measured;
         switch (part.header().kind) {
             case PartKind::Gdt:
             case PartKind::GdtWithSearches:
@@ -148,8 +148,8 @@ std::optional<std::string> rewritten(PartReader part, const std::string& path) {
                 writer.add(cells);
                 break;
             case PartKind::Measure:
-                if (!part.next(score)) return std::nullopt;
-                writer.add(score);
+                if (!part.next(measured)) return std::nullopt;
+                writer.add(measured);
                 break;
             default:
                 if (!part.next(20, 20, result)) return std::nullopt;

@@ -153,7 +153,10 @@ MeasureBatch measuresOfAll(const PreparedList& models, const Settings& settings,
                                    {settings.workforce, exports.viewer()});
     }
     MergedPairs merged(settings, models.models(), log);
-    const auto give = [&](BatchPair, double& score) { merged.next(score); };
+    const auto give = [&](BatchPair, MeasuredOutcome& outcome) {
+        merged.next(outcome);
+        exports.count(outcome.hasFit);
+    };
     MeasureBatch batch = collectAllByMeasure(models, options, give, log, report);
     merged.finish();
     return batch;

@@ -112,8 +112,9 @@ std::size_t recordSize(PartKind kind) {
         case PartKind::MaxSubWithSuperpositions:
             return kScoreBytes + kFlag + kMotionBytes + kCountBytes;
         case PartKind::Gdt:
-        case PartKind::Measure:
             return sizeof(double);
+        case PartKind::Measure:
+            return sizeof(double) + kFlag;
         case PartKind::Rmsd:
             return 2 * sizeof(float) + sizeof(std::uint32_t);
         case PartKind::MaxSubWithSearches:
@@ -334,9 +335,10 @@ void PartWriter::add(const GdtOutcome& outcome) {
     append(record_);
 }
 
-void PartWriter::add(double score) {
+void PartWriter::add(const MeasuredOutcome& outcome) {
     record_.clear();
-    put(record_, score);
+    put(record_, outcome.value);
+    put(record_, std::uint32_t{outcome.hasFit ? 1U : 0U});
     append(record_);
 }
 
@@ -613,12 +615,13 @@ bool PartReader::next(std::size_t experimentSize, std::size_t predictionSize, Gd
     return readSearch(experimentSize, predictionSize, outcome.search);
 }
 
-bool PartReader::next(double& score) {
-    std::array<char, sizeof score> bytes{};
-    if (left_ < bytes.size() || !read(bytes.data(), bytes.size())) return false;
-    left_ -= bytes.size();
-    score = Fields({bytes.data(), bytes.size()}).take<double>();
-    return isSound(score) && score >= kNoGdt;
+bool PartReader::next(MeasuredOutcome& outcome) {
+    const std::string_view bytes = take(recordSize(PartKind::Measure));
+    if (bytes.empty()) return false;
+    Fields fields(bytes);
+    outcome.value = fields.take<double>();
+    outcome.hasFit = fields.take<std::uint32_t>() != 0;
+    return isSound(outcome.value) && outcome.value >= 0.0;
 }
 
 bool PartReader::next(RmsdCells& cells) {

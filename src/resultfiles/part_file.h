@@ -85,7 +85,7 @@ class PartWriter {
 
     void add(const ComparisonResult& result);
     void add(const GdtOutcome& outcome);
-    void add(double score);  // of a measure part
+    void add(const MeasuredOutcome& outcome);
     void add(const RmsdCells& cells);
     std::uint64_t records() const { return records_; }
     // Why commit() would fail as things are: an error number, 0 where nothing speaks against it.
@@ -123,7 +123,7 @@ class PartReader {
     // but the partners.
     bool next(std::size_t experimentSize, std::size_t predictionSize, ComparisonResult& result);
     bool next(std::size_t experimentSize, std::size_t predictionSize, GdtOutcome& outcome);
-    bool next(double& score);
+    bool next(MeasuredOutcome& outcome);
     bool next(RmsdCells& cells);
     // After the last record: whether every byte was read again as it was checked.
     bool finish() const;

@@ -180,7 +180,8 @@ MANY_IN_BLOCKS = [
     (["-rmsd", "-L", "2", "-R", "r.txt", "-Ru", "u.txt"], [7, 29]),
 ]
 # Where some pairs have no fit, which a strict run says at the end.
-STRICT_IN_BLOCKS = [["--strict"], ["--strict", "-gdt", "4"], ["--strict", "-rmsd", "-L", "2"], ["--strict", "--tsv=p"]]
+STRICT_IN_BLOCKS = [["--strict"], ["--strict", "-gdt", "4"], ["--strict", "-rmsd", "-L", "2"], ["--strict", "--tsv=p"],
+                    ["--strict", "--measure=lddt"]]
 
 
 def divisions():

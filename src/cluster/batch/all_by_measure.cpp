@@ -8,10 +8,7 @@ namespace {
 
 class Measurements : public AllPairs {
  public:
-    struct Outcome {
-        double value = 0.0;
-        RmsdResult fit;  // where somebody looks at it
-    };
+    using Outcome = MeasuredOutcome;
     static constexpr const char* kName = "SCORE";
 
     Measurements(AllPairs pairs, const MeasureOptions& options, PairViewer* wanted)
@@ -29,6 +26,7 @@ class Measurements : public AllPairs {
         compareRmsd(sets[pair.experiment], sets[pair.prediction], options_.fit, worker.workspace,
                     worker.report, fit);
         outcome.value = fit.measures.value(options_.measure).value_or(0.0);
+        outcome.hasFit = fit.rmsd.has_value();
         worker.finishPair();
     }
 
@@ -65,21 +63,15 @@ MeasureBatch compareAllByMeasure(const PreparedList& models, const MeasureOption
 }
 
 void compareByMeasure(const PairSlice& slice, const MeasureOptions& options,
-                      const TakePair<double>& take, Log& log, Report& report,
+                      const TakePair<MeasuredOutcome>& take, Log& log, Report& report,
                       const Workforce& workforce) {
-    const TakePair<Measurements::Outcome> takeOutcome =
-        [&take](BatchPair pair, const Measurements::Outcome& outcome) {
-            take(pair, outcome.value);
-        };
-    TakenPairs pairs(Measurements(AllPairs(slice), options, nullptr), takeOutcome);
+    TakenPairs pairs(Measurements(AllPairs(slice), options, nullptr), take);
     runBatch(pairs, workforce, log, report);
 }
 
 MeasureBatch collectAllByMeasure(const PreparedList& models, const MeasureOptions& options,
-                                 const GivePair<double>& give, Log& log, Report& report) {
-    const GivePair<Measurements::Outcome> giveOutcome =
-        [&give](BatchPair pair, Measurements::Outcome& outcome) { give(pair, outcome.value); };
-    GivenPairs<MeasuredPairs> pairs(giveOutcome, models, options, nullptr);
+                                 const GivePair<MeasuredOutcome>& give, Log& log, Report& report) {
+    GivenPairs<MeasuredPairs> pairs(give, models, options, nullptr);
     runBatch(pairs, {}, log, report);
     return std::move(pairs.found);
 }

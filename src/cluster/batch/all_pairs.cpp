@@ -1,6 +1,6 @@
 // All models of a list with each other.  By MaxSub and GDT a pair is a search, computed alone.  An
-// RMSD is a ten-thousandth of that, and four rows of pairs are computed at once: each chain is then
-// fetched once for four comparisons.
+// RMSD is a ten-thousandth of that, and rows of pairs are computed together: a group of chains is
+// then fetched once for all of them (compare/fit/chain_groups.h).
 //
 // The classes here are batches in the sense of run_batch.h, in three layers.  AllPairs
 // (all_pairs.h) is the pair order and nothing else.  MaxSubSearches, GdtSearches and RmsdFits add

@@ -153,6 +153,13 @@ struct MeasureOptions {
     Measure measure = Measure::Lddt;
     RmsdOptions fit;
 };
+// What a comparison by a measure came to.  A pair that no motion fits may have a value all the
+// same: lDDT superposes nothing.
+struct MeasuredOutcome {
+    double value = 0.0;  // 0 without one
+    bool hasFit = false;
+    RmsdResult fit;  // where somebody looks at it
+};
 struct MeasureBatch {
     DistanceMatrix values;  // of pairs without a value 0; symmetric, the highest value on the
                             // diagonal
@@ -208,7 +215,7 @@ void compareRmsd(const PairSlice& slice, const RmsdOptions& options,
                  const TakePair<RmsdCells>& take, Log& log, Report& report,
                  const Workforce& workforce = {});
 void compareByMeasure(const PairSlice& slice, const MeasureOptions& options,
-                      const TakePair<double>& take, Log& log, Report& report,
+                      const TakePair<MeasuredOutcome>& take, Log& log, Report& report,
                       const Workforce& workforce = {});
 
 // Who is told of the pairs of a batch, where there is somebody.
@@ -220,7 +227,7 @@ struct PairListeners {
 // The batches of all pairs from outcomes that such a comparison took.  Of a ComparisonResult pairs,
 // rmsd, maxsub and tm count, for the recorder the first iteration's superposition and the matched
 // pairs, and for a viewer, who asks for no distances, all but the partners; of a GdtOutcome without
-// a viewer the GDT.
+// a viewer the GDT, of a MeasuredOutcome the value.
 MaxSubBatch collectAllMaxSub(const PreparedList& models, const ComparisonParameters& parameters,
                              const PairListeners& listeners, const GivePair<ComparisonResult>& give,
                              Log& log, Report& report);
@@ -231,7 +238,7 @@ RmsdBatch collectAllRmsd(const PreparedList& models, const RmsdOptions& options,
                          const GivePair<RmsdCells>& give, Log& log, Report& report,
                          PairViewer* viewer = nullptr);
 MeasureBatch collectAllByMeasure(const PreparedList& models, const MeasureOptions& options,
-                                 const GivePair<double>& give, Log& log, Report& report);
+                                 const GivePair<MeasuredOutcome>& give, Log& log, Report& report);
 
 // --- One experiment with all models --------------------------------------------------------------
 
