@@ -1,6 +1,4 @@
-// One body, several instruction sets: the same source in a namespace for each, compiled for it, and
-// a table of functions picked once.  A whole file compiled with AVX2 would let inline library code
-// with AVX leak to processors without it; this cannot, as the body calls no library code.
+// The tables of the inner loops, one for each instruction set, and which of them a processor runs.
 #include "compare/fit/kernels.h"
 
 #include "compare/fit/instruction_sets.inc"
@@ -9,47 +7,8 @@
 
 namespace tervolanda {
 
-// Vectors of 32 bytes are passed between the inline functions of one namespace only.  The warning
-// comes at the end of the file, so it stays off to there.
-#pragma GCC diagnostic ignored "-Wpsabi"
-
-namespace portable {
-namespace {
-#include "compare/fit/kernels_body.inc"
-}  // namespace
-}  // namespace portable
-
-#if defined(TERVOLANDA_ARM)
-namespace neon {
-namespace {
-#define TERVOLANDA_NEON
-#include "compare/fit/kernels_body.inc"
-#undef TERVOLANDA_NEON
-}  // namespace
-}  // namespace neon
-#endif
-
-#if defined(TERVOLANDA_X86)
-#include "compare/fit/begin_avx2.inc"
-namespace avx2 {
-namespace {
-#define TERVOLANDA_AVX2
-#include "compare/fit/kernels_body.inc"
-#undef TERVOLANDA_AVX2
-}  // namespace
-}  // namespace avx2
-#include "compare/fit/end_target.inc"
-
-#include "compare/fit/begin_avx512.inc"
-namespace avx512 {
-namespace {
-#define TERVOLANDA_AVX512
-#include "compare/fit/kernels_body.inc"
-#undef TERVOLANDA_AVX512
-}  // namespace
-}  // namespace avx512
-#include "compare/fit/end_target.inc"
-#endif
+#define TERVOLANDA_BODY "compare/fit/kernels_body.inc"
+#include "compare/fit/each_instruction_set.inc"
 
 const Kernels& portableKernels() {
     return portable::kKernels;

@@ -1,4 +1,4 @@
-// The table of each instruction set; see compare/fit/kernels.cpp.
+// The table of each instruction set; which of them a processor runs is known to compare/fit.
 #include "compare/pairing/pairing_kernels.h"
 
 #include "compare/fit/instruction_sets.inc"
@@ -8,46 +8,8 @@
 
 namespace tervolanda {
 
-// As in compare/fit/kernels.cpp.
-#pragma GCC diagnostic ignored "-Wpsabi"
-
-namespace portable {
-namespace {
-#include "compare/pairing/pairing_kernels_body.inc"
-}  // namespace
-}  // namespace portable
-
-#if defined(TERVOLANDA_ARM)
-namespace neon {
-namespace {
-#define TERVOLANDA_NEON
-#include "compare/pairing/pairing_kernels_body.inc"
-#undef TERVOLANDA_NEON
-}  // namespace
-}  // namespace neon
-#endif
-
-#if defined(TERVOLANDA_X86)
-#include "compare/fit/begin_avx2.inc"
-namespace avx2 {
-namespace {
-#define TERVOLANDA_AVX2
-#include "compare/pairing/pairing_kernels_body.inc"
-#undef TERVOLANDA_AVX2
-}  // namespace
-}  // namespace avx2
-#include "compare/fit/end_target.inc"
-
-#include "compare/fit/begin_avx512.inc"
-namespace avx512 {
-namespace {
-#define TERVOLANDA_AVX512
-#include "compare/pairing/pairing_kernels_body.inc"
-#undef TERVOLANDA_AVX512
-}  // namespace
-}  // namespace avx512
-#include "compare/fit/end_target.inc"
-#endif
+#define TERVOLANDA_BODY "compare/pairing/pairing_kernels_body.inc"
+#include "compare/fit/each_instruction_set.inc"
 
 const PairingKernels& pairingKernels(InstructionSet set) {
 #if defined(TERVOLANDA_X86)
