@@ -79,23 +79,28 @@ class StretchMaker {
 
     void add(const MatchedPair& at, std::uint32_t domain) { add(at, at, domain); }
     // The pairs of a list are a hundred residues each, but a few pieces that are stretches in both
-    // chains.
+    // chains.  Both places are compared at once.
     void add(std::span<const MatchedPair> pairs, std::uint32_t domain) {
         for (std::size_t k = 0; k < pairs.size();) {
-            const auto [e, p, iteration] = pairs[k];
+            const std::uint32_t e = pairs[k].experiment, p = pairs[k].prediction;
             const std::size_t most =
                 std::min({pairs.size() - k, std::size_t{experiment_.stretchEnd[e] - e},
                           std::size_t{prediction_.stretchEnd[p] - p}});
+            std::uint64_t next = placeOf(pairs[k]) + kOneFurther;
             std::size_t length = 1;
-            while (length < most && pairs[k + length].experiment == e + length &&
-                   pairs[k + length].prediction == p + length)
-                ++length;
+            for (; length < most && placeOf(pairs[k + length]) == next; ++length)
+                next += kOneFurther;
             add(pairs[k], pairs[k + length - 1], domain);
             k += length;
         }
     }
 
  private:
+    static constexpr std::uint64_t kOneFurther = std::uint64_t{1} << 32 | 1U;
+    static std::uint64_t placeOf(const MatchedPair& at) {
+        return std::uint64_t{at.prediction} << 32 | at.experiment;
+    }
+
     // Pairs from `first` to `last` that follow each other.
     void add(const MatchedPair& first, const MatchedPair& last, std::uint32_t domain) {
         const bool goesOn = !stretches_.empty() && stretches_.back().domain == domain &&

