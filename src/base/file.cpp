@@ -287,6 +287,10 @@ void OutputFile::write(std::string_view text) {
     if (std::fwrite(text.data(), 1, text.size(), file_.get()) != text.size()) failed_ = true;
 }
 
+void OutputFile::writeAtOnce() {
+    if (file_) std::setvbuf(file_.get(), nullptr, _IONBF, 0);
+}
+
 void OutputFile::print(const char* pattern, ...) {
     std::va_list arguments;
     va_start(arguments, pattern);

@@ -91,6 +91,9 @@ class OutputFile {
     // After a failed write all later ones are skipped, and commit() says so.  A terminal gets "?"
     // for control bytes other than tabs and line ends.
     void write(std::string_view text);
+    // From here on each write() is a call of the system: for who gathers text itself, in blocks of
+    // whole pages.
+    void writeAtOnce();
     [[gnu::format(printf, 2, 3)]] void print(const char* pattern, ...);
     // Makes a new file executable for everybody (mode 0755): 0, or the error number.  What is
     // written directly keeps its mode: it may be anybody's.

@@ -15,6 +15,7 @@
 #include "compare/pairing/pairing_keys.h"
 #include "driver/settings.h"
 #include "export/export.h"
+#include "export/pair_texts.h"
 #include "export/values.h"
 
 namespace tervolanda {

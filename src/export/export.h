@@ -29,6 +29,7 @@
 namespace tervolanda {
 
 class Log;
+class PairTexts;
 
 // Which model stands at which position of a matrix; lent.
 struct ModelLabels {
@@ -85,39 +86,6 @@ inline constexpr std::string_view kMotionSentence =
 // costs a square root.
 enum class PairDetail : std::uint8_t { None, Figures, Matched, Residues };
 
-// What several forms show alike of a pair, made once, by the first that asks for it: with all forms
-// of a run numbers are most of what they cost.
-class PairTexts {
- public:
-    // Before the first pair.  The inputs are lent.
-    void start(const RunInputs& inputs);
-    // The pair is lent, and the texts are its own, until the next.
-    void next(const PairResult& pair) {
-        pair_ = &pair;
-        json_.clear();
-    }
-
-    // The pair as an object of JSON, in two parts: between them is room for members that a form
-    // adds, each after a comma.
-    struct Object {
-        std::string_view head, tail;
-    };
-    Object json();
-
- private:
-    void makeJson();
-
-    // Members that an input contributes as the experiment and as the prediction.
-    struct InputKeys {
-        std::string first, second;
-    };
-    const RunInputs* inputs_ = nullptr;
-    std::vector<InputKeys> keys_;
-    const PairResult* pair_ = nullptr;
-    std::string json_;  // empty until it is asked for
-    std::size_t headOfJson_ = 0;
-};
-
 // One file of one form.
 //
 // RunExports makes it when the inputs of a run are known, and calls from one thread start(), take()
@@ -131,7 +99,7 @@ class PairTexts {
 // the first, and commit() tells.
 class ExportFile {
  public:
-    explicit ExportFile(std::string path) : path_(std::move(path)), file_(path_) {}
+    explicit ExportFile(std::string path);
     ExportFile(const ExportFile&) = delete;
     ExportFile& operator=(const ExportFile&) = delete;
     virtual ~ExportFile() = default;
@@ -171,14 +139,15 @@ class ExportFile {
     std::string& text() { return text_; }
     // Hands the text on when there is enough of it.
     void pace() {
-        if (text_.size() >= kBlock) flush();
+        if (text_.size() >= kBlock) writeBlocks();
     }
 
  private:
-    // Bytes that are gathered before they are written.  Rows are small; this many make a call of
-    // the system worth its while, and stay in the cache of the processor.
+    // Bytes that are gathered before they are written, and this many or a multiple at a time: what
+    // begins and ends within a page costs the system half as much again.  Rows are small; so much
+    // makes a call worth its while, and stays in the cache of the processor.
     static constexpr std::size_t kBlock = std::size_t{1} << 16;
-    void flush();
+    void writeBlocks();
 
     std::string path_;
     std::optional<OutputFile> file_;

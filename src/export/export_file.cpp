@@ -5,13 +5,19 @@
 
 namespace tervolanda {
 
-void ExportFile::flush() {
-    file_->write(text_);
-    text_.clear();
+ExportFile::ExportFile(std::string path) : path_(std::move(path)), file_(path_) {
+    file_->writeAtOnce();
+}
+
+void ExportFile::writeBlocks() {
+    const std::size_t whole = text_.size() - text_.size() % kBlock;
+    file_->write(std::string_view(text_).substr(0, whole));
+    text_.erase(0, whole);
 }
 
 bool ExportFile::commit() {
-    flush();
+    file_->write(text_);
+    text_.clear();
     return file_->commit();
 }
 

@@ -10,10 +10,12 @@
 #include <cmath>
 #include <concepts>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "chain/chain.h"
 
@@ -31,16 +33,29 @@ char* writeNumber(char* at, Count value) {
     return std::to_chars(at, at + kMostNumber, value).ptr;
 }
 
-// The same at the end of a text.
-template <typename Number>
-void appendNumber(std::string& text, Number value) {
-    // Zeros that become the text: a copy of its own length would cost a call.
-    constexpr std::array<char, kMostNumber> kRoom{};
-    const std::size_t start = text.size();
-    text.append(kRoom.data(), kRoom.size());
-    const char* const end = writeNumber(&text[start], value);
-    text.resize(static_cast<std::size_t>(end - text.data()));
-}
+// A number as text, or another text as short; empty for none.  Putting it touches kMostNumber
+// bytes: a copy of its own length would cost a call.
+struct ShortText {
+    std::array<char, kMostNumber> bytes{};
+    std::uint8_t size = 0;
+};
+
+// A text of any length that is copied sixteen bytes at a time, for the same reason.
+class PaddedText {
+ public:
+    static constexpr std::size_t kStep = 16;
+
+    explicit PaddedText(std::string text) : size_(text.size()), bytes_(std::move(text)) {
+        bytes_.resize((size_ + kStep - 1) / kStep * kStep);
+    }
+    std::size_t size() const { return size_; }
+    std::size_t room() const { return bytes_.size(); }  // what putting it touches
+    const char* bytes() const { return bytes_.data(); }
+
+ private:
+    std::size_t size_;
+    std::string bytes_;
+};
 
 // Puts a piece of text together where room has been made for all of it.  Rows of pairs are written
 // by the million, and asking a string for room costs as much as what is written.
@@ -55,6 +70,19 @@ class TextCursor {
         std::memcpy(at_, text, Size - 1);
         at_ += Size - 1;
     }
+    void put(std::string_view text) {
+        std::memcpy(at_, text.data(), text.size());
+        at_ += text.size();
+    }
+    void put(const ShortText& text) {
+        std::memcpy(at_, text.bytes.data(), text.bytes.size());
+        at_ += text.size;
+    }
+    void put(const PaddedText& text) {
+        for (std::size_t i = 0; i < text.room(); i += PaddedText::kStep)
+            std::memcpy(at_ + i, text.bytes() + i, PaddedText::kStep);
+        at_ += text.size();
+    }
     // REQUIRES: a number that is finite.
     template <typename Number>
     void number(Number value) {
@@ -64,6 +92,21 @@ class TextCursor {
  private:
     char* at_;
 };
+
+// Appends what `put`, which is given a cursor, puts into room for `most` bytes.
+template <typename Cursor = TextCursor, typename Put>
+void appendWithin(std::string& text, std::size_t most, const Put& put) {
+    const std::size_t start = text.size();
+    text.resize(start + most);
+    Cursor cursor(&text[start]);
+    put(cursor);
+    text.resize(static_cast<std::size_t>(cursor.at() - text.data()));
+}
+
+template <typename Number>
+void appendNumber(std::string& text, Number value) {
+    appendWithin(text, kMostNumber, [value](TextCursor& at) { at.number(value); });
+}
 
 // The length of the character that UTF-8 text begins with, in bytes; 0 where it begins with none.
 // REQUIRES: the text is not empty.

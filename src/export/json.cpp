@@ -14,6 +14,7 @@
 
 #include "export/export.h"
 #include "export/json_text.h"
+#include "export/pair_texts.h"
 
 namespace tervolanda {
 
@@ -25,9 +26,9 @@ std::string motionMember() {
 }
 
 // What each input contributes to its pairs: "id1":..., "file1":... and so on where it is the
-// experiment, with 2 where it is the prediction.
-std::string inputKeys(const InputStructure& input, char number) {
-    std::string text;
+// experiment, with 2 where it is the prediction; after the bracket or a comma.
+PaddedText inputKeys(const InputStructure& input, char number) {
+    std::string text(1, number == '1' ? '{' : ',');
     const auto key = [&text, number](std::string_view name) {
         text += '"';
         text += name;
@@ -45,7 +46,7 @@ std::string inputKeys(const InputStructure& input, char number) {
     text += ',';
     key("length");
     appendJson(text, input.length);
-    return text;
+    return PaddedText(std::move(text));
 }
 
 // Members of pairs, each after a comma or a bracket, with names that need no escapes.
@@ -81,47 +82,57 @@ class Members : public TextCursor {
     }
 };
 
-// What a run knows of each pair.
-void appendFigures(std::string& text, const PairResult& pair, const RunInputs& inputs) {
-    constexpr std::size_t kMostMembers = 24;
-    constexpr std::size_t kLongestKey = 16;
-    std::array<char, kMostMembers*(kLongestKey + kMostNumber)> room;
-    Members members(room.data());
+// The keys of PairTexts::figures(), each after a comma.
+constexpr auto kFigureKeys = [] {
+    std::array<ShortText, kPairFigures> keys{};
+    for (std::size_t k = 0; k < keys.size(); ++k) {
+        const auto put = [&key = keys[k]](char c) { key.bytes[key.size++] = c; };
+        put(',');
+        put('"');
+        for (const char c : kFigureNames[k])
+            put(c);
+        put('"');
+        put(':');
+    }
+    return keys;
+}();
+
+// What a run knows of each pair: at most so many members, none with a longer key.
+constexpr std::size_t kFigureRoom = (5 + kPairFigures + kMeasures.size() + 2) * (16 + kMostNumber);
+
+void addFigures(Members& members, const PairResult& pair,
+                const std::array<ShortText, kPairFigures>& figures, const RunInputs& inputs) {
     members.add(R"(,"mapped":)", pair.mapped);
     members.add(R"(,"pairs":)", pair.pairs);
-    members.add(R"(,"rmsd":)", pair.rmsd);
-    members.add(R"(,"grmsd":)", pair.grmsd);
-    members.add(R"(,"maxsub":)", pair.maxsub);
-    members.add(R"(,"tm1":)", pair.tm1);
-    members.add(R"(,"tm2":)", pair.tm2);
-    members.add(R"(,"msi":)", pair.msi);
-    members.add(R"(,"gdt":)", pair.gdt);
-    members.add(R"(,"rrmsd":)", pair.rrmsd);
-    members.add(R"(,"urmsd":)", pair.urmsd);
-    members.add(R"(,"rurmsd":)", pair.rurmsd);
-    members.add(R"(,"contacts":)", pair.contacts);
-    members.add(R"(,"cutoff":)", pair.cutoff);
+    for (std::size_t k = 0; k < kPairFigures; ++k) {
+        members.put(kFigureKeys[k]);
+        if (figures[k].size > 0) {
+            members.put(figures[k]);
+        } else {
+            members.put("null");
+        }
+    }
     if (inputs.pairsBySequence) {
         members.add(R"(,"identity":)", pair.identity);
         members.add(R"(,"coverage1":)", pair.coverage1);
         members.add(R"(,"coverage2":)", pair.coverage2);
     }
-    text.append(room.data(), members.at());
     for (const Measure measure : kMeasures) {
         if (!inputs.measures.has(measure)) continue;
-        text += ",\"";
-        text += measureName(measure);
-        text += "\":";
-        appendJson(text, figureOf(pair.measures, measure));
+        members.put(R"(,")");
+        members.put(measureName(measure));
+        members.add(R"(":)", figureOf(pair.measures, measure));
     }
+    members.add(R"(,"domains":)", pair.domains);
+    members.put(R"(,"status":")");
+    members.put(statusWord(pair.status));
+    members.put('"');
 }
 
 // The rotation row by row, both centres, and the translation c1 - R c2.
-void addMotion(JsonObject& object, const Superposition& motion) {
-    constexpr std::size_t kNumbers = 18;
-    constexpr std::size_t kKeys = 64;
-    std::array<char, kNumbers*(kMostNumber + 2) + kKeys> room;
-    Members members(room.data());
+constexpr std::size_t kMotionRoom = 18 * (kMostNumber + 2) + 64;
+
+void addMotion(Members& members, const Superposition& motion) {
     const std::span rotation(motion.rotation);
     members.put(R"("rotation":[)");
     members.addTriple(rotation.subspan<0, 3>());
@@ -135,69 +146,62 @@ void addMotion(JsonObject& object, const Superposition& motion) {
     members.addTriple(motion.experimentCentre);
     members.put(R"(,"centre2":)");
     members.addTriple(motion.predictionCentre);
-    object.keys({room.data(), members.at()});
 }
 
-// A residue number, or with an insertion code a string.
-void appendJsonResidue(std::string& text, ResidueId residue) {
-    if (residue.insertionCode == ' ') return appendJson(text, residue.number);
-    std::string name;
+// A residue number, or with an insertion code, which is rare, a string.
+void addResidue(Members& members, ResidueId residue) {
+    if (residue.insertionCode == ' ') return members.number(residue.number);
+    std::string name, text;
     appendResidue(name, residue);
     appendJson(text, name);
+    members.put(text);
 }
 
 // What a pair of complexes adds: the names of the two chains.
-void appendChains(std::string& text, const InputStructure& first, const InputStructure& second,
-                  ResidueId a, ResidueId b) {
-    if (first.subunits.empty() && second.subunits.empty()) return;
+std::string chainMembers(const InputStructure& first, const InputStructure& second, ResidueId a,
+                         ResidueId b) {
+    std::string text;
+    if (first.subunits.empty() && second.subunits.empty()) return text;
     text += ',';
     appendJson(text, chainOf(first, a));
     text += ',';
     appendJson(text, chainOf(second, b));
-}
-
-// The four residues and the domain.  Insertion codes are rare.
-void appendStretch(std::string& text, const MatchedStretch& at) {
-    const std::array<ResidueId, 4> residues = {at.experimentFirst, at.experimentLast,
-                                               at.predictionFirst, at.predictionLast};
-    std::array<char, 5 * (kMostNumber + 1)> room;
-    TextCursor cursor(room.data());
-    for (const ResidueId residue : residues) {
-        if (residue.insertionCode == ' ') {
-            cursor.number(residue.number);
-        } else {
-            text.append(room.data(), cursor.at());
-            cursor = TextCursor(room.data());
-            appendJsonResidue(text, residue);
-        }
-        cursor.put(',');
-    }
-    cursor.number(at.domain);
-    text.append(room.data(), cursor.at());
+    return text;
 }
 
 // Stretches of matched residues, which are long where a model is right: [first 1, last 1, first 2,
 // last 2, domain], and the chains of complexes.
 void appendMatched(std::string& text, const InputStructure& first, const InputStructure& second,
                    const std::vector<MatchedStretch>& stretches) {
-    text += '[';
+    text += R"(,"matched":[)";
     bool isFirst = true;
     for (const MatchedStretch& at : stretches) {
         if (at.domain == 0) continue;
-        text += isFirst ? "[" : ",[";
+        const std::string chains =
+            chainMembers(first, second, at.experimentFirst, at.predictionFirst);
+        appendWithin<Members>(
+            text, 5 * (kMostNumber + 1) + chains.size() + 3, [&](Members& members) {
+                if (!isFirst) members.put(',');
+                members.put('[');
+                for (const ResidueId residue : {at.experimentFirst, at.experimentLast,
+                                                at.predictionFirst, at.predictionLast}) {
+                    addResidue(members, residue);
+                    members.put(',');
+                }
+                members.number(at.domain);
+                members.put(chains);
+                members.put(']');
+            });
         isFirst = false;
-        appendStretch(text, at);
-        appendChains(text, first, second, at.experimentFirst, at.predictionFirst);
-        text += ']';
     }
     text += ']';
 }
 
 // Of complexes the names of the chains that belong together, [chain 1, chain 2].
-void addChainPairs(JsonObject& object, std::string& text, const InputStructure& first,
-                   const InputStructure& second, const std::vector<SubunitPair>& pairs) {
+void appendChainPairs(std::string& text, const InputStructure& first, const InputStructure& second,
+                      const std::vector<SubunitPair>& pairs) {
     if (first.subunits.empty() && second.subunits.empty()) return;
-    object.key("chain_pairs");
+    text += R"(,"chain_pairs":)";
     appendJsonList(text, std::span(pairs), [&](const SubunitPair& pair) {
         const ResidueId a{.subunit = pair.experiment}, b{.subunit = pair.prediction};
         text += '[';
@@ -210,17 +214,21 @@ void addChainPairs(JsonObject& object, std::string& text, const InputStructure& 
 
 // The first domain's motion stands in the pair itself, where readers of runs with one domain find
 // it; those of others, by -i, follow in a list.
-void addSuperpositions(JsonObject& object, std::string& text, const PairResult& pair) {
-    if (pair.superpositions.empty()) return;
-    addMotion(object, pair.superpositions.front());
-    if (pair.superpositions.size() == 1) return;
-    object.key("further_domains");
-    appendJsonList(text, std::span(pair.superpositions).subspan(1),
-                   [&text](const Superposition& motion) {
-                       JsonObject domain(text);
-                       addMotion(domain, motion);
-                       domain.end();
-                   });
+void appendSuperpositions(std::string& text, const std::vector<Superposition>& motions) {
+    if (motions.empty()) return;
+    appendWithin<Members>(text, kMotionRoom, [&motions](Members& members) {
+        members.put(',');
+        addMotion(members, motions.front());
+    });
+    if (motions.size() == 1) return;
+    text += R"(,"further_domains":)";
+    appendJsonList(text, std::span(motions).subspan(1), [&text](const Superposition& motion) {
+        appendWithin<Members>(text, kMotionRoom, [&motion](Members& members) {
+            members.put('{');
+            addMotion(members, motion);
+            members.put('}');
+        });
+    });
 }
 
 }  // namespace
@@ -245,21 +253,21 @@ PairTexts::Object PairTexts::json() {
 // the motions.
 void PairTexts::makeJson() {
     const PairResult& pair = *pair_;
-    std::string& text = json_;
-    JsonObject object(text);
-    object.keys(keys_[pair.experiment].first);
-    object.keys(keys_[pair.prediction].second);
-    appendFigures(text, pair, *inputs_);
-    object.add("domains", pair.domains);
-    object.add("status", statusWord(pair.status));
+    const PaddedText& firstKeys = keys_[pair.experiment].first;
+    const PaddedText& secondKeys = keys_[pair.prediction].second;
+    const std::size_t most = firstKeys.room() + secondKeys.room() + kFigureRoom;
+    appendWithin<Members>(json_, most, [&](Members& members) {
+        members.put(firstKeys);
+        members.put(secondKeys);
+        addFigures(members, pair, figures(), *inputs_);
+    });
     const InputStructure& first = inputs_->structures[pair.experiment];
     const InputStructure& second = inputs_->structures[pair.prediction];
-    addChainPairs(object, text, first, second, pair.subunits);
-    object.key("matched");
-    appendMatched(text, first, second, pair.stretches);
-    headOfJson_ = text.size();
-    addSuperpositions(object, text, pair);
-    object.end();
+    appendChainPairs(json_, first, second, pair.subunits);
+    appendMatched(json_, first, second, pair.stretches);
+    headOfJson_ = json_.size();
+    appendSuperpositions(json_, pair.superpositions);
+    json_ += '}';
 }
 
 namespace {

@@ -15,6 +15,7 @@
 #include "base/format.h"
 #include "export/export.h"
 #include "export/json_text.h"
+#include "export/pair_texts.h"
 #include "export/tree_nodes.h"
 #include "export/values.h"
 

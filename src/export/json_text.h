@@ -66,12 +66,6 @@ class JsonObject {
         text_ += name;
         text_ += "\":";
     }
-    // Keys and values as they stand in `text`, without the comma before them.
-    void keys(std::string_view text) {
-        if (!isFirst_) text_ += ',';
-        isFirst_ = false;
-        text_ += text;
-    }
     template <typename Value>
     void add(std::string_view name, const Value& value) {
         key(name);

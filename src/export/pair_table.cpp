@@ -5,7 +5,6 @@
 // of different measures can be put together, and a script may count on a column's place.  Only what
 // an option adds to every pair stands after them.
 #include <array>
-#include <cmath>
 #include <cstdint>
 #include <optional>
 #include <utility>
@@ -13,6 +12,7 @@
 
 #include "export/export.h"
 #include "export/export_text.h"
+#include "export/pair_texts.h"
 
 namespace tervolanda {
 
@@ -25,15 +25,18 @@ class PairTable final : public ExportFile {
     using ExportFile::ExportFile;
 
     PairDetail pairDetail() const override { return PairDetail::Figures; }
+    void share(PairTexts& texts) override { texts_ = &texts; }
     void start(const RunInputs& inputs) override;
     void take(const PairResult& pair) override;
 
  private:
-    // What an input contributes to its rows, between tabs, escaped.
+    // What an input contributes to its rows, escaped, each with its tab.
     struct Columns {
-        std::string id, file, chain, length;
+        PaddedText id, file, chain, length;
+        std::size_t room() const { return id.room() + file.room() + chain.room() + length.room(); }
     };
     std::vector<Columns> inputs_;  // by position among the inputs
+    PairTexts* texts_ = nullptr;
     bool hasSequences_ = false;
     MeasureSet measures_;
 };
@@ -53,42 +56,44 @@ void PairTable::start(const RunInputs& inputs) {
     text() += '\n';
     inputs_.reserve(inputs.structures.size());
     for (const InputStructure& input : inputs.structures) {
-        Columns columns;
-        appendCell(columns.id, input.id);
-        appendField(columns.file, input.file);
-        appendField(columns.chain, input.chain);
-        appendCell(columns.length, input.length);
-        inputs_.push_back(std::move(columns));
+        const auto column = [](const auto& append, const auto& value) {
+            std::string text;
+            append(text, value);
+            text += '\t';
+            return PaddedText(std::move(text));
+        };
+        const auto cell = [](std::string& text, const auto& value) { appendCell(text, value); };
+        inputs_.push_back({column(cell, input.id), column(appendField, input.file),
+                           column(appendField, input.chain), column(cell, input.length)});
     }
 }
 
 void PairTable::take(const PairResult& pair) {
+    const Columns& first = inputs_[pair.experiment];
+    const Columns& second = inputs_[pair.prediction];
+    // Mapped and fitted pairs, twelve figures, the domains and the status, each with its tab.
+    constexpr std::size_t kNumbers = (2 + kPairFigures + 2) * (kMostNumber + 1);
     std::string& row = text();
-    // Each column of both inputs side by side: id1, id2, file1, file2 ...
-    for (const auto column : {&Columns::id, &Columns::file, &Columns::chain, &Columns::length}) {
-        for (const std::size_t input : {pair.experiment, pair.prediction}) {
-            row += inputs_[input].*column;
-            row += '\t';
+    appendWithin(row, first.room() + second.room() + kNumbers, [&](TextCursor& cells) {
+        // Each column of both inputs side by side: id1, id2, file1, file2 ...
+        for (const auto column :
+             {&Columns::id, &Columns::file, &Columns::chain, &Columns::length}) {
+            cells.put(first.*column);
+            cells.put(second.*column);
         }
-    }
-    // Mapped and fitted pairs, twelve figures and the domains, each with its tab.
-    std::array<char, 15 * (kMostNumber + 1)> room;
-    TextCursor cells(room.data());
-    const auto addCount = [&cells](std::optional<std::uint32_t> count) {
-        if (count) cells.number(*count);
-        cells.put('\t');
-    };
-    addCount(pair.mapped);
-    addCount(pair.pairs);
-    for (const auto* value :
-         {&pair.rmsd, &pair.grmsd, &pair.maxsub, &pair.tm1, &pair.tm2, &pair.msi, &pair.gdt,
-          &pair.rrmsd, &pair.urmsd, &pair.rurmsd, &pair.contacts, &pair.cutoff}) {
-        if (*value && std::isfinite(**value)) cells.number(**value);
-        cells.put('\t');
-    }
-    addCount(pair.domains);
-    row.append(room.data(), cells.at());
-    row += statusWord(pair.status);
+        const auto addCount = [&cells](std::optional<std::uint32_t> count) {
+            if (count) cells.number(*count);
+            cells.put('\t');
+        };
+        addCount(pair.mapped);
+        addCount(pair.pairs);
+        for (const ShortText& figure : texts_->figures()) {
+            cells.put(figure);
+            cells.put('\t');
+        }
+        addCount(pair.domains);
+        cells.put(statusWord(pair.status));
+    });
     if (hasSequences_) {
         for (const auto& value : {pair.identity, pair.coverage1, pair.coverage2}) {
             row += '\t';
