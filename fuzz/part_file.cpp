@@ -81,6 +81,10 @@ void requireFinite(const Matrix<Value>& matrix) {
     }
 }
 
+SetSizes sizesOf(const PreparedList& list, BatchPair pair) {
+    return {list.sets()[pair.experiment].size(), list.sets()[pair.prediction].size()};
+}
+
 // The outcomes of the pairs of a list, which the part may have too few of.
 void merge(PartReader part) {
     static const ChainList list = models();
@@ -94,8 +98,7 @@ void merge(PartReader part) {
             case PartKind::Gdt:
             case PartKind::GdtWithSearches: {
                 const auto give = [&](BatchPair pair, GdtOutcome& outcome) {
-                    require(part.next(prepared.sets()[pair.experiment].size(),
-                                      prepared.sets()[pair.prediction].size(), outcome));
+                    require(part.next(sizesOf(prepared, pair), outcome));
                 };
                 requireFinite(collectAllGdt(prepared, {}, give, captured.log, captured.report).gdt);
                 break;
@@ -116,8 +119,7 @@ void merge(PartReader part) {
             case PartKind::MaxSubWithSearches: {
                 Bounds bounds(prepared);
                 const auto give = [&](BatchPair pair, ComparisonResult& result) {
-                    require(part.next(prepared.sets()[pair.experiment].size(),
-                                      prepared.sets()[pair.prediction].size(), result));
+                    require(part.next(sizesOf(prepared, pair), result));
                 };
                 requireFinite(
                     collectAllMaxSub(prepared, {}, {&bounds}, give, captured.log, captured.report)
@@ -140,7 +142,7 @@ std::optional<std::string> rewritten(PartReader part, const std::string& path) {
         switch (part.header().kind) {
             case PartKind::Gdt:
             case PartKind::GdtWithSearches:
-                if (!part.next(20, 20, gdt)) return std::nullopt;
+                if (!part.next({20, 20}, gdt)) return std::nullopt;
                 writer.add(gdt);
                 break;
             case PartKind::Rmsd:
@@ -152,7 +154,7 @@ std::optional<std::string> rewritten(PartReader part, const std::string& path) {
                 writer.add(measured);
                 break;
             default:
-                if (!part.next(20, 20, result)) return std::nullopt;
+                if (!part.next({20, 20}, result)) return std::nullopt;
                 writer.add(result);
         }
     }

@@ -86,6 +86,11 @@ PairViewer* viewerOfMerge(RunExports& exports) {
     return exports.showsPairs() ? exports.viewer() : nullptr;
 }
 
+// What a merged pair's positions are held against.
+SetSizes sizesOf(const PreparedList& models, BatchPair pair) {
+    return {models.sets()[pair.experiment].size(), models.sets()[pair.prediction].size()};
+}
+
 // Each batch is computed, or merged from the parts of an earlier computation: then give() takes the
 // outcomes out of the parts in the very order in which the batch asks for them, and all that
 // follows is that of the ordinary run.
@@ -100,8 +105,7 @@ MaxSubBatch maxSubOfAll(const PreparedList& models, PairRecorder* recorder,
     PairViewer* const viewer = viewerOfMerge(exports);
     MergedPairs merged(settings, models.models(), log);
     const auto give = [&](BatchPair pair, ComparisonResult& result) {
-        merged.next(models.sets()[pair.experiment].size(), models.sets()[pair.prediction].size(),
-                    result);
+        merged.next(sizesOf(models, pair), result);
         if (viewer == nullptr) exports.count(result.hasFit());
     };
     MaxSubBatch batch = collectAllMaxSub(models, parameters, {recorder, viewer}, give, log, report);
@@ -119,8 +123,7 @@ GdtBatch gdtOfAll(const PreparedList& models, const Settings& settings, RunExpor
     PairViewer* const viewer = viewerOfMerge(exports);
     MergedPairs merged(settings, models.models(), log);
     const auto give = [&](BatchPair pair, GdtOutcome& outcome) {
-        merged.next(models.sets()[pair.experiment].size(), models.sets()[pair.prediction].size(),
-                    outcome);
+        merged.next(sizesOf(models, pair), outcome);
         if (viewer == nullptr) exports.count(outcome.hasFit);
     };
     GdtBatch batch = collectAllGdt(models, parameters, give, log, report, viewer);

@@ -10,12 +10,9 @@
 // printed, to the last digit of every sum that is made of them.
 #pragma once
 
-#include <cerrno>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <optional>
-#include <span>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -23,8 +20,11 @@
 
 #include "base/file.h"
 #include "resultfiles/resultfiles.h"
+#include "resultfiles/spool_file.h"
 
 namespace tervolanda {
+
+struct HeaderFront;
 
 // What a record holds of a pair; those with searches hold all that files of pairs show.  The
 // numbers are those in the file.
@@ -79,32 +79,32 @@ std::uint32_t chainChecksum(const Chain& chain);
 class PartWriter {
  public:
     PartWriter(std::string path, PartKind kind);
-    ~PartWriter();
-    PartWriter(const PartWriter&) = delete;
-    PartWriter& operator=(const PartWriter&) = delete;
 
     void add(const ComparisonResult& result);
     void add(const GdtOutcome& outcome);
     void add(const MeasuredOutcome& outcome);
     void add(const RmsdCells& cells);
-    std::uint64_t records() const { return records_; }
     // Why commit() would fail as things are: an error number, 0 where nothing speaks against it.
-    int whyNotWritable() const { return failed_ ? EIO : tervolanda::whyNotWritable(path_); }
+    int whyNotWritable() const;
     // Writes the part; the header's kind and records are those that were added.  False when not
     // every byte arrived.
     bool commit(PartHeader header);
 
  private:
-    void append(std::string_view bytes);
+    template <typename Outcome>
+    void addRecord(const Outcome& outcome);
 
     std::string path_;
     PartKind kind_;
-    FileHandle spool_;
+    SpoolFile spool_;
     std::string record_;  // scratch
     std::uint64_t records_ = 0;
-    std::uint64_t bytes_ = 0;
-    // Whether a write to the spool has failed, or there is no spool.
-    bool failed_ = false;
+};
+
+// The records of the coordinate sets of a pair, which its matched pairs are positions in.
+struct SetSizes {
+    std::size_t experiment = 0;
+    std::size_t prediction = 0;
 };
 
 // A part that is whole.  Records come in the order in which they were added.
@@ -121,8 +121,8 @@ class PartReader {
     // has pairs, rmsd, maxsub, tm and, of the kind with superpositions, that of the first iteration
     // and the matched pairs, which lie within sets of these sizes; of the kinds with searches all
     // but the partners.
-    bool next(std::size_t experimentSize, std::size_t predictionSize, ComparisonResult& result);
-    bool next(std::size_t experimentSize, std::size_t predictionSize, GdtOutcome& outcome);
+    bool next(const SetSizes& sizes, ComparisonResult& result);
+    bool next(const SetSizes& sizes, GdtOutcome& outcome);
     bool next(MeasuredOutcome& outcome);
     bool next(RmsdCells& cells);
     // After the last record: whether every byte was read again as it was checked.
@@ -131,16 +131,12 @@ class PartReader {
  private:
     PartReader() = default;
     bool read(void* target, std::size_t size);
-    std::optional<std::string> readHeader();
-    std::optional<std::string> readHeaderTail();
-    std::optional<std::string> checkHeader() const;
-    std::optional<std::string> checkRecords();
-    // Takes so many bytes of a record; empty where there are fewer.
+    std::optional<bool> isChecksumRight();
+    std::optional<FormatError> readHeader();
+    std::optional<FormatError> readHeaderTail(const HeaderFront& front);
+    std::optional<FormatError> checkRecords();
+    // Takes so many bytes of the records; empty where there are fewer.
     std::string_view take(std::size_t size);
-    bool readMeasures(std::uint32_t given, MeasureValues& measures);
-    bool readSearch(std::size_t experimentSize, std::size_t predictionSize,
-                    ComparisonResult& result);
-    bool readRuns(std::size_t experimentSize, std::size_t predictionSize, ComparisonResult& result);
 
     FileHandle file_;
     PartHeader header_;
@@ -150,7 +146,7 @@ class PartReader {
     std::uint32_t headerChecksum_ = 0;  // of all bytes before the records
     std::uint32_t checksum_ = 0;        // of all bytes read so far
     std::uint32_t fileChecksum_ = 0;    // of the whole file
-    std::string fields_;                // scratch
+    std::string bytes_;                 // scratch
 };
 
 }  // namespace tervolanda

@@ -3,19 +3,13 @@
 // comes, and read back where its record is due.  Residue pairs nearly always form long diagonal
 // runs and are kept as such.
 //
-// The file has no name (it is gone with the process, however that ends) and is on the file system
-// of the result, which has to have the room anyway.  A pair takes 128 bytes there and 12 for each
-// run.
+// A pair takes 128 bytes of the file and 12 for each run.
 #include "resultfiles/transformation_spool.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <cassert>
-#include <cstdio>
-#include <cstdlib>
-
-#include "compare/compare.h"
+#include <span>
+#include <string_view>
+#include <type_traits>
 
 namespace tervolanda {
 
@@ -28,47 +22,20 @@ struct SpoolRecord {
     std::uint64_t runs = 0;
 };
 
-// Where the space for the result is; none beside a device.
-FileHandle openSpoolBeside(const std::string& path) {
-    struct stat status {};
-    if (lstat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) return nullptr;
-    return openUnnamedBeside(path);
-}
-
-// Reads at an offset, whatever the position of the stream; one call may give fewer bytes than asked
-// for.
-bool readAt(int descriptor, void* target, std::size_t size, std::uint64_t offset) {
-    auto* bytes = static_cast<char*>(target);
-    while (size > 0) {
-        const ssize_t got = pread(descriptor, bytes, size, static_cast<off_t>(offset));
-        if (got <= 0) return false;
-        bytes += got;
-        size -= static_cast<std::size_t>(got);
-        offset += static_cast<std::size_t>(got);
-    }
-    return true;
+// The bytes of values as they lie in memory.
+template <typename Value>
+std::string_view bytesOf(std::span<const Value> values) {
+    static_assert(std::is_trivially_copyable_v<Value>);
+    return {reinterpret_cast<const char*>(values.data()), values.size_bytes()};
 }
 
 }  // namespace
 
 TransformationSpool::Storage::Storage(const std::string& path,
                                       std::span<const CoordinateSet> models)
-    : file_(openSpoolBeside(path)), models_(models) {
+    : file_(path), models_(models) {
     const std::size_t size = models.size();
     if (size > 1) pairs_.resize(size * (size - 1) / 2);
-    if (!file_) file_.reset(std::tmpfile());
-    failed_ = !file_;
-}
-
-bool TransformationSpool::Storage::flush() {
-    if (!failed_ && std::fflush(file_.get()) != 0) failed_ = true;
-    return !failed_;
-}
-
-void TransformationSpool::Storage::append(const void* bytes, std::size_t size) {
-    if (failed_ || size == 0) return;
-    if (std::fwrite(bytes, 1, size, file_.get()) != size) failed_ = true;
-    end_ += size;
 }
 
 void TransformationSpool::Storage::collectRuns(BatchPair pair,
@@ -81,22 +48,18 @@ void TransformationSpool::Storage::collectRuns(BatchPair pair,
     for (const MatchedPair& match : matched) {
         const std::uint32_t experiment = experiments[match.experiment] + 1;
         const std::uint32_t prediction = predictions[match.prediction] + 1;
-        if (!runs_.empty()) {
-            PairRun& run = runs_.back();
-            if (experiment == run.experiment + run.length &&
-                prediction == run.prediction + run.length) {
-                ++run.length;
-                continue;
-            }
+        if (!runs_.empty() && runs_.back().isContinuedBy(experiment, prediction)) {
+            ++runs_.back().length;
+        } else {
+            runs_.push_back({experiment, prediction, 1});
         }
-        runs_.push_back({experiment, prediction, 1});
     }
 }
 
 void TransformationSpool::Storage::record(BatchPair at, const ComparisonResult& result) {
     assert(at.experiment > at.prediction && at.experiment < models_.size());
     Pair& pair = pairs_[index(at.experiment, at.prediction)];
-    pair.offset = end_;
+    pair.offset = file_.size();
     pair.matched = static_cast<std::uint32_t>(result.matched.size());
     collectRuns(at, result.matched);
     SpoolRecord record;
@@ -104,14 +67,14 @@ void TransformationSpool::Storage::record(BatchPair at, const ComparisonResult& 
     // all.
     if (!result.iterations.empty()) record.superposition = result.iterations[0].superposition;
     record.runs = runs_.size();
-    append(&record, sizeof record);
-    append(runs_.data(), runs_.size() * sizeof(PairRun));
+    file_.append(bytesOf(std::span<const SpoolRecord>(&record, 1)));
+    file_.append(bytesOf(std::span<const PairRun>(runs_)));
 }
 
 bool TransformationSpool::Storage::readSuperposition(std::size_t i, std::size_t j,
                                                      Superposition& superposition) const {
     SpoolRecord record;
-    if (!readAt(fileno(file_.get()), &record, sizeof record, pair(i, j).offset)) return false;
+    if (!file_.read(pair(i, j).offset, &record, sizeof record)) return false;
     superposition = record.superposition;
     return true;
 }
@@ -119,12 +82,11 @@ bool TransformationSpool::Storage::readSuperposition(std::size_t i, std::size_t 
 // Two reads: the number of runs stands before them.
 bool TransformationSpool::Storage::readRuns(std::size_t i, std::size_t j,
                                             std::vector<PairRun>& runs) const {
-    const int descriptor = fileno(file_.get());
     const std::uint64_t offset = pair(i, j).offset;
     SpoolRecord record;
-    if (!readAt(descriptor, &record, sizeof record, offset)) return false;
+    if (!file_.read(offset, &record, sizeof record)) return false;
     runs.resize(static_cast<std::size_t>(record.runs));
-    return readAt(descriptor, runs.data(), runs.size() * sizeof(PairRun), offset + sizeof record);
+    return file_.read(offset + sizeof record, runs.data(), runs.size() * sizeof(PairRun));
 }
 
 TransformationSpool::TransformationSpool(const std::string& path,

@@ -7,22 +7,16 @@
 #include <string>
 #include <vector>
 
-#include "base/file.h"
+#include "resultfiles/pair_run.h"
 #include "resultfiles/resultfiles.h"
+#include "resultfiles/spool_file.h"
 
 namespace tervolanda {
 
-// Residue pairs (experiment + k, prediction + k) for k = 0 .. length - 1; positions count from 1.
-struct PairRun {
-    std::uint32_t experiment = 0;
-    std::uint32_t prediction = 0;
-    std::uint32_t length = 0;
-};
-
-// Records of a pair follow each other in the file: superposition, number of runs, runs.
+// Records of a pair follow each other in the file: superposition, number of runs, runs, whose
+// positions count from 1.
 //
-// Invariant: end_ is the end of what was written, and each pair that was recorded has the offset of
-// its record.  After a failure nothing is added any more, and flush() tells of it.
+// Invariant: each pair that was recorded has the offset of its record.
 class TransformationSpool::Storage {
  public:
     Storage(const std::string& path, std::span<const CoordinateSet> models);
@@ -30,7 +24,7 @@ class TransformationSpool::Storage {
     void record(BatchPair at, const ComparisonResult& result);
 
     // Makes all that was added readable; false when not all of it could be kept.
-    bool flush();
+    bool flush() { return file_.flush(); }
     bool has(std::size_t i, std::size_t j) const { return pair(i, j).offset != kAbsent; }
     std::uint32_t matched(std::size_t i, std::size_t j) const { return pair(i, j).matched; }
     // The parts of a pair that was added; false after a read error.
@@ -48,11 +42,8 @@ class TransformationSpool::Storage {
     static std::size_t index(std::size_t i, std::size_t j) { return i * (i - 1) / 2 + j; }
     const Pair& pair(std::size_t i, std::size_t j) const { return pairs_[index(i, j)]; }
     void collectRuns(BatchPair pair, const std::vector<MatchedPair>& matched);
-    void append(const void* bytes, std::size_t size);
 
-    FileHandle file_;
-    std::uint64_t end_ = 0;
-    bool failed_ = false;
+    SpoolFile file_;
     std::span<const CoordinateSet> models_;
     std::vector<Pair> pairs_;    // row by row below the diagonal: index()
     std::vector<PairRun> runs_;  // scratch
