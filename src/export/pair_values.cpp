@@ -124,14 +124,22 @@ class StretchMaker {
     MatchedPair last_{};
 };
 
+// Complexes are mapped chain by chain, in an order of their own (compare/pairing/mapping.h).
+bool standInOrderOfPrediction(const std::vector<MatchedPair>& matched) {
+    return std::is_sorted(
+        matched.begin(), matched.end(),
+        [](const MatchedPair& a, const MatchedPair& b) { return a.prediction < b.prediction; });
+}
+
 // The pairs of all subsets and, for who looks at distances, those of the first mapping whose
-// residues are in none.
+// residues are in none; as the prediction has its residues, whoever looks.
 void addResidues(const ComparedPair& pair, const ComparisonResult& found, PairDetail detail,
                  PairResult& result) {
     const std::size_t fits = result.superpositions.size();
     StretchMaker stretches(pair, result);
-    if (detail < PairDetail::Residues && found.iterations.size() == 1) {
-        // They stand in mapped order already, and there may be millions of such pairs.
+    if (detail < PairDetail::Residues && found.iterations.size() == 1 &&
+        standInOrderOfPrediction(found.matched)) {
+        // Nothing is to be sorted, and there may be millions of such pairs.
         return stretches.add(found.matched, 1);
     }
     std::vector<const MatchedPair*> inSubset(pair.prediction.size());

@@ -222,11 +222,14 @@ class RmsdPairs : public RmsdFits {
         const auto [i, j] = pair;
         found.rmsd.at(i, j) = cells.rmsd;
         if (measured_.urmsd) found.urmsd.at(i, j) = cells.urmsd;
-        found.pairs.at(i, j) = cells.pairs;
+        // Fewer than three pairs determine no rotation, and the matrix then shows none.
+        found.pairs.at(i, j) = cells.pairs >= kFewestPairs ? cells.pairs : 0U;
         if (viewer_ != nullptr) viewer_->seeRmsd(compared(pair), asListed(pair, cells), {});
     }
 
  private:
+    static constexpr std::uint32_t kFewestPairs = 3;
+
     static RmsdOptions withoutMeasures(RmsdOptions options) {
         options.measures = {};
         return options;
@@ -264,14 +267,11 @@ ListedRmsd RmsdPairs::asListed(BatchPair pair, const RmsdCells& cells) {
 // A pair by a fit of its own.
 RmsdCells RmsdFits::compare(BatchPair pair, BatchWorker& worker) const {
     constexpr double kNoFit = -1.0;
-    constexpr std::uint32_t kFewestPairs = 3;
     RmsdResult& fit = worker.fit;
     compareRmsd(sets[pair.experiment], sets[pair.prediction], options_, worker.workspace,
                 worker.report, fit);
-    // Fewer than three pairs determine no rotation, and the matrix then shows none.
-    const bool isMapped = fit.rmsd || fit.pairs >= kFewestPairs;
     return {static_cast<float>(fit.rmsd.value_or(kNoFit)),
-            static_cast<float>(fit.rmsd ? fit.urmsd : 0.0), isMapped ? fit.pairs : 0U};
+            static_cast<float>(fit.rmsd ? fit.urmsd : 0.0), fit.pairs};
 }
 
 // The range may begin and end within a row, so the rows are filled whole and the outcomes taken

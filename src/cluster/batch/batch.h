@@ -188,11 +188,11 @@ struct PairSlice {
     PairRange range;
 };
 
-// What the matrices of an RmsdBatch hold of a pair.
+// What a comparison by RMSD came to, in the precision of the matrices of an RmsdBatch.
 struct RmsdCells {
-    float rmsd = 0.0F;
+    float rmsd = 0.0F;  // -1 without a fit
     float urmsd = 0.0F;
-    std::uint32_t pairs = 0;
+    std::uint32_t pairs = 0;  // mapped; fewer than 3 are 0 in the matrix, but not to viewers
 };
 
 // The GDT of a pair without a fit, whose cell in the matrix is 0: a fit can have that, too.
