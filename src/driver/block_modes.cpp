@@ -174,7 +174,6 @@ int runBlock(const Settings& settings, const ResidueExclusions& exclusions, Log&
 
 // Reads all models, since a part says of each whether it could be read and what it was.
 int runMissing(const Settings& settings, const ResidueExclusions& exclusions, Log& log) {
-    log.setLogLevel(0);  // nothing but the numbers is to be printed
     const std::string& path = *settings.blocks.missingFolder;
     const ListSummary list = summariseList(settings, log);
     const ChainList models = readModels(settings, exclusions, log, nullptr);
@@ -189,7 +188,7 @@ int runMissing(const Settings& settings, const ResidueExclusions& exclusions, Lo
     if (blocks == 0) {
         abend("No part in '%s' says how many blocks there are: give --block=1/n", path.c_str());
     }
-    log.setLogLevel(1);
+    log.setLogLevel(1);  // from 0 (run.cpp)
     const std::string missing = folder.missing(blocks);
     if (!missing.empty()) log.plain(0, "%s", missing.c_str());
     return EXIT_SUCCESS;
@@ -202,7 +201,6 @@ int runPlan(const Settings& settings, const ResidueExclusions& exclusions, Log& 
     // Enough for a mean over models of different lengths.
     constexpr std::size_t kSample = 21;  // 210 pairs
     constexpr double kSecondsPerMinute = 60.0;
-    log.setLogLevel(0);
     Report report(log, 0);
     const ListSummary list = summariseList(settings, log);
     const ChainList models = readModels(settings, exclusions, log, nullptr);
@@ -223,7 +221,7 @@ int runPlan(const Settings& settings, const ResidueExclusions& exclusions, Log& 
     constexpr double kThreadMemory = 8.0;  // MB
     const double memory =
         peakMemory() + kThreadMemory * static_cast<double>(settings.workforce.threads);
-    log.setLogLevel(1);
+    log.setLogLevel(1);  // from 0 (run.cpp)
     log.plain(0, "blocks=%.0f", blocks);
     log.plain(0, "minutes=%.1f", minutes / blocks);
     log.plain(0, "megabytes=%.0f", std::ceil(memory));

@@ -45,6 +45,8 @@ int compareOrCluster(const Settings& settings, const ResidueExclusions& exclusio
 }
 
 int runMode(const Settings& settings, RunExports& exports, Log& log) {
+    // Before anything is read that would be told of.
+    if (settings.blocks.printsFiguresAlone()) log.setLogLevel(0);
     ResidueExclusions exclusions;
     if (settings.input.exclusionFile) {
         // A file that cannot be read is reported, and the run goes on without it.

@@ -320,11 +320,6 @@ void resolveRun(Arguments& arguments, Settings& settings, Log& log) {
     log.setLogLevel(settings.output.logLevel);
 }
 
-// Runs whose output another program reads, so that nothing else may be among it.
-bool printsOneThing(const BlockSettings& blocks) {
-    return blocks.missingFolder.has_value() || blocks.planMinutes.has_value();
-}
-
 // Everything that is looked up among the arguments, in the order that arguments.h explains.
 TextFlags readOptions(Arguments& arguments, const OwnOptions& own, Settings& settings, Log& log) {
     readFileOptions(arguments, settings);
@@ -377,7 +372,7 @@ CommandLine readCommandLine(std::vector<std::string> values, Log& log) {
         return line;
     }
     line.settings.strict = own.has("strict");
-    if (line.settings.strict) checkArguments(values, own.has("models"));
+    if (line.settings.strict) checkArguments(values, {own.has("models"), own.has("measure")});
     Arguments arguments(std::move(values));
     if (arguments.count() < 2 && !own.has("models")) {
         line.request = Request::ShortUsage;
@@ -396,7 +391,7 @@ CommandLine readCommandLine(std::vector<std::string> values, Log& log) {
     checkMeanings(own, settings.input);
     // The level is still the number that was given, -1 without one: the line appears only in runs
     // that ask for details.
-    if (!printsOneThing(settings.blocks)) log.info(0, "help");
+    if (!settings.blocks.printsFiguresAlone()) log.info(0, "help");
     resolveRun(arguments, settings, log);
     settings.output.exports = exportRequests(own);
     settings.command = std::move(command);

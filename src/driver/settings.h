@@ -99,6 +99,9 @@ struct BlockSettings {
     std::optional<std::string> mergeFolder;
     std::optional<std::string> missingFolder;
     std::optional<int> planMinutes;
+
+    // Runs whose output another program reads, so that nothing else may be among it.
+    bool printsFiguresAlone() const { return missingFolder || planMinutes; }
 };
 
 struct Settings {

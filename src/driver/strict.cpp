@@ -24,8 +24,8 @@ namespace {
 // one, and are in `given_` or `plain_`.  What depends on several of them is judged after the walk.
 class ArgumentCheck {
  public:
-    ArgumentCheck(const std::vector<std::string>& arguments, bool hasOtherList)
-        : hasOtherList_(hasOtherList) {
+    ArgumentCheck(const std::vector<std::string>& arguments, const OtherOptions& others)
+        : others_(others) {
         for (const std::string& argument : arguments)
             arguments_.push_back(withOneDash(argument));
     }
@@ -52,7 +52,7 @@ class ArgumentCheck {
     }
 
     bool has(std::string_view name) const { return given_.contains(name); }
-    bool hasList() const { return has("-l") || hasOtherList_; }
+    bool hasList() const { return has("-l") || others_.hasList; }
 
     // The nearest name is a help, never a guess that the run goes on with.
     void takeOption(std::string_view name) {
@@ -121,7 +121,7 @@ class ArgumentCheck {
             for (const std::string_view other : mode.excluded)
                 if (has(other)) refuse(other, mode.name);
         }
-        if (hasOtherList_ && has("-p")) refuse("-p", "'--models'");
+        if (others_.hasList && has("-p")) refuse("-p", "'--models'");
         if (has("-F") || has("-M") || hasList() || (has("-e") && has("-p"))) {
             if (!plain_.empty()) refusePlain(0);
             return;
@@ -158,7 +158,8 @@ class ArgumentCheck {
             }
         };
         refuseUnless(isAllVsAll, "-R");
-        refuseUnless(isAllVsAll && (isRmsd ? !has("-R") : !has("-gdt")), "-Rl");
+        const bool isMaxSub = !isRmsd && !has("-gdt") && !others_.comparesByOne;
+        refuseUnless(isAllVsAll && (isMaxSub || (isRmsd && !has("-R"))), "-Rl");
         refuseUnless(isAllVsAll && isRmsd, "-Ru");
     }
 
@@ -173,7 +174,7 @@ class ArgumentCheck {
     }
 
     std::vector<std::string_view> arguments_;
-    bool hasOtherList_;
+    OtherOptions others_;
     std::size_t position_ = 0;
     std::map<std::string_view, std::size_t> given_;  // options and their positions
     std::vector<std::size_t> plain_;                 // positions of the others
@@ -181,8 +182,8 @@ class ArgumentCheck {
 
 }  // namespace
 
-void checkArguments(const std::vector<std::string>& arguments, bool hasOtherList) {
-    ArgumentCheck(arguments, hasOtherList).run();
+void checkArguments(const std::vector<std::string>& arguments, const OtherOptions& others) {
+    ArgumentCheck(arguments, others).run();
 }
 
 }  // namespace tervolanda

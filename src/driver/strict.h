@@ -10,8 +10,13 @@
 
 namespace tervolanda {
 
-// Looks at the arguments, the program name first, without the options of two dashes; one of these
-// may stand in place of the list.
-void checkArguments(const std::vector<std::string>& arguments, bool hasOtherList);
+// What options of two dashes say that the others depend on.
+struct OtherOptions {
+    bool hasList = false;        // one of them stands in place of the list
+    bool comparesByOne = false;  // by a measure that one of them names
+};
+
+// Looks at the arguments, the program name first, without the options of two dashes.
+void checkArguments(const std::vector<std::string>& arguments, const OtherOptions& others);
 
 }  // namespace tervolanda
