@@ -92,6 +92,7 @@ def write_models(folder):
     (folder / "empty.pdb").write_text("END\n")
     (folder / "twice.pdb").write_text(pdb_text(base[:40]) * 30)
     (folder / "two.pdb").write_text(pdb_text(base[:2]))
+    (folder / "keys.txt").write_text("   7 \n  12 \n")
     odd = ["long.pdb", "missing.pdb", "packed.pdb.gz", "empty.pdb", "twice.pdb", "two.pdb", "-"]
     (folder / "sound.txt").write_text("".join(name + "\n" for name in names[:4] + ["two.pdb"]))
     odd_few = names[:3] + ["missing.pdb", "two.pdb", "packed.pdb.gz", "-"]
@@ -167,10 +168,8 @@ IN_BLOCKS = [
     ["-gdt", "4", "-L", "2", "-R", "gdt.txt"],
     ["-rmsd", "-L", "2", "-Rl", "r.txt", "-Ru", "u.txt"],
     ["-rmsd", "-bb", "-L", "2", "-Ru", "u.txt"],
-    ["-in", "-R", "full.txt", "-C", "3"],
+    ["-in", "-R", "full.txt", "-C", "3", "-exclude", "keys.txt"],
     ["-i", "3", "-C", "2", "-R", "full.txt", "--tsv=p.tsv", "--json=r.json", "--superposed=moved"],
-    ["-gdt", "4", "-i", "2", "--jsonl=p.jsonl"],
-    ["-rmsd", "-C", "1", "--tsv=p.tsv", "--json=r.json", "--chimerax=s.cxc"],
 ]
 COUNTS = [1, 2, 3, 7, 21, 23]
 # With more models blocks have several rows, or parts of one.
