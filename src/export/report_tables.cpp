@@ -286,12 +286,30 @@ void writeFigures(JsonWriter& json, const PairResult& pair) {
 
 // --- Clusters and skipped files ------------------------------------------------------------------
 
+// What the search for a threshold came to, where that is easily misread: a wanted size that no
+// cluster can reach, as 50 of 24 models, drives the threshold up to the highest allowed, at which
+// unlike models are one cluster.
+std::string thresholdNote(const Clustering& clustering) {
+    const ClusterSettings& settings = clustering.settings;
+    std::uint32_t largest = 0;
+    for (const Centroid& centroid : clustering.centroids)
+        largest = std::max(largest, centroid.size);
+    if (largest >= settings.initialSize || !(clustering.threshold > settings.threshold)) return {};
+    return format(
+        " No cluster has the %u models that were wanted (-is), so that the threshold was raised "
+        "from %g to the highest allowed: clusters may hold models that are unlike each other. A "
+        "smaller size, or a threshold of your own (-T), tells them apart.",
+        settings.initialSize, settings.threshold);
+}
+
 // One row a cluster, the largest number of members named that a cell can show.
 void writeClusters(JsonWriter& json, const ReportData& data, const Clustering& clustering) {
     const std::vector<std::vector<std::size_t>> members = clusterMembers(clustering);
-    openTable(json, "Clusters",
-              "The medoid is the model that stands for its cluster, the spread its mean distance "
-              "from the members.",
+    const std::string note =
+        "The medoid is the model that stands for its cluster, the spread its mean distance from "
+        "the members." +
+        thresholdNote(clustering);
+    openTable(json, "Clusters", note.c_str(),
               {{"Cluster", 0, nullptr, ColumnRole::Cluster},
                {"Models", 0},
                {"Medoid", kText, nullptr, ColumnRole::Header},

@@ -27,7 +27,7 @@ const std::string_view kReportHead = R"page(<!doctype html>
 <title>tervolanda report</title>
 <style>
 :root { color-scheme: light dark; --page: #fff; --ink: #1a1a1a; --soft: #5a5a5a; --line: #c8c8c8; --band: #f5f6f7; --bar: #d6e6f2; --link: #0b57a4;
-  --c0: #0072b2; --c1: #d55e00; --c2: #00805a; --c3: #b0568a; --c4: #a86f00; --c5: #2b86b8; --grey: #757575; }
+  --c0: #0072b2; --c1: #c14f00; --c2: #007a56; --c3: #a84b80; --c4: #8f5e00; --c5: #5a3fb0; --grey: #707070; }
 @media (prefers-color-scheme: dark) {
   :root { --page: #16181b; --ink: #e8e8e8; --soft: #a9a9a9; --line: #45494e; --band: #1e2125; --bar: #203a50; --link: #8cc4ff;
     --c0: #4fa8e0; --c1: #f08a4b; --c2: #2cc79a; --c3: #dfa0c4; --c4: #e6b04d; --c5: #8ccbee; --grey: #9a9a9a; }
@@ -40,6 +40,7 @@ h3 { font-size: 1rem; margin: 1.5rem 0 .3rem; }
 p { max-width: 46rem; margin: .3rem 0 .8rem; }
 .soft, figcaption { color: var(--soft); font-size: .9rem; max-width: 46rem; }
 .command { font: 13px/1.45 ui-monospace, monospace; background: var(--band); padding: .5rem .8rem; border-radius: .4rem; max-width: none; overflow-wrap: anywhere; }
+.command.long { max-height: 9rem; overflow: auto; }
 .facts { display: flex; flex-wrap: wrap; gap: .15rem 1.6rem; margin: .6rem 0; font-size: .9rem; }
 .facts dt { color: var(--soft); display: inline; }
 .facts dd { margin: 0; display: inline; overflow-wrap: anywhere; }
@@ -59,6 +60,7 @@ th.text, td.text { text-align: left; }
 tbody th { font-weight: normal; }
 td.bar { background: linear-gradient(var(--bar), var(--bar)) no-repeat left center; print-color-adjust: exact; }
 td.text, tbody th { white-space: normal; overflow-wrap: anywhere; min-width: 8rem; }
+tbody th.long { min-width: 16rem; word-break: break-all; }
 thead th { position: sticky; top: 0; background: var(--band); padding: 0; }
 thead button { all: unset; cursor: pointer; padding: .3rem .55rem; font-weight: 600; }
 thead button::after { content: "\2195"; color: var(--soft); padding-left: .35em; font-size: .85em; }
@@ -66,6 +68,7 @@ th[aria-sort=ascending] button::after { content: "\2191"; color: inherit; }
 th[aria-sort=descending] button::after { content: "\2193"; color: inherit; }
 tbody tr:nth-child(even) { background: var(--band); }
 :focus-visible { outline: 3px solid var(--link); outline-offset: 1px; }
+.wide :focus-visible, .wide:focus-visible { outline-offset: -3px; }
 figure { margin: .5rem 0; }
 svg { display: block; font: 12px system-ui, sans-serif; max-width: 100%; height: auto; }
 .map svg { max-width: none; }
@@ -82,11 +85,18 @@ canvas.trace { width: 100%; max-width: 46rem; height: 26rem; border: 1px solid v
 pre { font: 13px/1.35 ui-monospace, monospace; margin: .4rem 0; }
 .chip { display: inline-block; width: .75em; height: .75em; margin-right: .4em; }
 .scale { display: inline-block; width: 10em; height: .8em; vertical-align: middle; margin: 0 .5em; print-color-adjust: exact; }
+@media (max-width: 40rem) {
+  body { padding: .5rem .7rem 2rem; }
+  h1 { font-size: 1.3rem; }
+  .cards li { min-width: 0; }
+  td.text, tbody th { min-width: 5rem; }
+  tbody th.long { min-width: 9rem; }
+}
 @media print {
   :root { color-scheme: light; --page: #fff; --ink: #000; --soft: #444; --line: #bbb; --band: #fff; --bar: #dde9f2; --link: #000;
-    --c0: #0072b2; --c1: #d55e00; --c2: #00805a; --c3: #b0568a; --c4: #a86f00; --c5: #2b86b8; --grey: #757575; }
+    --c0: #0072b2; --c1: #c14f00; --c2: #007a56; --c3: #a84b80; --c4: #8f5e00; --c5: #5a3fb0; --grey: #707070; }
   body { font-size: 10pt; max-width: none; padding: 0; }
-  .tall { max-height: none; }
+  .tall, .command.long { max-height: none; }
   .wide { overflow: visible; }
   .map { zoom: .6; }
   canvas.trace { height: 18rem; }
@@ -127,6 +137,14 @@ const draw = (tag, attributes = {}, ...children) =>
   fill(document.createElementNS("http://www.w3.org/2000/svg", tag), attributes, children);
 // Long names are shown by their ends, where names differ.
 const short = (name, most) => [...name].length > most ? "…" + [...name].slice(1 - most).join("") : name;
+// A folder that all models share is said once, above the tables, and left out of their names.
+const modelNames = data.pair && !data.scores ? [] : data.tables[0].rows.map((row) => row[1]);
+const folder = modelNames.length < 2 ? "" : modelNames.reduce((a, b) => {
+  let alike = 0;
+  while (alike < a.length && a[alike] === b[alike]) ++alike;
+  return a.slice(0, alike);
+}).replace(/[^/]*$/, "");
+const bare = (name) => name.startsWith(folder) ? name.slice(folder.length) : name;
 const fixed = (value, digits) => value === null ? "" : value.toFixed(digits);
 const rounded = (value) => Math.round(value * 10) / 10;
 
@@ -162,10 +180,12 @@ function cellOf(column, value) {
   const isText = column.digits === undefined;
   const cell = make(column.header ? "th" : "td", column.header ? {scope: "row"} : {});
   if (isText) cell.className = "text";
-  if (column.header && String(value).length <= 32) cell.style.whiteSpace = "nowrap";
+  const name = column.header && bare(String(value));
+  if (column.header && name.length <= 32) cell.style.whiteSpace = "nowrap";
+  else if (column.header) cell.classList.add("long");
   if (column.cluster && value !== null) cell.append(make("span", {class: "chip", style: "background:" + colourOf(value)}));
-  const shown = value === null ? "" : Array.isArray(value) ? value.map((name) => short(name, 40)).join(", ")
-    : isText ? short(String(value), 90) : fixed(value, column.digits);
+  const shown = value === null ? "" : Array.isArray(value) ? value.map((one) => short(bare(one), 40)).join(", ")
+    : isText ? short(column.header ? name : String(value), 90) : fixed(value, column.digits);
   if (typeof value === "string" && shown !== value) cell.title = value;
   cell.append(shown);
   return cell;
@@ -305,7 +325,7 @@ function shade(part) { // 0 to 1
 
 function heatMap(values, order, row, low, high, say) {
   const count = order.length, size = row * count;
-  const canvas = make("canvas", {width: count, height: count, tabindex: "0", role: "img",
+  const canvas = make("canvas", {width: count, height: count, tabindex: "0", role: "application",
     style: count <= size ? "image-rendering:pixelated" : "",
     "aria-label": `Heat map of ${data.matrix.of}, ${count} by ${count} models. Arrow keys go from cell to cell; each is read out.`});
   const context = canvas.getContext("2d"), image = context.createImageData(count, count);
@@ -323,7 +343,7 @@ function heatMap(values, order, row, low, high, say) {
     const edge = Math.max(row, 6);
     mark.style.cssText = `left:${(cell.x + .5) * row - edge / 2}px;top:${(cell.y + .5) * row - edge / 2}px;width:${edge}px;height:${edge}px`;
     const value = values[order[cell.y] * count + order[cell.x]];
-    const [first, second] = [cell.y, cell.x].map((place) => short(data.names[order[place]], 90));
+    const [first, second] = [cell.y, cell.x].map((place) => short(bare(data.names[order[place]]), 90));
     say(cell.x === cell.y ? `${first} itself` : `${first} and ${second}: ${Number.isNaN(value) ? "no value" : data.matrix.of + " " + value.toFixed(3)}`);
   };
   const limit = (place) => Math.min(Math.max(place, 0), count - 1);
@@ -355,11 +375,11 @@ function addMap(values) {
   const part = section(hasTree ? "Tree and matrix" : "Matrix", data.mapNote);
   const output = make("output", {"aria-live": "polite", class: "screen"}, "Point at a cell, or move with the arrow keys, to see its pair.");
   const map = make("div", {class: "map"});
-  if (hasTree) map.append(treePicture(order, row, 280));
+  if (hasTree) map.append(treePicture(order, row, innerWidth < 640 ? 140 : 280));
   map.append(heatMap(values, order, row, low, high, (text) => { output.textContent = text; }));
   if (row >= 10) {
     map.append(draw("svg", {width: 260, height: row * count, style: "flex:none", "aria-hidden": "true"}, ...order.map((model, i) =>
-      draw("text", {x: 6, y: row * (i + .5) + 4, style: "fill:" + colourOf(data.clusterOf?.[model])}, short(data.names[model], 34)))));
+      draw("text", {x: 6, y: row * (i + .5) + 4, style: "fill:" + colourOf(data.clusterOf?.[model])}, short(bare(data.names[model]), 34)))));
   }
   const ends = data.matrix.high ? [low, high] : [high, low];
   part.append(make("figure", {}, make("div", {class: "wide"}, map), output,
@@ -405,6 +425,8 @@ function addHistogram(values, of, what, parent) {
     // place in the traces beside it (`mark`).
     R"page(// --- Distances along the chain ---
 // A residue: [name 1, name 2, distance or null, in the subset, domain]; names are "" in gaps.
+// Of complexes names begin with their chain, "A:GLY 17".
+const chainOf = (name) => name.slice(0, Math.max(0, name.lastIndexOf(":")));
 function addDistances(part, pair, mark) {
   const shown = pair.residues.filter((residue) => residue[0] !== "");
   const known = shown.filter((residue) => residue[2] !== null);
@@ -416,7 +438,7 @@ function addDistances(part, pair, mark) {
   const matched = shown.filter((residue) => residue[3]).length;
   const farthest = Math.max(...known.map((residue) => residue[2]));
   const summary = `${known.length} residue pairs of ${shown.length} residues, ${matched} of them in the superposition; distances up to ${fixed(farthest, 2)} Å.`;
-  const svg = draw("svg", {width, height: height + 56, viewBox: `0 0 ${width} ${height + 56}`, tabindex: "0", role: "img",
+  const svg = draw("svg", {width, height: height + 56, viewBox: `0 0 ${width} ${height + 56}`, tabindex: "0", role: "application",
     "aria-label": `Distances along the chain. ${summary} Arrow keys go from residue to residue; each is read out.`});
   const bars = new Map();
   shown.forEach(([, , distance, isMatched, domain], i) => {
@@ -430,9 +452,15 @@ function addDistances(part, pair, mark) {
   svg.append(draw("path", {class: "axis", d: `M${left} 22V${height}H${width - 12}`}));
   for (const tick of steps(0, top, 5)) svg.append(draw("text", {x: left - 8, y: up(tick) + 4, "text-anchor": "end"}, String(tick)));
   if (pair.cutoff) svg.append(draw("path", {class: "axis", "stroke-dasharray": "5 4", d: `M${left} ${up(pair.cutoff)}H${width - 12}`}));
+  shown.forEach(([name], i) => {
+    const chain = chainOf(name), x = rounded(left + step * (i - .1));
+    if (i > 0 && chain === chainOf(shown[i - 1][0]) || chain === "") return;
+    if (i > 0) svg.append(draw("path", {class: "axis", d: `M${x} 14V${height + 12}`}));
+    svg.append(draw("text", {x: x + 4, y: 25}, short(chain, 8)));
+  });
   const every = Math.ceil(shown.length / 14);
   shown.forEach((residue, i) => {
-    if (i % every === 0) svg.append(draw("text", {x: rounded(left + step * (i + .5)), y: height + 28, "text-anchor": "middle"}, residue[0].slice(3).trim()));
+    if (i % every === 0) svg.append(draw("text", {x: rounded(left + step * (i + .5)), y: height + 28, "text-anchor": "middle"}, residue[0].slice(residue[0].lastIndexOf(" ") + 1)));
   });
   svg.append(draw("text", {x: (left + width) / 2, y: height + 48, "text-anchor": "middle"}, "residue of the experiment"),
     draw("text", {x: 8, y: 11}, "distance, Å"));
@@ -468,7 +496,7 @@ function addDistances(part, pair, mark) {
     // apart are no neighbours, and the line between them is dashed.
     R"page(// --- Both traces, laid over each other, on a canvas that turns ---
 function addTrace(part, traces) { // each a list of [x, y, z, highlighted, ends a chain]; the middle is the origin
-  const canvas = make("canvas", {class: "trace", tabindex: "0", role: "img",
+  const canvas = make("canvas", {class: "trace", tabindex: "0", role: "application",
     "aria-label": "C-alpha traces of experiment (blue) and prediction (green), laid over each other. Arrow keys turn, plus and minus zoom, 0 begins anew."});
   const middle = [0, 1, 2].map((k) => traces[0].reduce((sum, atom) => sum + atom[k], 0) / (traces[0].length || 1));
   const reach = Math.max(1, ...traces.flat().map((atom) => Math.hypot(...middle.map((m, k) => atom[k] - m))));
@@ -533,7 +561,13 @@ function addTrace(part, traces) { // each a list of [x, y, z, highlighted, ends 
     }
     context.globalAlpha = 1; context.setLineDash([]);
     context.font = "bold 13px system-ui, sans-serif"; context.fillStyle = colours[0][1];
-    [places[0][0], places[0].at(-1)].forEach((place, i) => { if (place) context.fillText(ends[i], ...onCanvas(place).map((x, k) => x + (k ? -6 : 6))); });
+    context.strokeStyle = getComputedStyle(document.body).backgroundColor; context.lineWidth = 4; // around the letters
+    [places[0][0], places[0].at(-1)].forEach((place, i) => {
+      if (!place) return;
+      const at = onCanvas(place).map((x, k) => x + (k ? -6 : 6));
+      context.strokeText(ends[i], ...at);
+      context.fillText(ends[i], ...at);
+    });
     context.strokeStyle = "#d55e00"; context.lineWidth = 2.5;
     for (const place of marked.map((residue, which) => places[which][residue])) {
       if (!place) continue;
@@ -574,12 +608,27 @@ function addTrace(part, traces) { // each a list of [x, y, z, highlighted, ends 
 
 )page"
     // In groups of ten and lines of sixty, as the program prints it.
-    R"page(function addAlignment(part, rows) {
-  const lines = [];
-  for (let at = 0; at < rows[0].length; at += 60) {
-    const [first, marks, second] = rows.map((row) => row.slice(at, at + 60).replace(/.{10}(?=.)/g, "$& "));
-    lines.push(`Prediction  ${first}`, `            ${marks}`, `Experiment  ${second}`, "");
-  }
+    R"page(function chainBlocks(residues) { // [first column, chain of the experiment, chain of the prediction]
+  const blocks = [];
+  residues.forEach(([first, second], column) => {
+    const last = blocks.at(-1);
+    const differs = (name, chain) => name !== "" && chain !== null && chainOf(name) !== chain;
+    if (!last || differs(first, last[1]) || differs(second, last[2])) blocks.push([column, null, null]);
+    if (first !== "") blocks.at(-1)[1] = chainOf(first);
+    if (second !== "") blocks.at(-1)[2] = chainOf(second);
+  });
+  return blocks;
+}
+function addAlignment(part, rows, residues) {
+  const lines = [], blocks = chainBlocks(residues);
+  blocks.forEach(([from, experiment, prediction], i) => {
+    const end = blocks[i + 1]?.[0] ?? rows[0].length;
+    if (experiment || prediction) lines.push(`Chains      prediction ${prediction ?? "-"}, experiment ${experiment ?? "-"}`, "");
+    for (let at = from; at < end; at += 60) {
+      const [first, marks, second] = rows.map((row) => row.slice(at, Math.min(at + 60, end)).replace(/.{10}(?=.)/g, "$& "));
+      lines.push(`Prediction  ${first}`, `            ${marks}`, `Experiment  ${second}`, "");
+    }
+  });
   part.append(make("h3", {}, "Alignment"), make("p", {class: "soft"}, "| in the superposition, ' paired outside of it"),
     make("div", {class: "wide"}, make("pre", {tabindex: "0"}, lines.join("\n"))));
 }
@@ -596,7 +645,7 @@ function addMotion(part, pair) {
 }
 
 function addPair(pair, figures) {
-  const part = section(pair.title, pair.note);
+  const part = section(short(folder ? pair.title.replace(folder, "") : pair.title, 120), pair.note);
   const row = sideBySide(part), pictures = make("div"), marks = [];
   let showMarks = () => {};
   if (pair.traces) {
@@ -613,7 +662,7 @@ function addPair(pair, figures) {
   const below = sideBySide(part);
   if (figures) { const table = make("div", {class: "table"}, make("h3", {}, figures.title)); addTable(table, figures); below.append(table); }
   const texts = make("div", {class: "texts"});
-  if (pair.alignment?.[0] && /\S/.test(pair.alignment[1])) addAlignment(texts, pair.alignment);
+  if (pair.alignment?.[0] && /\S/.test(pair.alignment[1])) addAlignment(texts, pair.alignment, pair.residues);
   if (pair.motions?.length) addMotion(texts, pair);
   below.append(texts);
   const details = make("details", {}, make("summary", {}, "Residue by residue"));
@@ -634,10 +683,11 @@ function cards(tables, values) {
   const card = (value, about) => { if (value !== null && value !== undefined && value !== "") found.push([value, about]); };
   const column = (name) => first.columns.findIndex((one) => one.name === name);
   if (data.matrix || data.scores) {
-    if (best) card(short(best[1], 40), data.scores ? `best by ${data.scores.of}` : column("Jury") < 0 ? "closest to the others" : "shares most with the others");
+    if (best) card(short(bare(best[1]), 40), data.scores ? `best by ${data.scores.of}` : column("Jury") < 0 ? "closest to the others" : "shares most with the others");
     if (best && data.scores) card(fixed(best[column(data.scores.of.replace(", Å", ""))] ?? null, 3), `its ${data.scores.of}`);
     if (data.clusterOf) card(coloured.size ? `${Math.max(...[...coloured.keys()].map((one) => sizes.get(one)))} of ${data.names.length}` : "", "models in the largest cluster");
-    if (data.clusterOf) card([...sizes.keys()].filter((one) => one !== data.unassigned).length, `clusters at threshold ${data.threshold}`);
+    const clusters = [...sizes.keys()].filter((one) => one !== data.unassigned).length;
+    if (data.clusterOf) card(clusters, `${clusters === 1 ? "cluster" : "clusters"} at threshold ${data.threshold}`);
     const [of, unit] = (data.scores ?? data.matrix).of.split(", ");
     if (values.length) card(fixed(median(values), 3), `${unit ? unit + ", " : ""}median ${of} of ${data.scores ? "the" : "two"} models`);
   } else if (data.pair) {
@@ -660,8 +710,12 @@ const tables = data.tables.filter((one) => !one.last), [main, ...others] = table
 const scores = data.matrix ? readCells(data.matrix) : null, count = data.names?.length;
 const values = scores ? [...scores.filter((value, i) => i % count < Math.floor(i / count) && !Number.isNaN(value))]
   : (data.scores?.values ?? []).filter((value) => value !== null);
-page.append(make("h1", {}, short(data.title, 200)), make("p", {class: "command"}, data.facts[0][1]),
-  make("dl", {class: "facts"}, ...data.facts.slice(1).map(([name, value]) => make("div", {}, make("dt", {}, name + " "), make("dd", {}, value)))),
+const [[, command], ...facts] = data.facts;
+if (folder) facts.splice(2, 0, ["In the folder", folder]);
+page.append(make("h1", {}, short(data.title, 200)),
+  make("p", command.length < 800 ? {class: "command"} : {class: "command long", tabindex: "0", role: "region", "aria-label": "Command"}, command),
+  make("dl", {class: "facts"}, ...facts.map(([name, value]) =>
+    make("div", {}, make("dt", {}, name + " "), make("dd", {title: value}, short(value === folder ? value : bare(value), 120))))),
   cards(tables, values));
 const ranks = data.matrix || data.scores;
 if (ranks || !data.pair) {

@@ -352,6 +352,8 @@ try {
   if (bars) {
     bars.dispatchEvent(new KeyboardEvent("keydown", {key: "End"}));
     found.residue = bars.parentNode.querySelector("output").textContent;
+    found.marks = [...bars.querySelectorAll("text")].map((one) => one.textContent);
+    found.alignment = document.querySelector("pre")?.textContent ?? "";
   }
   if (trace) {
     const before = trace.toDataURL();
@@ -439,6 +441,10 @@ def test_page():
     output = run_program("-e", "../experiment.pdb", "-l", "models.txt", "--report=list.html")
     found = open_page("list.html")
     assert found["unsorted"] == "model_19.pdb" and found["trace"] == [True, True]
+    # A folder that all models share is left out of their names; the whole path is there to be read.
+    run_program("-e", "../experiment.pdb", "--models=../decoys", "--report=folder.html")
+    found = open_page("folder.html")
+    assert found["unsorted"] == "model_19.pdb" and "../decoys/model_19.pdb" in found["titles"]
     assert page_data("list.html")["pair"]["title"].endswith("model_19.pdb")
     output = run_program("-e", "../experiment.pdb", "-p", "../hinge_1.pdb", "-i", "2", "-noalign", "--report=pair.html")
     figures = {row[0]: row[1] for row in page_data("pair.html")["tables"][0]["rows"]}
@@ -454,7 +460,12 @@ def test_page():
     pathlib.Path("five.pdb").write_text(chains + "".join(far))
     for experiment, prediction in (("five.pdb", cases / "tetramer.pdb"), (cases / "tetramer.pdb", "five.pdb")):
         run_program("-e", experiment, "-p", prediction, "--chain=all", "--map-chains", "-noalign", "--report=complex.html")
-        open_page("complex.html")
+        found = open_page("complex.html")
+        chains = [mark for mark in found["marks"] if re.fullmatch("[A-Z]", mark)]
+        partners = re.findall(r"^Chains +prediction (.), experiment (.)$", found["alignment"], re.MULTILINE)
+        assert chains == [experiment for _, experiment in partners if experiment != "-"], (chains, partners)
+        assert all(re.fullmatch(r"-?[\d.]+|[A-Z]|residue .*|distance.*", mark) for mark in found["marks"]), found["marks"]
+        assert found["alignment"].count("|") == 48 and len(partners) == 5, partners
         residues = page_data("complex.html")["pair"]["residues"]
         assert {(a[0], b[0]) for a, b, *_ in residues[:48]} in ({*zip("CBPA", "ABCD")}, {*zip("ABCD", "CBPA")})
         assert [distance for *_, distance, _, _ in residues] == [0] * 48 + [None] * 12
