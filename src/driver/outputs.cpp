@@ -5,6 +5,9 @@
 // comes of the comparison: a run is refused for what its command line says.  Between the check and
 // the writing somebody may still make a link; the check is against mistakes and not against
 // enemies.
+//
+// Files that options of two dashes name never take the place of an input, which could not be had
+// back: "--tsv=models.txt" is a slip.  Those of the older options do, as they always have.
 #include "driver/outputs.h"
 
 #include <sys/stat.h>
@@ -99,6 +102,23 @@ std::vector<Output> outputsOf(const Settings& settings) {
     return outputs;
 }
 
+// The files that the command line names for reading.  What is no regular file cannot be replaced.
+std::vector<Output> namedInputs(const InputSettings& input) {
+    std::vector<Output> inputs;
+    add(inputs, "-e", input.experimentFile);
+    add(inputs, "-p", input.predictionFile);
+    add(inputs, input.listIsPath ? "--models" : "-l", input.listFile);
+    add(inputs, "-F", input.distanceFile);
+    add(inputs, "-M", input.transformFile);
+    add(inputs, "-exclude", input.exclusionFile);
+    std::erase_if(inputs, [](const Output& one) { return !one.exists; });
+    return inputs;
+}
+
+std::string replacementText(const std::string& output, const std::string& input) {
+    return "Output " + output + " would take the place of an input: " + input;
+}
+
 // Whether a matrix of -matrix may get this place: "align.matrix.I.P" in the working directory.
 // How many matrices there will be is not known before the run, so any of their names counts.
 bool isPlaceOfMatrix(const std::filesystem::path& place) {
@@ -126,6 +146,38 @@ std::optional<std::string> sharedOutput(const Settings& settings) {
         for (std::size_t j = i + 1; j < outputs.size(); ++j) {
             if (areOneFile(outputs[i], outputs[j]))
                 return "Two outputs in one file: " + outputs[i].name + " and " + outputs[j].name;
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<std::string> replacedInput(const Settings& settings) {
+    std::vector<Output> exports;
+    for (const ExportRequest& request : settings.output.exports)
+        addExport(exports, request);
+    if (settings.blocks.partFile) add(exports, "--part", settings.blocks.partFile);
+    for (const Output& input : namedInputs(settings.input)) {
+        for (const Output& output : exports)
+            if (areOneFile(output, input)) return replacementText(output.name, input.name);
+    }
+    return std::nullopt;
+}
+
+// Files that are not there yet are no inputs, so that most runs look at no model.
+std::optional<std::string> replacedInput(const Settings& settings,
+                                         std::span<const InputStructure> structures) {
+    std::vector<Output> exports;
+    for (const ExportRequest& request : settings.output.exports)
+        addExport(exports, request);
+    std::erase_if(exports,
+                  [](const Output& one) { return !one.exists || !S_ISREG(one.status.st_mode); });
+    if (exports.empty()) return std::nullopt;
+    for (const InputStructure& structure : structures) {
+        Output input;
+        input.exists = stat(structure.path.c_str(), &input.status) == 0;
+        for (const Output& output : exports) {
+            if (areOneFile(output, input))
+                return replacementText(output.name, "'" + structure.path + "'");
         }
     }
     return std::nullopt;

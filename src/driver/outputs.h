@@ -2,10 +2,12 @@
 #pragma once
 
 #include <optional>
+#include <span>
 #include <string>
 
 namespace tervolanda {
 
+struct InputStructure;
 struct Settings;
 
 // Scripts of pairwise runs and of list runs, in the working directory.
@@ -16,5 +18,11 @@ inline constexpr const char* kListScript = "super.rsm";
 // same regular file, by the same name or another: one would be lost, or both mixed.  Devices and
 // pipes take any number of outputs.
 std::optional<std::string> sharedOutput(const Settings& settings);
+
+// The same when a file that an option of two dashes names is one that the command line names for
+// reading, or one of `structures`, which are known once a list has been read.
+std::optional<std::string> replacedInput(const Settings& settings);
+std::optional<std::string> replacedInput(const Settings& settings,
+                                         std::span<const InputStructure> structures);
 
 }  // namespace tervolanda

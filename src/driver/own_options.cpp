@@ -141,6 +141,12 @@ void OwnOptions::take(const OwnOption& option, std::string_view argument) {
     }
 }
 
+bool OwnOptions::anyBeside(std::span<const std::string_view> names) const {
+    return std::any_of(values_.begin(), values_.end(), [names](const auto& value) {
+        return std::find(names.begin(), names.end(), value.first) == names.end();
+    });
+}
+
 std::optional<std::string> OwnOptions::text(std::string_view name) const {
     const auto found = values_.find(name);
     if (found == values_.end()) return std::nullopt;

@@ -35,6 +35,8 @@ class OwnOptions {
     // that is given twice.
     explicit OwnOptions(std::vector<std::string>& arguments);
 
+    // Whether there are others than these.
+    bool anyBeside(std::span<const std::string_view> names) const;
     bool has(std::string_view name) const { return values_.contains(name); }
     // The text after "=", never empty; none for an option that was not given.
     std::optional<std::string> text(std::string_view name) const;

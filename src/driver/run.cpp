@@ -108,6 +108,7 @@ int perform(const CommandLine& line, Log& log) {
 // The log file might be one of two outputs in one file: nothing is written before that is known.
 void startLog(const Settings& settings, LineStreams& streams, Log& log) {
     if (const auto shared = sharedOutput(settings)) abend("%s", shared->c_str());
+    if (const auto replaced = replacedInput(settings)) abend("%s", replaced->c_str());
     if (!settings.output.logFile) return;
     const char* const path = settings.output.logFile->c_str();
     FileHandle file(std::fopen(path, "wb"));

@@ -8,6 +8,7 @@
 #include "driver/abend.h"
 #include "driver/help_text.h"
 #include "driver/medoid_pairs.h"
+#include "driver/outputs.h"
 #include "driver/read_plan.h"
 #include "driver/recorded_options.h"
 
@@ -150,6 +151,9 @@ void RunExports::start() {
     setInputs();
     form_.hasUrmsd = !settings_.measure.by && (settings_.measure.urmsdFlags & UrmsdCompute) != 0;
     if (inputs_.kind == RunKind::AllVersusAll) form_.matrixScore = inputs_.score;
+    // Before any file is opened: that of --json is written for a run that ends here, too.
+    if (const auto replaced = replacedInput(settings_, inputs_.structures))
+        abend("%s", replaced->c_str());
     makeFiles(0);
 }
 

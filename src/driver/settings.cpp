@@ -361,6 +361,15 @@ bool asksForMoreHelp(const OwnOptions& own) {
     return own.choice("help", kPages).has_value();
 }
 
+// Who writes "--report=x.html" and names no structures has forgotten them, or has misspelt
+// --models: the help, with status 0, would pass for a run.  Options that only say how to run ask
+// for none.
+void refuseWithoutWork(const OwnOptions& own) {
+    constexpr auto kHow =
+        std::to_array<std::string_view>({"threads", "progress", "kernels", "strict"});
+    if (own.anyBeside(kHow)) abend("Two structures, a list or a result file are needed");
+}
+
 }  // namespace
 
 CommandLine readCommandLine(std::vector<std::string> values, Log& log) {
@@ -375,6 +384,7 @@ CommandLine readCommandLine(std::vector<std::string> values, Log& log) {
     if (line.settings.strict) checkArguments(values, {own.has("models"), own.has("measure")});
     Arguments arguments(std::move(values));
     if (arguments.count() < 2 && !own.has("models")) {
+        refuseWithoutWork(own);
         line.request = Request::ShortUsage;
         return line;
     }
@@ -384,6 +394,7 @@ CommandLine readCommandLine(std::vector<std::string> values, Log& log) {
         !texts.help && !texts.extendedHelp && (arguments.count() > 2 || settings.input.listIsPath);
     if (hasWork && !hasMode(settings.input)) takePositionalForm(arguments, settings);
     line.request = chooseRequest(texts, hasWork);
+    if (line.request == Request::StandardHelp && !texts.help) refuseWithoutWork(own);
     if (line.request != Request::Run) return line;
     if (settings.input.entry.allModels && !settings.input.listFile) {
         abend("Option '--model=all' needs a list: -l or --models");

@@ -4,7 +4,9 @@
 
 #include <filesystem>
 
+#include "driver/own_options.h"
 #include "driver/settings.h"
+#include "export/results.h"
 #include "support/support.h"
 
 namespace tervolanda {
@@ -75,6 +77,36 @@ TEST(SharedOutput, CountsOnlyWhatTheRunWrites) {
     EXPECT_EQ(sharedOutput(settings), std::nullopt);
     settings.comparison.similarityMatrix = true;
     EXPECT_TRUE(sharedOutput(settings));
+}
+
+// A table in place of the models that it was made of could not be undone.
+TEST(ReplacedInput, IsFoundUnderAnyName) {
+    const test::TemporaryFolder folder;
+    const std::string model = folder.write("model.pdb", "");
+    fs::create_symlink("model.pdb", folder / "link");
+    const auto isReplaced = [&](const std::string& output, auto InputSettings::*input) {
+        Settings settings;
+        std::vector<std::string> arguments = {"program", "--tsv=" + output};
+        settings.output.exports = exportRequests(OwnOptions(arguments));
+        settings.input.*input = model;
+        return replacedInput(settings).has_value();
+    };
+    for (const auto input : {&InputSettings::experimentFile, &InputSettings::predictionFile,
+                             &InputSettings::listFile, &InputSettings::distanceFile,
+                             &InputSettings::transformFile, &InputSettings::exclusionFile}) {
+        EXPECT_TRUE(isReplaced(folder / "link", input));
+        EXPECT_FALSE(isReplaced(folder / "other", input));
+    }
+    Settings settings;
+    InputStructure structure;
+    structure.path = folder / "link";
+    std::vector<std::string> arguments = {"program", "--tsv=" + model};
+    settings.output.exports = exportRequests(OwnOptions(arguments));
+    EXPECT_EQ(
+        replacedInput(settings, {&structure, 1}),
+        "Output --tsv '" + model + "' would take the place of an input: '" + structure.path + "'");
+    structure.path = "/dev/null";
+    EXPECT_EQ(replacedInput(settings, {&structure, 1}), std::nullopt);
 }
 
 }  // namespace

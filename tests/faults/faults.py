@@ -355,8 +355,10 @@ def fail_disk(shop, _):
         names = " ".join(results)
         for mounted in ("", names) if results else ():  # as a container mounts single files
             least = (2 if mounted else 1) * len(results) + 1
-            # Old and new versions of one page each, and what the new ones take beyond it.
-            most = least + 9 + sum(len(text) // 4096 for text in reference[1].values())
+            # Old and new versions of one page each, and what the new ones take beyond it; one that is
+            # mounted is for a moment there twice.
+            beyond = [len(text) // 4096 for text in reference[1].values()]
+            most = least + sum(beyond) + max(beyond, default=0) + 9
             for pages in range(least, most + 1):
                 for read_only in ("", "1") if mounted and pages == most else ("",):
                     shop.prepare(results, OLD)

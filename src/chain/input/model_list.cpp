@@ -333,6 +333,15 @@ std::size_t readModelsAt(const std::string& path, std::uint32_t& counter,
         return readListFile(path, folder, counter, request, list, log);
     }
     log.info(0, "Reading %zu structure files of '%s'", files->size(), path.c_str());
+    if (files->empty()) {
+        std::error_code ignored;
+        log.error(0,
+                  std::filesystem::is_directory(path, ignored)
+                      ? "Folder '%s' has no files whose names end in .pdb, .ent, .cif, .mmcif, or "
+                        "one of these and .gz"
+                      : "No files match '%s'",
+                  path.c_str());
+    }
     return readFiles(*files, "'" + path + "'", counter, request, list, log);
 }
 
