@@ -194,6 +194,14 @@ int runMissing(const Settings& settings, const ResidueExclusions& exclusions, Lo
     return EXIT_SUCCESS;
 }
 
+// Bytes that a merge holds for each of the N x N cells: three matrices of four bytes, and what a
+// linkage works on beside them: a copy, by maximum linkage of one half.
+double bytesOfCell(const std::optional<ClusterMethod>& method) {
+    constexpr double kMatrices = 12.0;
+    if (method == ClusterMethod::AverageLinkage) return kMatrices + 4.0;
+    return kMatrices + (method == ClusterMethod::MaximumLinkage ? 2.0 : 0.0);
+}
+
 // Computes a sample and multiplies.  The figures are for a scheduler's limits, so they are those of
 // a process: blocks, minutes of each with all of its threads, and megabytes, of a block and of the
 // merge, which holds the matrices.
@@ -216,7 +224,7 @@ int runPlan(const Settings& settings, const ResidueExclusions& exclusions, Log& 
         each * pairs / kSecondsPerMinute / static_cast<double>(settings.workforce.threads);
     const double blocks = std::clamp(std::ceil(minutes / *settings.blocks.planMinutes), 1.0, pairs);
     const auto n = static_cast<double>(models.chains.size());
-    constexpr double kBytesOfPair = 24.0;  // three matrices, both halves
+    constexpr double kMargin = 1.1;  // for what grows with the models: a limit must not be too low
     constexpr double kMegabyte = 1048576.0;
     constexpr double kThreadMemory = 8.0;  // MB
     const double memory =
@@ -225,8 +233,9 @@ int runPlan(const Settings& settings, const ResidueExclusions& exclusions, Log& 
     log.plain(0, "blocks=%.0f", blocks);
     log.plain(0, "minutes=%.1f", minutes / blocks);
     log.plain(0, "megabytes=%.0f", std::ceil(memory));
-    log.plain(0, "merge_megabytes=%.0f",
-              std::ceil(memory + kBytesOfPair / 2.0 * n * n / kMegabyte));
+    log.plain(
+        0, "merge_megabytes=%.0f",
+        std::ceil(memory + kMargin * bytesOfCell(clusterMethod(settings)) * n * n / kMegabyte));
     return EXIT_SUCCESS;
 }
 
