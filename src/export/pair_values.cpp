@@ -125,10 +125,12 @@ class StretchMaker {
 };
 
 // Complexes are mapped chain by chain, in an order of their own (compare/pairing/mapping.h).
-bool standInOrderOfPrediction(const std::vector<MatchedPair>& matched) {
-    return std::is_sorted(
-        matched.begin(), matched.end(),
-        [](const MatchedPair& a, const MatchedPair& b) { return a.prediction < b.prediction; });
+bool standInOrderOfPrediction(const CoordinateSet& prediction,
+                              const std::vector<MatchedPair>& matched) {
+    return !prediction.isComplex || std::is_sorted(matched.begin(), matched.end(),
+                                                   [](const MatchedPair& a, const MatchedPair& b) {
+                                                       return a.prediction < b.prediction;
+                                                   });
 }
 
 // The pairs of all subsets and, for who looks at distances, those of the first mapping whose
@@ -138,7 +140,7 @@ void addResidues(const ComparedPair& pair, const ComparisonResult& found, PairDe
     const std::size_t fits = result.superpositions.size();
     StretchMaker stretches(pair, result);
     if (detail < PairDetail::Residues && found.iterations.size() == 1 &&
-        standInOrderOfPrediction(found.matched)) {
+        standInOrderOfPrediction(pair.prediction, found.matched)) {
         // Nothing is to be sorted, and there may be millions of such pairs.
         return stretches.add(found.matched, 1);
     }

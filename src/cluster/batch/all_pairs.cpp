@@ -222,8 +222,10 @@ class RmsdPairs : public RmsdFits {
         const auto [i, j] = pair;
         found.rmsd.at(i, j) = cells.rmsd;
         if (measured_.urmsd) found.urmsd.at(i, j) = cells.urmsd;
-        // Fewer than three pairs determine no rotation, and the matrix then shows none.
-        found.pairs.at(i, j) = cells.pairs >= kFewestPairs ? cells.pairs : 0U;
+        // Fewer than three atoms determine no rotation, and the matrix then shows no pairs; two
+        // residues with their backbones have a fit.
+        const bool isMapped = cells.rmsd >= 0.0F || cells.pairs >= kFewestPairs;
+        found.pairs.at(i, j) = isMapped ? cells.pairs : 0U;
         if (viewer_ != nullptr) viewer_->seeRmsd(compared(pair), asListed(pair, cells), {});
     }
 

@@ -192,7 +192,7 @@ struct PairSlice {
 struct RmsdCells {
     float rmsd = 0.0F;  // -1 without a fit
     float urmsd = 0.0F;
-    std::uint32_t pairs = 0;  // mapped; fewer than 3 are 0 in the matrix, but not to viewers
+    std::uint32_t pairs = 0;  // mapped; without a fit, fewer than 3 are 0 in the matrix alone
 };
 
 // The GDT of a pair without a fit, whose cell in the matrix is 0: a fit can have that, too.
