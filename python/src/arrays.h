@@ -4,12 +4,15 @@
 
 #include <pybind11/numpy.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <span>
 #include <string>
 #include <vector>
 
+#include "base/matrix.h"
+#include "base/stop.h"
 #include "bindings.h"
 
 namespace tervolanda::python {
@@ -42,6 +45,17 @@ std::span<const T> valuesOf(const ArrayIn<T>& array, std::size_t n, const char* 
         throw py::value_error(std::string(what) + " is an array of " + std::to_string(n));
     }
     return {array.data(), n};
+}
+
+// A copy of n x n values, which takes its time, so that every row is shown to check(row) and may be
+// the last one; without the interpreter's lock.
+template <typename T, typename Check>
+Matrix<T> matrixOf(const T* values, std::size_t n, const StopFlag* stop, Check check) {
+    return Matrix<T>::ofRows(n, n, [=](std::size_t i, std::span<T> row) {
+        throwIfStopped(stop);
+        std::copy_n(values + i * n, n, row.begin());
+        check(std::span<const T>(row));
+    });
 }
 
 // An array of n x ... values, each filled in by its position.

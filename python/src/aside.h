@@ -3,6 +3,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 
@@ -39,5 +40,20 @@ class Aside {
     std::atomic<std::uint64_t> done_{0}, all_{0};
     std::uint64_t told_ = 0;
 };
+
+// What is done with the matrix of so many models is over before anybody grows tired of it.
+inline constexpr std::size_t kSoon = 500;
+
+// Runs work(stop) without the interpreter's lock: for many models aside.
+template <typename Work>
+void runFor(std::size_t models, Work work) {
+    if (models <= kSoon) {
+        const py::gil_scoped_release working;
+        work(static_cast<const StopFlag*>(nullptr));
+        return;
+    }
+    Aside aside;
+    aside.run([&] { work(aside.stop()); });
+}
 
 }  // namespace tervolanda::python

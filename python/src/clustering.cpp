@@ -18,9 +18,6 @@ namespace {
 
 constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
 
-// Models that are clustered before anybody grows tired of it.
-constexpr std::size_t kSoon = 500;
-
 // The rows of an array; an exception for another shape than (n, n).
 template <typename T>
 std::size_t sizeOf(const ArrayIn<T>& array, const char* what) {
@@ -30,30 +27,21 @@ std::size_t sizeOf(const ArrayIn<T>& array, const char* what) {
     return static_cast<std::size_t>(array.shape(0));
 }
 
-// A copy of n x n values, which takes its time; an exception for one that is not finite.
-template <typename T>
-Matrix<T> matrixOf(const T* values, std::size_t n, const StopFlag* stop) {
-    return Matrix<T>::ofRows(n, n, [=](std::size_t i, std::span<T> row) {
-        throwIfStopped(stop);
-        std::copy_n(values + i * n, n, row.begin());
+// An exception for a value that is not finite.
+struct RequireFinite {
+    template <typename T>
+    void operator()(std::span<const T> row) const {
         for (const T value : row) {
             if (!std::isfinite(static_cast<float>(value))) {
                 throw std::invalid_argument("the matrix has finite values");
             }
         }
-    });
-}
-
-// Runs work(stop) without the interpreter's lock: for many models aside.
-template <typename Work>
-void runFor(std::size_t models, Work work) {
-    if (models <= kSoon) {
-        const py::gil_scoped_release computing;
-        work(nullptr);
-        return;
     }
-    Aside aside;
-    aside.run([&] { work(aside.stop()); });
+};
+
+template <typename T>
+Matrix<T> finiteMatrix(const T* values, std::size_t n, const StopFlag* stop) {
+    return matrixOf(values, n, stop, RequireFinite());
 }
 
 ClusterMethod methodOf(const std::string& name) {
@@ -114,7 +102,7 @@ py::dict cluster(const ArrayIn<float>& array, const std::string& method, bool si
     std::optional<Clustering> found;
     runFor(models, [&](const StopFlag* stop) {
         settings.stop = stop;
-        DistanceMatrix matrix = matrixOf(values, models, stop);
+        DistanceMatrix matrix = finiteMatrix(values, models, stop);
         found = clusterModels(matrix, settings);
     });
     if (!found) throw py::value_error("these thresholds give no clusters");
@@ -143,8 +131,8 @@ py::tuple jury(const ArrayIn<float>& scores, const ArrayIn<std::uint32_t>& pairs
     std::vector<JuryScore> ranking;
     runFor(models, [&](const StopFlag* stop) {
         ranking =
-            rankByJury(matrixOf(scoreValues, models, stop), matrixOf(pairValues, models, stop),
-                       scoreThreshold, pairThreshold, stop);
+            rankByJury(finiteMatrix(scoreValues, models, stop),
+                       finiteMatrix(pairValues, models, stop), scoreThreshold, pairThreshold, stop);
     });
     return py::make_tuple(
         newArray<std::int64_t>(ranking.size(), [&](std::size_t i) { return ranking[i].model; }),
@@ -159,8 +147,8 @@ py::dict setFiguresOf(const ArrayIn<float>& scores, bool similarities,
     const float* const values = scores.data();
     std::optional<SetFigures> set;
     runFor(models, [&](const StopFlag* stop) {
-        set = setFigures(matrixOf(values, models, stop),
-                         similarities ? MatrixValues::Similarities : MatrixValues::Distances);
+        set = setFigures(finiteMatrix(values, models, stop),
+                         similarities ? MatrixValues::Similarities : MatrixValues::Distances, stop);
     });
     py::dict result;
     result["pairs"] = set ? set->pairs : 0;

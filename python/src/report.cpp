@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "arrays.h"
+#include "aside.h"
 #include "cluster/cluster.h"
 #include "comparing.h"
 #include "export/export.h"
@@ -38,33 +39,44 @@ void addInput(const Structure& structure, std::size_t id, RunInputs& inputs) {
 
 // --- Writing -------------------------------------------------------------------------------------
 
-// Writes the page; 0, or the error number.  An older page is replaced when all is written.
-int writePage(const std::string& path, const RunInputs& inputs,
-              const std::vector<PairResult>& pairs, const RunResults& results) {
-    errno = 0;
-    const auto page = makeReportPage(path);
-    const auto failure = [] { return errno != 0 ? errno : EIO; };
-    if (!page->isOpen()) return failure();
-    page->start(inputs);
-    for (const PairResult& pair : pairs)
-        page->take(pair);
-    page->finish(results);
-    errno = 0;
-    return page->commit() ? 0 : failure();
-}
-
-// The same with the interpreter's lock given up; an OSError for a page that was not written.
-void write(const std::string& path, const RunInputs& inputs, const std::vector<PairResult>& pairs,
-           const RunResults& results) {
-    int error = 0;
-    {
-        const py::gil_scoped_release writing;
-        error = writePage(path, inputs, pairs, results);
-    }
-    if (error == 0) return;
-    errno = error;
+[[noreturn]] void throwNotWritten(const std::string& path) {
+    if (errno == 0) errno = EIO;
     PyErr_SetFromErrnoWithFilename(PyExc_OSError, path.c_str());
     throw py::error_already_set();
+}
+
+// Fills a page by fill(page, stop), for many models aside, and gives it its name: here, since this
+// is the thread that a signal that ends the process may come to.  An older page is replaced when
+// all is written, and stays when that is interrupted.
+template <typename Fill>
+void writePage(const std::string& path, std::size_t models, Fill fill) {
+    errno = 0;
+    const auto page = makeReportPage(path);
+    if (!page->isOpen()) throwNotWritten(path);
+    runFor(models, [&](const StopFlag* stop) {
+        fill(*page, stop);
+        throwIfStopped(stop);
+    });
+    errno = 0;
+    bool isWritten = false;
+    {
+        const py::gil_scoped_release writing;
+        isWritten = page->commit();
+    }
+    if (!isWritten) throwNotWritten(path);
+}
+
+// The page of pairs.
+void write(const std::string& path, const RunInputs& inputs, const std::vector<PairResult>& pairs,
+           const RunResults& results) {
+    writePage(path, pairs.size(), [&](ExportFile& page, const StopFlag* stop) {
+        page.start(inputs);
+        for (const PairResult& pair : pairs) {
+            throwIfStopped(stop);
+            page.take(pair);
+        }
+        page.finish(results);
+    });
 }
 
 // --- Pairs ---------------------------------------------------------------------------------------
@@ -168,14 +180,17 @@ ScoreKind scoreKindOf(const std::string& measure) {
 }
 
 template <typename T>
-Matrix<T> squareOf(const ArrayIn<T>& array, std::size_t n) {
+void requireSquare(const ArrayIn<T>& array, std::size_t n) {
     if (array.ndim() != 2 || static_cast<std::size_t>(array.shape(0)) != n ||
         static_cast<std::size_t>(array.shape(1)) != n) {
         throw py::value_error("the matrices have a row and a column for each model");
     }
-    Matrix<T> matrix(n, n);
-    std::copy_n(array.data(), n * n, matrix.values().begin());
-    return matrix;
+}
+
+// Any values: what is no number counts as missing.
+template <typename T>
+Matrix<T> matrixOf(const T* values, std::size_t n, const StopFlag* stop) {
+    return python::matrixOf(values, n, stop, [](std::span<const T>) {});
 }
 
 // What is asked of the 3D-Jury.
@@ -201,30 +216,55 @@ void addModels(const std::vector<StructurePtr>& models, const std::vector<std::s
     }
 }
 
+// All that a page says of a matrix, lent: the values are those of arrays that the caller holds.
+struct MatrixSubject {
+    const RunInputs& inputs;
+    const float* values;
+    const std::uint32_t* pairs;  // of a search, for the 3D-Jury; else null
+    const Clustering* clustering;
+    JuryChoice asked;
+};
+
+// Ranks the models and fills the page.  Without the interpreter's lock.
+void rankAndFill(ExportFile& page, const MatrixSubject& subject, const StopFlag* stop) {
+    const RunInputs& inputs = subject.inputs;
+    const std::size_t n = inputs.structures.size();
+    const DistanceMatrix scores = matrixOf(subject.values, n, stop);
+    std::vector<JuryScore> jury;
+    if (subject.pairs != nullptr) {
+        jury = rankByJury(scores, matrixOf(subject.pairs, n, stop), subject.asked.score,
+                          subject.asked.pairs, stop);
+    }
+    const auto kind =
+        isDistance(inputs.score) ? MatrixValues::Distances : MatrixValues::Similarities;
+    RunResults results;
+    results.scores = &scores;
+    results.set = setFigures(scores, kind, stop);
+    results.ranking = rankedModels(scores, kind, jury, stop);
+    if (subject.clustering != nullptr) {
+        results.clustering = *subject.clustering;
+        addClusters(*subject.clustering, results.ranking);
+    }
+    page.start(inputs);
+    page.finish(results);
+}
+
 void reportMatrix(const std::string& path, const std::vector<StructurePtr>& models,
                   const std::vector<std::string>& names, const std::string& measure,
                   const ArrayIn<float>& values, const std::optional<ArrayIn<std::uint32_t>>& pairs,
                   const Clustering* clustering, JuryChoice asked) {
     RunInputs inputs = inputsOf(RunKind::AllVersusAll, scoreKindOf(measure));
     addModels(models, names, inputs);
-    const DistanceMatrix scores = squareOf(values, names.size());
-    std::vector<JuryScore> jury;
+    requireSquare(values, names.size());
     const bool isSearch = inputs.score == ScoreKind::Tm || inputs.score == ScoreKind::MaxSub;
-    if (isSearch && pairs)
-        jury = rankByJury(scores, squareOf(*pairs, names.size()), asked.score, asked.pairs);
-    const auto kind =
-        isDistance(inputs.score) ? MatrixValues::Distances : MatrixValues::Similarities;
-    RunResults results;
-    results.scores = &scores;
-    results.set = setFigures(scores, kind);
-    results.ranking = rankedModels(scores, kind, jury);
-    if (clustering != nullptr) {
-        if (clustering->clusters.cluster.size() != names.size())
-            throw py::value_error("the clusters are of other models");
-        results.clustering = *clustering;
-        addClusters(*clustering, results.ranking);
-    }
-    write(path, inputs, {}, results);
+    const bool hasJury = isSearch && pairs.has_value();
+    if (hasJury) requireSquare(*pairs, names.size());
+    if (clustering != nullptr && clustering->clusters.cluster.size() != names.size())
+        throw py::value_error("the clusters are of other models");
+    const MatrixSubject subject{inputs, values.data(), hasJury ? pairs->data() : nullptr,
+                                clustering, asked};
+    writePage(path, names.size(),
+              [&](ExportFile& page, const StopFlag* stop) { rankAndFill(page, subject, stop); });
 }
 
 }  // namespace

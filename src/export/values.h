@@ -8,6 +8,7 @@
 #include <span>
 #include <vector>
 
+#include "base/stop.h"
 #include "cluster/batch/batch.h"
 #include "cluster/cluster.h"
 #include "compare/compare.h"
@@ -61,12 +62,15 @@ bool isBetter(const PairResult& pair, const PairResult& other, ScoreKind kind);
 std::vector<RankedModel> rankedByScore(std::span<const std::optional<double>> scores,
                                        MatrixValues values);
 
-// The models of a matrix, best first: by the 3D-Jury, or without one by their mean score.
+// The models of a matrix, best first: by the 3D-Jury, or without one by their mean score.  A flag
+// that is set ends this and the next, for callers of the library.
 std::vector<RankedModel> rankedModels(const DistanceMatrix& scores, MatrixValues values,
-                                      std::span<const JuryScore> jury);
+                                      std::span<const JuryScore> jury,
+                                      const StopFlag* stop = nullptr);
 
 // Of a matrix of scores, N x N, as its upper half has them; none where no pair has one.
-std::optional<SetFigures> setFigures(const DistanceMatrix& scores, MatrixValues values);
+std::optional<SetFigures> setFigures(const DistanceMatrix& scores, MatrixValues values,
+                                     const StopFlag* stop = nullptr);
 
 // How many clusters the tree gives if it is cut at each of 20 distances, evenly up to that of its
 // last join; nothing without a tree, and for one in which nothing is apart.

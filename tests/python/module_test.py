@@ -340,6 +340,7 @@ class Interruptions(unittest.TestCase):
         matrix = np.random.default_rng(0).random((4_000, 4_000), dtype=np.float32)
         long = [structure(2_000, seed) for seed in range(100 // SCALE + 2)]
         found = tv.compare(*large, seed_levels=0)
+        matrices = tv.Matrices("rmsd", matrix, ("",) * len(matrix))
         for name, call in {
             "search": lambda: tv.compare(*large, cutoff=100.0),
             "structure": lambda: tv.compare(*large, align="structure"),
@@ -349,6 +350,7 @@ class Interruptions(unittest.TestCase):
             "long models": lambda: tv.all_pairs(long, align="structure", threads=2),
             "list": lambda: tv.against(models[0], models * 100),
             "clusters": lambda: [tv.cluster(matrix, how) for how in ("average", "single", "neighbours") * 20],
+            "page": lambda: tv.report(os.devnull, matrices),
         }.items():
             with self.subTest(name):
                 for after in (0.1, 0.2, 0.3):
