@@ -95,6 +95,9 @@ TEST(Mmcif, SaysWhereItIsWrong) {
         std::string text = kRow;
         return text.replace(text.find(from), std::string_view(from).size(), to);
     };
+    std::string tags;
+    for (int i = 0; i < 1025; ++i)
+        tags += "_a ";
     const std::vector<std::pair<std::string, std::string>> cases = {
         {head + kRow + row("1.5", "nan"), "line 19: 'nan' is no coordinate"},
         {head + row("1.5", "?"), "line 18: '' is no coordinate"},
@@ -110,6 +113,7 @@ TEST(Mmcif, SaysWhereItIsWrong) {
         {head + "_atom_site.occupancy\n", "line 18: a loop has a tag twice"},
         {"data_x\n_a.b _c.d", "line 2: a tag has no value"},
         {"data_x\n_a.b 1 2", "line 2: a value has no tag"},
+        {"data_x\nloop_\n" + tags, "line 3: a loop has too many tags"},
         {"data_x\nloop_\n1", "line 3: a loop has no tags"},
         {head + row(" A A", " A" + std::string(65, 'b') + " A"),
          "line 18: the name of the chain is too long"},

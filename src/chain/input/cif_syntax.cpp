@@ -163,6 +163,7 @@ bool CifParser::takeTag(std::string_view tag) {
     if (state_ == State::LoopTags) {
         if (item != kNone && std::find(columns_.begin(), columns_.end(), item) != columns_.end())
             return fail("a loop has a tag twice");
+        if (columns_.size() == kMostColumns) return fail("a loop has too many tags");
         if (category_ == kNone) category_ = category;
         columns_.push_back(category == category_ ? item : kNone);
         return true;

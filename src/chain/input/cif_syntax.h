@@ -50,6 +50,7 @@ class CifParser {
     std::string_view value(std::size_t item) const { return row_[item]; }
 
     static constexpr std::size_t kLongestValue = 4096;  // characters of a wanted one
+    static constexpr std::size_t kMostColumns = 1024;   // of a loop; no category has as many items
 
  private:
     // Where the next value belongs: nowhere, to the tag of a pair, or to a column of a loop, whose
