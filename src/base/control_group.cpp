@@ -8,23 +8,17 @@
 #include <algorithm>
 #include <array>
 
+#include "base/text.h"
+
 namespace tervolanda {
 
 namespace {
 
 constexpr std::string_view kMounted = "/sys/fs/cgroup";
 
-// What stands before the next colon or comma, taken off the text.
-std::string_view takeField(std::string_view& text, char end) {
-    const std::size_t length = std::min(text.find(end), text.size());
-    const std::string_view field = text.substr(0, length);
-    text.remove_prefix(std::min(length + 1, text.size()));
-    return field;
-}
-
 bool hasController(std::string_view controllers, std::string_view controller) {
     while (!controllers.empty())
-        if (takeField(controllers, ',') == controller) return true;
+        if (takeUpTo(controllers, ',') == controller) return true;
     return false;
 }
 
@@ -48,9 +42,9 @@ std::vector<std::string> limitFiles(std::string_view membership, const GroupLimi
     const std::string own = unified + '/' + std::string(limit.controller);
     std::vector<std::string> files;
     while (!membership.empty()) {
-        std::string_view group = takeField(membership, '\n');
-        const bool isUnified = takeField(group, ':') == "0";
-        const std::string_view controllers = takeField(group, ':');
+        std::string_view group = takeUpTo(membership, '\n');
+        const bool isUnified = takeUpTo(group, ':') == "0";
+        const std::string_view controllers = takeUpTo(group, ':');
         if (isUnified) {
             addLevels(unified, group, limit.unifiedFile, files);
         } else if (hasController(controllers, limit.controller)) {
@@ -68,8 +62,8 @@ std::vector<std::string> limitFiles(const GroupLimit& limit) {
 }
 
 std::string kernelText(const std::string& path) {
-    constexpr std::size_t kLongest = std::size_t{1}
-                                     << 16;  // a group's name has 4,096 bytes at most
+    // A group's name has 4,096 bytes at most.
+    constexpr std::size_t kLongest = std::size_t{1} << 16;
     std::string text;
     const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (descriptor < 0) return text;

@@ -44,13 +44,11 @@ std::size_t processorsOfMask() {
 std::vector<std::uint64_t> numbersIn(const std::string& path) {
     std::vector<std::uint64_t> numbers;
     const std::string text = kernelText(path);
-    std::string_view line = trimBlanks(text);
-    while (!line.empty()) {
-        const std::size_t end = std::min(line.find(' '), line.size());
-        const auto number = digitsOnly(line.substr(0, end));
+    std::string_view rest = text;
+    for (auto field = takeField(rest); !field.empty(); field = takeField(rest)) {
+        const auto number = digitsOnly(field);
         if (!number) return {};
         numbers.push_back(*number);
-        line = trimBlanks(line.substr(end));
     }
     return numbers;
 }

@@ -109,6 +109,13 @@ std::string_view takeField(std::string_view& text) {
     return field;
 }
 
+std::string_view takeUpTo(std::string_view& text, char end) {
+    const std::size_t length = std::min(text.find(end), text.size());
+    const std::string_view taken = text.substr(0, length);
+    text.remove_prefix(std::min(length + 1, text.size()));
+    return taken;
+}
+
 void hideControlBytes(std::span<char> text, std::string_view kept) {
     for (char& c : text) {
         const auto code = static_cast<unsigned char>(c);

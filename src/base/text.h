@@ -55,11 +55,23 @@ std::optional<std::int64_t> wholeInteger(std::string_view field);
 // type.
 std::optional<std::uint64_t> digitsOnly(std::string_view text);
 
+// Of ASCII alone, whatever the locale.
+inline bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+inline char lowerCase(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
+}
+
 // `text` without leading and trailing characters of the codes 0 to 32.
 std::string_view trimBlanks(std::string_view text);
 
 // The next field between blanks (codes up to 32), taken off the front of `text`; empty at its end.
 std::string_view takeField(std::string_view& text);
+
+// What stands before the next `end`, taken off the front of `text` together with it; all of the
+// text where there is none.
+std::string_view takeUpTo(std::string_view& text, char end);
 
 // Makes every control byte (codes below 32, and 127) a "?", as ls does on a terminal, but for those
 // in `kept`.  Text beyond ASCII stays as it is.

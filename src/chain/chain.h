@@ -147,6 +147,10 @@ std::string oneLetterSequence(const Chain& chain);
 
 // --- Codes and records ---------------------------------------------------------------------------
 
+// Rows of the residue table: those after the last amino acid are nucleotides.
+inline constexpr int kGlycine = 0;
+inline constexpr int kLastAminoAcid = 23;
+
 // Row of the residue table for a three-letter name, -1 for none.
 int residueIndex(std::string_view name);
 // One-letter code of a three-letter name; "X" when there is none.  A third character "X" is "X" at

@@ -25,7 +25,7 @@ constexpr std::array<ResidueRow, 28> kResidues = {{
 }};
 // clang-format on
 constexpr int kStandardResidues = 20;
-constexpr int kGlycine = 0;
+static_assert(kResidues[kGlycine].code == 'G' && kResidues[kLastAminoAcid].name == "UNK");
 
 // The first three characters as one number: every record of a file is looked up.
 constexpr std::uint32_t packed(std::string_view name) {

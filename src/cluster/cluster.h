@@ -51,8 +51,8 @@ struct ClusterSettings {
     // not depend on it, only what is told of the search.
     std::size_t triedOneByOne = 0;
     std::size_t threads = 1;  // the clusters do not depend on it
-    const StopFlag* stop =
-        nullptr;  // for callers of the library: ends the clustering when it is set
+    // For callers of the library: ends the clustering when it is set.
+    const StopFlag* stop = nullptr;
 };
 
 // A join of two clusters.  A child is a model's position, or -(k + 1) for the earlier join k; the

@@ -18,8 +18,8 @@ namespace tervolanda {
 class DistanceView {
  public:
     // With `hasFailedFits` an entry of exactly -1 is the mark of a failed fit; without, it is a
-    // number like any other (1 - similarity may well be negative).
-    // Reading on ends when `stop` is set.
+    // number like any other (1 - similarity may well be negative).  Reading on ends when `stop` is
+    // set.
     DistanceView(const DistanceMatrix& matrix, bool hasFailedFits, const StopFlag* stop = nullptr)
         : matrix_(&matrix),
           stop_(stop),

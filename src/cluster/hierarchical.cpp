@@ -5,7 +5,6 @@
 
 #include <algorithm>
 
-#include "base/log.h"
 #include "cluster/thresholds.h"
 
 namespace tervolanda {
@@ -18,8 +17,8 @@ std::size_t nodeOf(std::int64_t child, std::size_t models) {
                       : models + static_cast<std::size_t>(-child) - 1;
 }
 
-// The positions of each cluster's members, ascending.
-// Made once for all clusters: a search for the members of each would go through all models N times.
+// The positions of each cluster's members, ascending.  Made once for all clusters: a search for the
+// members of each would go through all models N times.
 std::vector<std::vector<std::uint32_t>> membersOf(const ClusterAssignment& clusters) {
     std::vector<std::vector<std::uint32_t>> members(clusters.count);
     for (std::uint32_t i = 0; i < clusters.cluster.size(); ++i) {

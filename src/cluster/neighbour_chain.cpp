@@ -191,10 +191,9 @@ void NeighbourChain<Linkage>::inShares(std::size_t from, std::size_t to, std::si
     });
 }
 
-// The cells of a slot and those of a share: from its row the ones before it, down its column those
-// after it.
-// The cells of a slot stand in its row up to the diagonal, and in a column from there on: gathered
-// once, they are measured and joined in one piece.
+// Copies the cells that the triangle has of a slot and those of a share.  They stand in its row up
+// to the diagonal, and in a column from there on: gathered once, they are measured and joined in
+// one piece.
 template <typename Linkage>
 void NeighbourChain<Linkage>::gather(std::uint32_t slot, Row& row, Share share) {
     if (share.from < slot) {

@@ -1,17 +1,16 @@
 // Greedy clustering around the models with the most neighbours: the model that has the most takes
 // them, then the one with the most among those that are left, and so on.
 //
-// Counting all neighbours reads the
-// whole matrix, so it is done once: the threshold at which the first cluster gets large enough is
-// found beforehand from the rows themselves, and when a cluster is formed only the distances to its
-// members are looked at to correct the counts of the models that are left.
+// Counting all neighbours reads the whole matrix, so it is done once: the threshold at which the
+// first cluster gets large enough is found beforehand from the rows themselves, and when a cluster
+// is formed only the distances to its members are looked at to correct the counts of the models
+// that are left.
 #include "cluster/neighbours.h"
 
 #include <algorithm>
 #include <utility>
 #include <vector>
 
-#include "base/log.h"
 #include "cluster/thresholds.h"
 
 namespace tervolanda {

@@ -1,8 +1,6 @@
 // The thresholds that a search tries one after the other.
 #pragma once
 
-#include <cstddef>
-
 namespace tervolanda {
 
 // start, start + step, (start + step) + step, ...: each value is the rounded sum of the one before

@@ -6,7 +6,6 @@
 // score by the length of the model that it names first.  An N x N matrix of N = 10,000 models has
 // 400 MB, and there are up to three: none is copied but for a file that shows it
 // (RunExports::keepScores()), and clustering works in place.
-#include <algorithm>
 #include <cstdlib>
 #include <functional>
 #include <optional>

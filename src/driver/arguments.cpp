@@ -13,10 +13,6 @@ namespace tervolanda {
 
 namespace {
 
-bool isDigit(char c) {
-    return c >= '0' && c <= '9';
-}
-
 // "--rmsd" becomes "-rmsd", and "--5", a value, "-5": the lookup does not know which is which.
 void dropRepeatedDashes(std::string& argument) {
     std::size_t dropped = 0;

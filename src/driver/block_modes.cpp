@@ -12,7 +12,6 @@
 #include <cstdlib>
 #include <ctime>
 #include <system_error>
-#include <utility>
 
 #include "base/log.h"
 #include "driver/abend.h"
@@ -21,7 +20,6 @@
 #include "driver/modes.h"
 #include "driver/read_plan.h"
 #include "driver/residue_names.h"
-#include "driver/result_output.h"
 #include "driver/timer.h"
 
 namespace tervolanda {
@@ -60,12 +58,11 @@ PairRange rangeOf(const PartHeader& header, const ReadablePairs& readable, std::
     return {count == 0 ? 0 : pairsOf(models - 1), count};
 }
 
-// Outcomes go into the part in the order of the batch, in which a merge asks for them.
-void compareInto(PartWriter& part, const PreparedList& models, PairRange range,
-                 const Settings& settings, Log& log, Report& report) {
-    const auto take = [&part](BatchPair, const auto& outcome) { part.add(outcome); };
-    const PairSlice slice{models, range};
-    const Workforce& workforce = settings.workforce;
+// Compares the pairs of a slice as the run compares pairs; take(pair, outcome) gets what was found
+// of each, in the order of the batch, in which a merge asks for it.
+template <typename Take>
+void comparePairs(const PairSlice& slice, const Settings& settings, const Workforce& workforce,
+                  const Take& take, Log& log, Report& report) {
     switch (comparisonKind(settings)) {
         case ComparisonKind::MaxSub:
             return compareMaxSub(slice, settings.comparison, take, log, report, workforce);
@@ -97,20 +94,7 @@ double secondsForAll(const PreparedList& models, const Settings& settings, Log& 
     const PairSlice all{models, {0, pairsOf(models.size())}};
     const std::clock_t begin = std::clock();
     for (int rounds = 1;; ++rounds) {
-        switch (comparisonKind(settings)) {
-            case ComparisonKind::MaxSub:
-                compareMaxSub(all, settings.comparison, nothing, log, report, alone);
-                break;
-            case ComparisonKind::Gdt:
-                compareGdt(all, settings.comparison, nothing, log, report, alone);
-                break;
-            case ComparisonKind::Rmsd:
-                compareRmsd(all, rmsdOptions(settings), nothing, log, report, alone);
-                break;
-            case ComparisonKind::Measure:
-                compareByMeasure(all, measureOptions(settings), nothing, log, report, alone);
-                break;
-        }
+        comparePairs(all, settings, alone, nothing, log, report);
         const double seconds = static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC;
         if (seconds >= kLongEnough) return seconds / rounds;
     }
@@ -161,7 +145,10 @@ int runBlock(const Settings& settings, const ResidueExclusions& exclusions, Log&
     const RunTimer timer;
     const PreparedList prepared(models, readPlan(settings).atoms, settings.comparison, report);
     const PairRange range = rangeOf(header, run.readable(), prepared.size());
-    if (range.count > 0) compareInto(part, prepared, range, settings, log, report);
+    const auto keep = [&part](BatchPair, const auto& outcome) { part.add(outcome); };
+    if (range.count > 0) {
+        comparePairs({prepared, range}, settings, settings.workforce, keep, log, report);
+    }
     timer.stop(log);
     if (!part.commit(header)) {
         log.incompleteFile(path);
@@ -213,6 +200,8 @@ int runPlan(const Settings& settings, const ResidueExclusions& exclusions, Log& 
     const ListSummary list = summariseList(settings, log);
     const ChainList models = readModels(settings, exclusions, log, nullptr);
     if (models.chains.size() < 2) abend("Not enough structures for all vs. all clustering");
+    // A block has all of its models prepared: it counts for the memory, and is of no other use
+    // here.
     const PreparedList prepared(models, readPlan(settings).atoms, settings.comparison, report);
     const ChainList sample = sampleOf(models, kSample);
     const PreparedList few(sample, readPlan(settings).atoms, settings.comparison, report);

@@ -15,10 +15,10 @@
 
 #include "base/format.h"
 #include "base/log.h"
+#include "base/text.h"
 #include "driver/abend.h"
 #include "driver/help_text.h"
 #include "driver/read_plan.h"
-#include "driver/result_output.h"
 
 namespace tervolanda {
 
@@ -129,18 +129,11 @@ std::string optionsText(const Settings& settings) {
     return text;
 }
 
-std::string_view takeLine(std::string_view& text) {
-    const std::size_t end = std::min(text.find('\n'), text.size());
-    const std::string_view line = text.substr(0, end);
-    text.remove_prefix(std::min(end + 1, text.size()));
-    return line;
-}
-
 // The first lines in which two texts differ, which they do.
 std::string differenceOf(std::string_view theirs, std::string_view ours) {
     while (true) {
-        const std::string_view a = takeLine(theirs);
-        const std::string_view b = takeLine(ours);
+        const std::string_view a = takeUpTo(theirs, '\n');
+        const std::string_view b = takeUpTo(ours, '\n');
         if (a == b) continue;
         return format("was made with '%s', not '%s'", std::string(a).c_str(),
                       std::string(b).c_str());

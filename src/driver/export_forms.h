@@ -19,10 +19,10 @@ namespace tervolanda {
 inline constexpr unsigned kNeedsTree = 1;       // clustering by linkage
 inline constexpr unsigned kRefersToInputs = 2;  // by their paths, so that they have to be files
 inline constexpr unsigned kShowsFailure = 4;    // it is written for a run that failed, too
-inline constexpr unsigned kShowsPairs = 16;     // of all models with each other
+inline constexpr unsigned kShowsPairs = 8;      // of all models with each other
 // It shows models laid over others: in a run of all models against each other over the medoids of
 // their clusters, so that it needs clusters and is given these pairs in place of those compared.
-inline constexpr unsigned kSuperposes = 8;
+inline constexpr unsigned kSuperposes = 16;
 
 // A row of the table: everything that the driver knows of a form.
 struct ExportForm {

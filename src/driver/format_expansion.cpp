@@ -8,6 +8,8 @@
 #include <cstddef>
 #include <optional>
 
+#include "base/text.h"
+
 namespace tervolanda {
 
 namespace {
@@ -22,10 +24,6 @@ struct Conversion {
     std::optional<std::size_t> precision;
     char kind = '\0';
 };
-
-bool isDigit(char c) {
-    return c >= '0' && c <= '9';
-}
 
 bool isOneOf(char c, std::string_view characters) {
     return characters.find(c) != std::string_view::npos;

@@ -14,16 +14,14 @@ namespace tervolanda {
 
 namespace {
 
-// Counts of the settings are signed, those of clustering are not; below zero is none.
-// -P -5 asks for no fewer than no pairs.
+// Counts of the settings are signed, those of clustering are not: "-P -5" is "-P 0".
 std::uint32_t asCount(int value) {
     return static_cast<std::uint32_t>(std::max(value, 0));
 }
 
 // Clusters the models of a matrix, in which distances take the place of similarities, and prints
-// the clusters.  None for method 0.
-// An upper threshold that steps never reach is an ERROR line and no failure: what was computed
-// stays.
+// the clusters.  None for method 0.  An upper threshold that steps never reach is an ERROR line and
+// no failure: what was computed stays.
 std::optional<Clustering> clusterAndPrint(LabelledMatrix& matrix, const Settings& settings,
                                           Log& log) {
     const std::optional<ClusterMethod> method = clusterMethod(settings);

@@ -81,8 +81,8 @@ struct AverageRow {
 
 // --- Text ----------------------------------------------------------------------------------------
 
-// Widths of the columns of a list's lines.
-// The same for all lines of a run, so that they stand under each other.
+// Widths of the columns of a list's lines, the same for all lines of a run, so that they stand
+// under each other.
 struct ColumnWidths {
     int number = 1;  // the smallest i >= 1 for which 10^i exceeds the models
     int name = 0;    // the longest file name

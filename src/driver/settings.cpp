@@ -25,8 +25,8 @@ namespace tervolanda {
 
 namespace {
 
-// The requests for a text, as the flags stand on the command line.
-// Which of them is heeded is decided when everything has been looked up (chooseRequest()).
+// The requests for a text, as the flags stand on the command line.  Which of them is heeded is
+// decided when everything has been looked up (chooseRequest()).
 struct TextFlags {
     bool help = false;
     bool extendedHelp = false;
@@ -125,9 +125,9 @@ void readSearchOptions(Arguments& arguments, Settings& settings) {
 // "k/n": block k of n, from 1.  More blocks than pairs are no fault: some of them are empty.
 void readBlock(const std::string& text, BlockSettings& blocks) {
     constexpr std::uint64_t kMostBlocks = 1'000'000'000;
-    const std::size_t slash = std::min(text.find('/'), text.size());
-    const auto number = digitsOnly(std::string_view(text).substr(0, slash));
-    const auto count = digitsOnly(std::string_view(text).substr(std::min(slash + 1, text.size())));
+    std::string_view rest = text;
+    const auto number = digitsOnly(takeUpTo(rest, '/'));
+    const auto count = digitsOnly(rest);
     if (!number || !count || *number < 1 || *number > *count || *count > kMostBlocks) {
         abend("Option '--block' takes k/n with k from 1 to n, not '%s'", text.c_str());
     }

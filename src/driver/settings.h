@@ -6,7 +6,6 @@
 // used.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -20,16 +19,13 @@
 
 namespace tervolanda {
 
-class Log;
-
 // What a pairwise RMSD comparison does with unit vectors.
 enum UrmsdFlags : std::uint8_t {
     UrmsdCompute = 0x01,
     UrmsdRotate = 0x02,  // take the rotation from the URMSD fit
 };
 
-// The structures and the files of an earlier run.
-// Paths as they were given; "-" is standard input.
+// The structures and the files of an earlier run.  Paths as they were given; "-" is standard input.
 struct InputSettings {
     std::optional<std::string> experimentFile;
     std::optional<std::string> predictionFile;
@@ -66,8 +62,9 @@ struct ClusteringSettings {
     int juryPairs = 20;
     int initialClusterSize = 50;
     int minClusterSize = 5;
-    int clusterMethod = 5;  // 0 none, 1 single, 2 average, 3 maximum linkage, 4 neighbour pairs
-                            // (min size), 5 neighbour pairs (absolute size)
+    // 0 none, 1 single, 2 average, 3 maximum linkage, 4 neighbour pairs (min size), 5 neighbour
+    // pairs (absolute size): see clusterMethod().
+    int clusterMethod = 5;
 };
 
 // Where results go and how much of them is shown; none of it changes a result.  A file that is not
@@ -88,9 +85,9 @@ struct OutputSettings {
     int lineWrap = 60;
 };
 
-// All pairs of a list in blocks, each computed by a run of its own.
-// A run has at most one of the tasks (checkBlocks()): to compute a block, to merge the parts of
-// all, to name those that are missing, to plan how many there should be.
+// All pairs of a list in blocks, each computed by a run of its own.  A run has at most one of the
+// tasks (checkBlocks()): to compute a block, to merge the parts of all, to name those that are
+// missing, to plan how many there should be.
 struct BlockSettings {
     std::uint64_t number = 0;  // of `blocks`, from 1
     std::uint64_t blocks = 0;  // 0: none were asked for
@@ -118,8 +115,8 @@ struct Settings {
     std::vector<std::string> command;
 };
 
-// What the command line asks for: a run, or a text.
-// Texts win over runs; which text, is decided by chooseRequest() and the number of arguments.
+// What the command line asks for: a run, or a text.  Texts win over runs; which text it is depends
+// on the flags and, without any, on the number of arguments.
 enum class Request { Run, ShortUsage, StandardHelp, ExtendedHelp, MoreHelp, Version };
 
 struct CommandLine {

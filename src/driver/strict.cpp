@@ -3,8 +3,6 @@
 // both is not what was meant.
 #include "driver/strict.h"
 
-#include <algorithm>
-#include <array>
 #include <cmath>
 #include <limits>
 #include <map>

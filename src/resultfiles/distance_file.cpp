@@ -211,8 +211,7 @@ bool reportMissingDistances(const DistanceFile& distances, Log& log) {
             // A fit that failed was written as -1 and is missing here: there is nothing to cluster
             // by.
             if (row[j] >= 0.0F) continue;
-            report.error(1, "Missing distance record for %d - %d", static_cast<int>(i + 1),
-                         static_cast<int>(j + 1));
+            report.error(1, "Missing distance record for %zu - %zu", i + 1, j + 1);
         }
     }
     report.finish();

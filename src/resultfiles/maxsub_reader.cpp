@@ -275,8 +275,8 @@ std::optional<FormatError> MaxSubFileParser::addPositions(std::string_view line)
     }
     const std::uint32_t expected = pairs_.get(rows.first, rows.second);
     if (items != expected) {
-        return faultyLine(format("Incorrect number of positions (%d != %d) in POS record - check: ",
-                                 static_cast<int>(items), static_cast<int>(expected)),
+        return faultyLine(format("Incorrect number of positions (%u != %u) in POS record - check: ",
+                                 items, expected),
                           line);
     }
     markSeen(rows, ParsedMaxSubFile::Positions);
@@ -303,18 +303,18 @@ bool reportMissingMaxSubRecords(const ParsedMaxSubFile& parsed, Log& log) {
     for (std::size_t i = 0; i < size; ++i) {
         const std::span<const std::uint8_t> row = parsed.seen.row(i);
         for (std::size_t j = i + 1; j < size; ++j) {
-            const int model1 = static_cast<int>(i + 1);
-            const int model2 = static_cast<int>(j + 1);
+            const std::size_t model1 = i + 1;
+            const std::size_t model2 = j + 1;
             if ((row[j] & ParsedMaxSubFile::Score) == 0) {
-                report.error(1, "Missing MaxSub record for %d - %d", model1, model2);
+                report.error(1, "Missing MaxSub record for %zu - %zu", model1, model2);
                 complete = false;
             }
             if (!parsed.hasTransformations) continue;
             if ((row[j] & ParsedMaxSubFile::Transformation) == 0) {
-                report.error(1, "Missing transform record for %d - %d", model1, model2);
+                report.error(1, "Missing transform record for %zu - %zu", model1, model2);
             }
             if ((row[j] & ParsedMaxSubFile::Positions) == 0) {
-                report.error(1, "Missing position record for %d - %d", model1, model2);
+                report.error(1, "Missing position record for %zu - %zu", model1, model2);
             }
         }
     }

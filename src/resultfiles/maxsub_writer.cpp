@@ -85,8 +85,8 @@ struct TransformationLine {
 
 // IDs, scores both ways, pairs, both centres and the rotation, on a line of about 200 characters.
 void writeTransformation(OutputFile& output, const TransformationLine& line) {
-    output.print("TRANS: %6u %6u   %10.4f %10.4f %4d   ", line.id1, line.id2, line.score1,
-                 line.score2, static_cast<int>(line.pairs));
+    output.print("TRANS: %6u %6u   %10.4f %10.4f %4u   ", line.id1, line.id2, line.score1,
+                 line.score2, line.pairs);
     const auto& [centre1, centre2, rotation] = line.superposition;
     for (const auto* centre : {&centre1, &centre2}) {
         output.print("%8.3f %8.3f %8.3f   ", written((*centre)[0]), written((*centre)[1]),
@@ -176,10 +176,9 @@ FileOutcome writeLiteMaxSubFile(const std::string& path, const MaxSubTable& tabl
     writeSectionHead(output, "# Maxsub records\n# MS : <ID1> <ID2> <1-2> <2-1> <Pairs>\n");
     for (std::size_t i = 0; i < ids.size(); ++i) {
         for (std::size_t j = i; j < ids.size(); ++j) {
-            output.print("MS : %6u\t%6u\t%5.3f\t%5.3f\t%4d\n", ids[i], ids[j],
+            output.print("MS : %6u\t%6u\t%5.3f\t%5.3f\t%4u\n", ids[i], ids[j],
                          i == j ? 1.0 : writtenScore(table.scores.at(i, j)),
-                         i == j ? 1.0 : writtenScore(table.scores.at(j, i)),
-                         static_cast<int>(table.pairs.at(i, j)));
+                         i == j ? 1.0 : writtenScore(table.scores.at(j, i)), table.pairs.at(i, j));
         }
     }
     return finishFile(output, path, log);

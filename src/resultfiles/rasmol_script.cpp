@@ -17,7 +17,6 @@
 #include "resultfiles/rasmol_script.h"
 
 #include <algorithm>
-#include <utility>
 
 #include "base/file.h"
 #include "base/format.h"
@@ -161,8 +160,7 @@ struct AtomRange {
 };
 
 // The atoms of a chain or complex, moved by a superposition where there is one, and a TER record
-// after them.
-// `letters` has one for each chain of a complex, or one for all of the structure.
+// after them.  `letters` has one for each chain of a complex, or one for all of the structure.
 void writeAtoms(OutputFile& script, const Chain& chain, const std::vector<AtomRange>& ranges,
                 std::string_view letters, const Superposition* superposition) {
     // Atoms are counted anew in each structure, as in files of one chain each.
@@ -283,8 +281,8 @@ void reportIterations(const ComparisonResult& result, Report& report) {
         total += result.iterations[n].score;
         index += total;
         scores += format(" %5.3f", result.iterations[n].score);
-        report.report(ReportLevel::Results, "%-2d     %5.3f : %5.3f =%s\n", static_cast<int>(n + 1),
-                      index, total, scores.c_str());
+        report.report(ReportLevel::Results, "%-2zu     %5.3f : %5.3f =%s\n", n + 1, index, total,
+                      scores.c_str());
     }
 }
 

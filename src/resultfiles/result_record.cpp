@@ -7,8 +7,6 @@
 #include "resultfiles/result_record.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdlib>
 #include <limits>
 
 #include "base/format.h"
@@ -158,7 +156,7 @@ void writeRule(OutputFile& output, std::size_t width) {
 }
 
 void writeSizeRecord(OutputFile& output, std::size_t size) {
-    output.print("SIZE : %d\n", static_cast<int>(size));
+    output.print("SIZE : %zu\n", size);
 }
 
 void writeChainRecords(OutputFile& output, const ChainList& chains, std::string_view key) {

@@ -6,12 +6,6 @@
 
 namespace tervolanda {
 
-namespace {
-
-constexpr int kLastAminoAcid = 23;  // rows of the residue table after it are nucleotides
-
-}  // namespace
-
 void ChainBuilder::beginResidue(const ResidueLabel& label) {
     model_.residueName = label.name;
     model_.residueType =

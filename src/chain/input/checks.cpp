@@ -96,8 +96,8 @@ class ChainChecker {
     void checkCalphaCount() {
         if (!valid_ || calphas_.size() >= checks_.minimumCalphas) return;
         fault();
-        log_.error(0, "Chain '%c' has too few C-alpha atoms: %d < %d", chain_.letter(),
-                   static_cast<int>(calphas_.size()), static_cast<int>(checks_.minimumCalphas));
+        log_.error(0, "Chain '%c' has too few C-alpha atoms: %zu < %zu", chain_.letter(),
+                   calphas_.size(), checks_.minimumCalphas);
     }
 
     // Stage 3: neighbours among the C-alpha atoms, by number and by distance.

@@ -10,18 +10,17 @@
 
 #include <algorithm>
 
+#include "base/text.h"
+
 namespace tervolanda {
 
 namespace {
 
-char lower(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
-}
-
 // Whether `text` begins with `word`, which is in lower case.
 bool beginsWith(std::string_view text, std::string_view word) {
-    return text.size() >= word.size() && std::equal(word.begin(), word.end(), text.begin(),
-                                                    [](char a, char b) { return a == lower(b); });
+    return text.size() >= word.size() &&
+           std::equal(word.begin(), word.end(), text.begin(),
+                      [](char a, char b) { return a == lowerCase(b); });
 }
 
 bool isBlank(char c) {
@@ -183,7 +182,6 @@ int CifParser::itemAtWork() const {
     return column_ < columns_.size() ? columns_[column_] : kNone;
 }
 
-// A tag, a key word, or a value without quotes; only there are "." and "?" null.
 // Before the first value of a table: false where there is no place for it.
 bool CifParser::beginValues() {
     if (state_ == State::Free) return fail("a value has no tag");

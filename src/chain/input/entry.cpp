@@ -28,7 +28,7 @@ bool isChosen(const std::string& rule, const EntryPlace& place) {
 // By the name, since an element need not be given.
 bool isHydrogen(const Atom& atom) {
     const char first = atom.name[0];
-    const bool isPrefix = first == ' ' || (first >= '0' && first <= '9');
+    const bool isPrefix = first == ' ' || isDigit(first);
     const char element = isPrefix ? atom.name[1] : first;
     return element == 'H' || element == 'D';
 }

@@ -118,7 +118,7 @@ class EntryBuilder {
     bool isPastModel_ = false;
     std::optional<std::int64_t> firstModel_;
     // Of residues that have several, by model, chain and residue: a file may come back to them.
-    std::map<std::tuple<std::int64_t, std::string, std::int32_t>, char> conformers_;
+    std::map<std::tuple<std::int64_t, std::string, std::int64_t>, char> conformers_;
     bool hasSeveralModels_ = false;
     std::int64_t lastModel_ = 1;
 

@@ -10,8 +10,8 @@ namespace tervolanda {
 std::optional<FixedText<4>> columnsOfName(std::string_view name, std::string_view element) {
     if (name.empty() || name.size() > 4) return std::nullopt;
     const bool isSelenium = element.empty() && (name.starts_with("SE") || name.starts_with("Se"));
-    const bool beginsFirst = name.size() == 4 || element.size() == 2 || isSelenium ||
-                             (name.front() >= '0' && name.front() <= '9');
+    const bool beginsFirst =
+        name.size() == 4 || element.size() == 2 || isSelenium || isDigit(name.front());
     if (beginsFirst) return FixedText<4>(name);
     return FixedText<4>(" " + std::string(name));
 }

@@ -70,10 +70,10 @@ inline constexpr std::string_view kAllChains = "all";
 // an entry.
 struct EntryRules {
     bool readsPdb = false;  // PDB text is, too, and the content tells what a file is
-    std::string chain{};    // by its author's name, or by mmCIF's own after "label:"; empty for
-                            // the only one, kAllChains for all of them as one complex
-    std::optional<int> model{};  // its number in a file of several; none for the
-                                 // first
+    // By its author's name, or by mmCIF's own after "label:"; empty for the only one, kAllChains
+    // for all of them as one complex.
+    std::string chain{};
+    std::optional<int> model{};  // its number in a file of several; none for the first
     bool allModels = false;      // in lists every model is a structure of its own
     Conformers conformers = Conformers::Best;
     char conformer = 'A';  // with Conformers::Lettered
@@ -94,8 +94,8 @@ struct ReadRequest {
 };
 
 // Residues that no read returns, each named as in columns 23 to 27 of a PDB file's records: the
-// number at the right of four characters, and the insertion code.
-// Looked up for every residue of every file, so that an empty set must cost nothing.
+// number at the right of four characters, and the insertion code.  Looked up for every residue of
+// every file, so that an empty set must cost nothing.
 class ResidueExclusions {
  public:
     void add(std::string_view key) { keys_.emplace(key.substr(0, kKeyWidth)); }
@@ -152,6 +152,16 @@ struct ListRequest {
 std::size_t readModelList(const std::string& path, std::uint32_t& counter,
                           const ListRequest& request, ChainList& list, Log& log);
 
+// The same for what `path` names: the structure files of a folder, in the natural order of their
+// names ("model_2" before "model_10"), those that match a pattern of the shell, one structure file,
+// or those of a list file, where relative paths count from the folder of the list.
+std::size_t readModelsAt(const std::string& path, std::uint32_t& counter,
+                         const ListRequest& request, ChainList& list, Log& log);
+
+// For callers of the library: the same for the structure files of these paths.
+std::size_t readModelFiles(std::span<const std::string> paths, std::uint32_t& counter,
+                           const ListRequest& request, ChainList& list, Log& log);
+
 // What a list file holds, its models unread.
 struct ListSummary {
     std::uint32_t models = 0;    // lines that name a file
@@ -170,16 +180,6 @@ std::optional<std::string> readStructureText(const std::string& path);
 // CRC-32 (ISO 3309) of the bytes of a regular file, as they lie there; none for any other, standard
 // input ("-") among them, and, after an ERROR line, for one that cannot be read.
 std::optional<std::uint32_t> fileChecksum(const std::string& path, Log& log);
-
-// The same for what `path` names: the structure files of a folder, in the natural order of their
-// names ("model_2" before "model_10"), those that match a pattern of the shell, one structure file,
-// or those of a list file, where relative paths count from the folder of the list.
-std::size_t readModelsAt(const std::string& path, std::uint32_t& counter,
-                         const ListRequest& request, ChainList& list, Log& log);
-
-// For callers of the library: the same for the structure files of these paths.
-std::size_t readModelFiles(std::span<const std::string> paths, std::uint32_t& counter,
-                           const ListRequest& request, ChainList& list, Log& log);
 
 // Adds the keys of a residue exclusion file (the first five characters of every line).  False,
 // after an ERROR line, when it cannot be read.

@@ -5,8 +5,6 @@
 // a file lacks one of a pair, the other stands for it.
 #include "chain/input/mmcif_atoms.h"
 
-#include <algorithm>
-
 #include "base/format.h"
 #include "chain/input/entry.h"
 #include "chain/input/entry_fields.h"
@@ -43,7 +41,6 @@ enum Item : std::size_t {
     IdOfPolymerItem,
     TypeOfPolymerItem,
 };
-constexpr std::size_t kPlaceItems = ModelItem + 1;
 
 constexpr auto kItems = std::to_array<CifItem>({
     {"_atom_site.auth_asym_id", AtomSiteCategory},
@@ -153,6 +150,7 @@ std::string_view MmcifReader::either(std::size_t first, std::size_t second) cons
 // Every item is stored even after a difference is found: the row after this one is compared with
 // it.
 bool MmcifReader::isNewPlace() {
+    static_assert(kPlaceItems == ModelItem + 1);
     bool isNew = !hasPlace_;
     hasPlace_ = true;
     for (std::size_t i = 0; i < kPlaceItems; ++i) {

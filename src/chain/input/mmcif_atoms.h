@@ -4,7 +4,6 @@
 
 #include <array>
 #include <cstddef>
-#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -48,7 +47,9 @@ class MmcifReader {
     CifParser parser_;
     LineSplitter lines_;
     TextFault fault_;
-    std::array<std::string, 9> place_;  // of the row before
+    // Items that tell residues apart; the first ones of the table of items.
+    static constexpr std::size_t kPlaceItems = 9;
+    std::array<std::string, kPlaceItems> place_;  // of the row before
     bool hasPlace_ = false;
     bool isWanted_ = false;  // the residue
     bool isDone_ = false;

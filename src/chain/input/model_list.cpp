@@ -197,7 +197,7 @@ void ListReading::takeFile(const File& file, std::vector<Chain> models) {
 void ListReading::takeModel(std::uint32_t id, Chain model) {
     ++tried_;
     if (read_ % kProgressStep == 0) {
-        log_.progress(0, "Successfully read %d PDBs", static_cast<int>(read_));
+        log_.progress(0, "Successfully read %zu PDBs", read_);
     }
     model.number = id;
     list_.chains.push_back(std::move(model));
@@ -211,8 +211,7 @@ void ListReading::readAll() {
 }
 
 std::size_t ListReading::finish(const std::string& source) {
-    log_.progress(0, "Successfully read %d / %d PDBs from %s", static_cast<int>(read_),
-                  static_cast<int>(tried_), source.c_str());
+    log_.progress(0, "Successfully read %zu / %zu PDBs from %s", read_, tried_, source.c_str());
     log_.endProgress();
     return read_;
 }

@@ -11,14 +11,11 @@
 #include <system_error>
 
 #include "base/file.h"
+#include "base/text.h"
 
 namespace tervolanda {
 
 namespace {
-
-bool isDigit(char c) {
-    return c >= '0' && c <= '9';
-}
 
 // The number at the beginning of `text`, taken off it, without leading zeros.
 std::string_view takeDigits(std::string_view& text) {

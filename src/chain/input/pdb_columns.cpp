@@ -70,7 +70,7 @@ inline double fieldReal(std::string_view field, std::uint64_t columns) {
 }
 
 bool namesHydrogen(const FixedText<4>& name) {
-    return name[1] == 'H' && (name[0] == ' ' || (name[0] >= '0' && name[0] <= '9'));
+    return name[1] == 'H' && (name[0] == ' ' || isDigit(name[0]));
 }
 
 // Å, in eight columns from `first` on, with three decimals as a rule.
@@ -105,7 +105,7 @@ void takeFullWidthTexts(const AtomRecord& record, Atom& atom) {
 std::string misplacementIn(std::string_view line) {
     const AtomRecord record(line);
     const std::string_view residue = record.columns(23, 27);
-    if (record.column(27) >= '0' && record.column(27) <= '9')
+    if (isDigit(record.column(27)))
         return "residue number '" + std::string(residue) + "' has five columns";
     for (const std::size_t point : {std::size_t{35}, std::size_t{43}, std::size_t{51}}) {
         if (record.column(point) == '.') continue;

@@ -1,9 +1,9 @@
 // Records are brought to their full width first; what of it a line does not have is blank, and an
 // occupancy that is not there is 1.
 //
-// The chain's author and the file agree on names here, so a part is a chain; but for one without a
-// name, which has that of its segment.  A residue is protein
-// by its name, or when SEQRES names it among those of the file's proteins.
+// The chain's author and the file agree on names here, so that a part is a chain; one without a
+// name has that of its segment.  A residue is protein by its name, or when SEQRES names it among
+// those of the file's proteins.
 #include "chain/input/pdb_entry.h"
 
 #include <algorithm>
@@ -41,9 +41,8 @@ std::optional<std::int64_t> residueNumber(std::string_view columns) {
     if (text.size() != 4 || text.front() < 'A' || text.front() > 'Z') return std::nullopt;
     std::int64_t value = 0;
     for (const char c : text) {
-        const bool isDigit = c >= '0' && c <= '9';
-        if (!isDigit && (c < 'A' || c > 'Z')) return std::nullopt;
-        value = value * 36 + (isDigit ? c - '0' : c - 'A' + 10);
+        if (!isDigit(c) && (c < 'A' || c > 'Z')) return std::nullopt;
+        value = value * 36 + (isDigit(c) ? c - '0' : c - 'A' + 10);
     }
     // "A000" itself is ten times 36 cubed.
     return value - std::int64_t{10} * 36 * 36 * 36 + 10000;

@@ -11,8 +11,6 @@ namespace tervolanda {
 
 namespace {
 
-constexpr int kGlycine = 0;  // row of the residue table
-
 void logRemoval(const Chain& chain, ResidueId residue, Log& log) {
     log.info(1, "Removing residue %4d%c from chain '%c'", residue.number, residue.insertionCode,
              chain.letter());

@@ -3,7 +3,6 @@
 // amino acids, as in fluorescent proteins, have no C-alpha atom of their own and are not here.
 #include "chain/input/residue_parents.h"
 
-#include <algorithm>
 #include <array>
 
 #include "chain/chain.h"
@@ -11,8 +10,6 @@
 namespace tervolanda {
 
 namespace {
-
-constexpr int kLastAminoAcid = 23;  // rows of the residue table after it are nucleotides
 
 struct Children {
     char parent;

@@ -67,7 +67,7 @@ bool isMmcif(std::string_view text) {
         text.remove_prefix(std::min(text.find_first_of("\r\n"), text.size()));
     std::string start(text.substr(0, 5));
     for (char& c : start)
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + ('a' - 'A'));
+        c = lowerCase(c);
     return beginsMmcif(start);
 }
 
@@ -83,10 +83,9 @@ bool isRefusedAsDamaged(const Text& text, const Reading& reading) {
     return isRefused;
 }
 
-// `piece` is the first of the text, next() gives the others.
-// Damage of the text, faults of the reader and too many atoms are told apart, since each has its
-// own line; any of them makes the file unusable: half an entry would be compared as if it were
-// whole.
+// `piece` is the first of the text, next() gives the others.  Damage of the text, faults of the
+// reader and too many atoms are told apart, since each has its own line; any of them makes the file
+// unusable: half an entry would be compared as if it were whole.
 template <typename Reader, typename Text, typename Next>
 std::optional<Contents> readEntry(const Reading& reading, Text& text,
                                   std::optional<std::string_view> piece, const Next& next) {
@@ -191,8 +190,7 @@ std::optional<Contents> readContents(const Reading& reading) {
     std::abort();
 }
 
-// The first residue that the chain comes back to.
-// REQUIRES: there is one.
+// The first residue that the chain comes back to.  REQUIRES: there is one.
 ResidueId scatteredResidue(const Chain& chain) {
     std::set<ResidueId> known;
     for (std::size_t i = 0; i < chain.atoms.size(); ++i) {
@@ -213,14 +211,14 @@ bool isBuilt(const Chain& chain, const Reading& reading) {
 }
 
 // Of the chains of a file those that the request can use, residues built; none, after ERROR lines,
-// when it cannot use the file.
-// Every chain is checked even after one has failed, so that the lines name all of them.
+// when it cannot use the file.  Every chain is checked even after one has failed, so that the lines
+// name all of them.
 std::vector<Chain> usableChains(std::vector<Chain>& chains, const Reading& reading, bool isEntry) {
     const ReadRequest& request = reading.request;
     Log& log = reading.log;
     if (chains.empty()) log.error(0, "PDB contains no chains");
     if ((request.options & ReadSingleChain) != 0 && chains.size() > 1) {
-        log.error(0, "Multiple chains in PDB: %d", static_cast<int>(chains.size()));
+        log.error(0, "Multiple chains in PDB: %zu", chains.size());
         return {};
     }
     const Checks checks = checksOf(request);

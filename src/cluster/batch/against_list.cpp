@@ -13,8 +13,8 @@ namespace tervolanda {
 
 namespace {
 
-// The order of the pairs, for batches of all kinds.
-// Pair k is the experiment and model k; skip() and next() are additions.
+// The order of the pairs, for batches of all kinds: pair k is the experiment and model k; skip()
+// and next() are additions.
 class ListPairs {
  public:
     explicit ListPairs(const ListComparison& comparison) : list(comparison) {}

@@ -10,7 +10,6 @@
 //
 // More than 400 lines, because a layer is only understood beside the one it stands on.
 #include <algorithm>
-#include <cmath>
 #include <limits>
 #include <utility>
 
@@ -40,8 +39,12 @@ class MaxSubSearches : public AllPairs {
     using Outcome = ComparisonResult;
     static constexpr const char* kName = "MAXSUB";
 
-    MaxSubSearches(AllPairs pairs, const ComparisonParameters& given)
-        : AllPairs(pairs), parameters(given), hasIterations(given.iterations > 1) {}
+    MaxSubSearches(AllPairs pairs, const ComparisonParameters& given,
+                   bool reportsSuperpositions = false)
+        : AllPairs(pairs),
+          parameters(given),
+          hasIterations(given.iterations > 1),
+          reportsSuperpositions_(reportsSuperpositions) {}
 
     ChunkNeeds chunkNeeds() const { return needsOfSearches(sizeof(Outcome)); }
 
@@ -50,7 +53,7 @@ class MaxSubSearches : public AllPairs {
         compareMaxSub(sets[pair.experiment], sets[pair.prediction], parameters, worker.workspace,
                       worker.report, result);
         if (hasIterations) reportTotal(result, worker.report);
-        if (reportsSuperpositions && !result.iterations.empty()) {
+        if (reportsSuperpositions_ && !result.iterations.empty()) {
             reportSuperposition(result.iterations.front().superposition, ReportLevel::Numbers,
                                 worker.report);
         }
@@ -60,23 +63,23 @@ class MaxSubSearches : public AllPairs {
  protected:
     const ComparisonParameters& parameters;
     bool hasIterations;
-    bool reportsSuperpositions = false;
+
+ private:
+    bool reportsSuperpositions_;
 };
 
 class MaxSubPairs : public MaxSubSearches {
  public:
     MaxSubPairs(const PreparedList& list, const ComparisonParameters& given, PairRecorder* recorder,
                 PairViewer* viewer)
-        : MaxSubSearches(AllPairs(list), given),
+        : MaxSubSearches(AllPairs(list), given, recorder != nullptr),
+          found{matrixWithDiagonal(list.size(), 1.0F), matrixWithDiagonal(list.size(), 0.0F),
+                pairMatrix(list.sets())},
           ranksByTM_(given.rankByTM && !hasIterations),
           // A given normalisation length is the same for both models of a pair.
           keepsLength_(ranksByTM_ && given.normLength > 0),
           recorder_(recorder),
-          viewer_(viewer),
-          found{matrixWithDiagonal(list.size(), 1.0F), matrixWithDiagonal(list.size(), 0.0F),
-                pairMatrix(list.sets())} {
-        reportsSuperpositions = recorder != nullptr;
-    }
+          viewer_(viewer) {}
 
     void consume(BatchPair pair, const Outcome& result) {
         const auto [i, j] = pair;
@@ -91,14 +94,13 @@ class MaxSubPairs : public MaxSubSearches {
         if (viewer_ != nullptr) viewer_->seeMaxSub(compared(pair), result);
     }
 
+    MaxSubBatch found;
+
  private:
     bool ranksByTM_;
     bool keepsLength_;
     PairRecorder* recorder_;
     PairViewer* viewer_;
-
- public:
-    MaxSubBatch found;
 };
 
 class GdtSearches : public AllPairs {
@@ -132,19 +134,18 @@ class GdtPairs : public GdtSearches {
  public:
     GdtPairs(const PreparedList& list, const ComparisonParameters& parameters, PairViewer* viewer)
         : GdtSearches(AllPairs(list), parameters, viewer != nullptr),
-          viewer_(viewer),
-          found{matrixWithDiagonal(list.size(), 100.0F)} {}
+          found{matrixWithDiagonal(list.size(), 100.0F)},
+          viewer_(viewer) {}
 
     void consume(BatchPair pair, const Outcome& outcome) {
         setBoth(found.gdt, pair, static_cast<float>(outcome.found.gdt));
         if (viewer_ != nullptr) viewer_->seeGdt(compared(pair), outcome.found, outcome.search);
     }
 
+    GdtBatch found;
+
  private:
     PairViewer* viewer_;
-
- public:
-    GdtBatch found;
 };
 
 PositionalRmsd positionalRmsd(std::span<const CoordinateSet> sets, const RmsdOptions& options,
@@ -178,7 +179,7 @@ class RmsdFits : public AllPairs {
         options_.reportTooFew = false;  // usual in a list and not worth a line each
     }
 
-    // Those of four rows.
+    // Those of the rows that are computed together.
     std::size_t together(BatchPair from) const {
         if (!byPosition_) return 1;
         const std::size_t end = endOfRows(from.experiment);
@@ -212,11 +213,11 @@ class RmsdPairs : public RmsdFits {
               PairViewer* viewer, const Kernels& kernels)
         : RmsdFits(AllPairs(list), list.selection(), withoutMeasures(options), wantsDetails,
                    kernels),
+          found{matrixWithDiagonal(list.size(), 1.0F), matrixWithDiagonal(list.size(), 0.0F),
+                pairMatrix(list.sets())},
           measured_(options),
           workspace_(kernels),
-          viewer_(viewer),
-          found{matrixWithDiagonal(list.size(), 1.0F), matrixWithDiagonal(list.size(), 0.0F),
-                pairMatrix(list.sets())} {}
+          viewer_(viewer) {}
 
     void consume(BatchPair pair, const Outcome& cells) {
         const auto [i, j] = pair;
@@ -228,6 +229,8 @@ class RmsdPairs : public RmsdFits {
         found.pairs.at(i, j) = isMapped ? cells.pairs : 0U;
         if (viewer_ != nullptr) viewer_->seeRmsd(compared(pair), asListed(pair, cells), {});
     }
+
+    RmsdBatch found;
 
  private:
     static constexpr std::uint32_t kFewestPairs = 3;
@@ -245,11 +248,7 @@ class RmsdPairs : public RmsdFits {
     RmsdOptions measured_;
     ComparisonWorkspace workspace_;
     RmsdResult fit_;
-
     PairViewer* viewer_;
-
- public:
-    RmsdBatch found;
 };
 
 ListedRmsd RmsdPairs::asListed(BatchPair pair, const RmsdCells& cells) {

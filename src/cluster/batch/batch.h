@@ -81,8 +81,8 @@ class PairViewer {
     // `search` is the MaxSub search that the superposition comes from.
     virtual void seeGdt(const ComparedPair& pair, const GdtResult& found,
                         const ComparisonResult& search) = 0;
-    // Of a batch of all pairs neither superposition nor `matched` is known.
-    // By a measure, too, with the least-squares fit of the pairs that it looks at.
+    // By RMSD, of a batch of all pairs without superposition and `matched`; or by a measure, with
+    // the least-squares fit of the pairs that it looks at.
     virtual void seeRmsd(const ComparedPair& pair, const ListedRmsd& found,
                          std::span<const MatchedPair> matched) = 0;
 
@@ -112,19 +112,20 @@ class PairRecorder {
     ~PairRecorder() = default;
 };
 
-// All pairs of a list by the MaxSub search.
-struct MaxSubBatch {
-    DistanceMatrix scores;  // TM-score, or MaxSub when ranking by it; 1 on the diagonal.  (j, i) is
-                            // (i, j) renormalised to the other model's length: not symmetric
-    DistanceMatrix rmsd;    // of the subsets, Å; 0 with several domain iterations
-    PairMatrix pairs;
-};
 // Who computes a batch of all pairs, and who sees its pairs, if anybody.
 struct BatchRun {
     Workforce workforce;
     PairViewer* viewer = nullptr;
 };
 
+// All pairs of a list by the MaxSub search.
+struct MaxSubBatch {
+    // TM-score, or MaxSub when ranking by it; 1 on the diagonal.  (j, i) is (i, j) renormalised to
+    // the other model's length: not symmetric.
+    DistanceMatrix scores;
+    DistanceMatrix rmsd;  // of the subsets, Å; 0 with several domain iterations
+    PairMatrix pairs;
+};
 // Without a recorder nothing else is kept.
 MaxSubBatch compareAllMaxSub(const PreparedList& models, const ComparisonParameters& parameters,
                              PairRecorder* recorder, Log& log, Report& report,
@@ -161,8 +162,8 @@ struct MeasuredOutcome {
     RmsdResult fit;  // where somebody looks at it
 };
 struct MeasureBatch {
-    DistanceMatrix values;  // of pairs without a value 0; symmetric, the highest value on the
-                            // diagonal
+    // Of pairs without a value 0; symmetric, the highest value on the diagonal.
+    DistanceMatrix values;
 };
 MeasureBatch compareAllByMeasure(const PreparedList& models, const MeasureOptions& options,
                                  Log& log, Report& report, const BatchRun& run = {});
