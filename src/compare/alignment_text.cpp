@@ -28,6 +28,8 @@ class AlignmentPrinter {
           report_(report) {
         predictionMark_.assign(prediction.size(), ' ');
         experimentMapped_.assign(experiment.size(), 0);
+        // Without a superposition no residue counts as paired.
+        if (result.iterations.empty()) return;
         for (std::size_t i = 0; i < result.partners.size(); ++i) {
             if (result.partners[i] < 0) continue;
             predictionMark_[i] = kMapped;

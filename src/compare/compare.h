@@ -170,8 +170,8 @@ struct ComparisonResult : Scores {
     double msi = 0.0;                         // MaxSub index over the iterations
     std::vector<DomainIteration> iterations;  // those that counted, in order
     std::vector<MatchedPair> matched;         // iteration by iteration, in mapped order
-    std::vector<std::int32_t> partners;  // per prediction record: experiment record or -1, first
-                                         // iteration
+    std::vector<std::int32_t> partners;  // per prediction record: experiment record or -1, of the
+                                         // first mapping, whatever came of it
     MeasureValues measures;
     std::vector<SubunitPair> subunits;  // of complexes: the chains that belong together
 

@@ -43,8 +43,6 @@ class DomainIterations {
             if (whole_.calibration == Calibration::Once) cutoff_ = found.distanceCutoff;
             const double score = significantScore(found, whole_.parameters, experimentLength_);
             if (score == 0.0) {
-                // Without a superposition no residue counts as paired.
-                if (iteration == 1) result_.partners.assign(whole_.prediction.size(), -1);
                 report_.report(ReportLevel::Alignment, "\n");
                 report_.report(ReportLevel::Alignment,
                                "Exiting iterations at %u / %u - Insignificant MAXSUB scores\n",

@@ -106,6 +106,7 @@ void searchMaxSub(const SearchTask& task, ComparisonScratch& scratch, Report& re
                       static_cast<int>(kFewestMapped));
         found.clear();
         found.mapping = scratch.mapping;
+        found.mapped = static_cast<std::uint32_t>(scratch.mapping.size());
         return;
     }
     runPasses(task, scratch, report, found);
