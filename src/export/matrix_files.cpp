@@ -6,6 +6,7 @@
 // method took one triangle of it.  It is single precision, as it is in memory, so that numpy.load()
 // sees the very numbers that thresholds were compared with.  Its rows have no names in NumPy's
 // format; these stand in a file of their own beside it, a line a row.
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -92,8 +93,9 @@ class MatrixFile final : public ExportFile {
 };
 
 // The N - 1 x 4 table that scipy.cluster.hierarchy makes and takes: a row for each join, with both
-// clusters, its distance, and its models.  Models are clusters 0 to N - 1, join k is cluster N + k.
-// SciPy asks for distances that ascend and are finite, which those of a tree are but for "none".
+// clusters, the smaller number first, its distance, and its models.  Models are clusters 0 to
+// N - 1, join k is cluster N + k.  SciPy asks for distances that ascend and are finite, which those
+// of a tree are but for "none".
 class LinkageFile final : public ExportFile {
  public:
     using ExportFile::ExportFile;
@@ -105,9 +107,9 @@ class LinkageFile final : public ExportFile {
         for (const TreeNode& node : nodes) {
             // A larger distance than any stands for none.
             const double height = node.height.value_or(std::numeric_limits<double>::max());
-            for (const double value :
-                 {static_cast<double>(node.first), static_cast<double>(node.second), height,
-                  static_cast<double>(node.size)}) {
+            const auto [less, more] = std::minmax(node.first, node.second);
+            for (const double value : {static_cast<double>(less), static_cast<double>(more), height,
+                                       static_cast<double>(node.size)}) {
                 appendBytes(text(), std::bit_cast<std::uint64_t>(value));
             }
             pace();
