@@ -70,7 +70,8 @@ py::array_t<double> linkageOf(const std::vector<Join>& tree, std::size_t models)
         sizes.push_back(size(tree[k].first) + size(tree[k].second));
         row[0] = std::min(number(tree[k].first), number(tree[k].second));
         row[1] = std::max(number(tree[k].first), number(tree[k].second));
-        row[2] = tree[k].distance;
+        // SciPy takes finite distances only: one above any other stands for none.
+        row[2] = std::min(tree[k].distance, std::numeric_limits<double>::max());
         row[3] = sizes.back();
     });
 }

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <limits>
+#include <optional>
 #include <set>
 #include <stdexcept>
 #include <string>
@@ -42,11 +43,13 @@ struct ReadChoice {
     EntryRules entry;
 };
 
-// `model` is a number, 0 for the first or -1 for all of them; `altloc` "best", "first" or a letter.
-EntryRules entryOf(bool readsPdb, std::string chain, int model, const std::string& altloc) {
+// `model` is a number, -1 for all of them, or none for the first; `altloc` "best", "first" or a
+// letter.
+EntryRules entryOf(bool readsPdb, std::string chain, std::optional<int> model,
+                   const std::string& altloc) {
     EntryRules rules{.readsPdb = readsPdb, .chain = std::move(chain)};
-    rules.allModels = model < 0;
-    if (model > 0) rules.model = model;
+    rules.allModels = model == -1;
+    if (!rules.allModels) rules.model = model;
     if (altloc == "first") {
         rules.conformers = Conformers::First;
     } else if (altloc.size() == 1) {
@@ -366,7 +369,7 @@ void addStructures(py::module_& module) {
         .def("_atom_names", atomNames);
     py::class_<ReadChoice>(module, "ReadChoice")
         .def(py::init([](std::string atoms, std::string exclude, bool readsPdb, std::string chain,
-                         int model, const std::string& altloc) {
+                         std::optional<int> model, const std::string& altloc) {
             return ReadChoice{std::move(atoms), std::move(exclude),
                               entryOf(readsPdb, std::move(chain), model, altloc)};
         }));

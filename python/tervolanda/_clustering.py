@@ -28,7 +28,8 @@ class Clusters:
     threshold : float
         Where the tree was cut.
     linkage : (n - 1, 4) array, or None
-        The tree as SciPy has it; None with "neighbours".
+        The tree as SciPy has it, in which clusters that no distance connects join at the largest
+        number there is; None with "neighbours".
     """
 
     labels: np.ndarray

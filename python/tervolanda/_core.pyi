@@ -177,7 +177,7 @@ class ReadChoice:
         exclude: bytes,
         reads_pdb: bool,
         chain: str,
-        model: int,
+        model: int | None,
         altloc: str,
         /,
     ) -> None: ...

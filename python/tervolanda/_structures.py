@@ -41,14 +41,12 @@ def _choice(chain, model, altloc, format, atoms, exclude):
     if format not in ("auto", "entry"):
         raise ValueError(f"format is 'auto' or 'entry', not {format!r}")
     if model is None:
-        number = 0
+        number = None
     elif model == "all":
         number = -1
     elif (number := operator.index(model)) < 0:
         raise ValueError("model is a number from 0 on")
     is_entry = format == "entry" or not (chain is model is altloc is None)
-    if model is not None and number == 0:
-        number = 1  # entries count from 1; 0 is what some programs write for the only one
     return _core.ReadChoice(
         atoms, b"" if exclude is None else _path(exclude), is_entry, chain or "", number,
         altloc or "best",

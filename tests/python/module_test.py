@@ -94,8 +94,9 @@ class Results(unittest.TestCase):
         self.assertEqual(first.chain_names.tolist(), ["A"] * len(first))
         self.assertRaises(ValueError, lambda: tv.compare(whole, first, align="structure"))
         self.assertEqual([tv.rmsd(first, models[0]).rmsd, tv.rmsd(third, models[2]).rmsd], [0.0, 0.0])
-        with self.assertRaises(tv.StructureError):
-            tv.read(entry, chain="Z")
+        for choice in ({"chain": "Z"}, {"chain": "A", "model": 0}):
+            with self.assertRaises(tv.StructureError):
+                tv.read(entry, **choice)
         with tempfile.TemporaryDirectory() as scratch:
             broken = pathlib.Path(scratch) / "x.cif"
             broken.write_text("data_x\nloop_\n_atom_site.id\n_atom_site.Cartn_x\n1 2 3\n")
@@ -134,6 +135,7 @@ class Results(unittest.TestCase):
         self.assertEqual(found.labels.tolist(), [0, 0, 0, 1])
         self.assertEqual(found.linkage.tolist(), [[0, 1, 1, 2], [2, 4, 5, 3], [3, 5, 9, 4]])
         self.assertEqual(found.medoids.tolist(), [1, 3])
+        self.assertEqual(tv.cluster(matrix, "maximum", 5.0).linkage[-1, 2], np.finfo(float).max)
         found = tv.cluster(matrix, "neighbours", 5.0, size=9, minimum_size=2)
         self.assertEqual((found.labels.tolist(), found.linkage), ([0, 0, 0, -1], None))
         scores = 1 - matrix / 10
@@ -168,6 +170,9 @@ class Results(unittest.TestCase):
         self.assertAlmostEqual(matrices.values[0, 1], tv.compare(moved, experiment).gdt_ts, places=4)
         self.assertAlmostEqual(tv.all_pairs([experiment, moved], "lddt").distances[0, 1],
                                1.0 - (found.lddt + tv.compare(moved, experiment).lddt) / 2.0, places=6)
+        # Too few for a search.
+        few = tv.compare(structure(4), structure(4))
+        self.assertEqual((few.pairs, few.mapped, few.lddt, few.gdt_ts), (0, 4, 1.0, 100.0))
 
     def test_threads_share_nothing(self):
         pairs = [(structure(n, n), structure(n + 7, n)) for n in range(20, 60)]

@@ -257,11 +257,13 @@ class SameDigits(unittest.TestCase):
 
     def check_files(self, arguments, options, found):
         """The page, and the matrix of all pairs, beside those of the program; what that printed."""
-        others = [word for word in arguments if not re.match("--(report|npy|json|tsv)=", word)]
+        others = [word for word in arguments if not re.match("--(report|npy|json|tsv|linkage)=", word)]
         command = [os.environ["TERVOLANDA_PROGRAM"], *others, "--report=program.html", "--tsv=program.tsv"]
         if isinstance(found[0], tv.Matrices):
             command += ["--npy=program.npy", "--json=program.json"]
             np.save("module.npy", found[0].distances)
+            if found[1] is not None and found[1].linkage is not None:
+                command += ["--linkage=program.tree"]
         ended = subprocess.run(command, capture_output=True, text=True)
         self.assertEqual(ended.returncode, 0, ended.stdout + ended.stderr)
         tv.report("module.html", *found, minimum_pairs=int(options.get("-P", 20)))
@@ -269,6 +271,8 @@ class SameDigits(unittest.TestCase):
         self.assertEqual(*pages)
         if isinstance(found[0], tv.Matrices):
             self.assertEqual(*(pathlib.Path(f"{who}.npy").read_bytes() for who in ("program", "module")))
+            if "--linkage=program.tree" in command:
+                np.testing.assert_array_equal(np.load("program.tree"), found[1].linkage)
             self.check_set(json.loads(pathlib.Path("program.json").read_text()), *found)
         if isinstance(found[0], tv.Table):
             self.check_table(pathlib.Path("program.tsv").read_text(), found[0])
