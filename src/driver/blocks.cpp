@@ -126,6 +126,12 @@ std::string optionsText(const Settings& settings) {
     if (settings.measure.by) {
         text += "--measure " + std::string(measureName(*settings.measure.by)) + '\n';
     }
+    std::string scores;
+    for (const Measure measure : kMeasures) {
+        if (p.measures.wanted.has(measure) && settings.measure.by != measure)
+            scores += (scores.empty() ? "" : ",") + std::string(measureName(measure));
+    }
+    text += "--scores " + (scores.empty() ? "none" : scores) + '\n';
     return text;
 }
 
@@ -160,7 +166,7 @@ void checkBlocks(const Settings& settings) {
         abend("Blocks take a list by -l, and one model of each of its files");
     }
     if (settings.output.logLevel > 2) abend("Blocks keep no details: -L 1 or 2");
-    if (settings.comparison.measures.wanted.size() > (settings.measure.by ? 1U : 0U)) {
+    if (settings.measure.by && settings.comparison.measures.wanted.size() > 1) {
         abend("Blocks keep the score that they are by alone: leave out '--scores'");
     }
     if (const ExportRequest* request = fileOfPairs(settings);

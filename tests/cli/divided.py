@@ -15,6 +15,7 @@ of order, compressed, without an atom, or too long to say all that is wrong with
 
 import gzip
 import math
+import os
 import pathlib
 import random
 import signal
@@ -97,6 +98,7 @@ def write_models(folder):
     (folder / "sound.txt").write_text("".join(name + "\n" for name in names[:4] + ["two.pdb"]))
     odd_few = names[:3] + ["missing.pdb", "two.pdb", "packed.pdb.gz", "-"]
     (folder / "seven.txt").write_text("".join(name + "\n" for name in odd_few))
+    (folder / "pair.txt").write_text("model_0.pdb\nmodel_1.pdb\n")
     (folder / "few.txt").write_text("".join(name + "\n" for name in names[:6] + odd[1:]))
     names[3:3] = odd
     (folder / "models.txt").write_text("".join(f"{name} # a model\n" for name in names))
@@ -169,7 +171,10 @@ IN_BLOCKS = [
     ["-rmsd", "-L", "2", "-Rl", "r.txt", "-Ru", "u.txt"],
     ["-rmsd", "-bb", "-L", "2", "-Ru", "u.txt"],
     ["-in", "-R", "full.txt", "-C", "3", "-exclude", "keys.txt"],
-    ["-i", "3", "-C", "2", "-R", "full.txt", "--tsv=p.tsv", "--json=r.json", "--superposed=moved"],
+    ["-i", "3", "-C", "2", "-R", "full.txt", "--tsv=p.tsv", "--json=r.json", "--superposed=moved",
+     "--scores=lddt,gdt_ha"],
+    ["-gdt", "4", "--jsonl=p.jsonl", "--scores=lddt_all,gdt_ts"],
+    ["-rmsd", "-C", "1", "--tsv=p.tsv", "--chimerax=s.cxc", "--scores=lddt"],
 ]
 COUNTS = [1, 2, 3, 7, 21, 23]
 # With more models blocks have several rows, or parts of one.
@@ -213,8 +218,24 @@ def rename_anyhow(parts):
         path.rename(path.with_name(f"{random.Random(path.name).random()}.part"))
 
 
-def blocks(program, models):
+def plans(program, models):
+    """Few models are one block, two are enough, and memory is what the run itself had, 8 MB more
+    for its thread."""
     found = []
+    for name in ("pair.txt", "seven.txt"):
+        with open(models / "model_2.pdb", "rb") as standard_input:
+            run = subprocess.Popen([program, "-l", name, "--plan=1"], cwd=models,
+                                   stdin=standard_input, stdout=subprocess.PIPE)
+        with run.stdout as lines:
+            figures = {key: float(value) for key, value in (line.split(b"=") for line in lines)}
+        memory = math.ceil(os.wait4(run.pid, 0)[2].ru_maxrss / 1024 + 8)
+        if figures.get(b"blocks") != 1 or not 0 <= memory - figures[b"megabytes"] <= 1:
+            found.append(f"plan of {name}: {figures}, {memory} MB")
+    return found
+
+
+def blocks(program, models):
+    found = plans(program, models)
     for arguments, counts in divisions():
         expected = outcome(program, arguments, models)
         if "--strict" in arguments and expected["status"] != b"4":
