@@ -75,7 +75,8 @@ TEST(Mmcif, IsReadWhateverFormItsRowsHave) {
     for (const std::string& text :
          {head + kRow, upper + kRow, windows, mac, pairs, "# made\n\n" + head + kRow,
           "data_empty\n_x.y 1\n" + head + kRow + "data_second\n" + head + kRow, other + head + kRow,
-          head + "ATOM A 'A' \"1\" ALA 7 .\n# a comment\n;CA\n; C ? 1.50(4) -2.0e0\n\n+3 . 9.0\n",
+          head +
+              "ATOM 'A' A \"1\" \"ALA\" 7 .\n# a comment\n;CA\n; C ? 1.50(4) -2.0e0\n\n+3 . 9.0\n",
           head + kRow + "stop_\nloop_\n_b.c\n1",
           "data_x\nsave_f\n_atom_site.id 1\nsave_\n" + head + kRow})
         EXPECT_EQ(readingOf(text.starts_with("loop_") ? "data_y\n" + text : text), kRead) << text;
@@ -133,18 +134,22 @@ TEST(Mmcif, SaysWhereItIsWrong) {
 // Two models of protein chains A and B, with what is left out of them; and the same in mmCIF.
 struct BothFormats {
     std::string pdb = "SEQRES   1 A    4  MSE XYZ ALA ACE\n", mmcif = "data_x\n", rows;
-    int model = 1;
+    int model = 1, charge = 0;
 
     BothFormats() {
         mmcif += "loop_ _entity.id _entity.type 1 polymer 2 polymer 3 non-polymer 4 water\n";
         for (model = 1; model <= 2; ++model) {
             pdb += format("MODEL     %4d\n", model);
+            charge = -1;
             add("HETATM", "SE", "SE", ' ', "MSE", "A", 1, ' ', 1.0, "1");
+            charge = 0;
             add("HETATM", "CA", "C", ' ', "MSE", "A", 1, ' ', 1.0, "1");
             add("HETATM", "CA", "C", ' ', "XYZ", "A", 2, 'B', 1.0, "1");
             add("ATOM", "CA", "C", 'A', "ALA", "A", 10001, ' ', 0.3, "1");
             add("ATOM", "CA", "C", 'C', "SER", "A", 10001, ' ', 0.35, "1");
+            charge = 2;
             add("ATOM", "CB", "C", 'C', "SER", "A", 10001, ' ', 0.35, "1");
+            charge = 10;  // more than the columns hold
             add("ATOM", "CA", "C", 'D', "GLY", "A", 10001, ' ', 0.35, "1");
             add("ATOM", "CH3", "C", ' ', "ACE", "A", 10002, ' ', 1.0, "1");
             pdb += "TER\n";
@@ -156,7 +161,8 @@ struct BothFormats {
             pdb += "ENDMDL\n";
         }
         std::string head = kHead;
-        mmcif += head.substr(7) + "_atom_site.pdbx_PDB_model_num\n" + rows +
+        mmcif += head.substr(7) + "_atom_site.pdbx_PDB_model_num\n_atom_site.pdbx_formal_charge\n" +
+                 rows +
                  "loop_ _entity_poly.entity_id _entity_poly.type 2 'polypeptide(L)'\n"
                  "1 'polypeptide(D)' 5 polydeoxyribonucleotide\n";
     }
@@ -165,25 +171,28 @@ struct BothFormats {
              const char* entity) {
         const auto value = static_cast<double>(model) + number / 1000.0;
         const std::string columns = residueColumns({static_cast<std::int16_t>(number), insertion});
-        pdb += format("%-6s%5d %-4s%c%3s %s%s   %8.3f%8.3f%8.3f%6.2f  5.00          %2s\n", kind, 1,
-                      name.c_str(), conformer, residue, chain, columns.c_str(), value, -value, 0.0,
-                      occupancy, element);
+        pdb += format("%-6s%5d %-4s%c%3s %s%s   %8.3f%8.3f%8.3f%6.2f  5.00          %2s%s\n", kind,
+                      1, name.c_str(), conformer, residue, chain, columns.c_str(), value, -value,
+                      0.0, occupancy, element,
+                      charge == -1  ? "1-"
+                      : charge == 2 ? "2+"
+                                    : "");
         const auto orNull = [](char c) { return c == ' ' ? '?' : c; };
-        rows += format("%s %s L%s%s %s %s %d %c %s %s %c %.3f %.3f 0.000 %.2f 5.00 %d\n", kind,
+        rows += format("%s %s L%s%s %s %s %d %c %s %s %c %.3f %.3f 0.000 %.2f 5.00 %d %d\n", kind,
                        chain, chain, entity, entity, std::string(trimBlanks(residue)).c_str(),
                        number, orNull(insertion), name.c_str(), element, orNull(conformer), value,
-                       -value, occupancy, model);
+                       -value, occupancy, model, charge);
     }
 };
 
 TEST(Entry, IsTheSameInBothFormats) {
     const BothFormats entry;
     const std::string a =
-        "[A]SE   MSEM   1 (1.001 -1.001 0)1,5SE    CA  MSEM   1 (1.001 -1.001 "
+        "[A]SE   MSEM   1 (1.001 -1.001 0)1,5SE1-  CA  MSEM   1 (1.001 -1.001 "
         "0)1,5 C    CA  XYZX   2B(1.002 -1.002 0)1,5 C   ";
     const std::string c =
         " CA CSERSA001 (11.001 -11.001 0)0.35,5 C    CB CSERSA001 (11.001 -11.001 "
-        "0)0.35,5 C   ";
+        "0)0.35,5 C2+ ";
     const std::string first = " CA AALAAA001 (11.001 -11.001 0)0.3,5 C   ";
     const std::string b = "[B] CA  GLYG  -5 (-3.995 3.995 0)1,5 C   ";
     const std::string none = "ERROR : PDB contains no chains\nERROR : Input file 'entry' has no ";
@@ -244,6 +253,8 @@ TEST(PdbEntry, IsStricterAndMoreTolerantThanRecordsAlone) {
         EXPECT_EQ(readingOf(text), atom) << text;
     EXPECT_EQ(readingOf(usual.substr(0, 54)), "[A] CA  ALAA   1 (0 0 0)1,0     ");
     EXPECT_EQ(readingOf(changed(13, "HG11")), "[A]HG11 ALAA   1 (0 0 0)0.5,12.25     ");
+    const std::string hydrogen = changed(13, " HA ");  // with its name cut it may be there twice
+    EXPECT_EQ(readingOf(usual + hydrogen + hydrogen), atom + atom.substr(3).replace(1, 2, "HA"));
     const std::string fault = "ERROR : Input file 'entry', line 2: '";
     for (const auto& [column, text, what] :
          {std::tuple(31, " ****.**", " ****.**' is no coordinate"),

@@ -166,8 +166,9 @@ MeasureValues measured(const Chain& experiment, const Chain& prediction, bool bo
 }
 
 TEST(Lddt, CountsWhatItIsDefinedBy) {
-    // The last residue is a misnamed valine: nothing after it may be touched.
-    const Chain experiment = withSideChains(coil(81, 5), 1);
+    // The last residue is a misnamed valine: nothing after it may be touched.  Places are negative
+    // and positive.
+    const Chain experiment = withSideChains(moved(coil(81, 5)), 1);
     const Chain prediction = moved(damaged(shaken(experiment, 1.0, 2)));
     const MeasureValues values = measured(experiment, prediction);
     std::map<int, char> letters;

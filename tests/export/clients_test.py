@@ -82,11 +82,32 @@ def check_finite(program, folder):
             assert numpy.isfinite(numpy.load(folder / name)).all(), name
 
 
-def check_inputs(folder, document):
+def check_inputs(program, folder, document):
     for entry in document["inputs"]:
         assert int(entry["crc32"], 16) == zlib.crc32((folder / entry["file"]).read_bytes())
     assert [entry["file"] for entry in document["skipped"]] == ["gone.pdb"]
     assert document["status"] == "SUCCESS"
+    # What can be read but once has no checksum.
+    with open(folder / "near_1.pdb", "rb") as file:
+        subprocess.run([program, "-e", "experiment.pdb", "-p", "/dev/stdin", "-noalign", "--json=piped.json"], cwd=folder,
+                       stdin=subprocess.Popen(["cat"], stdin=file, stdout=subprocess.PIPE).stdout, check=True,
+                       stdout=subprocess.DEVNULL)
+    assert [one["crc32"] is None for one in json.loads((folder / "piped.json").read_text("utf-8"))["inputs"]] == [False, True]
+
+
+def check_substitutions(source):
+    """The matrix that sequences are aligned by is the published one."""
+    matrices = client("Bio.Align.substitution_matrices")
+    if not matrices:
+        return
+    code = (source / "src/compare/pairing/sequence_alignment.cpp").read_text("utf-8")
+    letters = re.search(r'kLetters = "(\w+)"', code)[1]
+    own = iter(re.findall(r"-?\d+", code.split("below the diagonal, in that order")[1].split("};")[0]))
+    published = matrices.load("BLOSUM62")
+    for i, a in enumerate(letters):
+        for b in letters[: i + 1]:
+            assert int(next(own)) == published[a, b], (a, b)
+    assert next(own, None) is None and len(letters) == 20
 
 
 def check_schema(source, documents, lines):
@@ -226,6 +247,7 @@ def check_failures(program, folder):
     for options in (["--ranking=f"], ["--npy=f"], ["--newick=f"]):
         run(program, folder, "-e", "experiment.pdb", "-p", "near_1.pdb", *options, status=1)
     run(program, folder, "-l", "models.txt", "--residues=f", status=1)
+    run(program, folder, "-l", "models.txt", "-C", "0", "--superposed=f", status=1)
     assert not (folder / "f").exists() and not (folder / "align.rsm").exists()
     return failed
 
@@ -249,7 +271,8 @@ def main():
         run(program, folder, "-l", "models.txt", "-C", "2", "-rmsd", "--npy=rmsd.npy", "--linkage=rmsd-linkage.npy")
         document = check_numbers(folder, output)
         check_finite(program, folder)
-        check_inputs(folder, document)
+        check_inputs(program, folder, document)
+        check_substitutions(source)
         pair = check_residues(program, folder)
         failed = check_failures(program, folder)
         check_schema(source, [document, failed], [*document["pairs"], pair])

@@ -215,7 +215,7 @@ def test_complex():
     write_complex("tetramer.pdb", "experiment.pdb", "ABCD")
     write_complex("swapped.pdb", "on/near_2.pdb", "CDBA", turn=1)
     output = run_program("-e", "tetramer.pdb", "-p", "swapped.pdb", "--chain=all", "--map-chains", "-noalign",
-                         "-L", "3", "--pymol=pair.pml", "--rasmol=pair.rsm")  # fmt: skip
+                         "-L", "3", "--pymol=pair.pml", "--rasmol=pair.rsm", "--chimerax=pair.cxc")  # fmt: skip
     chains = re.search("^Chains: (.*)", output, re.MULTILINE)[1].split(", ")
     assert sorted(chains) == ["A on D", "B on C", "C on A", "D on B"], output
     ((pairs, value),) = re.findall(r"Pairs= *(\d+), RMSD= *([\d.]+)", output)
@@ -229,6 +229,14 @@ def test_complex():
     selected = ask_rasmol("pair.rsm", "".join(f"select :{name}\n" for name in "ABCDEFGH"))
     assert selected[-8:] == [atoms.count(name) for name in "ABCDEFGH"], selected
     assert min(selected[-8:]) > 0
+    # So have ChimeraX's selections, a term for each chain.
+    script = pathlib.Path("pair.cxc").read_text(encoding="utf-8")
+    for structure in "12":
+        union = re.search(rf"^show (#{structure}\S+) atoms$", script, re.MULTILINE)[1]
+        terms = [re.fullmatch(rf"#{structure}/([A-D]):([\d,-]+)@CA", term).groups() for term in union.split("|")]
+        ranges = re.findall(r"(\d+)(?:-(\d+))?", ",".join(numbers for _, numbers in terms))
+        assert sorted(name for name, _ in terms) == [*"ABCD"]
+        assert sum(int(last or first) - int(first) + 1 for first, last in ranges) == int(pairs)
 
 
 # --- Mol* ---
@@ -265,6 +273,23 @@ def test_molstar():
         for one in node["params"].get("selector", [])
     ]
     assert ranges == [("A", 1, 43), ("A", 44, 61), ("A", 1, 43), ("A", 44, 61)], ranges
+    # Of a list every model is there, in the order of the ranking and where its copy is.
+    run_program("-e", "experiment.pdb", "-l", "models.txt", "--molstar=list.mvsx", "--superposed=all")
+    with zipfile.ZipFile("list.mvsx") as archive:
+        scene = json.loads(archive.read("index.mvsj"))
+        texts = {name: archive.read(name).decode() for name in archive.namelist()}
+    shown = [branch for branch in scene["root"]["children"] if branch["kind"] == "download"][1:]
+    assert len(shown) == len(os.listdir("all")) == len(texts) - 2 > 5
+    for branch in shown:
+        (motion,) = [node["params"] for node in nodes(branch) if node["kind"] == "transform"]
+        name = branch["params"]["url"]
+        copy = re.sub(r"m\d+_(.*)_pdb\.pdb", r"all/\1.pdb", name)
+        wanted = calphas(pathlib.Path(copy).read_text(encoding="utf-8"))
+        rotation, shift = motion["rotation"], motion["translation"]
+        assert len(rotation) == 9 and len(shift) == 3
+        for key, p in calphas(texts[name]).items():
+            moved = [sum(rotation[3 * k + i] * p[k] for k in range(3)) + shift[i] for i in range(3)]
+            assert math.dist(moved, wanted[key]) < 0.002
 
 
 # --- ChimeraX: not in Debian, so that its commands are read by their grammar only ---
@@ -416,8 +441,17 @@ def page_data(page):
 def test_page():
     need("chromium")
     os.chdir("decoys")
-    output = run_program("-l", "models.txt", "-C", "2", "-is", "8", "-T", "0.37", "-L", "2", "--report=all.html")
+    output = run_program("-l", "models.txt", "-C", "2", "-is", "8", "-T", "0.4", "-L", "2", "--report=all.html",
+                         "--json=all.json")  # fmt: skip
     data = page_data("all.html")
+    # Members are named as far as there is room.
+    clusters = json.loads(pathlib.Path("all.json").read_text(encoding="utf-8"))["clusters"]
+    rows = data["tables"][1]["rows"]
+    assert [row[:2] for row in rows] == [[one["cluster"], one["size"]] for one in clusters]
+    for row, one in zip(rows, clusters):
+        named = [data["names"][member - 1] for member in one["members"]]
+        assert row[4] == named[:12] + [f"{len(named) - 12} more"] * (len(named) > 12), row
+    assert any("more" in row[4][-1] for row in rows)
     jury = re.findall(r"^INFO  : +\d+ : +\d+ +(\d+) +(model_\d+.pdb)", output, re.MULTILINE)
     names = [name for _, name in jury]
     found = open_page("all.html")
@@ -446,10 +480,25 @@ def test_page():
     found = open_page("folder.html")
     assert found["unsorted"] == "model_19.pdb" and "../decoys/model_19.pdb" in found["titles"]
     assert page_data("list.html")["pair"]["title"].endswith("model_19.pdb")
-    output = run_program("-e", "../experiment.pdb", "-p", "../hinge_1.pdb", "-i", "2", "-noalign", "--report=pair.html")
+    output = run_program("-e", "../experiment.pdb", "-p", "../hinge_1.pdb", "-i", "2", "-noalign", "--report=pair.html",
+                         "--tsv=pair.tsv", "--residues=pair.res", "--superposed=on")  # fmt: skip
     figures = {row[0]: row[1] for row in page_data("pair.html")["tables"][0]["rows"]}
     assert float(figures["RMSD"]) == printed(r", RMSD= *([\d.]+)", output)[0]
     assert float(figures["TM-score"]) == printed(r"TM= *([\d.]+)", output)[0]
+    row = dict(zip(*(line.split("\t") for line in pathlib.Path("pair.tsv").read_text(encoding="utf-8").splitlines())))
+    keys = {"TM-score": "tm1", "TM-score (2)": "tm2", "Cut-off": "cutoff"}
+    for name, shown in figures.items():
+        value = row[keys.get(name, name.lower())]
+        digits = len(shown.partition(".")[2])  # counts have none
+        assert shown == (f"{float(value):.{digits}f}" if "." in value and digits else value), (name, shown, value)
+    # The page draws what the files hold.
+    for trace, name in zip(page_data("pair.html")["pair"]["traces"], ("../experiment.pdb", "on/hinge_1.pdb")):
+        places = calphas(pathlib.Path(name).read_text(encoding="utf-8")).values()
+        assert len(trace) == len(places) and all(math.dist(atom[:3], p) < 0.02 for atom, p in zip(trace, places))
+    rows = [line.split("\t") for line in pathlib.Path("pair.res").read_text(encoding="utf-8").splitlines()]
+    at = rows[0].index("distance")
+    shown = [distance for *_, distance, _, _ in page_data("pair.html")["pair"]["residues"]]
+    assert len(shown) == len(rows) - 1 and all(abs(a - float(row[at])) < 0.0006 for a, row in zip(shown, rows[1:]))
     found, last = open_page("pair.html"), page_data("pair.html")["pair"]["residues"][-1]
     assert found["trace"] == [True, True]
     assert found["residue"] == f"{last[0]} and {last[1]}: {last[2]:.3f} Å" and last[0] == "ASN 61", found
