@@ -22,3 +22,15 @@ foreach(row ${rows})
         list(APPEND TERVOLANDA_UNTRACED_ROOMS ${room})
     endif()
 endforeach()
+
+# With -DCMAKE_UNITY_BUILD=ON the sources of a room are compiled as one: that takes less time where
+# each is compiled once, and more after a change.
+function(join_rooms target)
+    foreach(source ${ARGN})
+        get_filename_component(room ${source} DIRECTORY)
+        file(RELATIVE_PATH room ${PROJECT_SOURCE_DIR}/src ${room})
+        string(MAKE_C_IDENTIFIER ${room} room)
+        set_property(SOURCE ${source} PROPERTY UNITY_GROUP ${room})
+    endforeach()
+    set_target_properties(${target} PROPERTIES UNITY_BUILD_MODE GROUP)
+endfunction()

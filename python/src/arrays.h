@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <limits>
 #include <span>
 #include <string>
 #include <vector>
@@ -20,6 +21,9 @@ namespace tervolanda::python {
 // Contiguous, of this type; another array is converted, and a read-only one is only read.
 template <typename T>
 using ArrayIn = py::array_t<T, py::array::c_style | py::array::forcecast>;
+
+// What arrays hold where there is no value.
+inline constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
 
 // No structure lies farther out, Å: what is beyond is a mistake in the units.
 inline constexpr double kFarthest = 1e7;

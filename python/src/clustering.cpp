@@ -1,7 +1,6 @@
 // Clusters, the consensus ranking and the figures of a matrix.
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -15,8 +14,6 @@
 namespace tervolanda::python {
 
 namespace {
-
-constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
 
 // The rows of an array; an exception for another shape than (n, n).
 template <typename T>

@@ -4,7 +4,6 @@
 #include <pybind11/stl.h>
 
 #include <cmath>
-#include <limits>
 #include <string>
 #include <utility>
 
@@ -18,8 +17,6 @@
 namespace tervolanda::python {
 
 namespace {
-
-constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
 
 // --- Results -------------------------------------------------------------------------------------
 

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <string>
 #include <utility>
 #include <vector>
@@ -17,8 +16,6 @@
 namespace tervolanda::python {
 
 namespace {
-
-constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
 
 template <typename T>
 py::array_t<T> arrayOf(const Matrix<T>& matrix) {

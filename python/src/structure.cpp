@@ -23,8 +23,6 @@ namespace tervolanda::python {
 
 namespace {
 
-constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
-
 CoordinateSet prepare(const Chain& chain, AtomSelection selection, MeasureSet measures = {}) {
     Log log;
     Report report(log, 0);

@@ -17,7 +17,7 @@ namespace tervolanda {
 
 namespace {
 
-constexpr std::size_t kFewestFitted = 3;
+constexpr std::size_t kFewestKept = 3;
 constexpr std::size_t kCutoffs = kGdtCutoffs.size();
 // Å.  With fewer or with those of the cut-offs themselves, real models are found whose score is
 // more than a point below that of another program; with more, hardly any gain.
@@ -99,7 +99,7 @@ class GdtSearch final : public MotionViewer {
         const double limit = inclusiveLimit(radius * radius);
         scratch_.subset = scratch_.start;
         std::size_t size = 0;
-        while (scratch_.subset.size() >= kFewestFitted && scratch_.subset.size() > size) {
+        while (scratch_.subset.size() >= kFewestKept && scratch_.subset.size() > size) {
             size = scratch_.subset.size();
             const auto fit = fitPairs(pairs_, scratch_.subset, kernels_, scratch_.gathered);
             if (!fit) return;

@@ -10,13 +10,13 @@
 #include "compare/fit/tm_scale.h"
 #include "compare/fit/tolerance.h"
 #include "compare/scoring.h"
+#include "compare/seed_path.h"
 
 namespace tervolanda {
 
 namespace {
 
-constexpr std::size_t kFewestSelected = 3;  // a smaller selection is none
-constexpr double kConvergedTm = 0.001;      // passes that change the TM-score less are the last
+constexpr double kConvergedTm = 0.001;  // passes that change the TM-score less are the last
 // Far more than converging passes need, so that looking for circles costs the usual run nothing.
 constexpr std::uint32_t kFreePasses = 100;  // after so many a mapping that returns ends the passes
 

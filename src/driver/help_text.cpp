@@ -38,7 +38,7 @@ OR
     -l [file]   File containing a list of PDB model fragments
 )";
 
-constexpr const char* kOptions = R"(OPTIONS:
+constexpr const char* kOptionsText = R"(OPTIONS:
     -h          Print this help and exit
     -help       Print extended help and exit
     -version    Print version and exit
@@ -142,7 +142,8 @@ std::string shortUsage() {
 }
 
 std::string standardHelp() {
-    return format("\n    %s %s\n\n", kProgramName, kProgramVersion) + kUsageAndArguments + kOptions;
+    return format("\n    %s %s\n\n", kProgramName, kProgramVersion) + kUsageAndArguments +
+           kOptionsText;
 }
 
 std::string extendedHelp(int lineWrap) {

@@ -14,7 +14,7 @@ namespace tervolanda {
 namespace {
 
 // clang-format off
-constexpr auto kOptions = std::to_array<OwnOption>({
+constexpr auto kOwnOptions = std::to_array<OwnOption>({
     {"help", "more", "This page"},
     {"input", "auto", "Read every file by its content, plain or gzip: mmCIF, or PDB as entries are,\n"
                       "protein residues (modified ones, too) of one chain, model and conformer"},
@@ -76,16 +76,16 @@ const OwnOption* optionOf(std::string_view argument) {
     const std::string_view name =
         argument.substr(2, sign == std::string_view::npos ? sign : sign - 2);
     const auto* const found =
-        std::find_if(kOptions.begin(), kOptions.end(),
+        std::find_if(kOwnOptions.begin(), kOwnOptions.end(),
                      [name](const OwnOption& option) { return option.name == name; });
-    if (found != kOptions.end()) {
+    if (found != kOwnOptions.end()) {
         // "--help" has a meaning of its own, as "-help".
         return sign == std::string_view::npos && name == "help" ? nullptr : found;
     }
     if (sign == std::string_view::npos) return nullptr;
     std::vector<std::string_view> names;
-    names.reserve(kOptions.size());
-    for (const OwnOption& option : kOptions) {
+    names.reserve(kOwnOptions.size());
+    for (const OwnOption& option : kOwnOptions) {
         if (!option.help.empty()) names.push_back(option.name);
     }
     abend("Unknown option %s, the nearest is %s", quoted(name).c_str(),
@@ -107,7 +107,7 @@ std::size_t positionOf(std::string_view value, std::string_view option,
 }  // namespace
 
 std::span<const OwnOption> ownOptions() {
-    return kOptions;
+    return kOwnOptions;
 }
 
 OwnOptions::OwnOptions(std::vector<std::string>& arguments) {

@@ -16,7 +16,7 @@ namespace tervolanda {
 
 namespace {
 
-std::string colourName(unsigned colour) {
+std::string colourInHex(unsigned colour) {
     return format("\"#%06x\"", colour);
 }
 
@@ -99,7 +99,7 @@ void appendTransform(std::string& text, const Superposition& motion) {
 
 // Opens a node; the caller may add a selector and closes it.
 void appendColour(std::string& text, unsigned colour) {
-    text += R"({"kind":"color","params":{"color":)" + colourName(colour);
+    text += R"({"kind":"color","params":{"color":)" + colourInHex(colour);
 }
 
 // One branch of the tree, a structure as it is shown.  Nodes nest, and their order is the format's:

@@ -42,7 +42,7 @@ std::string number(int value) {
     return value < 0 ? "\\" + std::to_string(value) : std::to_string(value);
 }
 
-std::string residueName(ResidueId residue) {
+std::string escapedName(ResidueId residue) {
     std::string name = number(residue.number);
     if (residue.insertionCode != ' ') name += residue.insertionCode;
     return name;
@@ -64,8 +64,8 @@ std::string selection(const std::string& object, const InputStructure& input,
             if (isWord(chain)) text += (input.isSegment ? " and segi " : " and chain ") + chain;
             text += " and resi ";
         }
-        text += residueName(first);
-        if (last != first) text += '-' + residueName(last);
+        text += escapedName(first);
+        if (last != first) text += '-' + escapedName(last);
     }
     return pythonText(text);
 }

@@ -197,7 +197,7 @@ std::optional<double> measured(const PairResult& pair) {
     return figureOf(pair.measures, Which);
 }
 
-constexpr auto kFigures = std::to_array<Figure>({
+constexpr auto kTableFigures = std::to_array<Figure>({
     {{"GDT", 3, "Global Distance Test, 0 to 100", ColumnRole::Bar}, member<&PairResult::gdt>},
     {{"TM-score", 3, "by the length of the experiment", ColumnRole::Bar}, member<&PairResult::tm1>},
     {{"lDDT", 3, "share of the short distances that are kept, by C-alpha atoms", ColumnRole::Bar},
@@ -227,7 +227,7 @@ constexpr auto kFigures = std::to_array<Figure>({
 // Columns that would be empty for all models are left out.
 std::vector<const Figure*> figuresOf(const std::vector<PairResult>& pairs) {
     std::vector<const Figure*> figures;
-    for (const Figure& figure : kFigures) {
+    for (const Figure& figure : kTableFigures) {
         if (std::any_of(pairs.begin(), pairs.end(), [&figure](const PairResult& pair) {
                 return figure.value(pair).has_value();
             }))
@@ -273,7 +273,7 @@ void writeFigures(JsonWriter& json, const PairResult& pair) {
         json.text(about == nullptr ? "" : about);
         json.close(']');
     };
-    for (const Figure& figure : kFigures) {
+    for (const Figure& figure : kTableFigures) {
         const std::optional<double> value = figure.value(pair);
         if (!value) continue;
         const int decimals = figure.column.decimals;

@@ -24,7 +24,7 @@ namespace tervolanda {
 
 namespace {
 
-constexpr std::size_t kRuleWidth = 26;
+constexpr std::size_t kMaxSubRuleWidth = 26;
 
 // A score that was renormalised to a shorter model can exceed 1, which no reader accepts.  What is
 // no number is 0.
@@ -56,23 +56,23 @@ bool openMaxSubFile(const OutputFile& output, const std::string& path, Log& log)
 // Rules, size and chains, as both forms have them but for the key.
 void writeHead(OutputFile& output, const ChainList& chains, std::size_t size,
                std::string_view chainKey) {
-    writeRule(output, kRuleWidth);
+    writeRule(output, kMaxSubRuleWidth);
     output.write("# Tervolanda MaxSub File\n");
-    writeRule(output, kRuleWidth);
+    writeRule(output, kMaxSubRuleWidth);
     output.write("# Size record\n");
     writeSizeRecord(output, size);
-    writeRule(output, kRuleWidth);
+    writeRule(output, kMaxSubRuleWidth);
     output.write("# Chain records\n# ");
     output.write(chainKey);
     output.write(" <ID> <Filename>\n");
-    writeRule(output, kRuleWidth);
+    writeRule(output, kMaxSubRuleWidth);
     writeChainRecords(output, chains, chainKey);
 }
 
 void writeSectionHead(OutputFile& output, std::string_view text) {
-    writeRule(output, kRuleWidth);
+    writeRule(output, kMaxSubRuleWidth);
     output.write(text);
-    writeRule(output, kRuleWidth);
+    writeRule(output, kMaxSubRuleWidth);
 }
 
 // The fields of a transformation record, in their order.

@@ -28,7 +28,7 @@ constexpr std::int32_t kOpen = 11;
 constexpr std::int32_t kOpenAtBreak = 4;
 constexpr std::int32_t kExtend = 1;
 // So far from any score that sums of it do not overflow.
-constexpr std::int32_t kNever = -(1 << 29);
+constexpr std::int32_t kImpossible = -(1 << 29);
 
 constexpr std::string_view kLetters = "ARNDCQEGHILKMFPSTWYV";
 constexpr std::size_t kUnknown = kLetters.size();
@@ -116,7 +116,7 @@ void SequenceAligner::fillRow(std::string_view experiment, std::string_view pred
     std::uint8_t* const steps = steps_.data() + i * experiment.size();
     std::int32_t diagonal = scores_[0];
     scores_[0] = 0;  // prediction residues before the first experiment residue
-    std::int32_t columnGap = kNever;
+    std::int32_t columnGap = kImpossible;
     for (std::size_t j = 0; j < experiment.size(); ++j) {
         const GapCost rowCost = gapCost(experiment, j + 1);
         const std::int32_t columnOpened = scores_[j] - columnCost.open;
@@ -180,7 +180,7 @@ void SequenceAligner::align(std::string_view experiment, std::string_view predic
     steps_.resize(experiment.size() * prediction.size());
     // No prediction residue at all: the experiment's are skipped for nothing.
     scores_.assign(experiment.size() + 1, 0);
-    rowGap_.assign(experiment.size() + 1, kNever);
+    rowGap_.assign(experiment.size() + 1, kImpossible);
     for (std::size_t i = 0; i < prediction.size(); ++i)
         fillRow(experiment, prediction, i);
     traceBack(experiment.size(), prediction.size(), aligned);
