@@ -163,7 +163,7 @@ void checkBlocks(const Settings& settings) {
         abend("Blocks are of runs over all pairs of a list: -l without -e");
     }
     if (input.listIsPath || input.entry.allModels) {
-        abend("Blocks take a list by -l, and one model of each of its files");
+        abend("Blocks take a list by -l, not --models, and one model of each of its files");
     }
     if (settings.output.logLevel > 2) abend("Blocks keep no details: -L 1 or 2");
     if (settings.measure.by && settings.comparison.measures.wanted.size() > 1) {

@@ -63,13 +63,16 @@ const Option* findOption(std::string_view name) {
 }
 
 // An argument may have a megabyte; the table of distances grows with both lengths.
-std::string_view nearestName(std::string_view name, const std::vector<std::string_view>& names) {
+std::string nearestText(std::string_view name, const std::vector<std::string_view>& names,
+                        std::string_view dashes) {
     constexpr std::size_t kLongest = 64;  // of a name that is looked at
     name = name.substr(0, kLongest);
-    return *std::min_element(names.begin(), names.end(),
-                             [name](std::string_view a, std::string_view b) {
-                                 return editDistance(name, a) < editDistance(name, b);
-                             });
+    const std::string_view nearest = *std::min_element(
+        names.begin(), names.end(), [name](std::string_view a, std::string_view b) {
+            return editDistance(name, a) < editDistance(name, b);
+        });
+    if (2 * editDistance(name, nearest) > name.size()) return {};
+    return ", the nearest is '" + std::string(dashes) + std::string(nearest) + "'";
 }
 
 }  // namespace tervolanda

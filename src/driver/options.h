@@ -7,6 +7,7 @@
 
 #include <limits>
 #include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -42,7 +43,9 @@ std::span<const Option> options();
 // The one of this name, dash and all; nullptr for none.
 const Option* findOption(std::string_view name);
 
-// Of some names, at least one, the one that takes the fewest changes to be `name`.
-std::string_view nearestName(std::string_view name, const std::vector<std::string_view>& names);
+// For messages about `name`, which is none of these names: ", the nearest is 'x'" for the one that
+// takes the fewest changes to be `name`, unless half of its letters would have to change.
+std::string nearestText(std::string_view name, const std::vector<std::string_view>& names,
+                        std::string_view dashes);
 
 }  // namespace tervolanda

@@ -88,8 +88,9 @@ const OwnOption* optionOf(std::string_view argument) {
     for (const OwnOption& option : kOwnOptions) {
         if (!option.help.empty()) names.push_back(option.name);
     }
-    abend("Unknown option %s, the nearest is %s", quoted(name).c_str(),
-          quoted(nearestName(name, names)).c_str());
+    const std::string nearest = nearestText(name, names, "--");
+    abend("Unknown option %s%s", quoted(name).c_str(),
+          nearest.empty() ? ": --help=more lists all" : nearest.c_str());
 }
 
 // The position of a value among the words that an option may have; another one ends the run.

@@ -59,8 +59,9 @@ class ArgumentCheck {
             std::vector<std::string_view> names;
             for (const Option& known : options())
                 names.push_back(known.name);
-            abend("Unknown option '%s', the nearest is '%s'", std::string(name).c_str(),
-                  std::string(nearestName(name, names)).c_str());
+            const std::string nearest = nearestText(name, names, "");
+            abend("Unknown option '%s'%s", std::string(name).c_str(),
+                  nearest.empty() ? ": -help lists all" : nearest.c_str());
         }
         if (!given_.emplace(name, position_).second) {
             abend("Option '%s' is given twice", std::string(name).c_str());
