@@ -99,6 +99,8 @@ pre { font: 13px/1.35 ui-monospace, monospace; margin: .4rem 0; }
   .tall, .command.long { max-height: none; }
   .wide { overflow: visible; }
   .map { zoom: .6; }
+  table { font-size: 8pt; }
+  th, td, thead button { padding: .1rem .3rem; }
   canvas.trace { height: 18rem; }
   thead th { position: static; }
   thead button::after, .screen { content: none; display: none; }
@@ -225,9 +227,12 @@ function addTable(part, {title, columns: allColumns, rows: allRows}) {
     head.append(cell);
   });
   body.append(...lines.map(({line}) => line));
-  part.append(make("div", {class: "wide tall", tabindex: "0", role: "region", "aria-label": title},
-    make("table", {"aria-label": title}, make("thead", {}, head), body)));
+  const box = make("div", {class: "wide tall", tabindex: "0", role: "region", "aria-label": title},
+    make("table", {"aria-label": title}, make("thead", {}, head), body));
+  part.append(box);
+  const isBroad = box.scrollWidth > box.clientWidth;
   if (rows.length > 24) part.append(make("p", {class: "soft screen"}, `${rows.length} rows: the table scrolls.`));
+  else if (isBroad) part.append(make("p", {class: "soft screen"}, "The table scrolls sideways."));
 }
 
 )page"
@@ -378,7 +383,7 @@ function addMap(values) {
   if (hasTree) map.append(treePicture(order, row, innerWidth < 640 ? 140 : 280));
   map.append(heatMap(values, order, row, low, high, (text) => { output.textContent = text; }));
   if (row >= 10) {
-    map.append(draw("svg", {width: 260, height: row * count, style: "flex:none", "aria-hidden": "true"}, ...order.map((model, i) =>
+    map.append(draw("svg", {width: 260, height: row * count, style: "flex:none;overflow:visible", "aria-hidden": "true"}, ...order.map((model, i) =>
       draw("text", {x: 6, y: row * (i + .5) + 4, style: "fill:" + colourOf(data.clusterOf?.[model])}, short(bare(data.names[model]), 34)))));
   }
   const ends = data.matrix.high ? [low, high] : [high, low];
@@ -431,7 +436,9 @@ function addDistances(part, pair, mark) {
   const shown = pair.residues.filter((residue) => residue[0] !== "");
   const known = shown.filter((residue) => residue[2] !== null);
   if (!known.length) return;
-  const width = Math.max(560, Math.min(1150, shown.length * 5)), height = 240, left = 48;
+  // What is drawn wider than the screen is shown smaller, with its letters.
+  const [least, most] = innerWidth < 640 ? [360, 600] : [560, 1150];
+  const width = Math.max(least, Math.min(most, shown.length * 5)), height = 240, left = 48;
   const top = Math.max(...known.map((residue) => residue[2]), 1, (pair.cutoff ?? 0) * 1.04);
   const step = (width - left - 12) / shown.length;
   const up = (distance) => rounded(height - (height - 22) * distance / top);
@@ -458,7 +465,7 @@ function addDistances(part, pair, mark) {
     if (i > 0) svg.append(draw("path", {class: "axis", d: `M${x} 14V${height + 12}`}));
     svg.append(draw("text", {x: x + 4, y: 25}, short(chain, 8)));
   });
-  const every = Math.ceil(shown.length / 14);
+  const every = Math.ceil(shown.length / (width < 500 ? 9 : 14));
   shown.forEach((residue, i) => {
     if (i % every === 0) svg.append(draw("text", {x: rounded(left + step * (i + .5)), y: height + 28, "text-anchor": "middle"}, residue[0].slice(residue[0].lastIndexOf(" ") + 1)));
   });
@@ -711,7 +718,7 @@ const scores = data.matrix ? readCells(data.matrix) : null, count = data.names?.
 const values = scores ? [...scores.filter((value, i) => i % count < Math.floor(i / count) && !Number.isNaN(value))]
   : (data.scores?.values ?? []).filter((value) => value !== null);
 const [[, command], ...facts] = data.facts;
-if (folder) facts.splice(2, 0, ["In the folder", folder]);
+if (folder) facts.splice(facts.findIndex(([name]) => name === "Models") + 1, 0, ["In the folder", folder]);
 page.append(make("h1", {}, short(data.title, 200)),
   make("p", command.length < 800 ? {class: "command"} : {class: "command long", tabindex: "0", role: "region", "aria-label": "Command"}, command),
   make("dl", {class: "facts"}, ...facts.map(([name, value]) =>
