@@ -13,6 +13,7 @@
 #include <ctime>
 #include <system_error>
 
+#include "base/format.h"
 #include "base/log.h"
 #include "driver/abend.h"
 #include "driver/blocks.h"
@@ -175,9 +176,9 @@ int runMissing(const Settings& settings, const ResidueExclusions& exclusions, Lo
     if (blocks == 0) {
         abend("No part in '%s' says how many blocks there are: give --block=1/n", path.c_str());
     }
-    log.setLogLevel(1);  // from 0 (run.cpp)
+    // On standard output with -log, too, which scripts give to all of these runs.
     const std::string missing = folder.missing(blocks);
-    if (!missing.empty()) log.plain(0, "%s", missing.c_str());
+    if (!missing.empty()) log.report(missing + '\n');
     return EXIT_SUCCESS;
 }
 
@@ -218,13 +219,10 @@ int runPlan(const Settings& settings, const ResidueExclusions& exclusions, Log& 
     constexpr double kThreadMemory = 8.0;  // MB
     const double memory =
         peakMemory() + kThreadMemory * static_cast<double>(settings.workforce.threads);
-    log.setLogLevel(1);  // from 0 (run.cpp)
-    log.plain(0, "blocks=%.0f", blocks);
-    log.plain(0, "minutes=%.1f", minutes / blocks);
-    log.plain(0, "megabytes=%.0f", std::ceil(memory));
-    log.plain(
-        0, "merge_megabytes=%.0f",
-        std::ceil(memory + kMargin * bytesOfCell(clusterMethod(settings)) * n * n / kMegabyte));
+    const double merging =
+        memory + kMargin * bytesOfCell(clusterMethod(settings)) * n * n / kMegabyte;
+    log.report(format("blocks=%.0f\nminutes=%.1f\nmegabytes=%.0f\nmerge_megabytes=%.0f\n", blocks,
+                      minutes / blocks, std::ceil(memory), std::ceil(merging)));
     return EXIT_SUCCESS;
 }
 

@@ -282,7 +282,9 @@ class Faults:
             self.expect(merged["status"] == b"1", name, "was merged")
             self.expect("full.txt" not in merged, name, "left a result")
             self.expect(fault in merged["standard error"].decode(), name, merged["standard error"])
-            listed = self.run(f"--missing={parts}")["standard output"].decode().strip()
+            # Whether or not lines go to a log file.
+            asked = self.run(f"--missing={parts}", "-log", "run.log")
+            listed = asked["standard output"].decode().strip()
             self.expect(listed == missing, name, "is listed as", listed)
             for path in parts.glob("extra*.part"):
                 path.unlink()
