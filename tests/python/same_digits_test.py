@@ -153,12 +153,13 @@ def one_list(options, plain):
 def matrix(options, plain):
     """Matrix and clusters of a list, and what averages, ranks and clusters are listed."""
     measure = measure_of(options)
-    models = tv.read_models(
-        options["-l"], atoms="all" if measure == "lddt_all" else "calpha", **reading(options)
-    )
+    atoms = "all" if measure == "lddt_all" else "backbone" if "-bb" in options else "calpha"
+    models = tv.read_models(options["-l"], atoms=atoms, **reading(options))
     listed = re.sub("#.*", "", pathlib.Path(options["-l"]).read_text()).split()
     ids = [listed.index(model.name) + 1 for model in models]  # those of unreadable models are missing
     asked = search(options, plain) if measure in ("tm", "maxsub", "gdt") else pairing(options)
+    if measure == "rmsd" and "-bb" in options:
+        asked["atoms"] = "backbone"
     matrices = tv.all_pairs(models, measure, threads=2, **asked)
     values = [float(matrices.values[i, j]) for i in range(len(models)) for j in range(i)]
     lines = []
