@@ -102,7 +102,7 @@ class OrderedRun {
     const OrderedJobs& jobs_;
     std::mutex mutex_;
     std::condition_variable slotIsFree_, nextIsDone_;
-    std::vector<State> states_;  // one a slot
+    std::vector<State> states_;  // one per slot
     std::size_t claimed_ = 0;
     std::size_t consumed_ = 0;
     std::size_t waitingBytes_ = 0;  // of results that are done and not consumed

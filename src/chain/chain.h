@@ -142,7 +142,7 @@ Chain joinChains(std::vector<Chain> chains);
 // Radius of gyration over all C-alpha atoms, unweighted, Å; 0 without any.
 double radiusOfGyration(const Chain& chain);
 
-// One letter a residue, from the residue names.
+// One letter per residue, from the residue names.
 std::string oneLetterSequence(const Chain& chain);
 
 // --- Codes and records ---------------------------------------------------------------------------

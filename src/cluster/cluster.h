@@ -48,7 +48,7 @@ struct ClusterSettings {
     std::uint32_t minSize = 5;       // nearest-neighbour clustering: of every later cluster
     // So many thresholds are tried one by one, then those are passed over of which it is known that
     // they do not end the search: a huge maximum is no reason to try without end.  The clusters do
-    // not depend on it, only what is told of the search.
+    // not depend on it, only what is reported of the search.
     std::size_t triedOneByOne = 0;
     std::size_t threads = 1;  // the clusters do not depend on it
     // For callers of the library: ends the clustering when it is set.
@@ -93,7 +93,7 @@ struct Clustering {
     bool reachedSize = false;           // the last of these gave a cluster of the wanted size
     double threshold = 0.0;             // the last of these
     ClusterAssignment clusters;
-    std::vector<Centroid> centroids;  // one a cluster, in the order of their numbers
+    std::vector<Centroid> centroids;  // one per cluster, in the order of their numbers
 };
 
 // Clusters the models of an N x N matrix, N = 0 included.  Of similarities the distances take their

@@ -17,8 +17,8 @@ enum class Linkage : std::uint8_t { Single, Average, Maximum };
 // The joins of N models, N - 1 of them, by ascending distance; O(N^2) time.  Only the strict lower
 // triangle of the matrix is read.  Memory beside the matrix: N values for single linkage, a
 // triangle of N (N - 1) / 2 values for maximum (single precision) and average linkage (double
-// precision).  By however many threads, the tree is the same; they share the work of average and
-// maximum linkage.
+// precision).  The tree does not depend on the number of threads, which share the work of average
+// and maximum linkage.
 std::vector<Join> buildTree(const DistanceView& distances, Linkage linkage,
                             std::size_t threads = 1);
 

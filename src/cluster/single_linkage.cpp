@@ -1,4 +1,4 @@
-// Single linkage in one pass over the matrix, row after row, with three values a model (SLINK;
+// Single linkage in one pass over the matrix, row after row, with three values per model (SLINK;
 // Sibson 1973, Computer J. 16:30): for every model the level at which it stops being the last
 // member of its cluster, and the last member of the cluster it then joins.
 //

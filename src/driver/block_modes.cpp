@@ -88,7 +88,8 @@ bool isWhole(const std::string& path, const PartHeader& header, const RunIdentit
 // tell.
 double secondsForAll(const PreparedList& models, const Settings& settings, Log& log,
                      Report& report) {
-    // The processor clock ticks in hundredths of a second on some systems: a tenth is told to 10 %.
+    // The processor clock ticks in hundredths of a second on some systems: a tenth of a second is
+    // measured to 10 %.
     constexpr double kLongEnough = 0.1;
     const auto nothing = [](BatchPair, const auto&) {};
     const Workforce alone{1, settings.workforce.kernels};

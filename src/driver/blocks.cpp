@@ -87,7 +87,7 @@ std::string choicesOfEntries(const Settings& settings) {
                   conformers.c_str());
 }
 
-// Everything on the command line that the result of a pair depends on, a line an option, so that a
+// Everything on the command line that the result of a pair depends on, a line per option, so that a
 // difference can be shown as its line.  What is only decided from the matrices, as clusters and
 // ranks are, is left out: parts serve any number of merges with other thresholds.  The version is
 // one of the lines, since results of another version may differ in digits.

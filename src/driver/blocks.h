@@ -65,7 +65,7 @@ class RunIdentity {
 
  private:
     PartHeader common_;              // what all parts of the run have in common
-    std::vector<PartModel> models_;  // one an entry
+    std::vector<PartModel> models_;  // one per entry
     ReadablePairs readable_;
 };
 

@@ -1,6 +1,6 @@
 // Medoids are known when all pairs have been compared, and to keep the superpositions of all until
-// then would take gigabytes of a long list.  So the few that are wanted, one a model, are computed
-// once more.  A run that merges parts, which hold no superpositions, does the same.
+// then would take gigabytes of a long list.  So the few that are wanted, one per model, are
+// computed once more.  A run that merges parts, which hold no superpositions, does the same.
 #include "driver/medoid_pairs.h"
 
 #include <algorithm>

@@ -35,7 +35,7 @@ int runBlock(const Settings& settings, const ResidueExclusions& exclusions, Log&
 // Prints the numbers of the blocks that a folder lacks whole parts of, and nothing else: "3,7-9".
 int runMissing(const Settings& settings, const ResidueExclusions& exclusions, Log& log);
 
-// Times some pairs and prints, as "name=value" lines, how many blocks take so long each.
+// Times some pairs and prints, as "name=value" lines, how many blocks take the given minutes each.
 int runPlan(const Settings& settings, const ResidueExclusions& exclusions, Log& log);
 
 // Clusters a distance file.

@@ -80,7 +80,7 @@ ModelRecord recordOf(const ListedRmsd& found, Measure measure) {
     return record;
 }
 
-// One record a model, in list order.  The three batches differ in what they find; here all become
+// One record per model, in list order.  The three batches differ in what they find; here all become
 // records.
 std::vector<ModelRecord> compareModels(const ListComparison& list, const Settings& settings,
                                        Log& log, Report& report) {

@@ -129,7 +129,7 @@ void RunExports::addModel(const Chain& model) {
     inputs_.structures.back().id = model.number;
 }
 
-// What all kinds of run tell their files; the structures have been added by whoever started.
+// What all kinds of run tell their files; the structures have been added before.
 void RunExports::setInputs() {
     inputs_.kind = runKind(settings_);
     inputs_.score = scoreKind(settings_);

@@ -55,7 +55,7 @@ class DistanceFileParser {
     std::uint32_t rowOf(std::uint32_t id);
 
     GradualMatrix<float> distances_;
-    std::vector<std::uint32_t> ids_;  // one a row
+    std::vector<std::uint32_t> ids_;  // one per row
     std::map<std::uint32_t, std::string> names_;
     ChainList* chains_;
     std::size_t chainsBefore_ = 0;  // entries of the caller's list that are not from this file

@@ -2,9 +2,9 @@
 // again.  Every record is checked, also those of which nothing is kept: a file that was cut or
 // mixed up shall not be ranked as if it were whole.
 //
-// The kinds of record are told by their keys, so that one parser reads both forms, and a file in
-// which they are mixed.  What the full form has more than the lite one (rotations, residue pairs)
-// is read to find out whether it is whole, and is thrown away.
+// The kinds of record are recognised by their keys, so that one parser reads both forms, and a file
+// in which they are mixed.  What the full form has more than the lite one (rotations, residue
+// pairs) is read to find out whether it is whole, and is thrown away.
 #include "resultfiles/maxsub_reader.h"
 
 #include <algorithm>

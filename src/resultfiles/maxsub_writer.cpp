@@ -38,8 +38,8 @@ double written(double value) {
     return withoutNegativeZero(value, 3);
 }
 
-// Position records are nearly all of a full file, two numbers a residue: printf would take most of
-// the time of writing it.
+// Position records are nearly all of a full file, two numbers per residue: printf would take most
+// of the time of writing it.
 void appendNumber(std::string& text, std::uint32_t number) {
     std::array<char, 10> digits{};
     const auto [end, error] = std::to_chars(digits.data(), digits.data() + digits.size(), number);

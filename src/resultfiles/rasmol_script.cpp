@@ -8,7 +8,7 @@
 //
 // Of complexes every chain has a letter of its own, and the lines at the end say which chain it is;
 // the chain's name stands in the columns of the segment, too.  "super.rsm", which shows a list, has
-// one letter a structure.
+// one letter per structure.
 //
 // The viewer knows a chain by one letter and a residue by its number alone.  What does not fit into
 // that (names of several letters, insertion codes) is changed in the copy of the atom that is
@@ -45,7 +45,7 @@ constexpr std::string_view kStars = "echo **************************************
 
 // The prediction as one superposition shows it.
 struct ShownPrediction {
-    std::string letters = "B";  // one, or of complexes one a chain
+    std::string letters = "B";  // one, or of complexes one per chain
     Superposition superposition;
     std::vector<MatchedPair> pairs;  // highlighted
 };
@@ -138,7 +138,7 @@ void writeAlignEnd(OutputFile& script, const ScriptSubject& subject,
     std::size_t letters = experimentLetters.size();
     for (const ShownPrediction& shown : predictions)
         letters += shown.letters.size();
-    // Of complexes alone, which have more than one a structure.
+    // Of complexes alone, which have more than one per structure.
     if (letters > std::max(kComplexLetters.size(), 1 + predictions.size())) {
         script.print("echo Chains that share a letter share colours: %zu chains, %zu letters.\n",
                      letters, kComplexLetters.size());

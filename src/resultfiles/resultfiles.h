@@ -44,11 +44,11 @@ FileOutcome writeDistanceFile(const std::string& path, const ChainList& chains,
                               const DistanceMatrix& matrix, std::span<const std::uint32_t> ids,
                               Log& log);
 
-// What a distance file says, of however many models.  Its matrix is as large as the size record
+// What a distance file says, of any number of models.  Its matrix is as large as the size record
 // says, which is compared with the memory of the machine before any is taken.
 struct DistanceFile {
     DistanceMatrix matrix;           // N x N, symmetric; 0 on the diagonal, which files do not give
-    std::vector<std::uint32_t> ids;  // one a row, by first appearance in the file
+    std::vector<std::uint32_t> ids;  // one per row, by first appearance in the file
     // What chain records call IDs, where no list of chains is given; those that cannot be read are
     // passed by, as all other text is then.
     std::map<std::uint32_t, std::string> names;
@@ -109,7 +109,7 @@ struct MaxSubFile {
     ChainList chains;                // N chains in row order that have only number and file name
     DistanceMatrix scores;           // N x N, 0..1, as in MaxSubBatch; 1 on the diagonal
     PairMatrix pairs;                // N x N; 0 on the diagonal when the file does not say
-    std::vector<std::uint32_t> ids;  // one a row
+    std::vector<std::uint32_t> ids;  // one per row
 };
 
 // Reads a lite or a full MaxSub file.  Transformations and positions are checked, not kept.  None,

@@ -1,6 +1,6 @@
 // See chain_builder.h for the idea.
 //
-// A chain comes to be with its first wanted atom, so that none is empty; files may go back to a
+// A chain is made with its first wanted atom, so that none is empty; files may go back to a
 // chain that they have left.
 #include "chain/input/chain_builder.h"
 

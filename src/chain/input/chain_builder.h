@@ -25,7 +25,7 @@ struct ResidueLabel {
     std::optional<int> type = std::nullopt;  // where it does not follow from the name
 };
 
-// Invariant: `model_` holds what the residue at work has in common with its atoms, `current_` is
+// Invariant: `model_` holds what the current residue has in common with its atoms, `current_` is
 // the position of the chain that took an atom last, and each chain has the place in `places_` that
 // it has in `chains_`.
 class ChainBuilder {
@@ -55,7 +55,7 @@ class ChainBuilder {
     std::map<std::string, std::size_t, std::less<>> places_;  // of the chains, by name
     std::size_t atoms_ = 0;                                   // wanted so far
     Atom model_;               // what all atoms of the residue have in common
-    std::string chain_;        // name of the residue's chain, which comes to be with its first atom
+    std::string chain_;        // name of the residue's chain, which is made with its first atom
     std::size_t current_ = 0;  // position of the chain that took an atom last
     bool isWanted_ = false;    // the residue
 };

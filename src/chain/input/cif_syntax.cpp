@@ -1,11 +1,11 @@
 // One state for where in a table the reading stands, and one for fields of several lines.  Rows are
-// handed on when their last value is there: of a loop with its last column, of pairs with the
+// passed on when their last value is there: of a loop with its last column, of pairs with the
 // beginning of another table.
 //
 // A loop's columns are known by its tags before the first value, so a value is stored or dropped at
 // once: of the categories that nobody wants nothing is kept but the place in the table.  Most of a
 // file are values of loops, a thousand for every tag; so what can be told of a word by its first
-// characters is told by these.
+// characters is decided by these.
 #include "chain/input/cif_syntax.h"
 
 #include <algorithm>
@@ -78,7 +78,7 @@ void CifParser::keepValues() {
 }
 
 bool CifParser::addToText(std::string_view line) {
-    if (itemAtWork() == kNone) return true;
+    if (currentItem() == kNone) return true;
     if (text_.size() + line.size() > kLongestValue) return fail("a value is too long");
     text_ += line;
     return true;
@@ -152,7 +152,7 @@ int CifParser::itemOf(std::string_view tag) const {
 }
 
 // A tag begins a pair or, after loop_ and before the first value, names a column.  One of another
-// category than the table at work ends that table: files have pairs of many categories one after
+// category than the current table ends that table: files have pairs of many categories one after
 // the other.
 bool CifParser::takeTag(std::string_view tag) {
     if (state_ == State::Pair) return fail("a tag has no value");
@@ -177,7 +177,7 @@ bool CifParser::takeTag(std::string_view tag) {
 }
 
 // Where the next value goes; kNone for nowhere.
-int CifParser::itemAtWork() const {
+int CifParser::currentItem() const {
     if (state_ == State::Pair) return pairItem_;
     return column_ < columns_.size() ? columns_[column_] : kNone;
 }
@@ -210,11 +210,11 @@ inline bool CifParser::takeValue(std::string_view value) {
     return goesOn;
 }
 
-// The table at work is complete, if it ever is.
+// The current table is complete, if it ever is.
 bool CifParser::endTable() {
     if (state_ == State::Pair) return fail("a tag has no value");
     if (state_ == State::LoopValues && column_ != 0) return fail("a loop ends within a row");
-    // A loop has handed on its rows one by one, pairs make one row together.
+    // A loop has passed on its rows one by one, pairs make one row together.
     const bool arePairs = state_ == State::Free;
     const int category = category_;
     state_ = State::Free;

@@ -18,11 +18,12 @@ struct CifItem {
     int category;
 };
 
-// Goes through a text line by line and hands on the rows of the wanted categories, whether they are
-// a loop or pairs of tag and value.
-// Invariant: `row_` has the values of the row at work of the category `category_`, all others are
-// empty; a row has been handed on exactly when `column_` is 0 again, or the table of pairs has
-// ended.  Values are views of the line at work: nearly every row is one line, and nothing of it is
+// Goes through a text line by line and passes on the rows of the wanted categories, whether they
+// are a loop or pairs of tag and value.
+//
+// Invariant: `row_` has the values of the current row, of the category `category_`, and is empty
+// elsewhere; a row has been passed on exactly when `column_` is 0 again, or the table of pairs has
+// ended.  Values are views of the current line: nearly every row is one line, and nothing of it is
 // copied.  Those that a line leaves for the next are kept in `kept_`.
 class CifParser {
  public:
@@ -71,7 +72,7 @@ class CifParser {
     bool beginLoop();
     bool endTable();
     int itemOf(std::string_view tag) const;
-    int itemAtWork() const;
+    int currentItem() const;
 
     std::span<const CifItem> items_;
     std::function<bool(int)> takeRow_;
@@ -83,8 +84,8 @@ class CifParser {
     std::vector<int> columns_;           // of the loop: items, kNone for what is not wanted
     std::size_t column_ = 0;             // of the next value
     int pairItem_ = kNone;               // of the next value
-    int category_ = kNone;               // of the table at work
-    std::vector<std::string_view> row_;  // an entry an item
+    int category_ = kNone;               // of the current table
+    std::vector<std::string_view> row_;  // one per item
     std::vector<std::string> kept_;      // likewise
     std::string fault_;
 };

@@ -122,7 +122,7 @@ Atom* EntryBuilder::add(std::string_view name, char conformer) {
     return &atom;
 }
 
-// The letter of the conformer to take of the atoms at work; blank when they have none.
+// The letter of the conformer to take of the pending atoms; blank when they have none.
 char EntryBuilder::bestConformer() const {
     struct Conformer {
         char letter;
@@ -163,7 +163,7 @@ char EntryBuilder::chosenConformer() {
     return conformers_.try_emplace({model_, part_.chain, id_.key()}, best).first->second;
 }
 
-// Gives the atoms of the residue at work to the builder of its model.
+// Gives the atoms of the current residue to the builder of its model.
 void EntryBuilder::flush() {
     const char chosen = chosenConformer();
     Model* model = nullptr;

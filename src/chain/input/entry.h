@@ -122,7 +122,7 @@ class EntryBuilder {
     bool hasSeveralModels_ = false;
     std::int64_t lastModel_ = 1;
 
-    // The residue at work: its place, and those of its atoms that may be wanted.
+    // The current residue: its place, and those of its atoms that may be wanted.
     std::int64_t model_ = 1;
     Part part_;
     std::string partKey_;  // what tells it from others

@@ -137,11 +137,12 @@ struct UnreadModel {
 struct ListRequest {
     const ReadRequest& structure;
     const ResidueExclusions& exclusions;
-    // List and messages are the same by however many threads the files are read.
+    // List and messages do not depend on the number of threads that read the files.
     std::size_t threads = 1;
     // Files that cannot be read are appended here, where there is one.
     std::vector<UnreadModel>* unread = nullptr;
-    // Where there is one, only the models are read whose IDs it says yes to; their files hold one.
+    // Where there is one, only the models are read for whose IDs it returns true; their files hold
+    // one.
     std::function<bool(std::uint32_t id)> wanted{};
 };
 

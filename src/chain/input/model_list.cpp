@@ -5,9 +5,9 @@
 // files are opened in list order where their bytes come once only, and limits keep an endless list
 // from filling the memory.
 //
-// Lines about files, IDs and progress come in the order of the list by however many threads it is
-// read: a thread that reads ahead notes what it would have said, and the thread that began says it
-// when the file's turn comes.
+// Lines about files, IDs and progress come in the order of the list, whatever the number of threads
+// that read it: a thread that reads ahead notes what it would have said, and the thread that began
+// says it when the file's turn comes.
 #include <sys/stat.h>
 #include <zlib.h>
 

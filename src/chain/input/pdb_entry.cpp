@@ -66,7 +66,7 @@ void PdbEntryReader::finish() {
     if (!isDone_) lines_.finish([this](std::string_view line) { return take(line); });
 }
 
-// Records are told by their first letters; what is none of these is passed over.
+// Records are recognised by their first letters; what is none of these is passed over.
 bool PdbEntryReader::take(std::string_view line) {
     const bool isHet = line.starts_with("HETATM");
     if (isHet || line.starts_with("ATOM"))

@@ -128,7 +128,7 @@ bool GzipText::isWhole() const {
     return whole_ || isGzWhole(file_.get());
 }
 
-// zlib hands on what is not packed as it is, so that one way serves both where the text does not
+// zlib passes on what is not packed as it is, so that one way serves both where the text does not
 // come in one go.  The descriptor is a copy: gzclose() closes it, and standard input has to stay
 // open.  Copies share the place in the file, which an attempt to read all of it has moved.
 AnyText::AnyText(const std::string& path, Log& log) : path_(path), log_(log) {

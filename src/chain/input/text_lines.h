@@ -17,7 +17,7 @@ struct TextFault {
     std::string text;
 };
 
-// Lines end with LF, CR LF or CR, and are handed on without that.  Time is linear in the text,
+// Lines end with LF, CR LF or CR, and are passed on without that.  Time is linear in the text,
 // memory that of a line.
 class LineSplitter {
  public:
@@ -51,7 +51,7 @@ class LineSplitter {
     bool finish(Take&& take) {
         return pending_.empty() || takeLine({}, take);
     }
-    // Of the line at work, from 1; where one is too long, of the line before it.
+    // Of the current line, from 1; where one is too long, of the line before it.
     std::size_t number() const { return number_; }
     bool isTooLong() const { return isTooLong_; }
 

@@ -2,8 +2,8 @@
 //
 // Each batch writes its progress to `log`, as "Processed 20 of 190 MAXSUBs" before every twentieth
 // comparison; at report level 3 the names of the two models and the details of their comparison
-// follow.  Pairs are brought in in their specified order, and by however many threads they are
-// compared, results and lines are the same to the last bit.  Nothing is allocated for a
+// follow.  Pairs are brought in in their specified order, and whatever the number of threads that
+// compare them, results and lines are the same to the last bit.  Nothing is allocated for a
 // pair of a list with itself, but for models larger than all before.
 #pragma once
 
@@ -34,7 +34,7 @@ class PreparedList {
     std::size_t size() const { return sets_.size(); }
     AtomSelection selection() const { return selection_; }
     const ChainList& models() const { return models_; }
-    // One a model, in list order.
+    // One per model, in list order.
     std::span<const CoordinateSet> sets() const { return sets_; }
 
  private:
@@ -219,7 +219,7 @@ void compareByMeasure(const PairSlice& slice, const MeasureOptions& options,
                       const TakePair<MeasuredOutcome>& take, Log& log, Report& report,
                       const Workforce& workforce = {});
 
-// Who is told of the pairs of a batch, where there is somebody.
+// Who is shown the pairs of a batch; null for nobody.
 struct PairListeners {
     PairRecorder* recorder = nullptr;
     PairViewer* viewer = nullptr;
@@ -254,7 +254,7 @@ struct ListComparison {
     PairViewer* viewer = nullptr;
 };
 
-// Results come one a model, in list order.
+// Results come one per model, in list order.
 struct ListedMaxSub {
     std::uint32_t pairs = 0;
     double rmsd = 0.0;

@@ -40,7 +40,7 @@ class CapturedLines {
 
  private:
     std::string lines_;
-    std::vector<std::size_t> ends_;  // one a pair; none before the first line
+    std::vector<std::size_t> ends_;  // one per pair; none before the first line
     std::size_t finished_ = 0;       // pairs
 };
 
