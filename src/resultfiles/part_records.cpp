@@ -331,8 +331,9 @@ bool readRecord(const TakeBytes& take, MeasuredOutcome& outcome) {
     if (bytes.empty()) return false;
     Fields fields(bytes);
     outcome.value = fields.take<double>();
-    outcome.hasFit = fields.takeFlag();
-    return isSound(outcome.value) && outcome.value >= 0.0;
+    const auto flag = fields.take<std::uint32_t>();
+    outcome.hasFit = flag == 1;
+    return flag <= 1 && isSound(outcome.value) && outcome.value >= 0.0;
 }
 
 void appendRecord(std::string& bytes, [[maybe_unused]] PartKind kind, const RmsdCells& cells) {
