@@ -7,6 +7,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -60,7 +61,11 @@ class Fields {
         }
     }
     // Any number but 0 is a flag that is set.
-    bool takeFlag() { return take<std::uint32_t>() != 0; }
+    // 0 or 1; nothing for any other number.
+    std::optional<bool> takeFlag() {
+        const auto flag = take<std::uint32_t>();
+        return flag <= 1 ? std::optional(flag == 1) : std::nullopt;
+    }
 
  private:
     std::string_view bytes_;

@@ -266,10 +266,10 @@ bool readOutline(const TakeBytes& take, PartKind kind, const SetSizes& sizes,
     Fields fields(bytes);
     if (!takeScores(fields, result)) return false;
     if (isPlain) return true;
-    const bool has = fields.takeFlag();
+    const std::optional<bool> has = fields.takeFlag();
     DomainIteration first;
-    if (!takeSuperposition(fields, first.superposition)) return false;
-    if (has) result.iterations.push_back(first);
+    if (!has || !takeSuperposition(fields, first.superposition)) return false;
+    if (*has) result.iterations.push_back(first);
     return readMatched(take, sizes, /*tellsIterations=*/false, result);
 }
 
@@ -313,10 +313,10 @@ bool readRecord(const TakeBytes& take, PartKind kind, const SetSizes& sizes, Gdt
     outcome.hasFit = gdt >= 0.0;
     outcome.found = {std::max(gdt, 0.0), std::nullopt};
     if (isPlain) return true;
-    const bool has = fields.takeFlag();
+    const std::optional<bool> has = fields.takeFlag();
     Superposition motion;
-    if (!takeSuperposition(fields, motion)) return false;
-    if (has) outcome.found.superposition = motion;
+    if (!has || !takeSuperposition(fields, motion)) return false;
+    if (*has) outcome.found.superposition = motion;
     return readSearch(take, sizes, outcome.search);
 }
 
@@ -331,9 +331,9 @@ bool readRecord(const TakeBytes& take, MeasuredOutcome& outcome) {
     if (bytes.empty()) return false;
     Fields fields(bytes);
     outcome.value = fields.take<double>();
-    const auto flag = fields.take<std::uint32_t>();
-    outcome.hasFit = flag == 1;
-    return flag <= 1 && isSound(outcome.value) && outcome.value >= 0.0;
+    const std::optional<bool> hasFit = fields.takeFlag();
+    outcome.hasFit = hasFit.value_or(false);
+    return hasFit && isSound(outcome.value) && outcome.value >= 0.0;
 }
 
 void appendRecord(std::string& bytes, [[maybe_unused]] PartKind kind, const RmsdCells& cells) {

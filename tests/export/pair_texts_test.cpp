@@ -39,6 +39,48 @@ TEST(PairTexts, SayEachFigureOfThePairWhateverWasBefore) {
     }
 }
 
+// Rows and objects are put into room that was reckoned before.
+TEST(PairTexts, HaveRoomForTheLongestOfEverything) {
+    constexpr double kLong = -2.2250738585072014e-308;
+    std::string longest;
+    appendNumber(longest, kLong);
+    ASSERT_EQ(longest.size(), 24U);
+    RunInputs inputs;
+    inputs.pairsBySequence = true;
+    for (const Measure measure : kMeasures)
+        inputs.measures.add(measure);
+    inputs.structures.resize(2);
+    for (InputStructure& input : inputs.structures)
+        input.file = input.chain = std::string(4001, 'n');
+    PairResult pair;
+    pair.prediction = 1;
+    pair.status = PairStatus::NotSignificant;
+    pair.mapped = pair.pairs = pair.domains = std::numeric_limits<std::uint32_t>::max();
+    for (auto* value : {&pair.rmsd, &pair.grmsd, &pair.maxsub, &pair.msi, &pair.tm1, &pair.tm2,
+                        &pair.gdt, &pair.rrmsd, &pair.urmsd, &pair.rurmsd, &pair.contacts,
+                        &pair.cutoff, &pair.identity, &pair.coverage1, &pair.coverage2})
+        *value = kLong;
+    pair.measures.fill(kLong);
+    Superposition motion;
+    motion.experimentCentre.fill(kLong);
+    motion.predictionCentre.fill(kLong);
+    motion.rotation.fill(kLong);
+    pair.superpositions.assign(2, motion);
+    const ResidueId first{-32768, '\x01'};
+    pair.stretches.push_back({first, first, first, first, 1});
+    PairTexts texts;
+    texts.start(inputs);
+    texts.next(pair);
+    const auto object = texts.json();
+    const std::string text = std::string(object.head) + std::string(object.tail);
+    std::size_t found = 0;
+    for (std::size_t at = 0; (at = text.find(longest, at)) != text.npos; ++at)
+        ++found;
+    EXPECT_EQ(found, 15 + kMeasures.size() + 2 * 18);
+    EXPECT_EQ(text.find('\0'), text.npos);
+    EXPECT_EQ(text.back(), '}');
+}
+
 class Rows final : public ExportFile {
  public:
     using ExportFile::ExportFile;
